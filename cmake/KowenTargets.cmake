@@ -1,0 +1,36 @@
+# Compile and link options shared by every target.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 99)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
+
+add_library(kowen_options INTERFACE)
+target_compile_options(kowen_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow
+  # Sizes, quantisers and positions are decided in strict IEEE double on every machine.
+  -ffp-contract=off -fno-fast-math)
+if(KOWEN_WARNINGS_AS_ERRORS)
+  target_compile_options(kowen_options INTERFACE -Werror)
+endif()
+
+# What the module is made of: nothing throws, nothing is visible unless it says so.
+add_library(kowen_module_options INTERFACE)
+target_link_libraries(kowen_module_options INTERFACE kowen_options)
+target_compile_options(kowen_module_options INTERFACE
+  -fvisibility=hidden -fvisibility-inlines-hidden
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
+  $<$<AND:$<COMPILE_LANGUAGE:CXX>,$<CXX_COMPILER_ID:GNU>>:-fno-gnu-unique>)
+
+# kowen_test(name source...): one test program of a folder, each of its tests known to ctest.
+function(kowen_test name)
+  add_executable(${name} ${ARGN})
+  target_link_libraries(${name} PRIVATE kowen_static kowen_test_support kowen_options GTest::gtest_main)
+  target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/src ${CMAKE_SOURCE_DIR}/tests)
+  target_compile_definitions(${name} PRIVATE KOWEN_TEST_DATA="${CMAKE_SOURCE_DIR}/tests/data")
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+    PROPERTIES TIMEOUT 300)
+endfunction()

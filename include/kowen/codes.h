@@ -1,0 +1,171 @@
+/**
+ * kowen/codes.h - every number that crosses the boundary between a host and the filter.
+ *
+ * Usable from C99 and C++. Part of kowen.h, which says what holds for all of it.
+ */
+#ifndef KOWEN_CODES_H
+#define KOWEN_CODES_H
+
+/** Ordinals of the table of entries. 1007 is deliberately absent. */
+enum {
+    KOWEN_ORDINAL_CREATE_SETUP = 1001,
+    KOWEN_ORDINAL_DESTROY_SETUP = 1002,
+    KOWEN_ORDINAL_EDIT_SETUP = 1003,
+    KOWEN_ORDINAL_ESCAPE_SETUP = 1004,
+    KOWEN_ORDINAL_GET_FILTER_VERSION = 1005,
+    KOWEN_ORDINAL_DD_ENTRY = 1006,
+    KOWEN_ORDINAL_RASTER_DD_ENTRY = 1008,
+    KOWEN_ORDINAL_EXPORT_CELL_DATA = 1009,
+    KOWEN_ORDINAL_DLL_NAME = 1010
+};
+
+/** Results of the export functions and of the device doors. */
+enum {
+    KOWEN_OK = 0,
+    KOWEN_ERR_MEMORY_OUTPUT = 21, /**< the block for memory output could not be allocated */
+    KOWEN_ERR_SETUP = 22,         /**< no setup: the handle is 0 or could not be locked */
+    KOWEN_ERR_WORK_MEMORY = 27,   /**< a working block could not be allocated while drawing */
+    KOWEN_ERR_MEMORY = 300,       /**< memory could not be allocated, or nothing to output */
+    KOWEN_ERR_OUTPUT = 303,       /**< the output could not be opened or closed */
+    KOWEN_ERR_CANCELLED = 901     /**< the status callback asked to stop */
+};
+
+/** Results of the range checks on a setup. */
+enum {
+    KOWEN_RANGE_RESOLUTION = -62, /**< a resolution or the quality was out of range and reset */
+    KOWEN_RANGE_SIZE = -63        /**< a width or height was out of range and reset */
+};
+
+/** Colour mode, profile key "Color Mode". */
+enum {
+    KOWEN_COLOR_UNCHANGED = 103,
+    KOWEN_COLOR_INVERTED = 104,
+    KOWEN_COLOR_GREYS_INVERTED = 105,
+    KOWEN_COLOR_GREY_SCALE = 106,
+    KOWEN_COLOR_GREY_SCALE_INVERTED = 107
+};
+
+/** Line mode, profile key "Line Mode". */
+enum { KOWEN_LINE_DEFAULT = 119 };
+
+/** Colour format, profile key "Color Format". */
+enum {
+    KOWEN_FORMAT_YCC422 = 212, /**< luminance and chroma, chroma halved across; 3 components */
+    KOWEN_FORMAT_GREY = 215,   /**< one grey component */
+    KOWEN_FORMAT_RGB444 = 222  /**< three full-size components, bytes swapped but not transformed */
+};
+
+/** Quality mode, profile key "Quality Mode". */
+enum {
+    KOWEN_QUALITY_FIXED = 241, /**< quality 100 */
+    KOWEN_QUALITY_USER = 242   /**< the setting "Quality", 1 to 100 */
+};
+
+/** Operation, profile key "Operation". */
+enum {
+    KOWEN_OPERATION_SEQUENTIAL = 245, /**< baseline, one interleaved scan */
+    KOWEN_OPERATION_PROGRESSIVE = 246 /**< four scans; colour format 212 only */
+};
+
+/** Resolution mode, profile key "Resolution Mode". */
+enum {
+    KOWEN_RESOLUTION_FROM_DISPLAY = 307,
+    KOWEN_RESOLUTION_FROM_PRINTER = 308,
+    KOWEN_RESOLUTION_FROM_PICTURE = 309,
+    KOWEN_RESOLUTION_USER = 310
+};
+
+/** Size mode, profile key "Size Mode". */
+enum {
+    KOWEN_SIZE_FROM_DISPLAY = 600,
+    KOWEN_SIZE_FROM_PRINTER = 601,
+    KOWEN_SIZE_FROM_PICTURE = 602,
+    KOWEN_SIZE_USER = 603
+};
+
+/** Escape codes of EscapeSetup. */
+enum {
+    KOWEN_ESCAPE_SET_COLOR_MODE = 1,
+    KOWEN_ESCAPE_SET_COLOR_FORMAT = 9,
+    KOWEN_ESCAPE_SET_X_RESOLUTION = 11,
+    KOWEN_ESCAPE_SET_Y_RESOLUTION = 12,
+    KOWEN_ESCAPE_SET_WIDTH = 13,
+    KOWEN_ESCAPE_SET_HEIGHT = 14,
+    KOWEN_ESCAPE_GET_RESOLUTION = 16,
+    KOWEN_ESCAPE_GET_SIZE = 17,
+    KOWEN_ESCAPE_SET_RESOLUTION_MODE = 18,
+    KOWEN_ESCAPE_SET_SIZE_MODE = 19,
+    KOWEN_ESCAPE_SET_HOST_VALUE = 25,
+    KOWEN_ESCAPE_GET_HOST_VALUE = 26,
+    KOWEN_ESCAPE_SET_QUALITY = 44,
+    KOWEN_ESCAPE_GET_QUALITY = 45,
+    KOWEN_ESCAPE_SET_QUALITY_MODE = 46,
+    KOWEN_ESCAPE_RASTER_QUERY = 56,
+    KOWEN_ESCAPE_GET_COLOR_MODE = 57,
+    KOWEN_ESCAPE_SET_HOST_IO = 81
+};
+
+/** Inputs of KOWEN_ESCAPE_SET_COLOR_FORMAT. */
+enum {
+    KOWEN_ESCAPE_FORMAT_GREY = 140,
+    KOWEN_ESCAPE_FORMAT_RGB444 = 146,
+    KOWEN_ESCAPE_FORMAT_YCC422 = 147
+};
+
+/** Limits of the settings; all inclusive. */
+#define KOWEN_MIN_RESOLUTION 32
+#define KOWEN_MAX_RESOLUTION 400
+#define KOWEN_MIN_INCHES 0.03125
+#define KOWEN_MAX_INCHES 22.0
+#define KOWEN_MIN_QUALITY 1
+#define KOWEN_MAX_QUALITY 100
+
+/** Commands of the status callback. */
+enum {
+    KOWEN_STATUS_PROGRESS = 0,    /**< progress or poll; a non-zero answer asks to stop */
+    KOWEN_STATUS_CONFIRM_STOP = 2 /**< asked once more after a refusal; non-zero stops */
+};
+
+/** Code that goes with KOWEN_STATUS_CONFIRM_STOP. */
+#define KOWEN_STATUS_CODE_CONFIRM 61
+/** Code of the raster driver's announcement of its progress range. */
+#define KOWEN_STATUS_CODE_RANGE (-2)
+
+/** Operations of a host I/O procedure. */
+enum {
+    KOWEN_IO_OPEN = 1,   /**< argument: name; count: mode; answers a host file handle, 0 = failed */
+    KOWEN_IO_READ = 2,   /**< argument: buffer; count: bytes; answers the bytes read */
+    KOWEN_IO_WRITE = 3,  /**< argument: buffer; count: bytes; answers the bytes written */
+    KOWEN_IO_SEEK = 4,   /**< argument: int32_t offset; count: whence; answers the position or -1 */
+    KOWEN_IO_CLOSE = 5,  /**< count 0, or KOWEN_MODE_DELETE to delete as well; answers 0 */
+    KOWEN_IO_EXISTS = 6, /**< argument: name; answers non-zero if it exists */
+    KOWEN_IO_DELETE = 7  /**< argument: name; the answer is passed on */
+};
+
+/** Open modes, as a host I/O procedure sees them. */
+enum {
+    KOWEN_MODE_READ = 0,
+    KOWEN_MODE_WRITE = 1,
+    KOWEN_MODE_UPDATE = 2,
+    KOWEN_MODE_DELETE = 512,
+    KOWEN_MODE_CREATE = 4096,
+    KOWEN_MODE_EXISTS = 16384,
+    KOWEN_MODE_WRAP = -1
+};
+
+/** Functions of the short device doors dd_entry and RASTER_dd_entry. */
+enum { KOWEN_DOOR_VERSION = -2, KOWEN_DOOR_ADDRESS = -3 };
+
+/** Functions of the 32-bit device doors. */
+enum {
+    KOWEN_DD_INITIALISE = 0,
+    KOWEN_DD_NOTHING = 1,
+    KOWEN_DD_DISPATCH = 2,
+    KOWEN_DD_VERSION = 0xFFFE,
+    KOWEN_DD_TERMINATE = 0xFFFF
+};
+
+/** Flags of every block the filter allocates: moveable and zero-filled. */
+#define KOWEN_GLOBAL_FLAGS 66
+
+#endif /* KOWEN_CODES_H */

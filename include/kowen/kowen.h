@@ -1,0 +1,19 @@
+/**
+ * kowen/kowen.h - the JPEG export filter as a host sees it. Includes all other public headers.
+ *
+ * What holds everywhere:
+ * - Strings are zero-terminated bytes. Handle 0 is none.
+ * - All state is process-wide: calls come from one thread at a time. Callbacks run on the calling
+ *   thread, inside the call that caused them.
+ * - Functions report by integer result; nothing throws.
+ * - The module writes only what is documented as out, and the pixels that ExportCellData names.
+ */
+#ifndef KOWEN_KOWEN_H
+#define KOWEN_KOWEN_H
+
+#include "codes.h"
+#include "entries.h"
+#include "memory.h"
+#include "records.h"
+
+#endif /* KOWEN_KOWEN_H */
