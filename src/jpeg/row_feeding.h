@@ -1,0 +1,33 @@
+// Rows fed to the coder band by band, coded bytes written to the output file.
+#pragma once
+
+#include "io/file_handle.h"
+
+#include <cstdint>
+
+namespace kowen {
+
+struct CompressEnv;
+
+/// Copies the last real pixel of a row into each following place up to the padded width.
+/// lastPixel: 3 bytes, with room for the rest behind them. Returns 0.
+int32_t JpgPadRow(uint8_t *lastPixel, uint32_t paddedWidth, uint32_t width) noexcept;
+
+/// Copies the last real row into each following row up to the padded count. Returns 0.
+int32_t JpgPadTo8Rows(uint8_t *lastRow, uint32_t paddedRows, uint32_t rows,
+                      uint32_t strideBytes) noexcept;
+
+/// Copies count bytes in pieces of at most 32767. Returns 0.
+int32_t HugeMemcpy(void *destination, const void *source, uint32_t count) noexcept;
+
+/// Codes rowCount rows and writes the bytes to the output file.
+///
+/// rows   mapped pixels, width x 3 bytes a row, top row first; operation 246: the padded picture.
+/// Returns 0; -1 if the band buffer cannot be allocated, nothing is written then.
+///
+/// Safe departure: 300 if the band buffer could not be grown and the band's bytes are lost; an
+/// operation or colour format that codes nothing returns 0.
+int32_t CompAndWriteNRows(FileHandle output, const uint8_t *rows, uint32_t width, uint32_t rowCount,
+                          CompressEnv *env) noexcept;
+
+} // namespace kowen
