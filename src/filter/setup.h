@@ -13,13 +13,19 @@ inline constexpr int32_t kSetupTextBytes = 144;
 inline constexpr int32_t kDriverNameBytes = 13;
 inline constexpr int32_t kOutputNameBytes = 4096;
 
+/// Built-in settings. A profile without the key "Color Format" gives KOWEN_FORMAT_RGB444 instead.
+inline constexpr int16_t kDefaultResolution = 96;
+inline constexpr int16_t kDefaultQuality = 100;
+inline constexpr double kDefaultWidth = 6.67;
+inline constexpr double kDefaultHeight = 5.0;
+
 /// One zero-filled block of global memory, owned by the host through CreateSetup and DestroySetup.
 struct SetupRecord {
     char filterName[kSetupTextBytes];
     char section[kSetupTextBytes];     ///< profile section that holds this setup's keys
     char profilePath[kSetupTextBytes]; ///< empty when no profile was found
     char backupPath[kSetupTextBytes];  ///< written by BackupProfile
-    char driverName[kDriverNameBytes]; ///< value of the key "Driver"
+    char driverName[kDriverNameBytes]; ///< value of the key "Driver"; terminated if it fits
     uint32_t reserved1;
     uint32_t editValue; ///< the value given to EditSetup
     uint32_t hostValue; ///< parked by escape 25, answered by escape 26
@@ -48,14 +54,62 @@ struct SetupRecord {
     double extents[5];           ///< of the metafile, for its picture description
 };
 
+/// Points hRaster and lpRaster at a setup, as every entry does with the setup that it is given.
+/// Returns the record, or null for handle 0; lpRaster is null then too.
+SetupRecord *BindSetup(MemoryHandle setup) noexcept;
+
+/// Makes a setup from a profile, makes it current and returns its handle, which the caller owns
+/// until DestroySetup. Returns 0 when memory is exhausted; hRaster is 0 then and the rest as it
+/// was.
+///
+/// reserved     ignored.
+/// profilePath  null or empty: the module's own file name, cut at its first period, and ".ini".
+/// section      null or empty: the value of the key "~Mode" in the section named as the module.
+/// filterName   null or empty: the module's name in capitals.
+///
+/// Without a profile file the setup has the defaults, an empty profile path and no filter name.
+///
+/// Kept deliberately: a section without the key "Driver" leaves zeros, not the defaults.
+/// Test: CreateSetup.SectionWithoutDriverLeavesZeros.
+/// Safe departure: texts are bounded by their fields. A path that does not fit is not found, a
+/// section that does not fit is in no profile, a filter name is cut.
 MemoryHandle CreateSetup(uint32_t reserved, const char *profilePath, const char *section,
                          const char *filterName) noexcept;
+
+/// Makes a setup current and stores a value of the host in it. Returns 0; -1 for handle 0.
 int32_t EditSetup(MemoryHandle setup, uint32_t value) noexcept;
+
+/// Frees a setup; no setup is current then. Returns 0; 1 for handle 0.
 int32_t DestroySetup(MemoryHandle setup) noexcept;
+
+/// Fills a record with the built-in settings and empties its section and paths. Returns 0.
+/// The line mode and the filter name stay.
+///
+/// Kept deliberately: colour format and operation go to the record at lpRaster, the rest to the
+/// argument. Test: UseDefaultSettings.FormatAndOperationGoToTheCurrentRecord.
 int32_t UseDefaultSettings(SetupRecord *record) noexcept;
+
+/// Reads the settings of the record at lpRaster from its section of its profile.
+/// Returns 1; 0 when the section has no key "Driver" (then nothing else is read) or when no setup
+/// is current.
+///
+/// Kept deliberately: a driver name of 13 characters or more fills its field without terminator.
+/// Test: LoadProfile.LongDriverNameFillsItsField.
+/// Kept deliberately: the printer modes 308 and 601 load as the display modes 307 and 600.
+/// Test: LoadProfile.PrinterResolutionBecomesDisplayResolution, .PrinterSizeBecomesDisplaySize.
+/// Kept deliberately: resolutions are range-checked only where width and height are read.
+/// Test: LoadProfile.DisplaySizeLeavesResolutionsUnchecked.
 int32_t LoadProfile(uint32_t ignored) noexcept;
+
+/// Does nothing; returns 1. Settings are persisted one by one, by the escapes.
 int32_t SaveProfile() noexcept;
+
+/// Resets resolutions and sizes of the record at lpRaster that are out of range.
+/// Returns 0 when nothing was reset, KOWEN_RANGE_SIZE when a width or height was, else
+/// KOWEN_RANGE_RESOLUTION.
 int32_t LimitCheck() noexcept;
+
+/// Resets a quality out of range to 100. Returns 0, or KOWEN_RANGE_RESOLUTION when it did.
 int32_t QualityCheck() noexcept;
 
 } // namespace kowen
