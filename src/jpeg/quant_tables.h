@@ -8,7 +8,11 @@ namespace kowen {
 struct CompressEnv;
 
 /// For each zig-zag position the row-major index of its coefficient. T.81 figure A.6.
-extern const int16_t ZZ[64];
+inline constexpr int16_t ZZ[64] = {
+    0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,  12, 19, 26, 33, 40, 48,
+    41, 34, 27, 20, 13, 6,  7,  14, 21, 28, 35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23,
+    30, 37, 44, 51, 58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63,
+};
 
 /// The unscaled tables, row-major: 0 is T.81 table K.1, 1 is table K.2.
 extern const int16_t kBaseQuantTable[2][64];

@@ -23,7 +23,8 @@ int32_t HugeMemcpy(void *destination, const void *source, uint32_t count) noexce
 /// Codes rowCount rows and writes the bytes to the output file.
 ///
 /// rows   mapped pixels, width x 3 bytes a row, top row first; operation 246: the padded picture.
-/// Returns 0; -1 if the band buffer cannot be allocated, nothing is written then.
+/// Returns 0; -1 if the band buffer or the progressive coefficient store cannot be allocated,
+/// nothing is written then.
 ///
 /// Safe departure: 300 if the band buffer could not be grown and the band's bytes are lost; an
 /// operation or colour format that codes nothing returns 0.

@@ -1,0 +1,286 @@
+#include "export/cell_writer.h"
+
+#include "export/display_info.h"
+#include "filter/geometry.h"
+#include "filter/setup.h"
+#include "filter/state.h"
+#include "io/typed_io.h"
+#include "jpeg/bands.h"
+#include "jpeg/bit_output.h"
+#include "jpeg/compress_env.h"
+#include "jpeg/huffman_tables.h"
+#include "jpeg/map_colors.h"
+#include "jpeg/quant_tables.h"
+#include "jpeg/row_feeding.h"
+#include "jpeg/stream_writer.h"
+#include "platform/global_memory.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace kowen {
+
+namespace {
+
+constexpr int32_t kTopDown = 1; // bands are numbered from the top of the picture
+constexpr uint16_t kBigEndian = 1;
+constexpr uint16_t kPixelOrderBgr = 4;
+constexpr int16_t kEndOfImage = static_cast<int16_t>(0xFFD9);
+
+// A band as the producer hands it over: rows bottom-up, each padded to 4 bytes.
+struct Band {
+    uint8_t *pixels;
+    uint32_t width;
+    uint32_t rows;
+    uint32_t strideBytes;
+    uint32_t paddedWidth;
+    uint32_t paddedRows;
+
+    // Row 0 is the top of the picture.
+    uint8_t *Row(uint32_t row) const { return pixels + std::size_t{rows - 1 - row} * strideBytes; }
+};
+
+// Fills the band's geometry; false when a size leaves 32 bits or the block is too small for it.
+bool DescribeBand(Band &band, uint32_t blockBytes, uint32_t width, uint32_t rows,
+                  int32_t colorFormat) {
+    const uint64_t stride = (uint64_t{width} * kPixelBytes + 3) & ~uint64_t{3};
+    if (stride > UINT32_MAX || stride * rows > blockBytes)
+        return false;
+    band.width = band.paddedWidth = width;
+    band.rows = band.paddedRows = rows;
+    band.strideBytes = static_cast<uint32_t>(stride);
+    FindWidthHeightMCU(&band.paddedWidth, &band.paddedRows, width, rows, colorFormat);
+    return true;
+}
+
+void SwapRedAndBlue(const Band &band) {
+    MapColors(band.pixels, band.width, band.strideBytes, band.rows, KOWEN_FORMAT_RGB444,
+              kByteOrderRgb);
+}
+
+// Sequential: groups of at most 8 rows, packed, coded one MCU row each. A group's rows are mapped
+// just before they are packed, which comes to the same as mapping the whole band first.
+int32_t CodeGroups(FileHandle output, const Band &band, uint8_t *work, CompressEnv *env) {
+    int32_t result = 0;
+    const std::size_t packedBytes = std::size_t{band.width} * kPixelBytes;
+    for (uint32_t first = 0; first < band.rows; first += kBandRows) {
+        const uint32_t count = std::min(kBandRows, band.rows - first);
+        for (uint32_t i = 0; i < count; ++i) {
+            uint8_t *row = band.Row(first + i);
+            MapColors(row, band.width, band.strideBytes, 1, env->colorFormat, kByteOrderRgb);
+            std::memcpy(work + i * packedBytes, row, packedBytes);
+        }
+        result = CompAndWriteNRows(output, work, band.width, count, env);
+    }
+    return result;
+}
+
+// Any other operation: the whole band at once, padded to whole MCUs.
+int32_t CodeWhole(FileHandle output, const Band &band, uint8_t *work, CompressEnv *env) {
+    MapColors(band.pixels, band.width, band.strideBytes, band.rows, env->colorFormat,
+              kByteOrderRgb);
+    const uint32_t workStride = band.paddedWidth * kPixelBytes;
+    for (uint32_t r = 0; r < band.rows; ++r) {
+        uint8_t *row = work + std::size_t{r} * workStride;
+        std::memcpy(row, band.Row(r), std::size_t{band.width} * kPixelBytes);
+        if (band.width > 0)
+            JpgPadRow(row + std::size_t{band.width - 1} * kPixelBytes, band.paddedWidth,
+                      band.width);
+    }
+    if (band.rows > 0)
+        JpgPadTo8Rows(work + std::size_t{band.rows - 1} * workStride, band.paddedRows, band.rows,
+                      workStride);
+    return CompAndWriteNRows(output, work, band.paddedWidth, band.paddedRows, env);
+}
+
+int32_t CodeBand(FileHandle output, const Band &band, CompressEnv *env) {
+    const bool sequential = env->operation == KOWEN_OPERATION_SEQUENTIAL;
+    const uint64_t workBytes = sequential
+                                   ? uint64_t{kBandRows} * band.strideBytes
+                                   : uint64_t{band.paddedRows} * band.paddedWidth * kPixelBytes;
+    if (workBytes > UINT32_MAX)
+        return KOWEN_ERR_MEMORY;
+    const MemoryHandle handle = GlobalAlloc(kGlobalFlags, static_cast<uint32_t>(workBytes));
+    auto *work = Lock<uint8_t>(handle);
+    if (work == nullptr)
+        return KOWEN_ERR_MEMORY;
+    const int32_t result = (sequential ? CodeGroups : CodeWhole)(output, band, work, env);
+    GlobalUnlock(handle);
+    GlobalFree(handle);
+    return result;
+}
+
+// Writes the bytes that the padding of the last one with 1-bits completes.
+void FlushLastBits(FileHandle output, CompressEnv *env) {
+    uint8_t bytes[2]; // room for 0xFF and its stuffed zero: OutputBits never grows this buffer
+    uint32_t count = 0;
+    env->outputBuffer = bytes;
+    env->outputCapacity = sizeof(bytes);
+    WriteScanPad(bytes, &count, env);
+    env->outputBuffer = nullptr;
+    env->outputCapacity = 0;
+    if (count > 0)
+        qivWriteChar(output, bytes, static_cast<int32_t>(count));
+}
+
+uint8_t ComponentCount(int32_t colorFormat, uint8_t otherwise) {
+    switch (colorFormat) {
+    case KOWEN_FORMAT_YCC422:
+    case KOWEN_FORMAT_RGB444:
+        return 3;
+    case KOWEN_FORMAT_GREY:
+        return 1;
+    default:
+        return otherwise;
+    }
+}
+
+uint16_t DepthOf(int32_t colorFormat, uint16_t otherwise) {
+    switch (colorFormat) {
+    case KOWEN_FORMAT_YCC422:
+    case KOWEN_FORMAT_GREY:
+    case KOWEN_FORMAT_RGB444:
+        return 24;
+    case 216:
+        return 65532; // -4
+    case 217:
+        return 65528; // -8
+    case 218:
+        return 3;
+    case 219:
+        return 4;
+    case 221:
+        return 8;
+    default:
+        return otherwise;
+    }
+}
+
+// The display's information, asked at most once.
+struct DisplayAnswer {
+    bool asked = false;
+    double width = 0, height = 0;
+    int16_t resolution = 0;
+
+    void Ask() {
+        if (!asked)
+            GetDisplayInfo(&width, &height, &resolution, nullptr);
+        asked = true;
+    }
+};
+
+void TakeSize(SetupRecord &setup, double width, double height, int16_t resolution,
+              DisplayAnswer &display) {
+    if (setup.sizeMode == KOWEN_SIZE_FROM_PICTURE && resolution != 0) {
+        setup.width = width;
+        setup.height = height;
+    } else if (setup.sizeMode == KOWEN_SIZE_FROM_DISPLAY) {
+        display.Ask();
+        if (display.resolution != 0) {
+            setup.width = display.width;
+            setup.height = display.height;
+        }
+    }
+}
+
+void TakeResolution(SetupRecord &setup, int16_t resolution, DisplayAnswer &display) {
+    if (setup.resolutionMode == KOWEN_RESOLUTION_FROM_PICTURE && resolution != 0) {
+        setup.header.xResolution = setup.header.yResolution = resolution;
+    } else if (setup.resolutionMode == KOWEN_RESOLUTION_FROM_DISPLAY) {
+        display.Ask();
+        if (display.resolution != 0)
+            setup.header.xResolution = setup.header.yResolution = display.resolution;
+    }
+}
+
+} // namespace
+
+int32_t BeginCellBitmap(FileHandle output, uint32_t width, uint32_t height, int32_t, const void *,
+                        MemoryHandle *environment) noexcept {
+    *environment = 0;
+    SetupRecord *setup = lpRaster;
+    if (setup == nullptr)
+        return kTopDown;
+    const MemoryHandle handle = GlobalAlloc(kGlobalFlags, sizeof(CompressEnv));
+    auto *env = Lock<CompressEnv>(handle);
+    if (env == nullptr)
+        return kTopDown;
+
+    qivSetDataFormat(output, kBigEndian, 0);
+    env->quality = setup->quality;
+    setup->header.outputFile = output;
+    setup->header.imageWidth = width;
+    setup->header.imageHeight = height;
+    setup->header.componentCount = ComponentCount(setup->colorFormat, setup->header.componentCount);
+    InitCompressEnv(env, setup->colorFormat, setup->operation, width, height);
+    SetQTable(env, env->quality, setup->colorFormat);
+    WriteJPGHdr(&setup->header, env);
+    if (env->operation == KOWEN_OPERATION_SEQUENTIAL)
+        WriteSHdr(output, setup->header.componentCount, 0, 0, 63, 0, 0);
+
+    // Safe departure: without its tables the picture goes on as without an environment.
+    if (AllocMem(env->huffmanHandle, env->huffmanTable) != 0) {
+        FreeCompressEnv(handle);
+        return kTopDown;
+    }
+    CreateTbls(env->huffmanTable);
+    GlobalUnlock(handle);
+    *environment = handle;
+    return kTopDown;
+}
+
+int32_t WriteCellBits(FileHandle output, MemoryHandle pixels, uint32_t width, uint32_t rows,
+                      int32_t depth, uint16_t pixelOrder, MemoryHandle environment) noexcept {
+    if (pixels == 0 || environment == 0)
+        return 0;
+    auto *env = Lock<CompressEnv>(environment);
+    Band band = {};
+    band.pixels = Lock<uint8_t>(pixels);
+    if (band.pixels == nullptr ||
+        !DescribeBand(band, GlobalSize(pixels), width, rows, env->colorFormat))
+        return KOWEN_ERR_MEMORY;
+    if (depth > 23 && pixelOrder == kPixelOrderBgr)
+        SwapRedAndBlue(band);
+    const int32_t result = CodeBand(output, band, env);
+    GlobalUnlock(pixels);
+    GlobalUnlock(environment);
+    return result;
+}
+
+int32_t EndCellBitmap(FileHandle, MemoryHandle environment) noexcept {
+    auto *env = Lock<CompressEnv>(environment);
+    if (env == nullptr)
+        return 0;
+    if (lpRaster != nullptr) {
+        const FileHandle output = lpRaster->header.outputFile;
+        if (env->operation == KOWEN_OPERATION_SEQUENTIAL)
+            FlushLastBits(output, env);
+        qivWriteShort(output, &kEndOfImage, 1);
+    }
+    FreeCompressEnv(environment);
+    return 0;
+}
+
+int32_t QueryCellFormat(double *width, double *height, uint16_t *depth, int32_t *resolution, void *,
+                        void *) noexcept {
+    SetupRecord *setup = lpRaster;
+    if (setup == nullptr)
+        return 0;
+    const auto given = static_cast<int16_t>(*resolution);
+    DisplayAnswer display;
+    TakeSize(*setup, *width, *height, given, display);
+    TakeResolution(*setup, given, display);
+
+    SizeInches size = {setup->width, setup->height};
+    if (given == 0 || setup->sizeMode != KOWEN_SIZE_FROM_PICTURE)
+        RasterAdjustAspect(&size, *width, *height);
+    if (setup->header.xResolution != 0) {
+        *width = size.width * setup->header.xResolution;
+        *height = size.height * setup->header.yResolution;
+        *resolution = setup->header.xResolution;
+    }
+    *depth = DepthOf(setup->colorFormat, *depth);
+    return 0;
+}
+
+} // namespace kowen

@@ -1,0 +1,37 @@
+#include "jpeg/entropy_coder.h"
+
+#include "jpeg/bit_output.h"
+
+namespace kowen {
+
+EntropyWriter::EntropyWriter(CompressEnv &env, uint32_t &fillCount) noexcept
+    : env_(env), fillCount_(fillCount), out_(env.outputBuffer + fillCount),
+      limit_(env.outputBuffer + env.outputCapacity) {
+    const auto pending = static_cast<uint32_t>(std::countl_zero(env.bitMask)); // 0 to 7 bits
+    accumulator_ = env.pendingByte >> (8 - pending);
+    free_ -= pending;
+}
+
+void EntropyWriter::MakeRoom() noexcept {
+    fillCount_ = env_.outputBuffer == nullptr ? 0 : static_cast<uint32_t>(out_ - env_.outputBuffer);
+    if (ReserveOutput(&env_, &fillCount_, kMaxBlockBytes) == 0) {
+        out_ = env_.outputBuffer + fillCount_;
+        limit_ = env_.outputBuffer + env_.outputCapacity;
+        return;
+    }
+    out_ = discard_;
+    limit_ = discard_ + sizeof(discard_);
+}
+
+void EntropyWriter::End() noexcept {
+    BeginBlock();
+    const uint32_t pending = 64 - free_;
+    const uint32_t rest = pending % 8;
+    for (uint32_t left = pending; left >= 8; left -= 8)
+        StoreByte(static_cast<uint8_t>(accumulator_ >> (left - 8)));
+    env_.pendingByte = static_cast<uint8_t>(rest == 0 ? 0 : accumulator_ << (8 - rest));
+    env_.bitMask = static_cast<uint8_t>(128u >> rest);
+    fillCount_ = env_.outputBuffer == nullptr ? 0 : static_cast<uint32_t>(out_ - env_.outputBuffer);
+}
+
+} // namespace kowen

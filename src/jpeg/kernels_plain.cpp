@@ -1,0 +1,107 @@
+// The plain kernels: the definition of what every other form gives.
+#include "jpeg/compress_env.h"
+#include "jpeg/forward_dct.h"
+#include "jpeg/kernels.h"
+#include "jpeg/quant_tables.h"
+
+namespace kowen {
+
+namespace {
+
+// Red and Blue are the places of the pixel's bytes. All divisions truncate toward zero.
+template <int Red, int Blue> void MapToYcc(uint8_t *row, uint32_t width) {
+    for (uint8_t *p = row, *end = row + 3u * width; p != end; p += 3) {
+        const int red = p[Red], green = p[1], blue = p[Blue];
+        const int y = (3 * red + 6 * green + blue) / 10;
+        p[0] = static_cast<uint8_t>(y);
+        p[1] = static_cast<uint8_t>((blue - y) / 2 + 128);
+        p[2] = static_cast<uint8_t>((red - y) * 10 / 16 + 128);
+    }
+}
+
+} // namespace
+
+namespace plain {
+
+void MapRgbToYcc(uint8_t *row, uint32_t width) {
+    MapToYcc<0, 2>(row, width);
+}
+
+void MapBgrToYcc(uint8_t *row, uint32_t width) {
+    MapToYcc<2, 0>(row, width);
+}
+
+void MapToGrey(uint8_t *row, uint32_t width) {
+    for (uint8_t *p = row, *end = row + 3u * width; p != end; p += 3)
+        p[0] = p[1] = p[2] = static_cast<uint8_t>((3 * p[2] + 6 * p[1] + p[0]) / 10);
+}
+
+void SwapFirstAndThird(uint8_t *row, uint32_t width) {
+    for (uint8_t *p = row, *end = row + 3u * width; p != end; p += 3) {
+        const uint8_t first = p[0];
+        p[0] = p[2];
+        p[2] = first;
+    }
+}
+
+void SplitRow422(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
+                 uint8_t *third) {
+    for (uint32_t x = 0; x < width; ++x)
+        first[x] = row[3 * x];
+    for (uint32_t x = 0; x < (width + 1) / 2; ++x) {
+        second[x] = row[6 * x + 1];
+        third[x] = row[6 * x + 2];
+    }
+}
+
+void SplitRow444(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
+                 uint8_t *third) {
+    for (uint32_t x = 0; x < width; ++x) {
+        first[x] = row[3 * x];
+        second[x] = row[3 * x + 1];
+        third[x] = row[3 * x + 2];
+    }
+}
+
+} // namespace plain
+
+namespace {
+
+int16_t Quotient(int16_t c, const QuantDivisors &d, int i) {
+    const uint32_t magnitude = static_cast<uint32_t>(c < 0 ? -c : c);
+    const uint32_t bias = c < 0 ? d.negativeBias[i] : d.positiveBias[i];
+    const uint32_t scaled = (((magnitude + bias) * 4) * d.reciprocal[i]) >> 16;
+    const auto quotient = static_cast<int16_t>((scaled * d.scale[i]) >> 16);
+    return c < 0 ? static_cast<int16_t>(-quotient) : quotient;
+}
+
+void TransformBlocks(const uint8_t *samples, uint32_t strideBytes, uint32_t blocks,
+                     const QuantDivisors &divisors, int16_t *coefficients, uint64_t *nonZero) {
+    for (uint32_t b = 0; b < blocks; ++b, coefficients += kBlockSize) {
+        for (uint32_t y = 0; y < 8; ++y)
+            for (uint32_t x = 0; x < 8; ++x)
+                coefficients[8 * y + x] =
+                    static_cast<int16_t>(samples[y * strideBytes + 8 * b + x] - 128);
+        ForwardDCT(coefficients);
+        for (int i = 0; i < kBlockSize; ++i)
+            coefficients[i] = Quotient(coefficients[i], divisors, i);
+        nonZero[b] = 0;
+        for (int k = 0; k < kBlockSize; ++k)
+            nonZero[b] |= uint64_t{coefficients[ZZ[k]] != 0} << k;
+    }
+}
+
+} // namespace
+
+const Kernels kPlainKernels = {
+    "plain",
+    plain::MapRgbToYcc,
+    plain::MapBgrToYcc,
+    plain::MapToGrey,
+    plain::SwapFirstAndThird,
+    plain::SplitRow422,
+    plain::SplitRow444,
+    TransformBlocks,
+};
+
+} // namespace kowen

@@ -1,0 +1,54 @@
+#include "jpeg/quantize.h"
+
+#include "jpeg/compress_env.h"
+
+#include <cstring>
+
+namespace kowen {
+
+namespace {
+
+// ceil(c / q - 0.5) in integers: the same for every 16-bit c and every q above 0, because the
+// quotient is either a half exactly or at least 1 / (2 q) away from one.
+int16_t RoundedQuotient(int32_t c, int32_t q) {
+    const int32_t numerator = 2 * c - q;
+    const int32_t denominator = 2 * q;
+    return static_cast<int16_t>(numerator / denominator + (numerator % denominator > 0 ? 1 : 0));
+}
+
+uint32_t AtLeastOne(uint32_t quantiser) {
+    return quantiser == 0 ? 1 : quantiser;
+}
+
+void MakeDivisor(QuantDivisors &divisors, int i, uint32_t q) {
+    uint32_t k = 1;
+    while ((q >> k) != 0)
+        ++k;
+    divisors.reciprocal[i] = static_cast<uint16_t>(((1u << (14 + k)) + q - 1) / q);
+    divisors.scale[i] = static_cast<uint16_t>(1u << (16 - k));
+    divisors.positiveBias[i] = static_cast<uint16_t>((q - 1) / 2);
+    divisors.negativeBias[i] = static_cast<uint16_t>(q / 2);
+}
+
+} // namespace
+
+int32_t QuantizeBlock(int16_t *block, const CompressEnv *env, int32_t number) noexcept {
+    for (int i = 0; i < kBlockSize; ++i)
+        block[i] =
+            RoundedQuotient(block[i], static_cast<int32_t>(AtLeastOne(env->quantTable[number][i])));
+    return 0;
+}
+
+const QuantDivisors &Divisors(CompressEnv *env, int32_t number) noexcept {
+    QuantDivisors &divisors = env->divisors[number];
+    const uint16_t *quantTable = env->quantTable[number];
+    const bool made = divisors.scale[0] != 0;
+    if (made && std::memcmp(divisors.quantTable, quantTable, sizeof(divisors.quantTable)) == 0)
+        return divisors;
+    std::memcpy(divisors.quantTable, quantTable, sizeof(divisors.quantTable));
+    for (int i = 0; i < kBlockSize; ++i)
+        MakeDivisor(divisors, i, AtLeastOne(quantTable[i]));
+    return divisors;
+}
+
+} // namespace kowen

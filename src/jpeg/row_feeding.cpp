@@ -1,0 +1,115 @@
+#include "jpeg/row_feeding.h"
+
+#include "io/typed_io.h"
+#include "jpeg/bands.h"
+#include "jpeg/compress_env.h"
+#include "kowen/codes.h"
+#include "platform/global_memory.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace kowen {
+
+namespace {
+
+constexpr uint32_t kWritePiece = 32767;
+
+// Writes through a bounce buffer in pieces; nothing when it cannot be had.
+void WriteInPieces(FileHandle output, const uint8_t *bytes, uint32_t count) {
+    const MemoryHandle bounce = GlobalAlloc(kGlobalFlags, kWritePiece);
+    auto *piece = Lock<uint8_t>(bounce);
+    if (piece == nullptr)
+        return;
+    while (count > 0) {
+        const uint32_t length = std::min(count, kWritePiece);
+        HugeMemcpy(piece, bytes, length);
+        qivWriteChar(output, piece, static_cast<int32_t>(length));
+        bytes += length;
+        count -= length;
+    }
+    GlobalUnlock(bounce);
+    GlobalFree(bounce);
+}
+
+void WriteBand(FileHandle output, const CompressEnv &env, uint32_t count) {
+    if (count <= kWritePiece)
+        qivWriteChar(output, env.outputBuffer, static_cast<int32_t>(count));
+    else
+        WriteInPieces(output, env.outputBuffer, count);
+}
+
+// Makes the band buffer; its capacity is less than its size for short bands, deliberately.
+bool AllocateBand(CompressEnv &env, uint32_t width, uint32_t rowCount) {
+    const uint64_t bytes = uint64_t{std::max(rowCount, kBandRows)} * width * kPixelBytes;
+    if (bytes > UINT32_MAX)
+        return false;
+    env.outputHandle = GlobalAlloc(kGlobalFlags, static_cast<uint32_t>(bytes));
+    env.outputBuffer = Lock<uint8_t>(env.outputHandle);
+    env.outputCapacity = rowCount * width * kPixelBytes;
+    return env.outputBuffer != nullptr;
+}
+
+void FreeBand(CompressEnv &env) {
+    GlobalUnlock(env.outputHandle);
+    GlobalFree(env.outputHandle);
+    env.outputHandle = 0;
+    env.outputBuffer = nullptr;
+    env.outputCapacity = 0;
+}
+
+int32_t CodeBand(const uint8_t *rows, uint32_t width, uint32_t rowCount, CompressEnv *env) {
+    const bool halved = env->colorFormat == KOWEN_FORMAT_YCC422;
+    if (env->operation == KOWEN_OPERATION_SEQUENTIAL)
+        return (halved ? CompressBands422 : CompressBands444)(env->outputBuffer, rows, rowCount,
+                                                              width, env);
+    if (env->operation == KOWEN_OPERATION_PROGRESSIVE && halved)
+        return CompressProgressive(env->outputBuffer, rows, rowCount, width, env);
+    return 0;
+}
+
+} // namespace
+
+int32_t JpgPadRow(uint8_t *lastPixel, uint32_t paddedWidth, uint32_t width) noexcept {
+    for (uint8_t *p = lastPixel; width < paddedWidth; ++width, p += kPixelBytes)
+        std::memcpy(p + kPixelBytes, p, kPixelBytes);
+    return 0;
+}
+
+int32_t JpgPadTo8Rows(uint8_t *lastRow, uint32_t paddedRows, uint32_t rows,
+                      uint32_t strideBytes) noexcept {
+    for (uint8_t *row = lastRow; rows < paddedRows; ++rows, row += strideBytes)
+        std::memcpy(row + strideBytes, row, strideBytes);
+    return 0;
+}
+
+int32_t HugeMemcpy(void *destination, const void *source, uint32_t count) noexcept {
+    auto *to = static_cast<uint8_t *>(destination);
+    const auto *from = static_cast<const uint8_t *>(source);
+    while (count > 0) {
+        const uint32_t length = std::min(count, kWritePiece);
+        std::memcpy(to, from, length);
+        to += length;
+        from += length;
+        count -= length;
+    }
+    return 0;
+}
+
+int32_t CompAndWriteNRows(FileHandle output, const uint8_t *rows, uint32_t width, uint32_t rowCount,
+                          CompressEnv *env) noexcept {
+    if (!AllocateBand(*env, width, rowCount)) {
+        FreeBand(*env);
+        return -1;
+    }
+    const int32_t count = CodeBand(rows, width, rowCount, env);
+    const bool lost = env->outputBuffer == nullptr;
+    if (count > 0)
+        WriteBand(output, *env, static_cast<uint32_t>(count));
+    FreeBand(*env);
+    if (count < 0)
+        return count;
+    return lost ? KOWEN_ERR_MEMORY : 0;
+}
+
+} // namespace kowen
