@@ -1,0 +1,157 @@
+#include "raster/door.h"
+
+#include "export/common_record.h"
+#include "export/driver.h"
+#include "filter/entry_table.h"
+#include "filter/state.h"
+#include "kowen/codes.h"
+#include "raster/device_record.h"
+#include "raster/device_state.h"
+#include "raster/opcode_table.h"
+#include "raster/request.h"
+
+#include <cstring>
+
+namespace kowen {
+namespace {
+
+using DeviceDoor = int32_t (*)(uint32_t, uint16_t, void *);
+
+constexpr int32_t kVersionBytes = 4;
+
+/// True while a door is at work.
+bool doorBusy = false;
+
+/// Safe departure: a host that calls a door from inside its own callback finds it shut. Its
+/// records would otherwise be freed under the request that is running.
+class DoorVisit {
+public:
+    DoorVisit() noexcept : entered_(!doorBusy) { doorBusy = true; }
+    ~DoorVisit() {
+        if (entered_)
+            doorBusy = false;
+    }
+    DoorVisit(const DoorVisit &) = delete;
+    DoorVisit &operator=(const DoorVisit &) = delete;
+    bool entered() const noexcept { return entered_; }
+
+private:
+    bool entered_;
+};
+
+int32_t CopyVersion(void *out) noexcept {
+    if (!out)
+        return 0;
+    const uint32_t version = QIVGetFilterVersion();
+    static_assert(sizeof version == kVersionBytes);
+    std::memcpy(out, &version, sizeof version);
+    return kVersionBytes;
+}
+
+int32_t ShortDoor(int16_t function, void *out, DeviceDoor door) noexcept {
+    if (function == KOWEN_DOOR_VERSION)
+        CopyVersion(out);
+    else if (function == KOWEN_DOOR_ADDRESS && out)
+        std::memcpy(out, &door, sizeof door);
+    return 0;
+}
+
+void RunRequest(DdRequest *request) noexcept {
+    getfunc(Argument<uint32_t>(request, offsetof(DdRequest, opcode)))(request);
+}
+
+int32_t InitialiseRaster(OpenRecord *record) noexcept {
+    if (hCommon && lpEMData && lpEMData->stateWord != -1)
+        return 0;
+    return RASTER_initdvr(record);
+}
+
+int32_t DispatchRaster(DdRequest *request) noexcept {
+    if (!lpEMData)
+        return 0;
+    lpEMData->errorStack.currentError = 0;
+    if (lpEMData->stateWord <= 0 || !request)
+        return 0;
+    RunRequest(request);
+    return lpEMData->errorStack.currentError;
+}
+
+int32_t TerminateRaster() noexcept {
+    if (lpEMData)
+        lpEMData->errorStack.currentError = 0;
+    return RASTER_termdvr();
+}
+
+int32_t InitialiseExport(OpenRecord *record) noexcept {
+    if (hCommon && lpCommon && lpCommon->stateWord != kStateInitialised)
+        return 0;
+    return initdvr(record);
+}
+
+// Safe departure: without a raster device record getfunc finds d_noop for every opcode, so that
+// no handler runs without the record it works on.
+int32_t DispatchExport(DdRequest *request) noexcept {
+    if (!lpCommon)
+        return 0;
+    lpCommon->currentError = 0;
+    if (lpCommon->stateWord > 0 && request) {
+        esc_mode(1);
+        RunRequest(request);
+        esc_mode(0);
+    }
+    return lpCommon->currentError;
+}
+
+int32_t TerminateExport() noexcept {
+    if (lpCommon)
+        lpCommon->currentError = 0;
+    return termdvr(0);
+}
+
+} // namespace
+
+int32_t dd_entry(int16_t function, void *out, int16_t) noexcept {
+    return ShortDoor(function, out, dd_entry32);
+}
+
+int32_t RASTER_dd_entry(int16_t function, void *out, int16_t) noexcept {
+    return ShortDoor(function, out, RASTER_dd_entry32);
+}
+
+int32_t dd_entry32(uint32_t, uint16_t function, void *record) noexcept {
+    const DoorVisit visit;
+    if (!visit.entered())
+        return 0;
+    switch (function) {
+    case KOWEN_DD_INITIALISE:
+        return InitialiseExport(static_cast<OpenRecord *>(record));
+    case KOWEN_DD_DISPATCH:
+        return DispatchExport(static_cast<DdRequest *>(record));
+    case KOWEN_DD_TERMINATE:
+        return TerminateExport();
+    case KOWEN_DD_VERSION:
+        return CopyVersion(record);
+    default:
+        return 0;
+    }
+}
+
+int32_t RASTER_dd_entry32(uint32_t, uint16_t function, void *record) noexcept {
+    const DoorVisit visit;
+    if (!visit.entered())
+        return 0;
+    switch (function) {
+    case KOWEN_DD_INITIALISE:
+        return InitialiseRaster(static_cast<OpenRecord *>(record));
+    case KOWEN_DD_DISPATCH:
+        return DispatchRaster(static_cast<DdRequest *>(record));
+    case KOWEN_DD_TERMINATE:
+        return TerminateRaster();
+    case KOWEN_DD_VERSION:
+        return CopyVersion(record);
+    default:
+        return 0;
+    }
+}
+
+} // namespace kowen
