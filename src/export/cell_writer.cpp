@@ -1,6 +1,7 @@
 #include "export/cell_writer.h"
 
 #include "export/display_info.h"
+#include "export/offscreen.h"
 #include "filter/geometry.h"
 #include "filter/setup.h"
 #include "filter/state.h"
@@ -24,7 +25,6 @@ namespace {
 
 constexpr int32_t kTopDown = 1; // bands are numbered from the top of the picture
 constexpr uint16_t kBigEndian = 1;
-constexpr uint16_t kPixelOrderBgr = 4;
 constexpr int16_t kEndOfImage = static_cast<int16_t>(0xFFD9);
 
 // A band as the producer hands it over: rows bottom-up, each padded to 4 bytes.
