@@ -1,0 +1,38 @@
+// Bytes that grow at their end, in one block of global memory.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace kowen {
+
+/// Once memory is exhausted nothing more is appended and Exhausted answers true; a caller may
+/// append a whole text and ask once.
+class TextBuffer {
+public:
+    TextBuffer() noexcept = default;
+    ~TextBuffer() noexcept;
+    TextBuffer(const TextBuffer &) = delete;
+    TextBuffer &operator=(const TextBuffer &) = delete;
+
+    void Append(std::string_view text) noexcept;
+
+    /// Returns count writable bytes behind the text, null when memory is exhausted. They become
+    /// text with Extend, for as many of them as were written.
+    char *Room(uint32_t count) noexcept;
+    void Extend(uint32_t count) noexcept { size += count; }
+
+    /// The text, borrowed until the next change. Empty when memory is exhausted.
+    std::string_view Text() const noexcept { return {bytes, size}; }
+    bool Exhausted() const noexcept { return exhausted; }
+
+private:
+    bool Reserve(uint64_t capacityWanted) noexcept;
+
+    char *bytes = nullptr;
+    uint32_t size = 0;
+    uint32_t capacity = 0;
+    bool exhausted = false;
+};
+
+} // namespace kowen

@@ -1,0 +1,304 @@
+#include "platform/file_replace.h"
+
+#include "support/temp_directory.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+// What the module calls instead of the C library's functions in this program: they do the same,
+// unless a test lets them fail or wants to look first.
+std::function<void()> beforeFsync;
+std::function<void(const char *)> beforeRename;
+int fsyncError = 0;
+int renameError = 0;
+
+int Refuse(int error) {
+    errno = error;
+    return -1;
+}
+
+} // namespace
+
+extern "C" int fsync(int file) {
+    if (beforeFsync)
+        beforeFsync();
+    return fsyncError != 0 ? Refuse(fsyncError) : static_cast<int>(syscall(SYS_fsync, file));
+}
+
+extern "C" int rename(const char *from, const char *to) noexcept {
+    if (beforeRename)
+        beforeRename(from);
+    return renameError != 0 ? Refuse(renameError)
+                            : static_cast<int>(syscall(SYS_renameat, AT_FDCWD, from, AT_FDCWD, to));
+}
+
+namespace kowen {
+namespace {
+
+namespace fs = std::filesystem;
+
+mode_t ModeOf(const std::string &path) {
+    struct stat status = {};
+    EXPECT_EQ(stat(path.c_str(), &status), 0);
+    return status.st_mode & 07777;
+}
+
+bool Existing(const std::string &path, std::string_view text) {
+    return ReplaceFile(path.c_str(), text, ReplaceKind::kExisting);
+}
+
+bool New(const std::string &path, std::string_view text) {
+    return ReplaceFile(path.c_str(), text, ReplaceKind::kNew);
+}
+
+// Runs work in a child of its own and returns what it returned.
+int InChild(const std::function<int()> &work) {
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(work());
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::ptrdiff_t FilesIn(const std::string &directory) {
+    return std::distance(fs::directory_iterator(directory), fs::directory_iterator());
+}
+
+class ReplaceFileTest : public testing::Test {
+protected:
+    void TearDown() override {
+        beforeFsync = nullptr;
+        beforeRename = nullptr;
+        fsyncError = 0;
+        renameError = 0;
+    }
+    // The old file is as it was and nothing lies beside it.
+    void ExpectUntouched(const std::string &content) {
+        EXPECT_EQ(directory.Read("a.ini"), content);
+        EXPECT_EQ(FilesIn(directory.Path()), 1);
+    }
+
+    TempDirectory directory;
+};
+
+TEST_F(ReplaceFileTest, ReplacesTheWholeContent) {
+    const std::string path = directory.Write("a.ini", "a longer old text");
+    EXPECT_TRUE(Existing(path, "new"));
+    EXPECT_EQ(directory.Read("a.ini"), "new");
+    EXPECT_TRUE(Existing(path, ""));
+    ExpectUntouched("");
+}
+
+TEST_F(ReplaceFileTest, MakesANewFile) {
+    EXPECT_TRUE(New(directory.File("a.ini"), std::string("n\0w", 3)));
+    ExpectUntouched(std::string("n\0w", 3));
+}
+
+TEST_F(ReplaceFileTest, ANewFileHasTheUsualPermissions) {
+    const mode_t before = umask(027);
+    EXPECT_TRUE(New(directory.File("a.ini"), "new"));
+    umask(before);
+    EXPECT_EQ(ModeOf(directory.File("a.ini")), 0640u);
+}
+
+TEST_F(ReplaceFileTest, KeepsThePermissions) {
+    const std::string path = directory.Write("a.ini", "old");
+    for (mode_t mode : {0600u, 0644u, 0664u, 0444u, 0606u}) {
+        chmod(path.c_str(), mode);
+        EXPECT_TRUE(Existing(path, "new"));
+        EXPECT_EQ(ModeOf(path), mode);
+    }
+}
+
+TEST_F(ReplaceFileTest, KeepsTheOwner) {
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root may give a file away";
+    const std::string path = directory.Write("a.ini", "old");
+    ASSERT_EQ(chown(path.c_str(), 1234, 2345), 0);
+    EXPECT_TRUE(Existing(path, "new"));
+    struct stat status = {};
+    stat(path.c_str(), &status);
+    EXPECT_EQ(status.st_uid, 1234u);
+    EXPECT_EQ(status.st_gid, 2345u);
+}
+
+TEST_F(ReplaceFileTest, KeepsASymbolicLinkAndReplacesItsTarget) {
+    TempDirectory elsewhere;
+    elsewhere.Write("target.ini", "old");
+    fs::create_symlink(elsewhere.File("target.ini"), directory.File("second"));
+    fs::create_symlink("second", directory.File("a.ini")); // beside it, by a bare name
+    EXPECT_TRUE(Existing(directory.File("a.ini"), "new"));
+    EXPECT_TRUE(fs::is_symlink(directory.File("a.ini")));
+    EXPECT_TRUE(fs::is_symlink(directory.File("second")));
+    EXPECT_FALSE(fs::is_symlink(elsewhere.File("target.ini")));
+    EXPECT_EQ(elsewhere.Read("target.ini"), "new");
+    EXPECT_EQ(FilesIn(elsewhere.Path()), 1);
+}
+
+TEST_F(ReplaceFileTest, MakesTheTargetOfADanglingLink) {
+    fs::create_directory(directory.File("sub"));
+    fs::create_symlink("sub/target.ini", directory.File("a.ini"));
+    EXPECT_TRUE(New(directory.File("a.ini"), "new"));
+    EXPECT_TRUE(fs::is_symlink(directory.File("a.ini")));
+    EXPECT_EQ(directory.Read("sub/target.ini"), "new");
+}
+
+TEST_F(ReplaceFileTest, LinksThatLeadInACircleLeadNowhere) {
+    fs::create_symlink("b.ini", directory.File("a.ini"));
+    fs::create_symlink("a.ini", directory.File("b.ini"));
+    EXPECT_FALSE(New(directory.File("a.ini"), "new"));
+    EXPECT_FALSE(Existing(directory.File("a.ini"), "new"));
+    EXPECT_TRUE(fs::is_symlink(directory.File("a.ini")));
+}
+
+TEST_F(ReplaceFileTest, WorksOnABareNameInTheWorkingDirectory) {
+    directory.Write("a.ini", "old");
+    EXPECT_EQ(InChild([&] {
+                  return chdir(directory.Path().c_str()) == 0 && Existing("a.ini", "new") ? 0 : 1;
+              }),
+              0);
+    ExpectUntouched("new");
+}
+
+TEST_F(ReplaceFileTest, DoesNotTakeOneKindForTheOther) {
+    const std::string path = directory.Write("a.ini", "old");
+    EXPECT_FALSE(New(path, "new"));
+    EXPECT_FALSE(Existing(directory.File("none.ini"), "new"));
+    ExpectUntouched("old");
+}
+
+TEST_F(ReplaceFileTest, ADirectoryAndADeviceAreNotReplaced) {
+    fs::create_directory(directory.File("a.ini"));
+    EXPECT_FALSE(Existing(directory.File("a.ini"), "new"));
+    EXPECT_FALSE(New(directory.File("a.ini"), "new"));
+    EXPECT_FALSE(Existing(directory.File("a.ini/"), "new"));
+    EXPECT_TRUE(fs::is_directory(directory.File("a.ini")));
+    EXPECT_EQ(FilesIn(directory.Path()), 1);
+    ASSERT_EQ(mkfifo(directory.File("pipe").c_str(), 0600), 0);
+    EXPECT_FALSE(Existing(directory.File("pipe"), "new"));
+    EXPECT_TRUE(fs::is_fifo(directory.File("pipe")));
+}
+
+TEST_F(ReplaceFileTest, AMissingDirectoryFails) {
+    EXPECT_FALSE(New(directory.File("none/a.ini"), "new"));
+    EXPECT_FALSE(New(directory.File(std::string(5000, 'a')), "new"));
+    EXPECT_EQ(FilesIn(directory.Path()), 0);
+}
+
+TEST_F(ReplaceFileTest, TheLongestFileNameCanBeReplaced) {
+    const std::string path = directory.Write(std::string(255, 'a'), "old");
+    EXPECT_TRUE(Existing(path, "new"));
+    EXPECT_EQ(directory.Read(std::string(255, 'a')), "new");
+}
+
+TEST_F(ReplaceFileTest, TheOldFileStandsUntilTheNewOneIsOnDisk) {
+    const std::string path = directory.Write("a.ini", "old");
+    int waited = 0;
+    int renamed = 0;
+    beforeFsync = [&] {
+        ++waited;
+        EXPECT_EQ(directory.Read("a.ini"), "old");
+    };
+    beforeRename = [&](const char *from) {
+        ++renamed;
+        EXPECT_EQ(waited, 1);
+        EXPECT_EQ(directory.Read("a.ini"), "old");
+        const std::string name = fs::path(from).filename();
+        EXPECT_EQ(directory.File(name), from); // beside it, so that it is one step
+        EXPECT_EQ(directory.Read(name), "new");
+    };
+    EXPECT_TRUE(Existing(path, "new"));
+    EXPECT_EQ(renamed, 1);
+    ExpectUntouched("new");
+}
+
+TEST_F(ReplaceFileTest, TheNewTextIsNotOpenToOthersMeanwhile) {
+    const std::string path = directory.Write("a.ini", "old");
+    chmod(path.c_str(), 0600);
+    beforeRename = [](const char *from) { EXPECT_EQ(ModeOf(from), 0600u); };
+    EXPECT_TRUE(Existing(path, "new"));
+}
+
+TEST_F(ReplaceFileTest, AFailingDiskLeavesTheOldFile) {
+    const std::string path = directory.Write("a.ini", "old");
+    fsyncError = EIO;
+    EXPECT_FALSE(Existing(path, "new"));
+    ExpectUntouched("old");
+}
+
+TEST_F(ReplaceFileTest, AFileSystemThatCannotWaitIsNoFailure) {
+    const std::string path = directory.Write("a.ini", "old");
+    fsyncError = EINVAL;
+    EXPECT_TRUE(Existing(path, "new"));
+    ExpectUntouched("new");
+}
+
+TEST_F(ReplaceFileTest, AFailingRenameLeavesTheOldFile) {
+    const std::string path = directory.Write("a.ini", "old");
+    renameError = EACCES;
+    EXPECT_FALSE(Existing(path, "new"));
+    ExpectUntouched("old");
+    EXPECT_FALSE(New(directory.File("b.ini"), "new"));
+    ExpectUntouched("old");
+}
+
+TEST_F(ReplaceFileTest, AFullDiskLeavesTheOldFile) {
+    const std::string path = directory.Write("a.ini", "old");
+    const int code = InChild([&] {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit = {5000, 5000};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        // The first 5000 bytes are written, the rest is not.
+        return Existing(path, std::string(5001, 'x')) ? 1 : 0;
+    });
+    EXPECT_EQ(code, 0);
+    ExpectUntouched("old");
+}
+
+TEST_F(ReplaceFileTest, ADirectoryThatTakesNoFileLeavesTheOldFile) {
+    const std::string path = directory.Write("a.ini", "old");
+    chmod(path.c_str(), 0666);
+    chmod(directory.Path().c_str(), 0555);
+    const int code = InChild([&] {
+        if (geteuid() == 0 && setuid(65534) != 0)
+            return 2;
+        return Existing(path, "new") ? 1 : 0;
+    });
+    chmod(directory.Path().c_str(), 0755);
+    EXPECT_EQ(code, 0);
+    ExpectUntouched("old");
+}
+
+TEST_F(ReplaceFileTest, AUserWhoDoesNotOwnTheFileKeepsItsPermissions) {
+    if (geteuid() != 0)
+        GTEST_SKIP() << "needs two users";
+    const std::string path = directory.Write("a.ini", "old");
+    chmod(path.c_str(), 0664);
+    chmod(directory.Path().c_str(), 0777);
+    const int code = InChild([&] {
+        if (setgid(65534) != 0 || setuid(65534) != 0)
+            return 2;
+        return Existing(path, "new") ? 0 : 1;
+    });
+    EXPECT_EQ(code, 0);
+    EXPECT_EQ(ModeOf(path), 0664u);
+    ExpectUntouched("new");
+}
+
+} // namespace
+} // namespace kowen
