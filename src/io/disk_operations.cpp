@@ -1,0 +1,64 @@
+#include "io/disk_operations.h"
+
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <unistd.h>
+
+namespace kowen {
+namespace {
+
+// A stream opens for reading on a directory and fails only at the first read.
+bool IsDirectory(std::FILE *stream) {
+    struct stat status;
+    return fstat(fileno(stream), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+std::FILE *Open(const char *name, const char *mode) noexcept {
+    std::FILE *stream = std::fopen(name, mode);
+    if (!stream)
+        return nullptr;
+    if (IsDirectory(stream)) {
+        std::fclose(stream);
+        return nullptr;
+    }
+    // The file record has its own buffer. A second one would hide a full disk until the close.
+    std::setvbuf(stream, nullptr, _IONBF, 0);
+    return stream;
+}
+
+int Close(std::FILE *stream) noexcept {
+    return std::fclose(stream);
+}
+
+int32_t Read(std::FILE *stream, void *buffer, int32_t count) noexcept {
+    const auto wanted = static_cast<std::size_t>(count);
+    const std::size_t got = std::fread(buffer, 1, wanted, stream);
+    // Not ferror: a stream of the caller's may bring an old error along.
+    if (got < wanted && !std::feof(stream))
+        return -1;
+    return static_cast<int32_t>(got);
+}
+
+int32_t Write(std::FILE *stream, const void *buffer, int32_t count) noexcept {
+    return static_cast<int32_t>(std::fwrite(buffer, 1, static_cast<std::size_t>(count), stream));
+}
+
+int Seek(std::FILE *stream, int64_t offset, int whence) noexcept {
+    return fseeko(stream, static_cast<off_t>(offset), whence);
+}
+
+int64_t Tell(std::FILE *stream) noexcept {
+    return ftello(stream);
+}
+
+int Remove(const char *name) noexcept {
+    return unlink(name);
+}
+
+} // namespace
+
+const DiskOperations kLibcDiskOperations = {Open, Close, Read, Write, Seek, Tell, Remove};
+
+const DiskOperations *diskOperations = &kLibcDiskOperations;
+
+} // namespace kowen

@@ -1,0 +1,48 @@
+#include "io/host_file.h"
+
+namespace kowen {
+namespace {
+
+int32_t Call(const QivFile &file, int32_t operation, void *argument, int32_t count) {
+    return static_cast<int32_t>(file.ioProc(file.ioHandle, operation, argument, count));
+}
+
+} // namespace
+
+bool HasProcedure(const QivIODesc *descriptor) noexcept {
+    return descriptor && descriptor->procedure;
+}
+
+intptr_t AskHost(const QivIODesc &descriptor, int32_t operation, const char *name) noexcept {
+    return descriptor.procedure(0, operation, const_cast<char *>(name), 0);
+}
+
+bool OpenOnHost(QivFile &file, const char *name, const QivIODesc &descriptor) noexcept {
+    file.ioProc = descriptor.procedure;
+    const auto context = reinterpret_cast<uintptr_t>(descriptor.location);
+    file.ioHandle = static_cast<uintptr_t>(
+        file.ioProc(context, KOWEN_IO_OPEN, const_cast<char *>(name), file.mode));
+    return file.ioHandle != 0;
+}
+
+int32_t ReadFromHost(const QivFile &file, void *buffer, int32_t count) noexcept {
+    return count < 0 ? 0 : Call(file, KOWEN_IO_READ, buffer, count);
+}
+
+int32_t WriteToHost(const QivFile &file, const void *buffer, int32_t count) noexcept {
+    return count < 0 ? 0 : Call(file, KOWEN_IO_WRITE, const_cast<void *>(buffer), count);
+}
+
+int32_t SeekOnHost(const QivFile &file, int32_t offset, int32_t whence) noexcept {
+    return Call(file, KOWEN_IO_SEEK, &offset, whence);
+}
+
+int32_t CloseOnHost(const QivFile &file) noexcept {
+    return Call(file, KOWEN_IO_CLOSE, nullptr, 0);
+}
+
+int32_t DeleteOnHost(const QivFile &file) noexcept {
+    return Call(file, KOWEN_IO_CLOSE, nullptr, KOWEN_MODE_DELETE);
+}
+
+} // namespace kowen

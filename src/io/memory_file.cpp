@@ -1,0 +1,155 @@
+#include "io/memory_file.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace kowen {
+namespace {
+
+// The caller's pointer may be of any pointer type, so it is read and written as bytes.
+void *CallersPointer(const void *cell) {
+    void *data;
+    std::memcpy(&data, cell, sizeof data);
+    return data;
+}
+
+void SetCallersPointer(QivFile &file, void *data) {
+    std::memcpy(file.ppData, &data, sizeof data);
+}
+
+// GlobalReAlloc has freed the block: leave nothing that points at it.
+void ForgetBlock(QivFile &file) {
+    file.hBuf = 0;
+    SetCallersPointer(file, nullptr);
+    file.bufPos = 0;
+    file.bufLast = -1;
+    file.bufMax = -1;
+}
+
+// Makes newMax the block's last index. It never cuts off valid bytes.
+bool GrowTo(QivFile &file, int64_t newMax) {
+    if (newMax < file.bufLast || newMax < 0 || newMax >= INT32_MAX)
+        return false;
+    const MemoryHandle grown =
+        GlobalReAlloc(file.hBuf, static_cast<uint32_t>(newMax + 1), kGlobalFlags);
+    if (!grown) {
+        ForgetBlock(file);
+        return false;
+    }
+    file.hBuf = grown;
+    SetCallersPointer(file, GlobalLock(grown));
+    file.bufMax = static_cast<int32_t>(newMax);
+    file.fileLength = file.bufLast;
+    file.dirty = 0;
+    return true;
+}
+
+// Grows by the whole steps after which index end, the place after the last byte, is inside.
+bool GrowByStepsTo(QivFile &file, int64_t end) {
+    if (file.growBy <= 0)
+        return false;
+    const int64_t steps = (end - file.bufMax + file.growBy - 1) / file.growBy;
+    return GrowTo(file, file.bufMax + steps * file.growBy);
+}
+
+// A block that was trimmed, or given with size 0, has room for the byte after bufMax.
+bool HasRoom(const QivFile &file) {
+    if (file.bufPos <= file.bufMax)
+        return true;
+    return file.bufPos == file.bufMax + 1 &&
+           static_cast<uint32_t>(file.bufPos) < GlobalSize(file.hBuf);
+}
+
+// Before count bytes are stored where the block has no room, as after a seek past its end.
+bool MakeRoom(QivFile &file, int32_t count) {
+    if (file.bufPos == file.bufMax + 1)
+        return GrowByStepsTo(file, int64_t{file.bufPos} + count);
+    return file.growBy >= 0 && GrowTo(file, int64_t{file.bufPos} + file.growBy);
+}
+
+int32_t SeekFromStart(QivFile &file, int32_t offset) {
+    if (offset > file.bufMax && (file.growBy < 0 || !GrowTo(file, int64_t{offset} + file.growBy)))
+        return Fail(file);
+    file.bufPos = offset;
+    return offset;
+}
+
+int32_t SeekFromEnd(QivFile &file, int32_t offset) {
+    const int64_t position = int64_t{offset} + file.bufLast + 1;
+    if (position < 0 || position > INT32_MAX)
+        return Fail(file);
+    file.bufPos = static_cast<int32_t>(position);
+    return file.bufPos;
+}
+
+int32_t TrimmedSize(const QivFile &file, int32_t size) {
+    const auto *data = Lock<const unsigned char>(file.hBuf);
+    while (size != 0 && data[size - 1] == 0)
+        --size;
+    return size - 1;
+}
+
+} // namespace
+
+bool OpenMemory(QivFile &file, QivIODesc *descriptor) noexcept {
+    if (!descriptor || !descriptor->location)
+        return false;
+    file.ppData = descriptor->location;
+    file.hBuf = GlobalHandle(CallersPointer(file.ppData));
+    if (!file.hBuf)
+        return false;
+    const uint32_t block = std::min<uint32_t>(GlobalSize(file.hBuf), INT32_MAX);
+    int32_t size = std::clamp(descriptor->size, 0, static_cast<int32_t>(block));
+    file.bufLast = -1;
+    if (!(file.mode & KOWEN_MODE_CREATE)) {
+        size = TrimmedSize(file, size);
+        descriptor->size = size;
+        file.bufLast = std::max(size - 1, -1);
+    }
+    file.bufMax = std::max(size - 1, -1);
+    file.growBy = descriptor->growBy;
+    file.filePos = kMemoryFilePos;
+    file.fileLength = file.bufLast;
+    return true;
+}
+
+int32_t WriteMemory(QivFile &file, const void *buffer, int32_t count) noexcept {
+    const auto *source = static_cast<const unsigned char *>(buffer);
+    for (int32_t left = count; left > 0;) {
+        if (!HasRoom(file)) {
+            if (file.error == kIoError)
+                return 0;
+            if (!MakeRoom(file, left))
+                return Fail(file);
+        }
+        const int32_t run = std::min(left, std::max(file.bufMax - file.bufPos + 1, 1));
+        std::memcpy(Lock<unsigned char>(file.hBuf) + file.bufPos, source,
+                    static_cast<std::size_t>(run));
+        source += run;
+        left -= run;
+        file.bufPos += run;
+        file.bufLast = std::max(file.bufLast, file.bufPos - 1);
+        file.dirty = 1;
+        if (file.bufPos <= file.bufMax)
+            continue;
+        if (file.error == kIoError)
+            return 0;
+        if (!GrowByStepsTo(file, int64_t{file.bufPos} + left))
+            return Fail(file);
+    }
+    return count;
+}
+
+int32_t FlushMemory(QivFile &file) noexcept {
+    if (file.growBy <= 0 || !GrowTo(file, int64_t{file.bufMax} + file.growBy))
+        return Fail(file);
+    return 1;
+}
+
+int32_t SeekMemory(QivFile &file, int32_t offset, int32_t whence) noexcept {
+    if (whence == kFromStart)
+        return SeekFromStart(file, offset);
+    return whence == kFromEnd ? SeekFromEnd(file, offset) : Fail(file);
+}
+
+} // namespace kowen
