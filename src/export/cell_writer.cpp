@@ -24,7 +24,6 @@ namespace kowen {
 namespace {
 
 constexpr int32_t kTopDown = 1; // bands are numbered from the top of the picture
-constexpr uint16_t kBigEndian = 1;
 constexpr int16_t kEndOfImage = static_cast<int16_t>(0xFFD9);
 
 // A band as the producer hands it over: rows bottom-up, each padded to 4 bytes.
