@@ -31,7 +31,7 @@ void GetRasterInfo(MemoryHandle setup, const RasterQuery *query, RasterAnswer *a
 /// picture's ratio. Signs are ignored.
 ///
 /// Kept deliberately: the sides count as inclusive extents, one more on both.
-/// Test: AdjustAspect.SidesCountAsInclusiveExtents.
+/// Test: AdjustAspectTest.SidesCountAsInclusiveExtents.
 void AdjustAspect(SizeInches *size, int32_t pictureWidth, int32_t pictureHeight) noexcept;
 
 /// As AdjustAspect, with the plain ratio of two sizes in any unit. Returns 0.
