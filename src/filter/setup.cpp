@@ -119,6 +119,11 @@ int32_t EditSetup(MemoryHandle setup, uint32_t value) noexcept {
 int32_t DestroySetup(MemoryHandle setup) noexcept {
     if (BindSetup(setup) == nullptr)
         return 1;
+    // Safe departure: a device that its host closes later does not find the freed record.
+    if (lpSetup == lpRaster) {
+        hSetup = 0;
+        lpSetup = nullptr;
+    }
     GlobalUnlock(setup);
     GlobalFree(setup);
     hRaster = 0;

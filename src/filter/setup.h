@@ -70,7 +70,7 @@ SetupRecord *BindSetup(MemoryHandle setup) noexcept;
 /// Without a profile file the setup has the defaults, an empty profile path and no filter name.
 ///
 /// Kept deliberately: a section without the key "Driver" leaves zeros, not the defaults.
-/// Test: CreateSetup.SectionWithoutDriverLeavesZeros.
+/// Test: CreateSetupTest.SectionWithoutDriverLeavesZeros.
 /// Safe departure: texts are bounded by their fields. A path that does not fit is not found, a
 /// section that does not fit is in no profile, a filter name is cut.
 MemoryHandle CreateSetup(uint32_t reserved, const char *profilePath, const char *section,
@@ -79,14 +79,15 @@ MemoryHandle CreateSetup(uint32_t reserved, const char *profilePath, const char 
 /// Makes a setup current and stores a value of the host in it. Returns 0; -1 for handle 0.
 int32_t EditSetup(MemoryHandle setup, uint32_t value) noexcept;
 
-/// Frees a setup; no setup is current then. Returns 0; 1 for handle 0.
+/// Frees a setup; no setup is current then, and a device that was opened with it has none.
+/// Returns 0; 1 for handle 0.
 int32_t DestroySetup(MemoryHandle setup) noexcept;
 
 /// Fills a record with the built-in settings and empties its section and paths. Returns 0.
 /// The line mode and the filter name stay.
 ///
 /// Kept deliberately: colour format and operation go to the record at lpRaster, the rest to the
-/// argument. Test: UseDefaultSettings.FormatAndOperationGoToTheCurrentRecord.
+/// argument. Test: UseDefaultSettingsTest.FormatAndOperationGoToTheCurrentRecord.
 int32_t UseDefaultSettings(SetupRecord *record) noexcept;
 
 /// Reads the settings of the record at lpRaster from its section of its profile.
@@ -94,11 +95,11 @@ int32_t UseDefaultSettings(SetupRecord *record) noexcept;
 /// is current.
 ///
 /// Kept deliberately: a driver name of 13 characters or more fills its field without terminator.
-/// Test: LoadProfile.LongDriverNameFillsItsField.
+/// Test: LoadProfileTest.LongDriverNameFillsItsField.
 /// Kept deliberately: the printer modes 308 and 601 load as the display modes 307 and 600.
-/// Test: LoadProfile.PrinterResolutionBecomesDisplayResolution, .PrinterSizeBecomesDisplaySize.
+/// Test: LoadProfileTest.PrinterResolutionBecomesDisplayResolution, .PrinterSizeBecomesDisplaySize.
 /// Kept deliberately: resolutions are range-checked only where width and height are read.
-/// Test: LoadProfile.DisplaySizeLeavesResolutionsUnchecked.
+/// Test: LoadProfileTest.DisplaySizeLeavesResolutionsUnchecked.
 int32_t LoadProfile(uint32_t ignored) noexcept;
 
 /// Does nothing; returns 1. Settings are persisted one by one, by the escapes.

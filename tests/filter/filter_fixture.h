@@ -58,8 +58,8 @@ private:
         SetModulePath("");
     }
 
-    ScopedEnvironment profileDirectory{"INIDIR", nullptr};
-    ScopedEnvironment display{"DISPLAYINFO", nullptr};
+    ScopedEnvironment noProfileDirectory{"INIDIR", nullptr};
+    ScopedEnvironment noDisplay{"DISPLAYINFO", nullptr};
 };
 
 } // namespace kowen
