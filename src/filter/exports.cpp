@@ -10,6 +10,8 @@
 #include "filter/setup.h"
 #include "kowen/kowen.h"
 #include "platform/global_memory.h"
+#include "raster/door.h"
+#include "raster/opcode_table.h"
 
 extern "C" {
 
@@ -42,6 +44,18 @@ int32_t EscapeSetup(MemoryHandle setup, int32_t code, uint32_t size, const void 
 int32_t ExportCellData(const char *outputName, BitmapRecord *bitmap, const CellRecord *cell,
                        const HostRecord *host) {
     return kowen::ExportCellData(outputName, bitmap, cell, host);
+}
+
+int32_t dd_entry(int16_t function, void *out, int16_t ignored) {
+    return kowen::dd_entry(function, out, ignored);
+}
+
+int32_t RASTER_dd_entry(int16_t function, void *out, int16_t ignored) {
+    return kowen::RASTER_dd_entry(function, out, ignored);
+}
+
+int32_t InquireSupport(int32_t opcode, int32_t primitive) {
+    return kowen::InquireSupport(opcode, primitive);
 }
 
 void SetDisplayInfo(double width, double height, int16_t xResolution, int16_t yResolution) {
