@@ -1,0 +1,64 @@
+// What the module shows to the dynamic loader.
+#include "module/elf_file.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+#include <string>
+
+namespace {
+
+const std::set<std::string> kExports = {
+    "fltLoadPointers", "CreateSetup",    "DestroySetup",    "EditSetup",
+    "EscapeSetup",     "dd_entry",       "RASTER_dd_entry", "ExportCellData",
+    "GlobalAlloc",     "GlobalLock",     "GlobalUnlock",    "GlobalFree",
+    "GlobalReAlloc",   "GlobalSize",     "GlobalHandle",    "GlobalPointerToHandle",
+    "GlobalCompact",   "SetDisplayInfo", "SetPrinterInfo",  "GetDisplayInfo",
+    "GetPrinterInfo",  "InquireSupport", "ScaleImageSize",  "QIVGetFilterVersion",
+};
+
+TEST(ModuleSymbols, AreExactlyTheExports) {
+    std::set<std::string> defined;
+    for (const DynamicSymbol &symbol : ElfFile(KOWEN_MODULE_PATH).DynamicSymbols())
+        if (symbol.defined)
+            defined.insert(symbol.name);
+    EXPECT_EQ(defined, kExports);
+}
+
+// A weak or a unique symbol could be another module's, and a unique one keeps the module loaded.
+TEST(ModuleSymbols, AreGlobal) {
+    for (const DynamicSymbol &symbol : ElfFile(KOWEN_MODULE_PATH).DynamicSymbols())
+        if (symbol.defined) {
+            EXPECT_EQ(symbol.binding, static_cast<unsigned>(STB_GLOBAL)) << symbol.name;
+        }
+}
+
+TEST(ModuleFile, IsBoundWhenLoadedAndReadOnlyAfterwards) {
+    const ElfFile module(KOWEN_MODULE_PATH);
+    EXPECT_NE(module.SegmentFlags(PT_GNU_RELRO), -1);
+    unsigned long flags = 0;
+    for (const unsigned long value : module.Dynamic(DT_FLAGS))
+        flags |= value;
+    EXPECT_NE(flags & DF_BIND_NOW, 0u);
+    EXPECT_NE(flags & DF_SYMBOLIC, 0u);
+    EXPECT_EQ(flags & DF_TEXTREL, 0u);
+    EXPECT_TRUE(module.Dynamic(DT_TEXTREL).empty());
+}
+
+TEST(ModuleFile, NeedsNoExecutableStack) {
+    const int flags = ElfFile(KOWEN_MODULE_PATH).SegmentFlags(PT_GNU_STACK);
+    ASSERT_NE(flags, -1);
+    EXPECT_EQ(flags & PF_X, 0);
+}
+
+#ifndef KOWEN_SANITIZED
+TEST(ModuleFile, NeedsTheSystemsLibrariesOnly) {
+    for (const std::string &name : ElfFile(KOWEN_MODULE_PATH).Needed())
+        EXPECT_TRUE(name.starts_with("libc.so") || name.starts_with("libm.so") ||
+                    name.starts_with("ld-linux"))
+            << name;
+}
+#endif
+
+} // namespace
