@@ -1,0 +1,25 @@
+// A colour table as the operations see it: no more entries than its block holds.
+#pragma once
+
+#include "color/pixel.h"
+#include "platform/global_memory.h"
+
+#include <algorithm>
+#include <cstdint>
+
+namespace kowen {
+
+/// Borrowed view of a colour table; entries is null when there is none.
+struct ColorTable {
+    const uint8_t *entries; ///< 3 bytes each: red, green, blue
+    uint32_t count;
+};
+
+/// The first wanted entries of a table, or as many as its block holds.
+inline ColorTable LockTable(MemoryHandle table, uint32_t wanted) noexcept {
+    const auto *entries = Lock<const uint8_t>(table);
+    return {entries,
+            entries == nullptr ? 0 : std::min(wanted, GlobalSize(table) / kTableEntryBytes)};
+}
+
+} // namespace kowen

@@ -1,0 +1,11 @@
+// Plain form of the median-cut quantiser.
+#pragma once
+
+#include "reference/color/bitmap.h"
+
+namespace kowen::reference {
+
+/// The table of at most wanted colours for a 24-bit picture.
+Bytes ReduceColors(const Bytes &pixels, uint32_t width, uint32_t height, uint16_t wanted);
+
+} // namespace kowen::reference
