@@ -2,6 +2,7 @@
 // Written for reading, not for speed; blocks are vectors, a missing table is null.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
