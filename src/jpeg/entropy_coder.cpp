@@ -7,9 +7,8 @@ namespace kowen {
 EntropyWriter::EntropyWriter(CompressEnv &env, uint32_t &fillCount) noexcept
     : env_(env), fillCount_(fillCount), out_(env.outputBuffer + fillCount),
       limit_(env.outputBuffer + env.outputCapacity) {
-    const auto pending = static_cast<uint32_t>(std::countl_zero(env.bitMask)); // 0 to 7 bits
-    accumulator_ = env.pendingByte >> (8 - pending);
-    free_ -= pending;
+    pending_ = static_cast<uint32_t>(std::countl_zero(env.bitMask)) % 8;
+    accumulator_ = env.pendingByte >> (8 - pending_);
 }
 
 void EntropyWriter::MakeRoom() noexcept {
@@ -25,12 +24,9 @@ void EntropyWriter::MakeRoom() noexcept {
 
 void EntropyWriter::End() noexcept {
     BeginBlock();
-    const uint32_t pending = 64 - free_;
-    const uint32_t rest = pending % 8;
-    for (uint32_t left = pending; left >= 8; left -= 8)
-        StoreByte(static_cast<uint8_t>(accumulator_ >> (left - 8)));
-    env_.pendingByte = static_cast<uint8_t>(rest == 0 ? 0 : accumulator_ << (8 - rest));
-    env_.bitMask = static_cast<uint8_t>(128u >> rest);
+    StoreBytes();
+    env_.pendingByte = static_cast<uint8_t>(pending_ == 0 ? 0 : accumulator_ << (8 - pending_));
+    env_.bitMask = static_cast<uint8_t>(128u >> pending_);
     fillCount_ = env_.outputBuffer == nullptr ? 0 : static_cast<uint32_t>(out_ - env_.outputBuffer);
 }
 

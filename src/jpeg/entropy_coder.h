@@ -33,38 +33,39 @@ public:
 
     /// Appends count bits, 0 to 32; bits above them must be 0.
     void Put(uint32_t bits, uint32_t count) noexcept {
-        if (count < free_) {
-            accumulator_ = accumulator_ << count | bits;
-            free_ -= count;
-            return;
-        }
-        const uint32_t rest = count - free_; // bits that find no room, below 32
-        StoreWord(accumulator_ << free_ | bits >> rest);
-        accumulator_ = bits;
-        free_ = 64 - rest;
+        if (pending_ + count > 64) [[unlikely]]
+            StoreBytes();
+        accumulator_ = accumulator_ << count | bits;
+        pending_ += count;
     }
 
     void Put(const HuffmanEntry &entry) noexcept { Put(entry.code, entry.length); }
+
+    /// Must come after each block: stores its whole bytes, so that most blocks meet an accumulator
+    /// that has room for all of them.
+    void EndBlock() noexcept { StoreBytes(); }
 
     /// Gives the bit state back and sets the fill count; 0 bytes after a failed growth.
     void End() noexcept;
 
 private:
-    void StoreWord(uint64_t word) noexcept;
-    void StoreByte(uint8_t byte) noexcept;
+    void StoreBytes() noexcept;
     void MakeRoom() noexcept;
 
     CompressEnv &env_;
     uint32_t &fillCount_;
-    uint64_t accumulator_ = 0; // pending bits, right-aligned; the ones above are stale
-    uint32_t free_ = 64;       // 64 - pending bits
+    uint64_t accumulator_; // pending bits, right-aligned; the ones above are stale
+    uint32_t pending_;     // 0 to 64
     uint8_t *out_;
     uint8_t *limit_;
     uint8_t discard_[kMaxBlockBytes]; // takes what is coded after a failed growth
 };
 
-/// Stores 8 bytes, most significant first; at once when none of them is 0xFF.
-inline void EntropyWriter::StoreWord(uint64_t word) noexcept {
+/// Stores the whole bytes among the pending bits, all at once when none of them is 0xFF.
+inline void EntropyWriter::StoreBytes() noexcept {
+    uint64_t word = pending_ == 0 ? 0 : accumulator_ << (64 - pending_);
+    uint32_t bytes = pending_ / 8;
+    pending_ %= 8;
     // A byte is 0xFF if its top bit is set and adding 1 clears it.
     constexpr uint64_t kTops = 0x8080808080808080u;
     const bool stuffing = (word & kTops & ~(word + 0x0101010101010101u)) != 0;
@@ -72,17 +73,14 @@ inline void EntropyWriter::StoreWord(uint64_t word) noexcept {
         if constexpr (std::endian::native == std::endian::little)
             word = __builtin_bswap64(word);
         std::memcpy(out_, &word, sizeof(word));
-        out_ += sizeof(word);
+        out_ += bytes;
         return;
     }
-    for (int shift = 56; shift >= 0; shift -= 8)
-        StoreByte(static_cast<uint8_t>(word >> shift));
-}
-
-inline void EntropyWriter::StoreByte(uint8_t byte) noexcept {
-    *out_++ = byte;
-    if (byte == 0xFF)
-        *out_++ = 0; // T.81 F.1.2.3, byte stuffing
+    for (; bytes > 0; --bytes, word <<= 8) {
+        *out_++ = static_cast<uint8_t>(word >> 56);
+        if (word >> 56 == 0xFF)
+            *out_++ = 0; // T.81 F.1.2.3, byte stuffing
+    }
 }
 
 /// Codes a DC difference and moves the predictor: EncodeDC.
@@ -127,6 +125,7 @@ inline void PutBlock(EntropyWriter &writer, const HuffmanEntry *differences,
     PutDc(writer, differences, block[0], predictor);
     if (PutAcCoefficients(writer, codes, block, nonZero) != 0)
         writer.Put(codes[0x00]); // end of block
+    writer.EndBlock();
 }
 
 } // namespace kowen

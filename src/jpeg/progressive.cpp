@@ -114,6 +114,7 @@ void CodeDcScan(const Store &store, CompressEnv &env, uint32_t &fillCount) {
                 PutDc(writer, differences, component.Block(mcu * component.blocksInMcu + i)[0],
                       env.dcPredictor[c]);
         }
+        writer.EndBlock();
     }
     writer.End();
     WriteScanPad(nullptr, &fillCount, &env);
