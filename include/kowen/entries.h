@@ -2,8 +2,9 @@
  * kowen/entries.h - the functions a host calls.
  *
  * A host does not link against the filter: it loads the module, looks up fltLoadPointers by name
- * and finds every other entry in the table that call hands back. The declarations here document
- * the entries; the ...Function types are what a host casts a table address to.
+ * and finds the entries that have an ordinal in the table which that call hands back. The others,
+ * and those of memory.h, it looks up by name. The declarations here document the functions; the
+ * ...Function types are what a host casts an address to. docs/host-guide.md has an example.
  *
  * Usable from C99 and C++. Part of kowen.h, which says what holds for all of it.
  */
@@ -36,8 +37,13 @@ KOWEN_API uint32_t QIVGetFilterVersion(void);
  * section      section to read; null or "" = the value of "~Mode" in section "KOWEN".
  * filterName   null or "" = "KOWEN".
  *
- * The strings are borrowed for the call. Returns the setup's handle, owned by the host until
- * DestroySetup, or 0 when memory is exhausted. Without a profile the setup has the defaults.
+ * The strings are borrowed for the call; each has room for 143 bytes. A longer path is not found,
+ * a longer section is in no profile, a longer filter name is cut. Returns the setup's handle,
+ * owned by the host until DestroySetup, or 0 when memory is exhausted. Without a profile the setup
+ * has the defaults. docs/settings.md lists the keys, their values and the defaults.
+ *
+ * The new setup is the current one: the last of CreateSetup, EditSetup, ExportCellData and a device
+ * door's initialisation decides which setup that is.
  *
  * Kept deliberately: a profile section without the key "Driver" gives a setup of zeros.
  */
@@ -45,13 +51,14 @@ KOWEN_API MemoryHandle CreateSetup(uint32_t reserved, const char *profilePath, c
                                    const char *filterName);
 
 /**
- * Frees a setup. Ordinal 1002. Returns 0, or 1 for handle 0. The handle is void afterwards.
+ * Frees a setup. Ordinal 1002. Returns 0, or 1 for handle 0. The handle is void afterwards, and
+ * no setup is current, whichever was. Not to be called while an export with it runs.
  */
 KOWEN_API int32_t DestroySetup(MemoryHandle setup);
 
 /**
- * Makes the setup current and stores a value in it; no dialog is shown. Ordinal 1003.
- * Returns 0, or -1 for handle 0.
+ * Makes the setup current and stores a value in it that nothing reads; no dialog is shown.
+ * Ordinal 1003. Returns 0; -1 for handle 0, then no setup is current.
  */
 KOWEN_API int32_t EditSetup(MemoryHandle setup, uint32_t value);
 
@@ -60,13 +67,18 @@ KOWEN_API int32_t EditSetup(MemoryHandle setup, uint32_t value);
  *
  * code     KOWEN_ESCAPE_...
  * size     bytes of the input value.
- * in       the input value, read only; for KOWEN_ESCAPE_SET_HOST_IO and
+ * in       the input value, read only, an int32_t or a double; for KOWEN_ESCAPE_SET_HOST_IO and
  *          KOWEN_ESCAPE_SET_HOST_VALUE the value itself (of the latter the low 32 bits count).
- * out      the output area, written by the getters only.
+ * out      the output area, written by the getters only. in and out need no alignment.
  * persist  non-zero: setters that can also write the value to the setup's profile section.
  *
  * Returns 1 when the code was handled, 0 for an unknown code, -1 for handle 0 or a rejected
- * value; a rejected value changes nothing.
+ * value; a rejected value changes nothing. A null in or out where the code needs one is a rejected
+ * value. Does not make the setup current.
+ *
+ * Kept deliberately: KOWEN_ESCAPE_RASTER_QUERY answers for the current setup; without one it
+ * writes nothing.
+ * Kept deliberately: a persisted width loads as another; see docs/settings.md.
  */
 KOWEN_API int32_t EscapeSetup(MemoryHandle setup, int32_t code, uint32_t size, const void *in,
                               void *out, int32_t persist);
@@ -149,6 +161,14 @@ typedef int32_t (*EscapeSetupFunction)(MemoryHandle setup, int32_t code, uint32_
 typedef int32_t (*ExportCellDataFunction)(const char *outputName, BitmapRecord *bitmap,
                                           const CellRecord *cell, const HostRecord *host);
 typedef int32_t (*ShortDoorFunction)(int16_t function, void *out, int16_t ignored);
+typedef int32_t (*InquireSupportFunction)(int32_t opcode, int32_t primitive);
+/** Of SetDisplayInfo and SetPrinterInfo. */
+typedef void (*SetDisplayInfoFunction)(double width, double height, int16_t xResolution,
+                                       int16_t yResolution);
+/** Of GetDisplayInfo and GetPrinterInfo. */
+typedef int32_t (*GetDisplayInfoFunction)(double *width, double *height, int16_t *xResolution,
+                                          int16_t *yResolution);
+typedef int32_t (*ScaleImageSizeFunction)(double *width, double *height);
 
 #ifdef __cplusplus
 } /* extern "C" */

@@ -1,8 +1,9 @@
 /**
  * kowen/memory.h - global memory: blocks named by handles.
  *
- * A host hands pictures over in these blocks and takes results back in them. Sizes are byte
- * counts. A block stays where it is until it is freed or reallocated; locks are not counted.
+ * A host hands pictures over in these blocks and takes results back in them. The functions are
+ * exported by name, beside fltLoadPointers; they are not in the table. Sizes are byte counts. A
+ * block stays where it is until it is freed or reallocated; locks are not counted.
  *
  * Usable from C99 and C++. Part of kowen.h, which says what holds for all of it.
  */
@@ -55,6 +56,18 @@ KOWEN_API MemoryHandle GlobalPointerToHandle(void *data, uint32_t size);
 
 /** Returns the request itself, or 65536 for a request of 0; nothing is compacted. */
 KOWEN_API uint32_t GlobalCompact(uint32_t request);
+
+/* What a host casts the addresses of these functions to. They are not in the table of entries: a
+ * host looks them up by name, as it does fltLoadPointers. */
+typedef MemoryHandle (*GlobalAllocFunction)(uint32_t flags, uint32_t size);
+typedef void *(*GlobalLockFunction)(MemoryHandle handle);
+typedef int32_t (*GlobalUnlockFunction)(MemoryHandle handle);
+typedef int32_t (*GlobalFreeFunction)(MemoryHandle handle);
+typedef MemoryHandle (*GlobalReAllocFunction)(MemoryHandle handle, uint32_t size, uint32_t flags);
+typedef uint32_t (*GlobalSizeFunction)(MemoryHandle handle);
+typedef MemoryHandle (*GlobalHandleFunction)(const void *data);
+typedef MemoryHandle (*GlobalPointerToHandleFunction)(void *data, uint32_t size);
+typedef uint32_t (*GlobalCompactFunction)(uint32_t request);
 
 #ifdef __cplusplus
 } /* extern "C" */

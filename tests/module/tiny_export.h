@@ -9,9 +9,9 @@
 inline int32_t ExportTinyPicture(const ModuleHost &host, const std::string &outputName) {
     constexpr int kSide = 8;
     constexpr uint32_t kRowBytes = kSide * 3;
-    const auto alloc = host.Symbol<MemoryHandle (*)(uint32_t, uint32_t)>("GlobalAlloc");
-    const auto lock = host.Symbol<void *(*)(MemoryHandle)>("GlobalLock");
-    const auto free = host.Symbol<int32_t (*)(MemoryHandle)>("GlobalFree");
+    const auto alloc = host.Symbol<GlobalAllocFunction>("GlobalAlloc");
+    const auto lock = host.Symbol<GlobalLockFunction>("GlobalLock");
+    const auto free = host.Symbol<GlobalFreeFunction>("GlobalFree");
     const MemoryHandle setup =
         host.Entry<CreateSetupFunction>("CreateSetup")(0, "/absent/p.ini", nullptr, nullptr);
     BitmapRecord bitmap = {};
