@@ -1,0 +1,133 @@
+// The constant tables of the encoder, written out as the JPEG standard prints them.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace kowen::reference {
+
+using QuantTable = std::array<int, 64>;
+
+/// T.81 table K.1, row by row.
+inline constexpr QuantTable kLuminanceBase = {16, 11, 10, 16, 24,  40,  51,  61,  //
+                                              12, 12, 14, 19, 26,  58,  60,  55,  //
+                                              14, 13, 16, 24, 40,  57,  69,  56,  //
+                                              14, 17, 22, 29, 51,  87,  80,  62,  //
+                                              18, 22, 37, 56, 68,  109, 103, 77,  //
+                                              24, 35, 55, 64, 81,  104, 113, 92,  //
+                                              49, 64, 78, 87, 103, 121, 120, 101, //
+                                              72, 92, 95, 98, 112, 100, 103, 99};
+
+/// T.81 table K.2, row by row.
+inline constexpr QuantTable kChrominanceBase = {17, 18, 24, 47, 99, 99, 99, 99, //
+                                                18, 21, 26, 66, 99, 99, 99, 99, //
+                                                24, 26, 56, 99, 99, 99, 99, 99, //
+                                                47, 66, 99, 99, 99, 99, 99, 99, //
+                                                99, 99, 99, 99, 99, 99, 99, 99, //
+                                                99, 99, 99, 99, 99, 99, 99, 99, //
+                                                99, 99, 99, 99, 99, 99, 99, 99, //
+                                                99, 99, 99, 99, 99, 99, 99, 99};
+
+/// The zig-zag walk of T.81 figure A.6, walked: up to the right, down to the left, turning at the
+/// edges. Element k is the row-major index of the k-th coefficient.
+inline std::array<int, 64> WalkZigZag() {
+    std::array<int, 64> order{};
+    int row = 0;
+    int column = 0;
+    for (int k = 0; k < 64; ++k) {
+        order[static_cast<size_t>(k)] = row * 8 + column;
+        const bool upwards = (row + column) % 2 == 0;
+        if (upwards && column == 7)
+            ++row;
+        else if (upwards && row == 0)
+            ++column;
+        else if (!upwards && row == 7)
+            ++column;
+        else if (!upwards && column == 0)
+            ++row;
+        else {
+            row += upwards ? -1 : 1;
+            column += upwards ? 1 : -1;
+        }
+    }
+    return order;
+}
+
+inline const std::array<int, 64> kZigZag = WalkZigZag();
+
+/// The counts of codes of 1 to 16 bits, and the symbols in code order, as a DHT segment has them.
+struct HuffmanList {
+    std::array<int, 16> counts;
+    std::vector<int> symbols;
+};
+
+inline std::vector<int> DcSymbols() {
+    return {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
+}
+
+/// The end-of-band runs EOB1 to EOB14 that follow the standard's symbols in a progressive file.
+inline void AppendBandEnds(std::vector<int> &symbols) {
+    for (int run = 1; run <= 14; ++run)
+        symbols.push_back(run * 16);
+}
+
+/// T.81 table K.5.
+inline std::vector<int> AcLuminanceSymbols() {
+    return {0x01, 0x02, 0x03, 0x00, 0x04, 0x11, 0x05, 0x12, 0x21, 0x31, 0x41, 0x06, 0x13, 0x51,
+            0x61, 0x07, 0x22, 0x71, 0x14, 0x32, 0x81, 0x91, 0xA1, 0x08, 0x23, 0x42, 0xB1, 0xC1,
+            0x15, 0x52, 0xD1, 0xF0, 0x24, 0x33, 0x62, 0x72, 0x82, 0x09, 0x0A, 0x16, 0x17, 0x18,
+            0x19, 0x1A, 0x25, 0x26, 0x27, 0x28, 0x29, 0x2A, 0x34, 0x35, 0x36, 0x37, 0x38, 0x39,
+            0x3A, 0x43, 0x44, 0x45, 0x46, 0x47, 0x48, 0x49, 0x4A, 0x53, 0x54, 0x55, 0x56, 0x57,
+            0x58, 0x59, 0x5A, 0x63, 0x64, 0x65, 0x66, 0x67, 0x68, 0x69, 0x6A, 0x73, 0x74, 0x75,
+            0x76, 0x77, 0x78, 0x79, 0x7A, 0x83, 0x84, 0x85, 0x86, 0x87, 0x88, 0x89, 0x8A, 0x92,
+            0x93, 0x94, 0x95, 0x96, 0x97, 0x98, 0x99, 0x9A, 0xA2, 0xA3, 0xA4, 0xA5, 0xA6, 0xA7,
+            0xA8, 0xA9, 0xAA, 0xB2, 0xB3, 0xB4, 0xB5, 0xB6, 0xB7, 0xB8, 0xB9, 0xBA, 0xC2, 0xC3,
+            0xC4, 0xC5, 0xC6, 0xC7, 0xC8, 0xC9, 0xCA, 0xD2, 0xD3, 0xD4, 0xD5, 0xD6, 0xD7, 0xD8,
+            0xD9, 0xDA, 0xE1, 0xE2, 0xE3, 0xE4, 0xE5, 0xE6, 0xE7, 0xE8, 0xE9, 0xEA, 0xF1, 0xF2,
+            0xF3, 0xF4, 0xF5, 0xF6, 0xF7, 0xF8, 0xF9, 0xFA};
+}
+
+/// T.81 table K.6.
+inline std::vector<int> AcChrominanceSymbols() {
+    return {0x00, 0x01, 0x02, 0x03, 0x11, 0x04, 0x05, 0x21, 0x31, 0x06, 0x12, 0x41, 0x51, 0x07,
+            0x61, 0x71, 0x13, 0x22, 0x32, 0x81, 0x08, 0x14, 0x42, 0x91, 0xA1, 0xB1, 0xC1, 0x09,
+            0x23, 0x33, 0x52, 0xF0, 0x15, 0x62, 0x72, 0xD1, 0x0A, 0x16, 0x24, 0x34, 0xE1, 0x25,
+            0xF1, 0x17, 0x18, 0x19, 0x1A, 0x26, 0x27, 0x28, 0x29, 0x2A, 0x35, 0x36, 0x37, 0x38,
+            0x39, 0x3A, 0x43, 0x44, 0x45, 0x46, 0x47, 0x48, 0x49, 0x4A, 0x53, 0x54, 0x55, 0x56,
+            0x57, 0x58, 0x59, 0x5A, 0x63, 0x64, 0x65, 0x66, 0x67, 0x68, 0x69, 0x6A, 0x73, 0x74,
+            0x75, 0x76, 0x77, 0x78, 0x79, 0x7A, 0x82, 0x83, 0x84, 0x85, 0x86, 0x87, 0x88, 0x89,
+            0x8A, 0x92, 0x93, 0x94, 0x95, 0x96, 0x97, 0x98, 0x99, 0x9A, 0xA2, 0xA3, 0xA4, 0xA5,
+            0xA6, 0xA7, 0xA8, 0xA9, 0xAA, 0xB2, 0xB3, 0xB4, 0xB5, 0xB6, 0xB7, 0xB8, 0xB9, 0xBA,
+            0xC2, 0xC3, 0xC4, 0xC5, 0xC6, 0xC7, 0xC8, 0xC9, 0xCA, 0xD2, 0xD3, 0xD4, 0xD5, 0xD6,
+            0xD7, 0xD8, 0xD9, 0xDA, 0xE2, 0xE3, 0xE4, 0xE5, 0xE6, 0xE7, 0xE8, 0xE9, 0xEA, 0xF2,
+            0xF3, 0xF4, 0xF5, 0xF6, 0xF7, 0xF8, 0xF9, 0xFA};
+}
+
+/// The four lists of a file in the order of its DHT segment: DC and AC of table 0, then of 1.
+struct HuffmanLists {
+    HuffmanList dc[2];
+    HuffmanList ac[2];
+};
+
+/// T.81 tables K.3 to K.6.
+inline HuffmanLists SequentialLists() {
+    return {{{{0, 1, 5, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0}, DcSymbols()},
+             {{0, 3, 1, 1, 1, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0}, DcSymbols()}},
+            {{{0, 2, 1, 3, 3, 2, 4, 3, 5, 5, 4, 4, 0, 0, 1, 125}, AcLuminanceSymbols()},
+             {{0, 2, 1, 2, 4, 4, 3, 4, 7, 5, 4, 4, 0, 1, 2, 119}, AcChrominanceSymbols()}}};
+}
+
+/// The standard's codes of up to 11 bits stay; all other symbols, the end-of-band runs among
+/// them, get 16 bits.
+inline HuffmanLists ProgressiveLists() {
+    HuffmanLists lists = SequentialLists();
+    lists.ac[0].counts = {0, 2, 1, 3, 3, 2, 4, 3, 5, 5, 4, 0, 0, 0, 0, 144};
+    lists.ac[1].counts = {0, 2, 1, 2, 4, 4, 3, 4, 7, 5, 4, 0, 0, 0, 0, 140};
+    AppendBandEnds(lists.ac[0].symbols);
+    AppendBandEnds(lists.ac[1].symbols);
+    return lists;
+}
+
+} // namespace kowen::reference
