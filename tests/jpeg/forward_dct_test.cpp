@@ -1,0 +1,152 @@
+#include "jpeg/forward_dct.h"
+
+#include "reference/jpeg/transform.h"
+#include "support/bitmaps.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+#include <gtest/gtest.h>
+
+namespace kowen {
+namespace {
+
+using reference::Block;
+
+Block Transformed(Block block) {
+    ForwardDCT(block.data());
+    return block;
+}
+
+Block PlainlyTransformed(Block block) {
+    reference::ForwardDct(block);
+    return block;
+}
+
+Block Flat(int sample) {
+    Block block;
+    block.fill(static_cast<int16_t>(sample));
+    return block;
+}
+
+// T.81 A.3.3, in double precision.
+double TrueCoefficient(const Block &samples, int v, int u) {
+    double sum = 0;
+    for (int y = 0; y < 8; ++y)
+        for (int x = 0; x < 8; ++x)
+            sum += samples[static_cast<size_t>(y * 8 + x)] *
+                   std::cos((2 * x + 1) * u * std::numbers::pi / 16) *
+                   std::cos((2 * y + 1) * v * std::numbers::pi / 16);
+    const double scaleU = u == 0 ? std::numbers::sqrt2 / 2 : 1.0;
+    const double scaleV = v == 0 ? std::numbers::sqrt2 / 2 : 1.0;
+    return sum * scaleU * scaleV / 4;
+}
+
+// The samples that drive coefficient (v, u) to its extreme.
+Block Extreme(int v, int u, bool inverted) {
+    Block block;
+    for (int y = 0; y < 8; ++y)
+        for (int x = 0; x < 8; ++x) {
+            const double basis = std::cos((2 * x + 1) * u * std::numbers::pi / 16) *
+                                 std::cos((2 * y + 1) * v * std::numbers::pi / 16);
+            block[static_cast<size_t>(y * 8 + x)] =
+                static_cast<int16_t>((basis > 0) != inverted ? 127 : -128);
+        }
+    return block;
+}
+
+Block RandomBlock(TestRandom &random, int low, int high) {
+    Block block;
+    for (int16_t &sample : block)
+        sample = static_cast<int16_t>(random.Between(low, high));
+    return block;
+}
+
+TEST(ForwardDCT, FlatBlockHasOnlyADcOfEightTimesTheSample) {
+    for (int sample = -128; sample <= 127; ++sample) {
+        Block expected = {};
+        expected[0] = static_cast<int16_t>(8 * sample);
+        ASSERT_EQ(Transformed(Flat(sample)), expected) << sample;
+    }
+    EXPECT_EQ(Transformed(Flat(72))[0], 576);
+}
+
+// Each row 64, 48, 32, 16, 0, -16, -32, -48: by the formula, row 0 of the result is
+// 64, 291.55, 0, 30.48, 0, 9.09, 0, 2.29 and the other rows are 0.
+TEST(ForwardDCT, RampHasOnlyItsRow) {
+    Block block;
+    for (size_t i = 0; i < 64; ++i)
+        block[i] = static_cast<int16_t>(64 - 16 * static_cast<int>(i % 8));
+    Block expected = {};
+    expected[0] = 64;
+    expected[1] = 292;
+    expected[3] = 30;
+    expected[5] = 9;
+    expected[7] = 2;
+    EXPECT_EQ(Transformed(block), expected);
+}
+
+// Row-major: a picture that changes downwards has its coefficients in the first column.
+TEST(ForwardDCT, RampDownwardsHasOnlyItsColumn) {
+    Block block;
+    for (size_t i = 0; i < 64; ++i)
+        block[i] = static_cast<int16_t>(64 - 16 * static_cast<int>(i / 8));
+    Block expected = {};
+    expected[0] = 64;
+    expected[1 * 8] = 292;
+    expected[3 * 8] = 30;
+    expected[5 * 8] = 9;
+    expected[7 * 8] = 2;
+    EXPECT_EQ(Transformed(block), expected);
+}
+
+TEST(ForwardDCT, IsWithinOneOfTheTrueTransform) {
+    TestRandom random(7);
+    for (int round = 0; round < 200; ++round) {
+        const Block samples = RandomBlock(random, -128, 127);
+        const Block block = Transformed(samples);
+        for (int v = 0; v < 8; ++v)
+            for (int u = 0; u < 8; ++u)
+                ASSERT_NEAR(block[static_cast<size_t>(v * 8 + u)], TrueCoefficient(samples, v, u),
+                            1.0);
+    }
+}
+
+TEST(ForwardDCT, RandomBlocksEqualThePlainForm) {
+    TestRandom random(1);
+    for (int round = 0; round < 50000; ++round) {
+        const int reach = 1 << (round % 8);
+        const Block samples =
+            RandomBlock(random, std::max(-128, -reach), std::min(127, reach));
+        ASSERT_EQ(Transformed(samples), PlainlyTransformed(samples)) << round;
+    }
+}
+
+TEST(ForwardDCT, ExtremeBlocksEqualThePlainForm) {
+    for (int v = 0; v < 8; ++v)
+        for (int u = 0; u < 8; ++u)
+            for (const bool inverted : {false, true}) {
+                const Block samples = Extreme(v, u, inverted);
+                ASSERT_EQ(Transformed(samples), PlainlyTransformed(samples)) << v << ", " << u;
+            }
+    TestRandom random(3);
+    for (int round = 0; round < 20000; ++round) {
+        Block samples;
+        for (int16_t &sample : samples)
+            sample = static_cast<int16_t>(random.Next() % 2 == 0 ? -128 : 127);
+        ASSERT_EQ(Transformed(samples), PlainlyTransformed(samples)) << round;
+    }
+}
+
+TEST(ForwardDCT, SingleSamplesEqualThePlainForm) {
+    for (size_t place = 0; place < 64; ++place)
+        for (int sample = -128; sample <= 127; ++sample) {
+            Block samples = {};
+            samples[place] = static_cast<int16_t>(sample);
+            ASSERT_EQ(Transformed(samples), PlainlyTransformed(samples)) << place << ": " << sample;
+        }
+}
+
+} // namespace
+} // namespace kowen

@@ -1,0 +1,65 @@
+// A compression environment that is ready to code, with a setup behind it.
+#pragma once
+
+#include "jpeg/compress_env.h"
+#include "jpeg/huffman_tables.h"
+#include "jpeg/quant_tables.h"
+#include "platform/global_memory.h"
+#include "support/current_setup.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+/// As BeginCellBitmap leaves it, without the output file; with a band buffer of its own.
+class PictureEnv {
+public:
+    PictureEnv(int32_t colorFormat, int32_t operation, int quality, uint32_t width, uint32_t height,
+               uint32_t bufferBytes = 65536)
+        : setup_(colorFormat, operation, static_cast<int16_t>(quality)) {
+        using namespace kowen;
+        handle_ = GlobalAlloc(kGlobalFlags, sizeof(CompressEnv));
+        env_ = Lock<CompressEnv>(handle_);
+        InitCompressEnv(env_, colorFormat, operation, width, height);
+        SetQTable(env_, quality, colorFormat);
+        AllocMem(env_->huffmanHandle, env_->huffmanTable);
+        CreateTbls(env_->huffmanTable);
+        GiveBuffer(bufferBytes);
+    }
+    ~PictureEnv() { kowen::FreeCompressEnv(handle_); }
+    PictureEnv(const PictureEnv &) = delete;
+    PictureEnv &operator=(const PictureEnv &) = delete;
+
+    kowen::CompressEnv *operator->() const { return env_; }
+    kowen::CompressEnv *Get() const { return env_; }
+    const CurrentSetup &Setup() const { return setup_; }
+
+    /// Replaces the band buffer.
+    void GiveBuffer(uint32_t bytes) {
+        kowen::GlobalFree(env_->outputHandle);
+        env_->outputHandle = kowen::GlobalAlloc(kowen::kGlobalFlags, bytes);
+        env_->outputBuffer = kowen::Lock<uint8_t>(env_->outputHandle);
+        env_->outputCapacity = bytes;
+    }
+
+    std::vector<uint8_t> Bytes(uint32_t count) const {
+        return {env_->outputBuffer, env_->outputBuffer + count};
+    }
+
+    /// Everything written so far as zeros and ones, the bits that wait included; the zeros that
+    /// are stuffed behind bytes of 255 are in it.
+    std::string Bits(uint32_t count) const {
+        std::string bits;
+        for (const uint8_t byte : Bytes(count))
+            for (int mask = 128; mask != 0; mask /= 2)
+                bits += (byte & mask) != 0 ? '1' : '0';
+        for (int mask = 128; mask > env_->bitMask; mask /= 2)
+            bits += (env_->pendingByte & mask) != 0 ? '1' : '0';
+        return bits;
+    }
+
+private:
+    CurrentSetup setup_;
+    MemoryHandle handle_ = 0;
+    kowen::CompressEnv *env_ = nullptr;
+};
