@@ -46,13 +46,16 @@ public:
         return {env_->outputBuffer, env_->outputBuffer + count};
     }
 
-    /// Everything written so far as zeros and ones, the bits that wait included; the zeros that
-    /// are stuffed behind bytes of 255 are in it.
+    /// Everything written so far as zeros and ones, the bits that wait included, the zeros that
+    /// are stuffed behind bytes of 255 not.
     std::string Bits(uint32_t count) const {
         std::string bits;
-        for (const uint8_t byte : Bytes(count))
-            for (int mask = 128; mask != 0; mask /= 2)
+        bool stuffed = false;
+        for (const uint8_t byte : Bytes(count)) {
+            for (int mask = 128; mask != 0 && !stuffed; mask /= 2)
                 bits += (byte & mask) != 0 ? '1' : '0';
+            stuffed = byte == 0xFF;
+        }
         for (int mask = 128; mask > env_->bitMask; mask /= 2)
             bits += (env_->pendingByte & mask) != 0 ? '1' : '0';
         return bits;

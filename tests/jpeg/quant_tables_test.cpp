@@ -52,7 +52,7 @@ TEST(SetQTable, QualityHundredGivesOneToThirteen) {
 }
 
 TEST(SetQTable, QualityFiftyGivesNearlyTwiceTheStandard) {
-    const auto env = WithQuality(50); // scale 1.9
+    const auto env = WithQuality(50);              // scale 1.9
     EXPECT_EQ(env->quantTable[0][kPlaceOf16], 31); // 30.4
     EXPECT_EQ(env->quantTable[0][kPlaceOf10], 19); // 19.0
     EXPECT_EQ(env->quantTable[1][63], 189);        // 99: 188.1
@@ -66,7 +66,7 @@ TEST(SetQTable, LowQualitiesPassTwoHundredFiftyFive) {
 
 // A setup whose profile section has no driver holds a quality of 0.
 TEST(SetQTable, QualityZeroGivesUpToFourHundredFortyEight) {
-    const auto env = WithQuality(0); // scale 3.7
+    const auto env = WithQuality(0);                 // scale 3.7
     EXPECT_EQ(env->quantTable[0][kPlaceOf121], 448); // 447.7
     EXPECT_EQ(env->quantTable[0][kPlaceOf10], 37);   // 37.0
 }

@@ -88,8 +88,7 @@ TEST(QuantizeBlock, EveryCoefficientByEveryQuantiserIsTheDoubleDivision) {
 int QuotientFrom(const QuantDivisors &divisors, int place, int coefficient) {
     const bool negative = coefficient < 0;
     const unsigned magnitude = static_cast<unsigned>(negative ? -coefficient : coefficient);
-    const unsigned bias =
-        negative ? divisors.negativeBias[place] : divisors.positiveBias[place];
+    const unsigned bias = negative ? divisors.negativeBias[place] : divisors.positiveBias[place];
     const unsigned scaled = ((magnitude + bias) * 4) & 0xFFFFu;
     const unsigned high = (scaled * divisors.reciprocal[place]) >> 16;
     const int quotient = static_cast<int>((high * divisors.scale[place]) >> 16);

@@ -90,8 +90,7 @@ inline TestBitmap MakeNoise(int width, int height, uint32_t seed = 1, int depth 
 
 /// Squares of 3 x 3 pixels in pure black, white, red and blue: the steepest edges there are.
 inline TestBitmap MakeChecks(int width, int height) {
-    static constexpr uint8_t kColors[4][3] = {
-        {0, 0, 0}, {255, 255, 255}, {255, 0, 0}, {0, 0, 255}};
+    static constexpr uint8_t kColors[4][3] = {{0, 0, 0}, {255, 255, 255}, {255, 0, 0}, {0, 0, 255}};
     TestBitmap bitmap = MakeBlank(width, height);
     for (int row = 0; row < height; ++row)
         for (int x = 0; x < width; ++x)

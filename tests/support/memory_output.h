@@ -46,13 +46,12 @@ private:
 /// A file served by a host's I/O procedure that keeps every call.
 class HostOutput {
 public:
-
     HostOutput() {
         QivIODesc descriptor = {};
         descriptor.location = this;
         descriptor.procedure = &Procedure;
-        file_ = static_cast<kowen::FileHandle>(kowen::qivOpen(
-            "host file", &descriptor, KOWEN_MODE_CREATE | KOWEN_MODE_WRITE));
+        file_ = static_cast<kowen::FileHandle>(
+            kowen::qivOpen("host file", &descriptor, KOWEN_MODE_CREATE | KOWEN_MODE_WRITE));
         kowen::qivSetDataFormat(file_, 1, 0);
     }
     ~HostOutput() { kowen::qivClose(file_); }

@@ -1,0 +1,129 @@
+#include "jpeg/map_colors.h"
+
+#include "reference/jpeg/colors.h"
+#include "support/bitmaps.h"
+
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace kowen {
+namespace {
+
+using reference::Pixel;
+
+Pixel MapOne(Pixel pixel, int32_t colorFormat, int32_t byteOrder = kByteOrderRgb) {
+    EXPECT_EQ(MapColors(pixel.data(), 1, 4, 1, colorFormat, byteOrder), 0);
+    return pixel;
+}
+
+TEST(MapColors, ColorsBecomeLuminanceAndChroma) {
+    EXPECT_EQ(MapOne({255, 255, 255}, 212), (Pixel{255, 128, 128}));
+    EXPECT_EQ(MapOne({0, 0, 0}, 212), (Pixel{0, 128, 128}));
+    EXPECT_EQ(MapOne({255, 0, 0}, 212), (Pixel{76, 90, 239}));
+    EXPECT_EQ(MapOne({0, 255, 0}, 212), (Pixel{153, 52, 33}));  // (0 - 153) / 2, -1530 / 16
+    EXPECT_EQ(MapOne({0, 0, 255}, 212), (Pixel{25, 243, 113})); // 230 / 2, -250 / 16
+}
+
+// y = (300 + 606 + 102) / 10 = 100; (102 - 100) / 2 = 1; and -1 / 2, -10 / 16 are 0, not -1.
+TEST(MapColors, DivisionsTruncateTowardZero) {
+    EXPECT_EQ(MapOne({100, 101, 102}, 212), (Pixel{100, 129, 128}));
+    EXPECT_EQ(MapOne({99, 101, 99}, 212), (Pixel{100, 128, 128}));
+}
+
+TEST(MapColors, ByteOrderOneTakesBlueFirst) {
+    EXPECT_EQ(MapOne({0, 0, 255}, 212, kByteOrderBgr), (Pixel{76, 90, 239}));
+    EXPECT_EQ(MapOne({255, 0, 0}, 212, kByteOrderBgr), (Pixel{25, 243, 113}));
+    EXPECT_EQ(MapOne({0, 255, 0}, 212, kByteOrderBgr), (Pixel{153, 52, 33}));
+}
+
+TEST(MapColors, AnyByteOrderButOneTakesRedFirst) {
+    for (const int32_t byteOrder : {0, 2, 3, -1})
+        EXPECT_EQ(MapOne({255, 0, 0}, 212, byteOrder), (Pixel{76, 90, 239})) << byteOrder;
+}
+
+TEST(MapColors, FullSizeFormatExchangesFirstAndThird) {
+    EXPECT_EQ(MapOne({1, 2, 3}, 222), (Pixel{3, 2, 1}));
+    EXPECT_EQ(MapOne({1, 2, 3}, 222, kByteOrderBgr), (Pixel{3, 2, 1}));
+}
+
+TEST(MapColors, GreyWeighsTheThirdByteMost) {
+    EXPECT_EQ(MapOne({0, 0, 255}, 215), (Pixel{76, 76, 76}));
+    EXPECT_EQ(MapOne({255, 0, 0}, 215), (Pixel{25, 25, 25}));
+    EXPECT_EQ(MapOne({0, 255, 0}, 215), (Pixel{153, 153, 153}));
+    EXPECT_EQ(MapOne({0, 0, 255}, 215, kByteOrderBgr), (Pixel{76, 76, 76}));
+    EXPECT_EQ(MapOne({255, 255, 255}, 215), (Pixel{255, 255, 255}));
+}
+
+TEST(MapColors, OtherFormatsAreTakenAsColor) {
+    for (const int32_t colorFormat : {0, 3, 213, 216})
+        EXPECT_EQ(MapOne({255, 0, 0}, colorFormat), (Pixel{76, 90, 239})) << colorFormat;
+}
+
+TEST(MapColors, BytesBetweenTheRowsStay) {
+    std::vector<uint8_t> pixels = {1, 2, 3, 77, 4, 5, 6, 78};
+    EXPECT_EQ(MapColors(pixels.data(), 1, 4, 2, 222, kByteOrderRgb), 0);
+    EXPECT_EQ(pixels, (std::vector<uint8_t>{3, 2, 1, 77, 6, 5, 4, 78}));
+}
+
+TEST(MapColors, NoPixelsChangeNothing) {
+    uint8_t byte = 9;
+    EXPECT_EQ(MapColors(&byte, 0, 0, 1, 212, kByteOrderRgb), 0);
+    EXPECT_EQ(MapColors(&byte, 1, 4, 0, 212, kByteOrderRgb), 0);
+    EXPECT_EQ(byte, 9);
+}
+
+// One row of all greens and blues for a given red.
+void ExpectPlainMapping(int red, int step, int32_t colorFormat, int32_t byteOrder) {
+    std::vector<uint8_t> row;
+    for (int green = 0; green < 256; green += step)
+        for (int blue = 0; blue < 256; blue += step)
+            for (const int byte : {red, green, blue})
+                row.push_back(static_cast<uint8_t>(byte));
+    std::vector<uint8_t> mapped = row;
+    MapColors(mapped.data(), static_cast<uint32_t>(row.size() / 3),
+              static_cast<uint32_t>(row.size()), 1, colorFormat, byteOrder);
+    for (size_t i = 0; i < row.size(); i += 3) {
+        const Pixel plain = reference::Mapped({row[i], row[i + 1], row[i + 2]}, colorFormat,
+                                              byteOrder == kByteOrderBgr);
+        if (plain != Pixel{mapped[i], mapped[i + 1], mapped[i + 2]})
+            FAIL() << colorFormat << ": " << red << ", " << +row[i + 1] << ", " << +row[i + 2];
+    }
+}
+
+TEST(MapColors, EveryColorEqualsThePlainForm) {
+    for (int red = 0; red < 256; ++red)
+        ExpectPlainMapping(red, 1, 212, kByteOrderRgb);
+}
+
+TEST(MapColors, EveryThirdColorEqualsThePlainFormInTheOtherFormats) {
+    for (int red = 0; red < 256; red += 3) {
+        ExpectPlainMapping(red, 3, 212, kByteOrderBgr);
+        ExpectPlainMapping(red, 3, 215, kByteOrderRgb);
+        ExpectPlainMapping(red, 5, 222, kByteOrderRgb);
+    }
+}
+
+TEST(MapColors, EveryWidthEqualsThePlainFormAndStaysInItsRows) {
+    for (const int32_t colorFormat : {212, 215, 222})
+        for (int width = 1; width <= 140; ++width) {
+            const TestBitmap before = MakeNoise(width, 3, static_cast<uint32_t>(width));
+            TestBitmap after = before;
+            MapColors(after.pixels.data(), static_cast<uint32_t>(width),
+                      static_cast<uint32_t>(after.Stride()), 3, colorFormat, kByteOrderRgb);
+            for (int row = 0; row < 3; ++row) {
+                for (int x = 0; x < width; ++x) {
+                    const uint8_t *b = before.Pixel(x, row);
+                    const uint8_t *a = after.Pixel(x, row);
+                    ASSERT_EQ((Pixel{a[0], a[1], a[2]}),
+                              reference::Mapped({b[0], b[1], b[2]}, colorFormat))
+                        << width << ": " << x << ", " << row;
+                }
+                for (int i = width * 3; i < before.Stride(); ++i)
+                    ASSERT_EQ(*(after.Pixel(0, row) + i), *(before.Pixel(0, row) + i)) << width;
+            }
+        }
+}
+
+} // namespace
+} // namespace kowen

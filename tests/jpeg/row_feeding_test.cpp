@@ -1,0 +1,244 @@
+#include "jpeg/row_feeding.h"
+
+#include "picture_env.h"
+#include "reference/jpeg/encoder.h"
+#include "support/bitmaps.h"
+#include "support/failing_memory.h"
+#include "support/heap_use.h"
+#include "support/hex.h"
+#include "support/memory_output.h"
+
+#include <algorithm>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace kowen {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+TEST(JpgPadRow, RepeatsTheLastPixelUpToThePaddedWidth) {
+    Bytes row = {1, 2, 3, 4, 5, 6, 0, 0, 0, 0, 0, 0, 99};
+    EXPECT_EQ(JpgPadRow(row.data() + 3, 4, 2), 0);
+    EXPECT_EQ(row, (Bytes{1, 2, 3, 4, 5, 6, 4, 5, 6, 4, 5, 6, 99}));
+}
+
+TEST(JpgPadRow, FullRowStays) {
+    Bytes row = {1, 2, 3, 99};
+    EXPECT_EQ(JpgPadRow(row.data(), 1, 1), 0);
+    EXPECT_EQ(row, (Bytes{1, 2, 3, 99}));
+}
+
+TEST(JpgPadTo8Rows, RepeatsTheLastRow) {
+    Bytes rows = {1, 2, 3, 4, 0, 0, 0, 0, 99};
+    EXPECT_EQ(JpgPadTo8Rows(rows.data() + 2, 4, 2, 2), 0);
+    EXPECT_EQ(rows, (Bytes{1, 2, 3, 4, 3, 4, 3, 4, 99}));
+}
+
+TEST(JpgPadTo8Rows, FullBandStays) {
+    Bytes rows = {1, 2, 99};
+    EXPECT_EQ(JpgPadTo8Rows(rows.data(), 8, 8, 2), 0);
+    EXPECT_EQ(rows, (Bytes{1, 2, 99}));
+}
+
+TEST(HugeMemcpy, CopiesAnyCount) {
+    Bytes source(100000);
+    TestRandom random(3);
+    for (uint8_t &byte : source)
+        byte = random.Byte();
+    for (const uint32_t count : {0u, 1u, 32766u, 32767u, 32768u, 65534u, 65535u, 99999u}) {
+        Bytes target(source.size(), 0);
+        EXPECT_EQ(HugeMemcpy(target.data(), source.data(), count), 0);
+        Bytes expected(source.begin(), source.begin() + count);
+        expected.resize(source.size(), 0);
+        EXPECT_EQ(target, expected) << count;
+    }
+}
+
+/// Mapped rows of a noisy picture, top row first.
+Bytes NoiseRows(uint32_t width, uint32_t rows, uint32_t seed = 1) {
+    Bytes bytes(width * rows * 3);
+    TestRandom random(seed);
+    for (uint8_t &byte : bytes)
+        byte = random.Byte();
+    return bytes;
+}
+
+reference::Picture AsPicture(const Bytes &bytes, int width, int height) {
+    reference::Picture picture{width, height, {}};
+    for (size_t i = 0; i < bytes.size(); i += 3)
+        picture.pixels.push_back({bytes[i], bytes[i + 1], bytes[i + 2]});
+    return picture;
+}
+
+/// The complete bytes of one band of noise, quality 100.
+Bytes PlainBand(const Bytes &rows, int width, int height, int32_t colorFormat) {
+    reference::Coder coder(245, 100);
+    const auto picture = AsPicture(rows, width, height);
+    if (colorFormat == 212)
+        reference::CodeBand422(coder, picture);
+    else
+        reference::CodeBand444(coder, picture, colorFormat == 215 ? 1 : 3);
+    return coder.bits.Bytes();
+}
+
+TEST(CompAndWriteNRows, SequentialFormatsWriteTheirBand) {
+    for (const int32_t colorFormat : {212, 222, 215}) {
+        const Bytes rows = NoiseRows(37, 5);
+        PictureEnv env(colorFormat, 245, 100, 37, 5);
+        const MemoryOutput output;
+        GlobalFree(env->outputHandle);
+        env->outputHandle = 0;
+        EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 37, 5, env.Get()), 0);
+        EXPECT_EQ(output.Bytes(), PlainBand(rows, 37, 5, colorFormat)) << colorFormat;
+    }
+}
+
+TEST(CompAndWriteNRows, ProgressivePictureIsWrittenAtOnce) {
+    const Bytes rows = NoiseRows(32, 16);
+    PictureEnv env(212, 246, 90, 32, 16);
+    const MemoryOutput output;
+    EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 32, 16, env.Get()), 0);
+    reference::Coder coder(246, 90);
+    reference::CodeProgressive(coder, AsPicture(rows, 32, 16));
+    EXPECT_EQ(output.Bytes(), coder.bits.Bytes());
+}
+
+TEST(CompAndWriteNRows, OtherProgressiveFormatsAndOperationsWriteNothing) {
+    const Bytes rows = NoiseRows(32, 16);
+    for (const int32_t colorFormat : {222, 215, 0}) {
+        PictureEnv env(colorFormat, 246, 90, 32, 16);
+        const MemoryOutput output;
+        EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 32, 16, env.Get()), 0);
+        EXPECT_TRUE(output.Bytes().empty()) << colorFormat;
+    }
+    PictureEnv env(212, 0, 90, 32, 16);
+    const MemoryOutput output;
+    EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 32, 16, env.Get()), 0);
+    EXPECT_TRUE(output.Bytes().empty());
+}
+
+TEST(CompAndWriteNRows, BufferIsGoneAfterwards) {
+    const Bytes rows = NoiseRows(500, 1); // outgrows its capacity of one row
+    PictureEnv env(222, 245, 100, 500, 1);
+    const MemoryOutput output;
+    EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 500, 1, env.Get()), 0);
+    EXPECT_EQ(env->outputHandle, 0u);
+    EXPECT_EQ(output.Bytes(), PlainBand(rows, 500, 1, 222));
+}
+
+/// A band of this many pixels of noise in colour format 222 and quality 100, and its bytes.
+struct Band {
+    uint32_t width;
+    Bytes rows;
+    Bytes coded;
+};
+
+Band NoiseBand(uint32_t width) {
+    const Bytes rows = NoiseRows(width, 8);
+    return {width, rows, PlainBand(rows, static_cast<int>(width), 8, 222)};
+}
+
+TEST(CompAndWriteNRows, SmallBandsAreOneWrite) {
+    const Band band = NoiseBand(1000);
+    ASSERT_LT(band.coded.size(), 32768u);
+    PictureEnv env(222, 245, 100, band.width, 8);
+    const HostOutput output;
+    EXPECT_EQ(CompAndWriteNRows(output.File(), band.rows.data(), band.width, 8, env.Get()), 0);
+    EXPECT_EQ(output.WriteSizes(), std::vector<int32_t>{static_cast<int32_t>(band.coded.size())});
+    EXPECT_EQ(output.Bytes(), band.coded);
+}
+
+TEST(CompAndWriteNRows, LargeBandsAreWrittenInPieces) {
+    const Band band = NoiseBand(4000);
+    ASSERT_GT(band.coded.size(), 2 * 32767u);
+    PictureEnv env(222, 245, 100, band.width, 8);
+    const HostOutput output;
+    EXPECT_EQ(CompAndWriteNRows(output.File(), band.rows.data(), band.width, 8, env.Get()), 0);
+    std::vector<int32_t> sizes;
+    for (size_t left = band.coded.size(); left > 0; left -= std::min<size_t>(left, 32767))
+        sizes.push_back(static_cast<int32_t>(std::min<size_t>(left, 32767)));
+    EXPECT_EQ(output.WriteSizes(), sizes);
+    EXPECT_EQ(output.Bytes(), band.coded);
+}
+
+// Six bits of a flat grey block fill no byte: the write is made all the same.
+TEST(CompAndWriteNRows, BandWithoutAWholeByteIsAWriteOfNone) {
+    const Bytes rows(8 * 8 * 3, 128);
+    PictureEnv env(215, 245, 75, 8, 8);
+    const HostOutput output;
+    EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 8, 8, env.Get()), 0);
+    EXPECT_EQ(output.WriteSizes(), std::vector<int32_t>{0});
+    EXPECT_EQ(env->pendingByte, 0b00101000);
+}
+
+// Band buffer, growths and bounce buffer in turn. A lost band writes nothing; the environment
+// stays usable.
+TEST(CompAndWriteNRows, EveryFailedAllocationLosesTheWholeBand) {
+    const Band band = NoiseBand(4000);
+    std::vector<int32_t> results;
+    for (int k = 1;; ++k) {
+        PictureEnv env(222, 245, 100, band.width, 8);
+        GlobalFree(env->outputHandle);
+        env->outputHandle = 0;
+        const HostOutput output;
+        const FailingMemory memory(k);
+        const int32_t result =
+            CompAndWriteNRows(output.File(), band.rows.data(), band.width, 8, env.Get());
+        if (!memory.Failed())
+            break;
+        results.push_back(result);
+        EXPECT_TRUE(output.Bytes().empty()) << "allocation " << k;
+        EXPECT_EQ(env->outputHandle, 0u);
+    }
+    ASSERT_GE(results.size(), 2u);
+    EXPECT_EQ(results.front(), -1); // the band buffer
+    EXPECT_EQ(results.back(), 0);   // the bounce buffer
+}
+
+TEST(CompAndWriteNRows, LostGrowthIsReported) {
+    // One row of noise: the buffer holds one row, the eight that are coded need more.
+    const Bytes rows = NoiseRows(500, 1);
+    PictureEnv env(222, 245, 100, 500, 1);
+    const HostOutput output;
+    const FailingMemory memory(2);
+    EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 500, 1, env.Get()), 300);
+    EXPECT_TRUE(memory.Failed());
+    EXPECT_TRUE(output.Bytes().empty());
+}
+
+TEST(CompAndWriteNRows, MissingCoefficientStoreFails) {
+    const Bytes rows = NoiseRows(32, 16);
+    PictureEnv env(212, 246, 90, 32, 16);
+    const HostOutput output;
+    const FailingMemory memory(2);
+    EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 32, 16, env.Get()), -1);
+    EXPECT_TRUE(output.Bytes().empty());
+}
+
+TEST(CompAndWriteNRows, SizesThatNoBufferCanHoldFail) {
+    const uint8_t pixel[3] = {};
+    PictureEnv env(222, 245, 100, 8, 8);
+    const HostOutput output;
+    // 8 rows of 2^28 pixels: 6 GB.
+    EXPECT_EQ(CompAndWriteNRows(output.File(), pixel, 0x10000000, 8, env.Get()), -1);
+    EXPECT_TRUE(output.Bytes().empty());
+}
+
+TEST(CompAndWriteNRows, LeaksNothing) {
+    const Band band = NoiseBand(4000);
+    const HostOutput output;
+    for (const int failing : {0, 1, 2, 3, 4}) {
+        ExpectNothingLeaks([&] {
+            PictureEnv env(222, 245, 100, band.width, 8);
+            GlobalFree(env->outputHandle);
+            env->outputHandle = 0;
+            const FailingMemory memory(failing);
+            CompAndWriteNRows(0, band.rows.data(), band.width, 8, env.Get());
+        });
+    }
+}
+
+} // namespace
+} // namespace kowen
