@@ -91,9 +91,24 @@ void ExpectPlainMapping(int red, int step, int32_t colorFormat, int32_t byteOrde
     }
 }
 
-TEST(MapColors, EveryColorEqualsThePlainForm) {
-    for (int red = 0; red < 256; ++red)
-        ExpectPlainMapping(red, 1, 212, kByteOrderRgb);
+TEST(MapColors, EveryColorFollowsTheFormula) {
+    constexpr size_t kGreensAndBlues = 256 * 256;
+    std::vector<uint8_t> row(kGreensAndBlues * 3);
+    for (int r = 0; r < 256; ++r) {
+        uint8_t *p = row.data();
+        for (int g = 0; g < 256; ++g)
+            for (int b = 0; b < 256; ++b)
+                for (const int byte : {r, g, b})
+                    *p++ = static_cast<uint8_t>(byte);
+        MapColors(row.data(), kGreensAndBlues, kGreensAndBlues * 3, 1, 212, kByteOrderRgb);
+        p = row.data();
+        for (int g = 0; g < 256; ++g)
+            for (int b = 0; b < 256; ++b, p += 3) {
+                const int y = (3 * r + 6 * g + b) / 10;
+                if (p[0] != y || p[1] != (b - y) / 2 + 128 || p[2] != (r - y) * 10 / 16 + 128)
+                    FAIL() << r << ", " << g << ", " << b;
+            }
+    }
 }
 
 TEST(MapColors, EveryThirdColorEqualsThePlainFormInTheOtherFormats) {

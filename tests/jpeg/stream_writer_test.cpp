@@ -122,9 +122,9 @@ TEST(WriteQTblHdr, WritesTheTablesInZigZagOrder) {
     EXPECT_EQ(headers.output.Bytes(), kDqtQuality75);
 }
 
-// The base value 121 stands at position 53 - 1 of the zig-zag order: row 6, column 5.
+// The base value 121 stands in row 6, column 5: position 56 of the zig-zag order.
 constexpr size_t kFirstQuantiser = 5;
-constexpr size_t kZigZagOf121 = 52;
+constexpr size_t kZigZagOf121 = 56;
 
 TEST(WriteQTblHdr, WritesQuantisersModulo256) {
     const struct {

@@ -25,7 +25,7 @@ inline size_t HeapBytesInUse() {
 /// Fails the current test if repeating the work leaves memory behind: even the smallest block left
 /// each time exceeds what the heap's own caches may differ by.
 template <typename Work> void ExpectNothingLeaks(Work work) {
-    constexpr int kRounds = 100;
+    constexpr int kRounds = 30;
     constexpr size_t kSmallestBlock = 16;
     for (int i = 0; i < kRounds; ++i) // fills the heap's caches
         work();
