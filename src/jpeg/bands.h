@@ -33,9 +33,11 @@ int32_t CompressBands444(uint8_t *outputIgnored, const uint8_t *pixels, uint32_t
 
 /// Progressive coding of a whole picture, colour format 212: four scans with their headers.
 ///
-/// pixels  rows x width x 3 bytes, no row padding, top row first; the environment's padded size.
+/// pixels       rows x width x 3 bytes, no row padding, top row first.
+/// rows, width  the environment's padded size; of any other size the whole MCUs are coded, none of
+///              their blocks counts as padding then.
 /// Returns the byte count; 0 after a failed growth of the buffer; -1 if the coefficient store
-/// cannot be allocated or the size is not the environment's padded size.
+/// cannot be allocated.
 int32_t CompressProgressive(uint8_t *outputIgnored, const uint8_t *pixels, uint32_t rows,
                             uint32_t width, CompressEnv *env) noexcept;
 

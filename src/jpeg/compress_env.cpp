@@ -71,12 +71,16 @@ int32_t InitCompressEnv(CompressEnv *env, int32_t colorFormat, int32_t operation
 
 int32_t AllocMem(MemoryHandle *handles, HuffmanEntry **tables) noexcept {
     for (int i = 0; i < kHuffmanTables; ++i) {
+        handles[i] = 0;
+        tables[i] = nullptr;
+    }
+    for (int i = 0; i < kHuffmanTables; ++i) {
         handles[i] = GlobalAlloc(kGlobalFlags,
                                  kTableEntries[i] * static_cast<uint32_t>(sizeof(HuffmanEntry)));
         tables[i] = Lock<HuffmanEntry>(handles[i]);
         if (tables[i] != nullptr)
             continue;
-        for (int made = i; made >= 0; --made) {
+        for (int made = 0; made < i; ++made) {
             GlobalUnlock(handles[made]);
             GlobalFree(handles[made]);
             handles[made] = 0;

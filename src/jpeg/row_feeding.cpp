@@ -104,7 +104,8 @@ int32_t CompAndWriteNRows(FileHandle output, const uint8_t *rows, uint32_t width
     }
     const int32_t count = CodeBand(rows, width, rowCount, env);
     const bool lost = env->outputBuffer == nullptr;
-    if (count > 0)
+    // A band that completes no byte is still one write, which an output served by the host sees.
+    if (count >= 0 && !lost)
         WriteBand(output, *env, static_cast<uint32_t>(count));
     FreeBand(*env);
     if (count < 0)
