@@ -67,7 +67,7 @@ std::string_view TrimQuotes(std::string_view value) noexcept;
 /// before its first "=", cut at a ";" and without spaces at its ends, is the key.
 ///
 /// Kept deliberately: other than in reading, spaces between key and "=" do not count, nor does
-/// a ";" before the "=". Test: WritePrivateProfileString.FindsAKeyWithSpacesBeforeTheSign.
+/// a ";" before the "=". Test: WritePrivateProfileStringTest.FindsAKeyWithSpacesBeforeTheSign.
 bool HasKey(std::string_view line, std::string_view key) noexcept;
 
 } // namespace kowen

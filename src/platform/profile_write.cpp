@@ -32,7 +32,7 @@ public:
                 Copy(line);
         } else if (IsHeader(line)) {
             // Kept deliberately: the header that ends a section is not compared with its name.
-            // Test: WritePrivateProfileString.TheHeaderThatEndsASectionIsNotExamined.
+            // Test: WritePrivateProfileStringTest.TheHeaderThatEndsASectionIsNotExamined.
             EndSection();
             Copy(line);
         } else {
