@@ -36,18 +36,13 @@ bool AllocateBuffer(QivFile &file) {
     return file.hBuf != 0;
 }
 
-// A pipe or terminal has no positions, yet it can be read or written from front to back.
-bool TakeAsSequential(QivFile &file) {
-    file.sequential = 1;
-    file.fileLength = file.filePos;
-    return true;
-}
-
 // Takes fileLength from the stream, which then stands where it stood.
 bool MeasureLength(QivFile &file) {
-    const int64_t where = file.sequential ? -1 : diskOperations->tell(file.fp);
-    if (file.sequential || (where < 0 && errno == ESPIPE))
-        return TakeAsSequential(file);
+    if (file.sequential) {
+        file.fileLength = file.filePos;
+        return true;
+    }
+    const int64_t where = diskOperations->tell(file.fp);
     if (where < 0 || diskOperations->seek(file.fp, 0, SEEK_END) != 0)
         return false;
     const int64_t length = diskOperations->tell(file.fp);
@@ -59,10 +54,18 @@ bool MeasureLength(QivFile &file) {
     return true;
 }
 
+// A pipe or terminal has no positions, yet it can be read or written from front to back.
+bool IsSequential(std::FILE *stream) {
+    return diskOperations->tell(stream) < 0 && errno == ESPIPE;
+}
+
 bool Attach(QivFile &file, std::FILE *stream) {
     file.fp = stream;
     EmptyBuffer(file, 0);
-    return file.ioProc || MeasureLength(file);
+    if (file.ioProc)
+        return true;
+    file.sequential = IsSequential(stream) ? 1 : 0;
+    return MeasureLength(file);
 }
 
 bool OpenNamedStream(QivFile &file, const char *name) {

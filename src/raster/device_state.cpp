@@ -59,9 +59,14 @@ void KeepOutputName(const char *name) noexcept {
         std::memcpy(lpEMData->outputName, name, length);
 }
 
+void ForgetStatusIn(SetupRecord *setup) noexcept {
+    if (setup && setup->exportRecord == lpEMData->statusRecord)
+        setup->exportRecord = nullptr;
+}
+
 void ForgetStatusRecord() noexcept {
-    if (lpSetup && lpSetup->exportRecord == lpEMData->statusRecord)
-        lpSetup->exportRecord = nullptr;
+    ForgetStatusIn(lpSetup);
+    ForgetStatusIn(lpRaster);
 }
 
 /// Closes an open device and frees what the record owns.

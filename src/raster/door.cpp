@@ -26,17 +26,15 @@ bool doorBusy = false;
 /// records would otherwise be freed under the request that is running.
 class DoorVisit {
 public:
-    DoorVisit() noexcept : entered_(!doorBusy) { doorBusy = true; }
+    DoorVisit() noexcept : entered(!doorBusy) { doorBusy = true; }
     ~DoorVisit() {
-        if (entered_)
+        if (entered)
             doorBusy = false;
     }
     DoorVisit(const DoorVisit &) = delete;
     DoorVisit &operator=(const DoorVisit &) = delete;
-    bool entered() const noexcept { return entered_; }
 
-private:
-    bool entered_;
+    const bool entered;
 };
 
 int32_t CopyVersion(void *out) noexcept {
@@ -120,7 +118,7 @@ int32_t RASTER_dd_entry(int16_t function, void *out, int16_t) noexcept {
 
 int32_t dd_entry32(uint32_t, uint16_t function, void *record) noexcept {
     const DoorVisit visit;
-    if (!visit.entered())
+    if (!visit.entered)
         return 0;
     switch (function) {
     case KOWEN_DD_INITIALISE:
@@ -138,7 +136,7 @@ int32_t dd_entry32(uint32_t, uint16_t function, void *record) noexcept {
 
 int32_t RASTER_dd_entry32(uint32_t, uint16_t function, void *record) noexcept {
     const DoorVisit visit;
-    if (!visit.entered())
+    if (!visit.entered)
         return 0;
     switch (function) {
     case KOWEN_DD_INITIALISE:

@@ -2,6 +2,7 @@
 
 #include "export/draw_cell.h"
 #include "export/output_picture.h"
+#include "filter/setup.h"
 #include "filter/state.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
@@ -120,6 +121,8 @@ int32_t OutputBitmap(MemoryHandle palette) noexcept {
         return obstacle;
     if (!lpEMData->pictureBitmap)
         return KOWEN_ERR_MEMORY;
+    // An export through the bitmap door meanwhile has put its own record there.
+    lpRaster->exportRecord = lpEMData->statusRecord;
     PrimitivePicture picture = DescribePicture(palette);
     return OutputPicture(lpEMData->outputFile, &picture, DrawExportCellData);
 }

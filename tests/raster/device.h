@@ -1,0 +1,309 @@
+// A host of the raster driver for tests: requests, a status callback on a script, a device.
+#pragma once
+
+#include "filter/setup.h"
+#include "filter/state.h"
+#include "kowen/codes.h"
+#include "platform/global_memory.h"
+#include "raster/device_record.h"
+#include "raster/door.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace kowen::test {
+
+/// Opcodes of the requests that the tests send.
+enum Opcode : uint32_t {
+    kOpenDevice = 1,
+    kCloseDevice = 2,
+    kBeginPicture = 3,
+    kBeginBody = 4,
+    kEndPicture = 5,
+    kSetWindow = 518,
+    kSetBackground = 519,
+    kSetViewport = 520,
+    kSetViewportMode = 521,
+    kQueryViewport = 765,
+    kQueryWindow = 767,
+    kDrawCells = 1033,
+    kPrimitive = 1034,
+    kSetColors = 1314,
+    kPopErrors = 3842,
+    kEmptyErrors = 3843,
+};
+
+/// A request with exactly the bytes that were put into it, at an odd address.
+class Request {
+public:
+    explicit Request(uint32_t opcode, uint32_t arguments = 0) : bytes(1) {
+        Put(0, opcode).Put(4, arguments).Put(8, uint64_t{0});
+    }
+
+    Request &PutBytes(size_t offset, const void *data, size_t count) {
+        if (bytes.size() < 1 + offset + count)
+            bytes.resize(1 + offset + count);
+        if (count != 0)
+            std::memcpy(bytes.data() + 1 + offset, data, count);
+        return *this;
+    }
+    template <typename T> Request &Put(size_t offset, T value) {
+        return PutBytes(offset, &value, sizeof value);
+    }
+    Request &PutDoubles(size_t offset, const std::vector<double> &values) {
+        return PutBytes(offset, values.data(), values.size() * sizeof(double));
+    }
+
+    /// A block of just the size, so that a sanitizer sees every byte read beyond it.
+    DdRequest *Data() {
+        bytes.shrink_to_fit();
+        return reinterpret_cast<DdRequest *>(bytes.data() + 1);
+    }
+    uint8_t *At(size_t offset) { return bytes.data() + 1 + offset; }
+
+private:
+    std::vector<uint8_t> bytes;
+};
+
+inline Request WindowRequest(double x1, double y1, double x2, double y2) {
+    Request request(kSetWindow);
+    request.PutDoubles(16, {x1, y1, 0, x2, y2, 0});
+    return request;
+}
+
+/// Mode 1, in millimetres per device unit.
+inline Request ResolutionRequest(int dotsPerInch) {
+    Request request(kSetViewportMode);
+    request.Put(16, int16_t{1}).Put(24, 25.4 / dotsPerInch);
+    return request;
+}
+
+inline Request ColorsRequest(uint32_t start, const std::vector<uint8_t> &colors) {
+    Request request(kSetColors, 2 + static_cast<uint32_t>(colors.size()));
+    request.Put(16, start).PutBytes(20, colors.data(), colors.size());
+    return request;
+}
+
+/// A cell array with its cells in the request. Rows run top-down when pY equals qY.
+inline Request CellsRequest(uint32_t columns, uint32_t rows, int32_t precision,
+                            const std::vector<uint8_t> &cells, double pY = 0, double qY = 0) {
+    Request request(kDrawCells);
+    request.PutDoubles(16, {0, pY, 0, 0, qY, 0, 0, 0, 0});
+    request.Put(88, columns).Put(92, rows).Put(96, precision).Put(100, uint16_t{0});
+    request.PutBytes(102, cells.data(), cells.size());
+    return request;
+}
+
+/// The same with the cells elsewhere; precision is negative.
+inline Request FarCellsRequest(uint32_t columns, uint32_t rows, int32_t precision,
+                               const void *cells) {
+    Request request = CellsRequest(columns, rows, precision, {});
+    request.Put(102, cells);
+    return request;
+}
+
+inline Request OpenPictureRequest(uint32_t width, uint32_t height, int32_t precision,
+                                  uint16_t flags = 0, uint32_t points = 0) {
+    Request request(kPrimitive);
+    const size_t length = 24 + size_t{points} * 24;
+    request.Put(16, int32_t{-5}).Put(20, points).Put(length, uint32_t{28});
+    request.Put(length + 4, width).Put(length + 8, height).Put(length + 12, precision);
+    request.Put(length + 16, uint16_t{0}).Put(length + 18, flags);
+    request.PutBytes(length + 20, "\0\0\0\0\0\0\0\0\0\0\0", 12);
+    return request;
+}
+
+inline Request PrimitiveRequest(int32_t primitive) {
+    Request request(kPrimitive);
+    request.Put(16, primitive).Put(20, uint32_t{0}).Put(24, uint32_t{0});
+    return request;
+}
+
+inline Request WritePictureRequest() {
+    return PrimitiveRequest(-6);
+}
+
+/// One call of the status callback.
+struct StatusCall {
+    uintptr_t context;
+    int32_t command, code, value1, value2, value3;
+    bool operator==(const StatusCall &) const = default;
+};
+
+/// The host's export record with a callback that keeps its calls and answers by a script.
+class StatusHost {
+public:
+    static constexpr uintptr_t kContext = 0x1234;
+
+    StatusHost() {
+        current = this;
+        record.context = kContext;
+        record.statusCallback = Callback;
+    }
+    ~StatusHost() { current = nullptr; }
+    StatusHost(const StatusHost &) = delete;
+    StatusHost &operator=(const StatusHost &) = delete;
+
+    /// Refuses every call from the n-th on (1 is the first), the confirmation included.
+    void CancelFrom(size_t n) {
+        answer = [this, n](const StatusCall &) { return calls.size() >= n ? 1 : 0; };
+    }
+
+    ExportRecord record = {};
+    std::vector<StatusCall> calls;
+    std::function<int32_t(const StatusCall &)> answer;
+
+private:
+    static int32_t Callback(uintptr_t context, int32_t command, int32_t code, int32_t value1,
+                            int32_t value2, int32_t value3, void *) {
+        const StatusCall call = {context, command, code, value1, value2, value3};
+        current->calls.push_back(call);
+        return current->answer ? current->answer(call) : 0;
+    }
+    static inline StatusHost *current = nullptr;
+};
+
+/// A host I/O procedure that keeps what is written, and how it was opened and closed; a file that
+/// outlives it closes without an error.
+class HostFile {
+public:
+    HostFile() { current = this; }
+    ~HostFile() { current = nullptr; }
+    HostFile(const HostFile &) = delete;
+    HostFile &operator=(const HostFile &) = delete;
+
+    static intptr_t Procedure(uintptr_t handleOrContext, int32_t operation, void *argument,
+                              int32_t count) {
+        return current ? current->Serve(handleOrContext, operation, argument, count) : 0;
+    }
+
+    bool refuses = false;
+    int32_t closeAnswer = 0;
+    uintptr_t openContext = 0;
+    int32_t openMode = 0;
+    std::string openName;
+    std::string bytes;
+    std::vector<int32_t> closes;        ///< counts of the close operations
+    std::vector<std::string> deletions; ///< names
+
+private:
+    static constexpr intptr_t kHandle = 77;
+
+    intptr_t Serve(uintptr_t handleOrContext, int32_t operation, void *argument, int32_t count) {
+        switch (operation) {
+        case KOWEN_IO_OPEN:
+            openContext = handleOrContext;
+            openMode = count;
+            openName = static_cast<const char *>(argument);
+            return refuses ? 0 : kHandle;
+        case KOWEN_IO_WRITE:
+            bytes.append(static_cast<const char *>(argument), static_cast<size_t>(count));
+            return count;
+        case KOWEN_IO_CLOSE:
+            closes.push_back(count);
+            return closeAnswer;
+        case KOWEN_IO_DELETE:
+            deletions.push_back(static_cast<const char *>(argument));
+            return 1;
+        default:
+            return -1;
+        }
+    }
+    static inline HostFile *current = nullptr;
+};
+
+/// A setup with the built-in settings, made current.
+class TestSetup {
+public:
+    TestSetup() : handle(GlobalAlloc(kGlobalFlags, sizeof(SetupRecord))) {
+        hRaster = handle;
+        lpRaster = Lock<SetupRecord>(handle);
+        UseDefaultSettings(lpRaster);
+    }
+    ~TestSetup() {
+        GlobalFree(handle);
+        hRaster = hSetup = 0;
+        lpRaster = lpSetup = nullptr;
+    }
+    TestSetup(const TestSetup &) = delete;
+    TestSetup &operator=(const TestSetup &) = delete;
+
+    SetupRecord *operator->() const { return Lock<SetupRecord>(handle); }
+
+    const MemoryHandle handle;
+};
+
+inline int32_t Door(uint16_t function, void *record) {
+    return RASTER_dd_entry32(0, function, record);
+}
+
+/// The raster driver between initialisation and termination, and what its host owns.
+class RasterDeviceTest : public testing::Test {
+protected:
+    RasterDeviceTest() {
+        record.outputName = name;
+        record.setup = setup.handle;
+        record.exportRecord = &host.record;
+        record.returnAreaSize = 256;
+        record.capabilities = capabilities;
+    }
+    ~RasterDeviceTest() override { Door(KOWEN_DD_TERMINATE, nullptr); }
+
+    void NameOutput(const std::string &path) { std::strcpy(name, path.c_str()); }
+
+    int32_t Initialise() { return Door(KOWEN_DD_INITIALISE, &record); }
+    int32_t Terminate() { return Door(KOWEN_DD_TERMINATE, nullptr); }
+    int32_t Run(Request request) { return Door(KOWEN_DD_DISPATCH, request.Data()); }
+    int32_t Run(uint32_t opcode) { return Run(Request(opcode)); }
+
+    /// From initialisation into the body of a picture in a window of the given corners.
+    void Draw(double x1, double y1, double x2, double y2, int dotsPerInch = 100) {
+        ASSERT_EQ(Initialise(), 0);
+        ASSERT_EQ(Run(kOpenDevice), 0);
+        BeginBody(x1, y1, x2, y2, dotsPerInch);
+    }
+    void BeginBody(double x1, double y1, double x2, double y2, int dotsPerInch = 100) {
+        ASSERT_EQ(Run(kBeginPicture), 0);
+        ASSERT_EQ(Run(WindowRequest(x1, y1, x2, y2)), 0);
+        if (dotsPerInch != 0) {
+            ASSERT_EQ(Run(ResolutionRequest(dotsPerInch)), 0);
+        }
+        ASSERT_EQ(Run(kBeginBody), 0);
+    }
+    /// The same for a picture of that many columns and rows.
+    void DrawPicture(int columns, int rows, int dotsPerInch = 100) {
+        Draw(0, 0, columns - 1, rows - 1, dotsPerInch);
+    }
+
+    std::vector<uint8_t> PictureBytes() const {
+        const auto *bytes = Lock<uint8_t>(lpEMData->pictureBitmap);
+        return {bytes, bytes + GlobalSize(lpEMData->pictureBitmap)};
+    }
+    std::vector<uint8_t> Answers() const {
+        const auto *bytes = static_cast<const uint8_t *>(record.returnArea);
+        return {bytes, bytes + lpEMData->returnArea.fillPosition};
+    }
+
+    char name[4096] = "";
+    int32_t capabilities[64] = {};
+    TestSetup setup;
+    StatusHost host;
+    OpenRecord record = {};
+};
+
+/// The bytes of values one behind another, in host order.
+template <typename... T> std::vector<uint8_t> BytesOf(T... values) {
+    std::vector<uint8_t> bytes;
+    (bytes.insert(bytes.end(), reinterpret_cast<const uint8_t *>(&values),
+                  reinterpret_cast<const uint8_t *>(&values) + sizeof values),
+     ...);
+    return bytes;
+}
+
+} // namespace kowen::test
