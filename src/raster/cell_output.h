@@ -27,7 +27,7 @@ int32_t DrawingObstacle() noexcept;
 /// colors      CellColors.
 ///
 /// Pushes DrawingObstacle's code; KOWEN_ERR_MEMORY (300) when memory is exhausted and when a size
-/// is 0, does not fit into 32 bits or is more than the bitmap holds; an error of the cell writer.
+/// is 0, does not fit into 32 bits or is more than the bitmap holds; an error of WriteCellBits.
 /// After a refused progress call it ends without a code: closing the device asks the host again.
 ///
 /// Kept deliberately: whether to shrink or to stretch is decided by the heights alone. Test:
