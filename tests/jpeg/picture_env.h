@@ -11,7 +11,8 @@
 #include <string>
 #include <vector>
 
-/// As BeginCellBitmap leaves it, without the output file; with a band buffer of its own.
+/// As BeginCellBitmap leaves it, without the output file; with a band buffer of its own unless
+/// bufferBytes is 0.
 class PictureEnv {
 public:
     PictureEnv(int32_t colorFormat, int32_t operation, int quality, uint32_t width, uint32_t height,
@@ -24,7 +25,8 @@ public:
         SetQTable(env_, quality, colorFormat);
         AllocMem(env_->huffmanHandle, env_->huffmanTable);
         CreateTbls(env_->huffmanTable);
-        GiveBuffer(bufferBytes);
+        if (bufferBytes != 0)
+            GiveBuffer(bufferBytes);
     }
     ~PictureEnv() { kowen::FreeCompressEnv(handle_); }
     PictureEnv(const PictureEnv &) = delete;

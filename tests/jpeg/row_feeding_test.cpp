@@ -86,10 +86,8 @@ Bytes PlainBand(const Bytes &rows, int width, int height, int32_t colorFormat) {
 TEST(CompAndWriteNRows, SequentialFormatsWriteTheirBand) {
     for (const int32_t colorFormat : {212, 222, 215}) {
         const Bytes rows = NoiseRows(37, 5);
-        PictureEnv env(colorFormat, 245, 100, 37, 5);
+        PictureEnv env(colorFormat, 245, 100, 37, 5, 0);
         const MemoryOutput output;
-        GlobalFree(env->outputHandle);
-        env->outputHandle = 0;
         EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 37, 5, env.Get()), 0);
         EXPECT_EQ(output.Bytes(), PlainBand(rows, 37, 5, colorFormat)) << colorFormat;
     }
@@ -97,7 +95,7 @@ TEST(CompAndWriteNRows, SequentialFormatsWriteTheirBand) {
 
 TEST(CompAndWriteNRows, ProgressivePictureIsWrittenAtOnce) {
     const Bytes rows = NoiseRows(32, 16);
-    PictureEnv env(212, 246, 90, 32, 16);
+    PictureEnv env(212, 246, 90, 32, 16, 0);
     const MemoryOutput output;
     EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 32, 16, env.Get()), 0);
     reference::Coder coder(246, 90);
@@ -108,12 +106,12 @@ TEST(CompAndWriteNRows, ProgressivePictureIsWrittenAtOnce) {
 TEST(CompAndWriteNRows, OtherProgressiveFormatsAndOperationsWriteNothing) {
     const Bytes rows = NoiseRows(32, 16);
     for (const int32_t colorFormat : {222, 215, 0}) {
-        PictureEnv env(colorFormat, 246, 90, 32, 16);
+        PictureEnv env(colorFormat, 246, 90, 32, 16, 0);
         const MemoryOutput output;
         EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 32, 16, env.Get()), 0);
         EXPECT_TRUE(output.Bytes().empty()) << colorFormat;
     }
-    PictureEnv env(212, 0, 90, 32, 16);
+    PictureEnv env(212, 0, 90, 32, 16, 0);
     const MemoryOutput output;
     EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 32, 16, env.Get()), 0);
     EXPECT_TRUE(output.Bytes().empty());
@@ -121,7 +119,7 @@ TEST(CompAndWriteNRows, OtherProgressiveFormatsAndOperationsWriteNothing) {
 
 TEST(CompAndWriteNRows, BufferIsGoneAfterwards) {
     const Bytes rows = NoiseRows(500, 1); // outgrows its capacity of one row
-    PictureEnv env(222, 245, 100, 500, 1);
+    PictureEnv env(222, 245, 100, 500, 1, 0);
     const MemoryOutput output;
     EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 500, 1, env.Get()), 0);
     EXPECT_EQ(env->outputHandle, 0u);
@@ -143,7 +141,7 @@ Band NoiseBand(uint32_t width) {
 TEST(CompAndWriteNRows, SmallBandsAreOneWrite) {
     const Band band = NoiseBand(1000);
     ASSERT_LT(band.coded.size(), 32768u);
-    PictureEnv env(222, 245, 100, band.width, 8);
+    PictureEnv env(222, 245, 100, band.width, 8, 0);
     const HostOutput output;
     EXPECT_EQ(CompAndWriteNRows(output.File(), band.rows.data(), band.width, 8, env.Get()), 0);
     EXPECT_EQ(output.WriteSizes(), std::vector<int32_t>{static_cast<int32_t>(band.coded.size())});
@@ -153,7 +151,7 @@ TEST(CompAndWriteNRows, SmallBandsAreOneWrite) {
 TEST(CompAndWriteNRows, LargeBandsAreWrittenInPieces) {
     const Band band = NoiseBand(4000);
     ASSERT_GT(band.coded.size(), 2 * 32767u);
-    PictureEnv env(222, 245, 100, band.width, 8);
+    PictureEnv env(222, 245, 100, band.width, 8, 0);
     const HostOutput output;
     EXPECT_EQ(CompAndWriteNRows(output.File(), band.rows.data(), band.width, 8, env.Get()), 0);
     std::vector<int32_t> sizes;
@@ -166,7 +164,7 @@ TEST(CompAndWriteNRows, LargeBandsAreWrittenInPieces) {
 // Six bits of a flat grey block fill no byte: the write is made all the same.
 TEST(CompAndWriteNRows, BandWithoutAWholeByteIsAWriteOfNone) {
     const Bytes rows(8 * 8 * 3, 128);
-    PictureEnv env(215, 245, 75, 8, 8);
+    PictureEnv env(215, 245, 75, 8, 8, 0);
     const HostOutput output;
     EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 8, 8, env.Get()), 0);
     EXPECT_EQ(output.WriteSizes(), std::vector<int32_t>{0});
@@ -179,9 +177,7 @@ TEST(CompAndWriteNRows, EveryFailedAllocationLosesTheWholeBand) {
     const Band band = NoiseBand(4000);
     std::vector<int32_t> results;
     for (int k = 1;; ++k) {
-        PictureEnv env(222, 245, 100, band.width, 8);
-        GlobalFree(env->outputHandle);
-        env->outputHandle = 0;
+        PictureEnv env(222, 245, 100, band.width, 8, 0);
         const HostOutput output;
         const FailingMemory memory(k);
         const int32_t result =
@@ -200,7 +196,7 @@ TEST(CompAndWriteNRows, EveryFailedAllocationLosesTheWholeBand) {
 TEST(CompAndWriteNRows, LostGrowthIsReported) {
     // One row of noise: the buffer holds one row, the eight that are coded need more.
     const Bytes rows = NoiseRows(500, 1);
-    PictureEnv env(222, 245, 100, 500, 1);
+    PictureEnv env(222, 245, 100, 500, 1, 0);
     const HostOutput output;
     const FailingMemory memory(2);
     EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 500, 1, env.Get()), 300);
@@ -210,7 +206,7 @@ TEST(CompAndWriteNRows, LostGrowthIsReported) {
 
 TEST(CompAndWriteNRows, MissingCoefficientStoreFails) {
     const Bytes rows = NoiseRows(32, 16);
-    PictureEnv env(212, 246, 90, 32, 16);
+    PictureEnv env(212, 246, 90, 32, 16, 0);
     const HostOutput output;
     const FailingMemory memory(2);
     EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 32, 16, env.Get()), -1);
@@ -219,7 +215,7 @@ TEST(CompAndWriteNRows, MissingCoefficientStoreFails) {
 
 TEST(CompAndWriteNRows, SizesThatNoBufferCanHoldFail) {
     const uint8_t pixel[3] = {};
-    PictureEnv env(222, 245, 100, 8, 8);
+    PictureEnv env(222, 245, 100, 8, 8, 0);
     const HostOutput output;
     // 8 rows of 2^28 pixels: 6 GB.
     EXPECT_EQ(CompAndWriteNRows(output.File(), pixel, 0x10000000, 8, env.Get()), -1);
@@ -230,9 +226,7 @@ TEST(CompAndWriteNRows, LeaksNothing) {
     const Band band = NoiseBand(1800);
     ASSERT_GT(band.coded.size(), 32767u);
     for (const int failing : {0, 1, 2, 3, 4}) {
-        PictureEnv env(222, 245, 100, band.width, 8);
-        GlobalFree(env->outputHandle);
-        env->outputHandle = 0;
+        PictureEnv env(222, 245, 100, band.width, 8, 0);
         ExpectNothingLeaks([&] {
             const FailingMemory memory(failing);
             CompAndWriteNRows(0, band.rows.data(), band.width, 8, env.Get());

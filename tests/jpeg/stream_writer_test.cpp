@@ -260,11 +260,7 @@ TEST(WriteScanPad, StuffsAByteThatBecomes255) {
 }
 
 TEST(WriteScanPad, ReportsABufferThatCannotGrow) {
-    PictureEnv env(212, 246, 75, 16, 8);
-    GlobalFree(env->outputHandle);
-    env->outputHandle = 0;
-    env->outputBuffer = nullptr;
-    env->outputCapacity = 0;
+    PictureEnv env(212, 246, 75, 16, 8, 0);
     uint32_t fill = 0;
     OutputBits(nullptr, &fill, 0b1, 1, env.Get());
     EXPECT_EQ(WriteScanPad(nullptr, &fill, env.Get()), 300);

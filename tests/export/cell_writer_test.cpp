@@ -1,0 +1,704 @@
+#include "export/cell_writer.h"
+
+#include "export/display_info.h"
+#include "export/offscreen.h"
+#include "jpeg/compress_env.h"
+#include "platform/global_memory.h"
+#include "platform/text.h"
+#include "reference/jpeg/encoder.h"
+#include "support/bitmaps.h"
+#include "support/current_setup.h"
+#include "support/failing_memory.h"
+#include "support/heap_use.h"
+#include "support/hex.h"
+#include "support/memory_output.h"
+#include "support/scoped_environment.h"
+
+#include <algorithm>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace kowen {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+/// A bitmap's pixels in a block of global memory.
+class PixelBlock {
+public:
+    explicit PixelBlock(const TestBitmap &bitmap)
+        : handle_(GlobalAlloc(kGlobalFlags, static_cast<uint32_t>(bitmap.pixels.size()))) {
+        std::copy(bitmap.pixels.begin(), bitmap.pixels.end(), Lock<uint8_t>(handle_));
+    }
+    ~PixelBlock() { GlobalFree(handle_); }
+    PixelBlock(const PixelBlock &) = delete;
+    PixelBlock &operator=(const PixelBlock &) = delete;
+
+    MemoryHandle Handle() const { return handle_; }
+    Bytes Contents() const {
+        const auto *bytes = Lock<uint8_t>(handle_);
+        return {bytes, bytes + GlobalSize(handle_)};
+    }
+
+private:
+    MemoryHandle handle_;
+};
+
+/// What BeginCellBitmap, one band and EndCellBitmap write.
+Bytes WriteWhole(const TestBitmap &bitmap, uint16_t pixelOrder = kPixelOrderRgb) {
+    const MemoryOutput output;
+    const PixelBlock pixels(bitmap);
+    const auto width = static_cast<uint32_t>(bitmap.width);
+    const auto height = static_cast<uint32_t>(bitmap.height);
+    MemoryHandle environment = 0;
+    EXPECT_EQ(BeginCellBitmap(output.File(), width, height, 24, nullptr, &environment), 1);
+    EXPECT_EQ(
+        WriteCellBits(output.File(), pixels.Handle(), width, height, 24, pixelOrder, environment),
+        0);
+    EXPECT_EQ(EndCellBitmap(output.File(), environment), 0);
+    return output.Bytes();
+}
+
+Bytes Reference(const TestBitmap &bitmap, int colorFormat, int operation, int quality) {
+    return reference::ReferenceExport(bitmap.pixels, bitmap.width, bitmap.height, colorFormat,
+                                      operation, quality, 96, 96);
+}
+
+/// Everything that BeginCellBitmap writes.
+Bytes ReferenceBegin(const reference::Header &header) {
+    Bytes bytes = reference::FileHeader(header);
+    if (header.Sequential()) {
+        std::vector<int> components;
+        for (int i = 0; i < header.Components(); ++i)
+            components.push_back(i);
+        bytes = bytes + reference::ScanHeader(components, 0, 63);
+    }
+    return bytes;
+}
+
+TEST(BeginCellBitmap, WritesTheHeadersAndForSequentialTheScanHeader) {
+    for (const int32_t colorFormat : {212, 222, 215})
+        for (const int32_t operation : {245, 246}) {
+            const CurrentSetup setup(colorFormat, operation, 60);
+            setup->header.xResolution = 72;
+            setup->header.yResolution = 300;
+            const MemoryOutput output;
+            MemoryHandle environment = 0;
+            EXPECT_EQ(BeginCellBitmap(output.File(), 17, 9, 24, nullptr, &environment), 1);
+            EXPECT_NE(environment, 0u);
+            EXPECT_EQ(output.Bytes(), ReferenceBegin({17, 9, colorFormat, operation, 60, 72, 300}));
+            FreeCompressEnv(environment);
+        }
+}
+
+TEST(BeginCellBitmap, FillsTheHeaderStateAndTheEnvironment) {
+    const CurrentSetup setup(215, 245, 44);
+    setup->header.componentCount = 77;
+    const MemoryOutput output;
+    MemoryHandle environment = 0;
+    EXPECT_EQ(BeginCellBitmap(output.File(), 17, 9, 1, nullptr, &environment), 1);
+    EXPECT_EQ(setup->header.outputFile, output.File());
+    EXPECT_EQ(setup->header.imageWidth, 17u);
+    EXPECT_EQ(setup->header.imageHeight, 9u);
+    EXPECT_EQ(setup->header.componentCount, 1);
+    const auto *env = Lock<CompressEnv>(environment);
+    EXPECT_EQ(env->quality, 44);
+    EXPECT_EQ(env->colorFormat, 215);
+    EXPECT_EQ(env->operation, 245);
+    EXPECT_EQ(env->imageWidth, 17u);
+    EXPECT_EQ(env->imageHeight, 9u);
+    EXPECT_EQ(env->quantTable[0][6 * 8 + 5], 257);
+    FreeCompressEnv(environment);
+}
+
+TEST(BeginCellBitmap, OtherColorFormatsLeaveTheComponentCount) {
+    const CurrentSetup setup(213, 245);
+    setup->header.componentCount = 3;
+    const MemoryOutput output;
+    MemoryHandle environment = 0;
+    BeginCellBitmap(output.File(), 8, 8, 24, nullptr, &environment);
+    EXPECT_EQ(setup->header.componentCount, 3);
+    FreeCompressEnv(environment);
+}
+
+TEST(BeginCellBitmap, MakesTheOutputBigEndian) {
+    const CurrentSetup setup;
+    const MemoryOutput output;
+    qivSetDataFormat(output.File(), 0, 1);
+    MemoryHandle environment = 0;
+    BeginCellBitmap(output.File(), 8, 8, 24, nullptr, &environment);
+    uint16_t byteOrder = 9;
+    uint16_t numberFormat = 9;
+    qivGetDataFormat(output.File(), &byteOrder, &numberFormat);
+    EXPECT_EQ(byteOrder, 1);
+    EXPECT_EQ(numberFormat, 0);
+    EXPECT_EQ(output.Bytes()[0], 0xFF);
+    FreeCompressEnv(environment);
+}
+
+TEST(BeginCellBitmap, WithoutAnEnvironmentNothingIsWritten) {
+    const CurrentSetup setup;
+    const HostOutput output;
+    MemoryHandle environment = 5;
+    const FailingMemory memory(1);
+    EXPECT_EQ(BeginCellBitmap(output.File(), 8, 8, 24, nullptr, &environment), 1);
+    EXPECT_TRUE(memory.Failed());
+    EXPECT_EQ(environment, 0u);
+    EXPECT_TRUE(output.Bytes().empty());
+}
+
+TEST(BeginCellBitmap, WithoutItsTablesThereIsNoEnvironment) {
+    const CurrentSetup setup;
+    const PixelBlock pixels(MakeNoise(8, 8));
+    for (int k = 2; k <= 7; ++k) {
+        const HostOutput output;
+        MemoryHandle environment = 5;
+        {
+            const FailingMemory memory(k);
+            EXPECT_EQ(BeginCellBitmap(output.File(), 8, 8, 24, nullptr, &environment), 1);
+            EXPECT_TRUE(memory.Failed()) << k;
+        }
+        EXPECT_EQ(environment, 0u) << k;
+        const Bytes begun = output.Bytes();
+        EXPECT_EQ(WriteCellBits(output.File(), pixels.Handle(), 8, 8, 24, 1, environment), 0);
+        EXPECT_EQ(EndCellBitmap(output.File(), environment), 0);
+        EXPECT_EQ(output.Bytes(), begun);
+    }
+}
+
+TEST(BeginCellBitmap, WithoutASetupThereIsNoEnvironment) {
+    ASSERT_EQ(lpRaster, nullptr);
+    const HostOutput output;
+    MemoryHandle environment = 5;
+    EXPECT_EQ(BeginCellBitmap(output.File(), 8, 8, 24, nullptr, &environment), 1);
+    EXPECT_EQ(environment, 0u);
+    EXPECT_TRUE(output.Bytes().empty());
+}
+
+/// A picture that has begun; freed without being finished.
+class Begun {
+public:
+    Begun(int32_t colorFormat, int32_t operation, uint32_t width, uint32_t height,
+          int16_t quality = 75)
+        : setup(colorFormat, operation, quality) {
+        BeginCellBitmap(output.File(), width, height, 24, nullptr, &environment);
+        headerBytes = output.Bytes().size();
+    }
+    ~Begun() { FreeCompressEnv(environment); }
+
+    int32_t Write(MemoryHandle pixels, uint32_t width, uint32_t rows, int32_t depth = 24,
+                  uint16_t pixelOrder = kPixelOrderRgb) {
+        return WriteCellBits(output.File(), pixels, width, rows, depth, pixelOrder, environment);
+    }
+    int32_t End() {
+        const int32_t result = EndCellBitmap(output.File(), environment);
+        environment = 0;
+        return result;
+    }
+    CompressEnv *Env() const { return Lock<CompressEnv>(environment); }
+
+    /// What was written since the beginning.
+    Bytes Written() const {
+        const Bytes all = output.Bytes();
+        return {all.begin() + static_cast<std::ptrdiff_t>(headerBytes), all.end()};
+    }
+
+    CurrentSetup setup;
+    HostOutput output;
+    MemoryHandle environment = 0;
+    size_t headerBytes = 0;
+};
+
+TEST(WriteCellBits, WholePicturesEqualThePlainForm) {
+    const int sizes[][2] = {{1, 1}, {1, 2}, {7, 7}, {8, 8}, {16, 8}, {17, 9}, {33, 18}, {101, 37}};
+    for (const int32_t colorFormat : {212, 222, 215})
+        for (const int32_t operation : {245, 246})
+            for (const int16_t quality : {int16_t{1}, int16_t{44}, int16_t{75}, int16_t{100}})
+                for (const auto &size : sizes) {
+                    const CurrentSetup setup(colorFormat, operation, quality);
+                    const TestBitmap bitmap = MakeSoft(size[0], size[1]);
+                    ASSERT_EQ(WriteWhole(bitmap),
+                              Reference(bitmap, colorFormat, operation, quality))
+                        << colorFormat << ", " << operation << ", " << quality << ": " << size[0]
+                        << " x " << size[1];
+                }
+}
+
+TEST(WriteCellBits, ZeroHandlesWriteNothing) {
+    const PixelBlock pixels(MakeNoise(8, 8));
+    Begun picture(212, 245, 8, 8);
+    EXPECT_EQ(picture.Write(0, 8, 8), 0);
+    EXPECT_EQ(WriteCellBits(picture.output.File(), pixels.Handle(), 8, 8, 24, 1, 0), 0);
+    EXPECT_TRUE(picture.Written().empty());
+    EXPECT_EQ(pixels.Contents(), MakeNoise(8, 8).pixels);
+}
+
+TEST(WriteCellBits, BandsComeFromTopToBottomEachBottomUp) {
+    const TestBitmap whole = MakeNoise(21, 24);
+    const CurrentSetup outer(212, 245, 90);
+    const Bytes expected = WriteWhole(whole);
+    Begun picture(212, 245, 21, 24, 90);
+    for (const int top : {0, 8, 16}) {
+        TestBitmap band = MakeBlank(21, 8);
+        // The band's rows lie together in memory, the last band first.
+        const auto begin = whole.pixels.begin() + (24 - 8 - top) * whole.Stride();
+        std::copy(begin, begin + 8 * whole.Stride(), band.pixels.begin());
+        const PixelBlock pixels(band);
+        EXPECT_EQ(picture.Write(pixels.Handle(), 21, 8), 0);
+    }
+    EXPECT_EQ(picture.End(), 0);
+    EXPECT_EQ(picture.output.Bytes(), expected);
+}
+
+// 20 rows are coded as 8, 8 and 4, the next band's 7 rows as a group of their own.
+TEST(WriteCellBits, BandIsCodedInGroupsOfEightAndASmallerLast) {
+    for (const int32_t colorFormat : {212, 222, 215}) {
+        reference::Coder coder(245, 75);
+        Begun picture(colorFormat, 245, 19, 27);
+        for (const int rows : {20, 7}) {
+            const TestBitmap band = MakeNoise(19, rows, static_cast<uint32_t>(rows));
+            const PixelBlock pixels(band);
+            EXPECT_EQ(picture.Write(pixels.Handle(), 19, static_cast<uint32_t>(rows)), 0);
+            const auto mapped = reference::MappedPicture(band.pixels, 19, rows, colorFormat);
+            for (int top = 0; top < rows; top += 8) {
+                const auto group = mapped.Rows(top, std::min(8, rows - top));
+                if (colorFormat == 212)
+                    reference::CodeBand422(coder, group);
+                else
+                    reference::CodeBand444(coder, group, colorFormat == 215 ? 1 : 3);
+            }
+        }
+        EXPECT_EQ(picture.Written(), coder.bits.Bytes()) << colorFormat;
+    }
+}
+
+TEST(WriteCellBits, PixelsAreMappedInTheCallersBand) {
+    for (const int32_t colorFormat : {212, 222, 215})
+        for (const int32_t operation : {245, 246}) {
+            const TestBitmap before = MakeNoise(5, 9);
+            TestBitmap after = before;
+            const PixelBlock pixels(before);
+            Begun picture(colorFormat, operation, 5, 9);
+            EXPECT_EQ(picture.Write(pixels.Handle(), 5, 9), 0);
+            after.pixels = pixels.Contents();
+            for (int row = 0; row < 9; ++row) {
+                for (int x = 0; x < 5; ++x) {
+                    const uint8_t *b = before.Pixel(x, row);
+                    const uint8_t *a = after.Pixel(x, row);
+                    EXPECT_EQ((reference::Pixel{a[0], a[1], a[2]}),
+                              reference::Mapped({b[0], b[1], b[2]}, colorFormat));
+                }
+                EXPECT_EQ(*after.Pixel(5, row), *before.Pixel(5, row)); // padding
+            }
+        }
+}
+
+TestBitmap Exchanged(TestBitmap bitmap) {
+    for (int row = 0; row < bitmap.height; ++row)
+        for (int x = 0; x < bitmap.width; ++x)
+            std::swap(bitmap.Pixel(x, row)[0], bitmap.Pixel(x, row)[2]);
+    return bitmap;
+}
+
+TEST(WriteCellBits, PixelOrderFourExchangesRedAndBlue) {
+    const TestBitmap bitmap = MakeNoise(13, 10);
+    for (const int32_t colorFormat : {212, 222, 215})
+        for (const int32_t operation : {245, 246}) {
+            const CurrentSetup setup(colorFormat, operation, 90);
+            EXPECT_EQ(WriteWhole(bitmap, kPixelOrderBgr), WriteWhole(Exchanged(bitmap)))
+                << colorFormat << ", " << operation;
+        }
+}
+
+// The full-size format exchanges the bytes of its own accord: after code 4 they are back.
+TEST(WriteCellBits, PixelOrderFourLeavesTheCallersBandExchanged) {
+    const TestBitmap bitmap = MakeNoise(13, 10);
+    {
+        const PixelBlock pixels(bitmap);
+        Begun picture(222, 245, 13, 10);
+        picture.Write(pixels.Handle(), 13, 10, 24, kPixelOrderBgr);
+        EXPECT_EQ(pixels.Contents(), bitmap.pixels);
+    }
+    const PixelBlock pixels(bitmap);
+    const PixelBlock exchanged(Exchanged(bitmap));
+    Begun picture(212, 245, 13, 10);
+    picture.Write(pixels.Handle(), 13, 10, 24, kPixelOrderBgr);
+    picture.Write(exchanged.Handle(), 13, 10, 24, kPixelOrderRgb);
+    EXPECT_EQ(pixels.Contents(), exchanged.Contents());
+}
+
+TEST(WriteCellBits, OtherPixelOrdersAndSmallDepthsExchangeNothing) {
+    const TestBitmap bitmap = MakeNoise(13, 10);
+    const auto written = [&](int32_t depth, uint16_t pixelOrder) {
+        const PixelBlock pixels(bitmap);
+        Begun picture(212, 245, 13, 10);
+        EXPECT_EQ(picture.Write(pixels.Handle(), 13, 10, depth, pixelOrder), 0);
+        return picture.Written();
+    };
+    const Bytes plain = written(24, 1);
+    for (const uint16_t pixelOrder : {0, 2, 3, 5, 65535})
+        EXPECT_EQ(written(24, pixelOrder), plain) << pixelOrder;
+    EXPECT_EQ(written(23, 4), plain);
+    EXPECT_EQ(written(8, 4), plain);
+    EXPECT_EQ(written(-4, 4), plain);
+    EXPECT_NE(written(24, 4), plain);
+    EXPECT_EQ(written(32, 4), written(24, 4));
+}
+
+TEST(WriteCellBits, BlockSmallerThanTheBandIsRefusedUntouched) {
+    for (const int32_t operation : {245, 246}) {
+        const TestBitmap bitmap = MakeNoise(5, 8); // rows of 16 bytes
+        const PixelBlock pixels(bitmap);
+        Begun picture(212, operation, 5, 9);
+        EXPECT_EQ(picture.Write(pixels.Handle(), 5, 9), 300);
+        EXPECT_EQ(picture.Write(pixels.Handle(), 6, 8), 300); // rows of 20 bytes
+        EXPECT_EQ(picture.Write(pixels.Handle(), 5, 0x10000008), 300);
+        EXPECT_EQ(picture.Write(pixels.Handle(), 0x55555556, 8), 300);
+        EXPECT_EQ(picture.Write(pixels.Handle(), 0xFFFFFFFF, 0xFFFFFFFF), 300);
+        EXPECT_TRUE(picture.Written().empty());
+        EXPECT_EQ(pixels.Contents(), bitmap.pixels);
+        EXPECT_EQ(picture.Write(pixels.Handle(), 5, 8), 0);
+    }
+}
+
+TEST(WriteCellBits, BandWithoutRowsWritesNothing) {
+    const PixelBlock pixels(MakeNoise(8, 8));
+    Begun picture(212, 245, 8, 8);
+    EXPECT_EQ(picture.Write(pixels.Handle(), 8, 0), 0);
+    EXPECT_TRUE(picture.Written().empty());
+}
+
+TEST(WriteCellBits, WithoutAWorkBufferTheBandIsRefused) {
+    for (const int32_t operation : {245, 246}) {
+        const TestBitmap bitmap = MakeNoise(16, 8);
+        const PixelBlock pixels(bitmap);
+        Begun picture(212, operation, 16, 8);
+        const FailingMemory memory(1);
+        EXPECT_EQ(picture.Write(pixels.Handle(), 16, 8), 300);
+        EXPECT_TRUE(memory.Failed());
+        EXPECT_TRUE(picture.Written().empty());
+        EXPECT_EQ(pixels.Contents(), bitmap.pixels);
+    }
+}
+
+TEST(WriteCellBits, TheLastGroupsResultIsTheResult) {
+    const PixelBlock pixels(MakeFlat(64, 16, 1, 2, 3));
+    Begun picture(212, 245, 64, 16);
+    {
+        const FailingMemory memory(2); // the first group's band buffer
+        EXPECT_EQ(picture.Write(pixels.Handle(), 64, 16), 0);
+        EXPECT_TRUE(memory.Failed());
+    }
+    const FailingMemory memory(3); // the second group's
+    EXPECT_EQ(picture.Write(pixels.Handle(), 64, 16), -1);
+    EXPECT_TRUE(memory.Failed());
+}
+
+TEST(WriteCellBits, ProgressiveWithoutACoefficientStoreFails) {
+    const PixelBlock pixels(MakeNoise(16, 8));
+    Begun picture(212, 246, 16, 8);
+    const FailingMemory memory(3);
+    EXPECT_EQ(picture.Write(pixels.Handle(), 16, 8), -1);
+    EXPECT_TRUE(memory.Failed());
+    EXPECT_TRUE(picture.Written().empty());
+}
+
+TEST(WriteCellBits, ProgressiveOfOtherFormatsHasNoScan) {
+    for (const int32_t colorFormat : {222, 215}) {
+        const CurrentSetup setup(colorFormat, 246, 75);
+        const TestBitmap bitmap = MakeNoise(17, 9);
+        EXPECT_EQ(WriteWhole(bitmap),
+                  ReferenceBegin({17, 9, colorFormat, 246, 75, 96, 96}) + FromHex("FF D9"));
+    }
+}
+
+TEST(WriteCellBits, OtherOperationsHaveAProgressiveHeaderAndNoScan) {
+    for (const int32_t operation : {0, 244, 247}) {
+        const CurrentSetup setup(212, operation, 75);
+        EXPECT_EQ(WriteWhole(MakeNoise(17, 9)),
+                  ReferenceBegin({17, 9, 212, 246, 75, 96, 96}) + FromHex("FF D9"))
+            << operation;
+    }
+}
+
+// A setup whose profile section has no driver: everything is 0.
+TEST(WriteCellBits, SetupOfZerosWritesHeadersWithoutComponents) {
+    const CurrentSetup setup(0, 0, 0);
+    setup->header.xResolution = 0;
+    setup->header.yResolution = 0;
+    const Bytes bytes = WriteWhole(MakeNoise(17, 9));
+    EXPECT_EQ(bytes, ReferenceBegin({17, 9, 0, 0, 0, 0, 0}) + FromHex("FF D9"));
+    const Bytes frame = FromHex("FF C2 00 08 00 00 09 00 11 00 FF C4");
+    EXPECT_NE(std::search(bytes.begin(), bytes.end(), frame.begin(), frame.end()), bytes.end());
+}
+
+TEST(WriteCellBits, UnknownColorFormatCodesNothing) {
+    const CurrentSetup setup(213, 245, 75);
+    const Bytes bytes = WriteWhole(MakeNoise(17, 9));
+    const Bytes tail = FromHex("FF DA 00 06 00 01 00 00 3F 00 FF D9");
+    ASSERT_GT(bytes.size(), tail.size());
+    EXPECT_TRUE(std::equal(tail.rbegin(), tail.rend(), bytes.rbegin()));
+    const Bytes frame = FromHex("FF C0 00 08 00 00 09 00 11 00 FF C4");
+    EXPECT_NE(std::search(bytes.begin(), bytes.end(), frame.begin(), frame.end()), bytes.end());
+}
+
+TEST(EndCellBitmap, ZeroEnvironmentWritesNothing) {
+    Begun picture(212, 245, 8, 8);
+    EXPECT_EQ(EndCellBitmap(picture.output.File(), 0), 0);
+    EXPECT_TRUE(picture.Written().empty());
+}
+
+TEST(EndCellBitmap, PictureWithoutBandsIsHeadersAndTheEndMarker) {
+    for (const int32_t operation : {245, 246}) {
+        Begun picture(212, operation, 8, 8);
+        EXPECT_EQ(picture.Write(0, 8, 8), 0);
+        EXPECT_EQ(picture.End(), 0);
+        EXPECT_EQ(picture.Written(), FromHex("FF D9"));
+    }
+}
+
+TEST(EndCellBitmap, CompletesTheLastByteWithOnes) {
+    Begun picture(212, 245, 8, 8);
+    picture.Env()->pendingByte = 0b01000000;
+    picture.Env()->bitMask = 0b00010000;
+    EXPECT_EQ(picture.End(), 0);
+    EXPECT_EQ(picture.Written(), FromHex("5F FF D9"));
+}
+
+TEST(EndCellBitmap, WritesNoByteAtAByteBoundary) {
+    // Two bands of one white pixel: EF E8 A0 0, then 2 8A 00.
+    const CurrentSetup setup(212, 245, 75);
+    const Bytes bytes = WriteWhole(MakeFlat(1, 16, 255, 255, 255));
+    EXPECT_EQ(bytes,
+              ReferenceBegin({1, 16, 212, 245, 75, 96, 96}) + FromHex("EF E8 A0 02 8A 00 FF D9"));
+}
+
+TEST(EndCellBitmap, StuffsALastByteThatBecomes255) {
+    Begun picture(212, 245, 8, 8);
+    picture.Env()->pendingByte = 0b11110000;
+    picture.Env()->bitMask = 0b00001000;
+    EXPECT_EQ(picture.End(), 0);
+    EXPECT_EQ(picture.Written(), FromHex("FF 00 FF D9"));
+}
+
+TEST(EndCellBitmap, OtherOperationsFlushNothing) {
+    for (const int32_t operation : {246, 0}) {
+        Begun picture(212, operation, 8, 8);
+        picture.Env()->pendingByte = 0b01000000;
+        picture.Env()->bitMask = 0b00010000;
+        EXPECT_EQ(picture.End(), 0);
+        EXPECT_EQ(picture.Written(), FromHex("FF D9")) << operation;
+    }
+}
+
+TEST(EndCellBitmap, WritesToTheSetupsFileWhateverItIsGiven) {
+    Begun picture(212, 245, 8, 8);
+    const MemoryOutput other;
+    EXPECT_EQ(EndCellBitmap(other.File(), picture.environment), 0);
+    picture.environment = 0;
+    EXPECT_EQ(picture.Written(), FromHex("FF D9"));
+    EXPECT_TRUE(other.Bytes().empty());
+}
+
+TEST(EndCellBitmap, NeedsNoMemory) {
+    Begun picture(212, 245, 8, 8);
+    picture.Env()->bitMask = 1;
+    const FailingMemory memory(1, FailingMemory::kThatAndAllLater);
+    EXPECT_EQ(picture.End(), 0);
+    EXPECT_EQ(picture.Written(), FromHex("01 FF D9"));
+    EXPECT_FALSE(memory.Failed());
+}
+
+TEST(CellWriter, LeaksNothing) {
+    for (const int32_t operation : {245, 246}) {
+        const CurrentSetup setup(212, operation, 75);
+        const PixelBlock pixels(MakeNoise(40, 20));
+        for (const int failing : {0, 1, 3, 7, 8, 9, 10, 11}) {
+            ExpectNothingLeaks([&] {
+                MemoryHandle environment = 0;
+                const FailingMemory memory(failing);
+                BeginCellBitmap(0, 40, 20, 24, nullptr, &environment);
+                WriteCellBits(0, pixels.Handle(), 40, 20, 24, 1, environment);
+                EndCellBitmap(0, environment);
+            });
+        }
+    }
+}
+
+/// A question to QueryCellFormat and its answers.
+struct Query {
+    double width = 1;
+    double height = 1;
+    uint16_t depth = 77;
+    int32_t resolution = 0;
+
+    void Ask() {
+        EXPECT_EQ(QueryCellFormat(&width, &height, &depth, &resolution, nullptr, nullptr), 0);
+    }
+};
+
+/// A setup of 6.67 x 5 inches at 96 x 96, and a display of 10 x 5 inches at 100.
+class QueryCellFormatTest : public testing::Test {
+protected:
+    QueryCellFormatTest() { SetDisplayInfo(1000, 500, 100, 100); }
+    ~QueryCellFormatTest() override { SetDisplayInfo(0, 0, 0, 0); }
+
+    CurrentSetup setup;
+    ScopedEnvironment noDisplay{"DISPLAYINFO", nullptr};
+};
+
+TEST_F(QueryCellFormatTest, PictureModesGiveThePicturesOwnPixels) {
+    Query query{2.5, 1.25, 0, 200};
+    query.Ask();
+    EXPECT_EQ(query.width, 500.0);
+    EXPECT_EQ(query.height, 250.0);
+    EXPECT_EQ(query.depth, 24);
+    EXPECT_EQ(query.resolution, 200);
+    EXPECT_EQ(setup->width, 2.5);
+    EXPECT_EQ(setup->height, 1.25);
+    EXPECT_EQ(setup->header.xResolution, 200);
+    EXPECT_EQ(setup->header.yResolution, 200);
+}
+
+// 55 / 75 x 75 is 54.999... in double precision; the picture then loses a column.
+TEST_F(QueryCellFormatTest, FiftyFivePixelsAtSeventyFiveAreFiftyFour) {
+    Query query{55.0 / 75, 150.0 / 75, 0, 75};
+    query.Ask();
+    EXPECT_LT(query.width, 55.0);
+    EXPECT_EQ(TruncateToUInt32(query.width), 54u);
+    EXPECT_EQ(TruncateToUInt32(query.height), 150u);
+}
+
+TEST_F(QueryCellFormatTest, UnknownPictureResolutionFitsThePictureIntoThePage) {
+    Query query{100, 100, 0, 0};
+    query.Ask(); // 640 x 480 pixels; a square takes 480 x 480
+    EXPECT_EQ(query.width, 480.0);
+    EXPECT_EQ(query.height, 480.0);
+    EXPECT_EQ(query.resolution, 96);
+    EXPECT_EQ(setup->width, 6.67);
+    EXPECT_EQ(setup->height, 5.0);
+}
+
+TEST_F(QueryCellFormatTest, OnlyTheLowSixteenBitsOfTheResolutionCount) {
+    Query unknown{100, 100, 0, 0x50000};
+    unknown.Ask();
+    EXPECT_EQ(unknown.width, 480.0);
+    EXPECT_EQ(unknown.resolution, 96);
+    Query known{2, 1, 0, 0x50000 + 150};
+    known.Ask();
+    EXPECT_EQ(known.width, 300.0);
+    EXPECT_EQ(known.resolution, 150);
+}
+
+// 0.5 x 0.4 inches at 72: 36 x 28 pixels; a picture twice as wide as high takes 36 x 18.
+TEST_F(QueryCellFormatTest, UserSizeIsAPageThatThePictureIsFittedInto) {
+    setup->sizeMode = KOWEN_SIZE_USER;
+    setup->resolutionMode = KOWEN_RESOLUTION_USER;
+    setup->width = 0.5;
+    setup->height = 0.4;
+    setup->header.xResolution = 72;
+    setup->header.yResolution = 72;
+    Query query{16.0 / 96, 8.0 / 96, 0, 96};
+    query.Ask();
+    EXPECT_EQ(query.width, 36.0);
+    EXPECT_EQ(query.height, 18.0);
+    EXPECT_EQ(query.resolution, 72);
+    EXPECT_EQ(setup->width, 0.5);
+    EXPECT_EQ(setup->height, 0.4);
+}
+
+TEST_F(QueryCellFormatTest, UserResolutionsMayDiffer) {
+    setup->resolutionMode = KOWEN_RESOLUTION_USER;
+    setup->header.xResolution = 50;
+    setup->header.yResolution = 80;
+    Query query{2, 4, 0, 200};
+    query.Ask();
+    EXPECT_EQ(query.width, 100.0);
+    EXPECT_EQ(query.height, 320.0);
+    EXPECT_EQ(query.resolution, 50);
+}
+
+TEST_F(QueryCellFormatTest, DisplaySizeIsThePage) {
+    setup->sizeMode = KOWEN_SIZE_FROM_DISPLAY;
+    Query query{1, 1, 0, 72};
+    query.Ask(); // 10 x 5 inches at 72: 720 x 360; a square takes 360 x 360
+    EXPECT_EQ(query.width, 360.0);
+    EXPECT_EQ(query.height, 360.0);
+    EXPECT_EQ(query.resolution, 72);
+    EXPECT_EQ(setup->width, 10.0);
+    EXPECT_EQ(setup->height, 5.0);
+}
+
+TEST_F(QueryCellFormatTest, DisplayResolutionReplacesThePictures) {
+    setup->resolutionMode = KOWEN_RESOLUTION_FROM_DISPLAY;
+    Query query{2, 1, 0, 72};
+    query.Ask();
+    EXPECT_EQ(query.width, 200.0);
+    EXPECT_EQ(query.height, 100.0);
+    EXPECT_EQ(query.resolution, 100);
+    EXPECT_EQ(setup->header.xResolution, 100);
+    EXPECT_EQ(setup->header.yResolution, 100);
+}
+
+TEST_F(QueryCellFormatTest, DisplaySizeAndResolutionTogether) {
+    setup->sizeMode = KOWEN_SIZE_FROM_DISPLAY;
+    setup->resolutionMode = KOWEN_RESOLUTION_FROM_DISPLAY;
+    Query query{400, 100, 0, 0}; // as wide as 4 : 1: 1000 x 250
+    query.Ask();
+    EXPECT_EQ(query.width, 1000.0);
+    EXPECT_EQ(query.height, 250.0);
+    EXPECT_EQ(query.resolution, 100);
+}
+
+TEST_F(QueryCellFormatTest, DisplayWithoutAResolutionIsNotTaken) {
+    const ScopedEnvironment display("DISPLAYINFO", "100x100x65536x65536");
+    setup->sizeMode = KOWEN_SIZE_FROM_DISPLAY;
+    setup->resolutionMode = KOWEN_RESOLUTION_FROM_DISPLAY;
+    Query query{100, 100, 0, 0};
+    query.Ask();
+    EXPECT_EQ(query.width, 480.0);
+    EXPECT_EQ(setup->width, 6.67);
+    EXPECT_EQ(setup->header.xResolution, 96);
+}
+
+TEST_F(QueryCellFormatTest, PrinterModesTakeTheSettingsAsTheyAre) {
+    SetPrinterInfo(3, 4, 300, 300);
+    setup->sizeMode = KOWEN_SIZE_FROM_PRINTER;
+    setup->resolutionMode = KOWEN_RESOLUTION_FROM_PRINTER;
+    Query query{100, 100, 0, 72};
+    query.Ask();
+    SetPrinterInfo(0, 0, 0, 0);
+    EXPECT_EQ(query.width, 480.0);
+    EXPECT_EQ(query.height, 480.0);
+    EXPECT_EQ(query.resolution, 96);
+}
+
+TEST_F(QueryCellFormatTest, WithoutAResolutionTheSizeStays) {
+    setup->sizeMode = KOWEN_SIZE_USER;
+    setup->resolutionMode = KOWEN_RESOLUTION_USER;
+    setup->header.xResolution = 0;
+    setup->header.yResolution = 0;
+    Query query{12.5, 7.25, 0, 72};
+    query.Ask();
+    EXPECT_EQ(query.width, 12.5);
+    EXPECT_EQ(query.height, 7.25);
+    EXPECT_EQ(query.resolution, 72);
+}
+
+TEST_F(QueryCellFormatTest, DepthFollowsTheColorFormat) {
+    const struct {
+        int32_t colorFormat;
+        uint16_t depth;
+    } cases[] = {{212, 24}, {215, 24}, {222, 24}, {216, 65532}, {217, 65528}, {218, 3},
+                 {219, 4},  {221, 8},  {220, 77}, {0, 77},      {213, 77},    {223, 77}};
+    for (const auto &c : cases) {
+        setup->colorFormat = c.colorFormat;
+        Query query{1, 1, 77, 72};
+        query.Ask();
+        EXPECT_EQ(query.depth, c.depth) << c.colorFormat;
+    }
+}
+
+} // namespace
+} // namespace kowen
