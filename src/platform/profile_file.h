@@ -30,12 +30,18 @@ inline constexpr int32_t kPathBytes = 144;
 /// list: each key followed by a zero byte and one more zero byte at the end, zeros not counted.
 ///
 /// Kept deliberately: a value of size bytes or more fills the buffer, without a terminator.
-/// Test: GetPrivateProfileString.AValueAsLongAsTheBufferIsNotTerminated.
-/// Kept deliberately: a header needs no brackets. Test: ...AHeaderNeedsNoBrackets.
-/// Kept deliberately: the header that ends a section is not compared with its name, later
-/// sections of that name are searched. Test: ...TheHeaderThatEndsASectionIsNotExamined.
-/// Kept deliberately: a list that does not fit gives size - 1 and cut keys, and each key after
-/// that adds its length + 1 to the result. Test: ...AListThatDoesNotFitIsCut.
+/// Test: GetPrivateProfileStringTest.AValueAsLongAsTheBufferIsNotTerminated.
+///
+/// Kept deliberately: a header needs no brackets.
+/// Test: GetPrivateProfileStringTest.AHeaderNeedsNoBrackets.
+///
+/// Kept deliberately: the header that ends a section is not compared with its name; later
+/// sections of that name are searched too.
+/// Test: GetPrivateProfileStringTest.TheHeaderThatEndsASectionIsNotExamined.
+///
+/// Kept deliberately: a list that does not fit gives size - 1 and a cut key, and each key behind
+/// that adds its length + 1 to the result. Test: ListKeysTest.AListThatDoesNotFitIsCut.
+///
 /// Safe departure: a default of size characters or more is cut to size - 1 and terminated. A
 /// section name of 256 bytes or more matches nothing.
 int32_t GetPrivateProfileString(const char *section, const char *key, const char *defaultText,
@@ -50,7 +56,7 @@ int32_t GetProfileString(const char *section, const char *key, const char *defau
 /// Returns defaultValue when the key is absent or its value is empty.
 ///
 /// Kept deliberately: a value that begins otherwise, with a sign for one, is 0, not the default.
-/// Test: GetPrivateProfileInt.ASignOrALetterGivesZero.
+/// Test: GetPrivateProfileIntTest.ASignOrALetterGivesZero.
 int32_t GetPrivateProfileInt(const char *section, const char *key, int32_t defaultValue,
                              const char *file) noexcept;
 
@@ -70,7 +76,7 @@ int32_t GetProfileInt(const char *section, const char *key, int32_t defaultValue
 /// for a section that is not there writes nothing.
 ///
 /// Kept deliberately: a profile without any line end gets CR LF, a new one LF.
-/// Test: WritePrivateProfileString.AProfileWithoutLineEndsGetsCrLf.
+/// Test: WritePrivateProfileStringTest.AProfileWithoutLineEndsGetsCrLf.
 int32_t WritePrivateProfileString(const char *section, const char *key, const char *value,
                                   const char *file) noexcept;
 

@@ -81,6 +81,16 @@ bool NextLine(std::string_view &rest, std::size_t longest, std::string_view &lin
     return true;
 }
 
+std::string_view FirstLineEnd(std::string_view text) noexcept {
+    const char *end = text.data() + text.size();
+    const char *first = std::find_if(text.data(), end, EndsLine);
+    if (first == end)
+        return "\r\n";
+    if (*first == '\n')
+        return "\n";
+    return first + 1 != end && first[1] == '\n' ? "\r\n" : "\r";
+}
+
 CleanLine Clean(std::string_view line, uint32_t keep) noexcept {
     CleanLine clean;
     clean.size = 0;

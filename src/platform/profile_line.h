@@ -19,6 +19,9 @@ inline constexpr std::size_t kWholeLines = static_cast<std::size_t>(-1);
 /// Returns false, with line unchanged, when nothing is left.
 bool NextLine(std::string_view &rest, std::size_t longest, std::string_view &line) noexcept;
 
+/// The line end that a text's first line has; CR LF for a text without any.
+std::string_view FirstLineEnd(std::string_view text) noexcept;
+
 /// Whether a line begins a section, or ends the one before, judged by its first byte alone.
 inline bool IsHeader(std::string_view line) noexcept {
     return !line.empty() && line[0] == '[';
@@ -64,7 +67,7 @@ std::string_view TrimQuotes(std::string_view value) noexcept;
 /// before its first "=", cut at a ";" and without spaces at its ends, is the key.
 ///
 /// Kept deliberately: other than in reading, spaces between key and "=" do not count, nor does
-/// a ";" before the "=". Test: WritePrivateProfileString.FindsAKeyWithSpacesBeforeTheSign.
+/// a ";" before the "=". Test: WritePrivateProfileStringTest.FindsAKeyWithSpacesBeforeTheSign.
 bool HasKey(std::string_view line, std::string_view key) noexcept;
 
 } // namespace kowen

@@ -83,8 +83,9 @@ FileHandle OpenProfile(const char *name, int32_t mode, char *found, int32_t foun
     const FileHandle asItStands = OpenFile(name, mode);
     if (asItStands != 0)
         return asItStands;
+    const char *directory = ProfileDirectory();
     char path[kLongestPath];
-    if (!JoinPath(ProfileDirectory(), name, path, std::min(foundSize, kLongestPath)))
+    if (*directory == '\0' || !JoinPath(directory, name, path, std::min(foundSize, kLongestPath)))
         return 0;
     const FileHandle inDirectory = OpenFile(path, mode);
     if (inDirectory != 0)

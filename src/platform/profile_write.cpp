@@ -1,4 +1,3 @@
-#include "io/typed_io.h"
 #include "kowen/codes.h"
 #include "platform/file_replace.h"
 #include "platform/profile_file.h"
@@ -22,7 +21,7 @@ struct ProfileChange {
 // Takes the lines of the old text one by one and appends those of the new.
 class Rewriter {
 public:
-    Rewriter(const ProfileChange &wanted, const char *end, TextBuffer &target) noexcept
+    Rewriter(const ProfileChange &wanted, std::string_view end, TextBuffer &target) noexcept
         : change(wanted), lineEnd(end), out(target) {}
 
     void Take(std::string_view line) noexcept {
@@ -33,7 +32,7 @@ public:
                 Copy(line);
         } else if (IsHeader(line)) {
             // Kept deliberately: the header that ends a section is not compared with its name.
-            // Test: WritePrivateProfileString.TheHeaderThatEndsASectionIsNotExamined.
+            // Test: WritePrivateProfileStringTest.TheHeaderThatEndsASectionIsNotExamined.
             EndSection();
             Copy(line);
         } else {
@@ -128,16 +127,8 @@ private:
     bool written = false; // the entry, in this section
 };
 
-const char *LineEnd(int32_t lineFormat) noexcept {
-    constexpr int32_t kCarriageReturn = 1;
-    constexpr int32_t kLineFeed = 2;
-    if (lineFormat == kCarriageReturn)
-        return "\r";
-    return lineFormat == kLineFeed ? "\n" : "\r\n";
-}
-
 // Returns false when there is nothing to write, or memory is exhausted.
-bool Rewrite(const ProfileChange &change, std::string_view before, const char *lineEnd,
+bool Rewrite(const ProfileChange &change, std::string_view before, std::string_view lineEnd,
              TextBuffer &after) noexcept {
     Rewriter rewriter(change, lineEnd, after);
     std::string_view line;
@@ -147,12 +138,11 @@ bool Rewrite(const ProfileChange &change, std::string_view before, const char *l
 }
 
 void RewriteFile(const ProfileChange &change, FileHandle file, const char *path) noexcept {
-    const char *lineEnd = LineEnd(qivGetLineFormat(file));
     TextBuffer before;
     const bool complete = ReadToEnd(file, before);
     INIclose(file);
     TextBuffer after;
-    if (complete && Rewrite(change, before.Text(), lineEnd, after))
+    if (complete && Rewrite(change, before.Text(), FirstLineEnd(before.Text()), after))
         ReplaceFile(path, after.Text(), ReplaceKind::kExisting);
 }
 

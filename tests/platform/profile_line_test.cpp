@@ -61,6 +61,20 @@ TEST(NextLine, WholeLinesHaveNoLimit) {
     EXPECT_EQ(AllLines(line + "\nA"), (Lines{line, "A"}));
 }
 
+TEST(FirstLineEnd, IsTheOneOfTheFirstLine) {
+    EXPECT_EQ(FirstLineEnd("A\nB\r\n"), "\n");
+    EXPECT_EQ(FirstLineEnd("A\r\nB\n"), "\r\n");
+    EXPECT_EQ(FirstLineEnd("A\rB\n"), "\r");
+    EXPECT_EQ(FirstLineEnd("A\r"), "\r");
+    EXPECT_EQ(FirstLineEnd("\r\n"), "\r\n");
+    EXPECT_EQ(FirstLineEnd("\n\r"), "\n");
+}
+
+TEST(FirstLineEnd, OfATextWithoutAnyIsCrLf) {
+    EXPECT_EQ(FirstLineEnd("A"), "\r\n");
+    EXPECT_EQ(FirstLineEnd(""), "\r\n");
+}
+
 TEST(Clean, RemovesLineEndsBracketsAndQuotes) {
     EXPECT_EQ(Cleaned("[JPG Export]"), "JPG Export");
     EXPECT_EQ(Cleaned("[[a]b]["), "ab");
