@@ -8,6 +8,17 @@ set(CMAKE_C_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
 
+# Reuse compiler results where the machine has ccache and nobody chose a launcher.
+find_program(KOWEN_CCACHE ccache)
+mark_as_advanced(KOWEN_CCACHE)
+if(KOWEN_CCACHE)
+  foreach(language C CXX)
+    if(NOT DEFINED CMAKE_${language}_COMPILER_LAUNCHER)
+      set(CMAKE_${language}_COMPILER_LAUNCHER ${KOWEN_CCACHE})
+    endif()
+  endforeach()
+endif()
+
 add_library(kowen_options INTERFACE)
 target_compile_options(kowen_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow

@@ -36,13 +36,18 @@ bool AllocateBuffer(QivFile &file) {
     return file.hBuf != 0;
 }
 
+// A pipe or terminal has no positions, yet it can be read or written from front to back.
+bool TakeAsSequential(QivFile &file) {
+    file.sequential = 1;
+    file.fileLength = file.filePos;
+    return true;
+}
+
 // Takes fileLength from the stream, which then stands where it stood.
 bool MeasureLength(QivFile &file) {
-    if (file.sequential) {
-        file.fileLength = file.filePos;
-        return true;
-    }
-    const int64_t where = diskOperations->tell(file.fp);
+    const int64_t where = file.sequential ? -1 : diskOperations->tell(file.fp);
+    if (file.sequential || (where < 0 && errno == ESPIPE))
+        return TakeAsSequential(file);
     if (where < 0 || diskOperations->seek(file.fp, 0, SEEK_END) != 0)
         return false;
     const int64_t length = diskOperations->tell(file.fp);
@@ -54,18 +59,10 @@ bool MeasureLength(QivFile &file) {
     return true;
 }
 
-// A pipe or terminal has no positions, yet it can be read or written from front to back.
-bool IsSequential(std::FILE *stream) {
-    return diskOperations->tell(stream) < 0 && errno == ESPIPE;
-}
-
 bool Attach(QivFile &file, std::FILE *stream) {
     file.fp = stream;
     EmptyBuffer(file, 0);
-    if (file.ioProc)
-        return true;
-    file.sequential = IsSequential(stream) ? 1 : 0;
-    return MeasureLength(file);
+    return file.ioProc || MeasureLength(file);
 }
 
 bool OpenNamedStream(QivFile &file, const char *name) {
