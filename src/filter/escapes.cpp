@@ -146,6 +146,8 @@ int32_t GetSize(const EscapeCall &call) noexcept {
 }
 
 // The host counts a mode's codes from 0; a number beyond the last one changes nothing.
+// Kept deliberately: a mode is never persisted, whatever the persist flag says.
+// Test: EscapeTest.ModesAreNeverPersisted.
 int32_t SetMode(const EscapeCall &call, int32_t *mode, int32_t firstCode,
                 int32_t lastCode) noexcept {
     int32_t input;

@@ -25,6 +25,10 @@ struct SizeInches {
 ///
 /// Changes the current setup: with the size or resolution taken from the picture or the display,
 /// the setup's size or resolutions become theirs.
+///
+/// Kept deliberately: the pixels have gone through inches before they are rounded up, so that some
+/// pictures gain one (7 pixels at 100 dots per inch become 8).
+/// Test: GetRasterInfoTest.SevenPixelsAtHundredDpiBecomeEight.
 void GetRasterInfo(MemoryHandle setup, const RasterQuery *query, RasterAnswer *answer) noexcept;
 
 /// Fits a picture of so many pixels into the setup's page: the page shrinks along one side to the

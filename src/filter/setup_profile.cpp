@@ -12,6 +12,8 @@ namespace {
 constexpr char kDefaultWidthText[] = "6.67";
 constexpr char kDefaultHeightText[] = "5.0";
 
+// Kept deliberately: a profile without "Color Format" gives another format than no profile at all.
+// Test: LoadProfileTest.MissingColorFormatIsNotTheBuiltInOne.
 void LoadCodes(SetupRecord &setup) noexcept {
     setup.colorMode = ReadSettingInt(setup, kStringColorMode, KOWEN_COLOR_UNCHANGED);
     setup.sizeMode = ReadSettingInt(setup, kStringSizeMode, KOWEN_SIZE_FROM_PICTURE);
