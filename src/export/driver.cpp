@@ -95,26 +95,6 @@ int32_t OpenSetupOutput() noexcept {
     return result;
 }
 
-MetafilePicture DescribePicture(uintptr_t metafile) noexcept {
-    MetafilePicture picture = {};
-    picture.metafile = metafile;
-    if (const ExportRecord *host = lpRaster->exportRecord) {
-        picture.left = host->picture[0];
-        picture.top = host->picture[1];
-        picture.right = host->picture[2];
-        picture.bottom = host->picture[3];
-        picture.unitsPerInch = host->picture[4];
-    }
-    const double *extents = lpRaster->extents;
-    picture.extents[0] = extents[0];
-    picture.extents[1] = extents[3];
-    picture.extents[2] = extents[2];
-    picture.extents[3] = extents[1];
-    picture.roundedExtent = roundd(extents[4]);
-    picture.word = lpRaster->metafileWord1;
-    return picture;
-}
-
 /// A memory block has no name: it ends with the driver anyway.
 void DeleteOutput() noexcept {
     if (!lpRaster || openExport.output.kind == OutputKind::kMemory)
@@ -162,10 +142,30 @@ int32_t initdvr(OpenRecord *record) noexcept {
     return KOWEN_OK;
 }
 
+MetafilePicture DescribeMetafile(uintptr_t metafile) noexcept {
+    MetafilePicture picture = {};
+    picture.metafile = metafile;
+    if (const ExportRecord *host = lpRaster->exportRecord) {
+        picture.left = host->picture[0];
+        picture.top = host->picture[1];
+        picture.right = host->picture[2];
+        picture.bottom = host->picture[3];
+        picture.unitsPerInch = host->picture[4];
+    }
+    const double *extents = lpRaster->extents;
+    picture.extents[0] = extents[0];
+    picture.extents[1] = extents[3];
+    picture.extents[2] = extents[2];
+    picture.extents[3] = extents[1];
+    picture.roundedExtent = roundd(extents[4]);
+    picture.word = lpRaster->metafileWord1;
+    return picture;
+}
+
 int32_t OutputMetafile(uintptr_t metafile) noexcept {
     if (metafile == 0 || !lpRaster || escape() != 0)
         return KOWEN_ERR_MEMORY;
-    MetafilePicture picture = DescribePicture(metafile);
+    MetafilePicture picture = DescribeMetafile(metafile);
     const int32_t result = OutputPicture(openExport.output.file, &picture, DrawPlatformMetafile);
     if (escape() != 0)
         DeleteOutput();

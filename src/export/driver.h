@@ -33,6 +33,13 @@ int32_t initdvr(OpenRecord *record) noexcept;
 /// Test: TermDvr.HasNothingToDrawAndClosesTheOutput.
 int32_t termdvr(uint32_t ignored) noexcept;
 
+/// Returns the picture record of a metafile: what the export record and the current setup say of
+/// it. Needs a current setup.
+///
+/// Kept deliberately: of the extents the second and the fourth change places.
+/// Test: DescribeMetafileTest.TakesTheExtentsInAnotherOrder.
+MetafilePicture DescribeMetafile(uintptr_t metafile) noexcept;
+
 /// Draws a recorded metafile into the open output; after a cancel during the drawing the output
 /// is deleted. Returns KOWEN_ERR_MEMORY (300) when metafile is 0, when no export is open and when
 /// the host cancelled before it; else the result of OutputPicture.

@@ -52,6 +52,7 @@ protected:
 using InitDvr = DriverTest;
 using TermDvr = DriverTest;
 using OutputMetafileTest = DriverTest;
+using DescribeMetafileTest = DriverTest;
 using ReportCapabilitiesTest = DriverTest;
 using UpdateStatusTest = DriverTest;
 
@@ -325,6 +326,34 @@ TEST_F(OutputMetafileTest, ACancelOfMemoryOutputDeletesNoFile) {
     EXPECT_EQ(OutputMetafile(1), 27);
 }
 
+TEST_F(DescribeMetafileTest, TakesTheExtentsInAnotherOrder) {
+    const double extents[5] = {1.5, 2.5, 3.5, 4.5, 5.5};
+    std::memcpy(setup->extents, extents, sizeof extents);
+    setup->metafileWord1 = 88;
+    const MetafilePicture picture = DescribeMetafile(66);
+    EXPECT_EQ(picture.metafile, 66u);
+    EXPECT_EQ(picture.extents[0], 1.5);
+    EXPECT_EQ(picture.extents[1], 4.5);
+    EXPECT_EQ(picture.extents[2], 3.5);
+    EXPECT_EQ(picture.extents[3], 2.5);
+    EXPECT_EQ(picture.roundedExtent, 6.0);
+    EXPECT_EQ(picture.word, 88u);
+    EXPECT_EQ(picture.cleared[0], 0u);
+    EXPECT_EQ(picture.unitsPerInch, 0);
+}
+
+TEST_F(DescribeMetafileTest, TakesFiveWordsFromTheExportRecord) {
+    const int32_t words[5] = {1, 2, 3, 4, 5};
+    std::memcpy(host.record.picture, words, sizeof words);
+    setup->exportRecord = &host.record;
+    const MetafilePicture picture = DescribeMetafile(66);
+    EXPECT_EQ(picture.left, 1);
+    EXPECT_EQ(picture.top, 2);
+    EXPECT_EQ(picture.right, 3);
+    EXPECT_EQ(picture.bottom, 4);
+    EXPECT_EQ(picture.unitsPerInch, 5);
+}
+
 struct Report {
     MemoryHandle setup;
     int32_t item, size, value, reserved1, reserved2;
@@ -343,9 +372,8 @@ void TakeReport(MemoryHandle setup, int32_t item, int32_t size, void *value, int
 }
 
 TEST_F(ReportCapabilitiesTest, MakesFiveReportsInOrder) {
-    const std::pair<int32_t, int32_t> colorModes[] = {{103, 101}, {104, 102}, {105, 103},
-                                                      {106, 104}, {107, 105}, {0, 101},
-                                                      {108, 101}};
+    const std::pair<int32_t, int32_t> colorModes[] = {
+        {103, 101}, {104, 102}, {105, 103}, {106, 104}, {107, 105}, {0, 101}, {108, 101}};
     setup->lineMode = 119;
     for (const auto &[colorMode, reported] : colorModes) {
         setup->colorMode = colorMode;
