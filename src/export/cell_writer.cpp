@@ -16,8 +16,7 @@
 #include "jpeg/stream_writer.h"
 #include "platform/global_memory.h"
 
-#include <algorithm>
-#include <cstring>
+#include <cstddef>
 
 namespace kowen {
 
@@ -26,87 +25,21 @@ namespace {
 constexpr int32_t kTopDown = 1; // bands are numbered from the top of the picture
 constexpr int16_t kEndOfImage = static_cast<int16_t>(0xFFD9);
 
-// A band as the producer hands it over: rows bottom-up, each padded to 4 bytes.
-struct Band {
-    uint8_t *pixels;
-    uint32_t width;
-    uint32_t rows;
-    uint32_t strideBytes;
-    uint32_t paddedWidth;
-    uint32_t paddedRows;
-
-    // Row 0 is the top of the picture.
-    uint8_t *Row(uint32_t row) const { return pixels + std::size_t{rows - 1 - row} * strideBytes; }
-};
-
-// Fills the band's geometry; false when a size leaves 32 bits or the block is too small for it.
-bool DescribeBand(Band &band, uint32_t blockBytes, uint32_t width, uint32_t rows,
-                  int32_t colorFormat) {
+// Describes a band as the producer hands it over, rows bottom-up, each padded to 4 bytes. False
+// when a size leaves 32 bits or the block is too small for it.
+bool DescribeBand(SourceRows &band, uint8_t *pixels, uint32_t blockBytes, uint32_t width,
+                  uint32_t rows) {
     const uint64_t stride = (uint64_t{width} * kPixelBytes + 3) & ~uint64_t{3};
     if (stride > UINT32_MAX || stride * rows > blockBytes)
         return false;
-    band.width = band.paddedWidth = width;
-    band.rows = band.paddedRows = rows;
-    band.strideBytes = static_cast<uint32_t>(stride);
-    FindWidthHeightMCU(&band.paddedWidth, &band.paddedRows, width, rows, colorFormat);
+    uint8_t *top = rows > 0 ? pixels + (rows - 1) * stride : pixels;
+    band = {top, -static_cast<std::ptrdiff_t>(stride), rows, width};
     return true;
 }
 
-void SwapRedAndBlue(const Band &band) {
-    MapColors(band.pixels, band.width, band.strideBytes, band.rows, KOWEN_FORMAT_RGB444,
-              kByteOrderRgb);
-}
-
-// Sequential: groups of at most 8 rows, packed, coded one MCU row each. A group's rows are mapped
-// just before they are packed, which comes to the same as mapping the whole band first.
-int32_t CodeGroups(FileHandle output, const Band &band, uint8_t *work, CompressEnv *env) {
-    int32_t result = 0;
-    const std::size_t packedBytes = std::size_t{band.width} * kPixelBytes;
-    for (uint32_t first = 0; first < band.rows; first += kBandRows) {
-        const uint32_t count = std::min(kBandRows, band.rows - first);
-        for (uint32_t i = 0; i < count; ++i) {
-            uint8_t *row = band.Row(first + i);
-            MapColors(row, band.width, band.strideBytes, 1, env->colorFormat, kByteOrderRgb);
-            std::memcpy(work + i * packedBytes, row, packedBytes);
-        }
-        result = CompAndWriteNRows(output, work, band.width, count, env);
-    }
-    return result;
-}
-
-// Any other operation: the whole band at once, padded to whole MCUs.
-int32_t CodeWhole(FileHandle output, const Band &band, uint8_t *work, CompressEnv *env) {
-    MapColors(band.pixels, band.width, band.strideBytes, band.rows, env->colorFormat,
-              kByteOrderRgb);
-    const uint32_t workStride = band.paddedWidth * kPixelBytes;
-    for (uint32_t r = 0; r < band.rows; ++r) {
-        uint8_t *row = work + std::size_t{r} * workStride;
-        std::memcpy(row, band.Row(r), std::size_t{band.width} * kPixelBytes);
-        if (band.width > 0)
-            JpgPadRow(row + std::size_t{band.width - 1} * kPixelBytes, band.paddedWidth,
-                      band.width);
-    }
-    if (band.rows > 0)
-        JpgPadTo8Rows(work + std::size_t{band.rows - 1} * workStride, band.paddedRows, band.rows,
-                      workStride);
-    return CompAndWriteNRows(output, work, band.paddedWidth, band.paddedRows, env);
-}
-
-int32_t CodeBand(FileHandle output, const Band &band, CompressEnv *env) {
-    const bool sequential = env->operation == KOWEN_OPERATION_SEQUENTIAL;
-    const uint64_t workBytes = sequential
-                                   ? uint64_t{kBandRows} * band.strideBytes
-                                   : uint64_t{band.paddedRows} * band.paddedWidth * kPixelBytes;
-    if (workBytes > UINT32_MAX)
-        return KOWEN_ERR_MEMORY;
-    const MemoryHandle handle = GlobalAlloc(kGlobalFlags, static_cast<uint32_t>(workBytes));
-    auto *work = Lock<uint8_t>(handle);
-    if (work == nullptr)
-        return KOWEN_ERR_MEMORY;
-    const int32_t result = (sequential ? CodeGroups : CodeWhole)(output, band, work, env);
-    GlobalUnlock(handle);
-    GlobalFree(handle);
-    return result;
+void SwapRedAndBlue(const SourceRows &band) {
+    for (uint32_t row = 0; row < band.rows; ++row)
+        MapColors(band.Row(row), band.width, 0, 1, KOWEN_FORMAT_RGB444, kByteOrderRgb);
 }
 
 // Writes the bytes that the padding of the last one with 1-bits completes.
@@ -233,14 +166,13 @@ int32_t WriteCellBits(FileHandle output, MemoryHandle pixels, uint32_t width, ui
     if (pixels == 0 || environment == 0)
         return 0;
     auto *env = Lock<CompressEnv>(environment);
-    Band band = {};
-    band.pixels = Lock<uint8_t>(pixels);
-    if (band.pixels == nullptr ||
-        !DescribeBand(band, GlobalSize(pixels), width, rows, env->colorFormat))
+    auto *first = Lock<uint8_t>(pixels);
+    SourceRows band = {};
+    if (first == nullptr || !DescribeBand(band, first, GlobalSize(pixels), width, rows))
         return KOWEN_ERR_MEMORY;
     if (depth > 23 && pixelOrder == kPixelOrderBgr)
         SwapRedAndBlue(band);
-    const int32_t result = CodeBand(output, band, env);
+    const int32_t result = MapAndWriteBand(output, band, env);
     GlobalUnlock(pixels);
     GlobalUnlock(environment);
     return result;

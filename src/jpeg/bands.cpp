@@ -1,10 +1,10 @@
-// Sequential coding: rows of mapped pixels are parted into rows of samples, a few MCUs at a time so
-// that everything stays in the first cache; edges are repeated there; blocks are transformed side
-// by side and coded in MCU order.
+// Sequential coding: rows of pixels are parted into rows of samples, a few MCUs at a time so that
+// everything stays in the first cache; edges are repeated there; blocks are transformed side by
+// side and coded in MCU order.
 #include "jpeg/bands.h"
 
-#include "jpeg/entropy_coder.h"
-#include "jpeg/kernels.h"
+#include "jpeg/entropy_output.h"
+#include "kowen/codes.h"
 
 #include <algorithm>
 #include <cstring>
@@ -38,39 +38,51 @@ struct ChunkBlocks {
         ActiveKernels().transformBlocks(rows.samples[0], sizeof(rows.samples[0]), blocks, divisors,
                                         coefficients, nonZero);
     }
-    const int16_t *Block(uint32_t i) const { return coefficients + i * kBlockSize; }
 };
 
-// A band as it is walked: chunks of columns, left to right.
-struct BandWalk {
-    const uint8_t *pixels;
-    uint32_t rows;
-    uint32_t width;
-
-    const uint8_t *Row(uint32_t row, uint32_t x) const {
-        return pixels + (std::size_t{row} * width + x) * kPixelBytes;
-    }
-};
+// How a row of pixels becomes rows of samples: mapped rows are parted, source rows are mapped too.
+void Split422(const uint8_t *row, uint32_t columns, SampleRows *rows, uint32_t y) {
+    ActiveKernels().splitRow422(row, columns, rows[0].samples[y], rows[1].samples[y],
+                                rows[2].samples[y]);
+}
+void Split422(uint8_t *row, uint32_t columns, SampleRows *rows, uint32_t y) {
+    ActiveKernels().takeRow422(row, columns, rows[0].samples[y], rows[1].samples[y],
+                               rows[2].samples[y]);
+}
+void Split444(const uint8_t *row, uint32_t columns, SampleRows *rows, uint32_t y, bool) {
+    ActiveKernels().splitRow444(row, columns, rows[0].samples[y], rows[1].samples[y],
+                                rows[2].samples[y]);
+}
+void Split444(uint8_t *row, uint32_t columns, SampleRows *rows, uint32_t y, bool grey) {
+    if (grey)
+        ActiveKernels().takeRowGrey(row, columns, rows[0].samples[y]);
+    else
+        ActiveKernels().takeRow444(row, columns, rows[0].samples[y], rows[1].samples[y],
+                                   rows[2].samples[y]);
+}
 
 uint32_t RoundedUp(uint32_t value, uint32_t unit) {
     return (value + unit - 1) / unit * unit;
 }
 
-void PutComponentBlock(EntropyWriter &writer, CompressEnv &env, const ChunkBlocks &blocks,
-                       uint32_t i, int component) {
+ComponentBlocks Coded(const ChunkBlocks &blocks, uint32_t blocksInMcu, CompressEnv &env,
+                      int component) {
     const bool luminance = component == 0;
-    PutBlock(writer, env.huffmanTable[luminance ? kDcDiffLuminance : kDcDiffChrominance],
-             env.huffmanTable[luminance ? kAcLuminance : kAcChrominance], blocks.Block(i),
-             blocks.nonZero[i], env.dcPredictor[component]);
+    return {blocks.coefficients,
+            blocks.nonZero,
+            blocksInMcu,
+            env.huffmanTable[luminance ? kDcDiffLuminance : kDcDiffChrominance],
+            env.huffmanTable[luminance ? kAcLuminance : kAcChrominance],
+            &env.dcPredictor[component]};
 }
 
 // Codes columns x .. x + columns - 1 of a band, colour format 212.
-void CodeChunk422(EntropyWriter &writer, CompressEnv &env, const BandWalk &band, uint32_t x,
+template <typename Byte>
+void CodeChunk422(EntropyOutput &output, CompressEnv &env, const PixelRows<Byte> &band, uint32_t x,
                   uint32_t columns) {
     SampleRows rows[kComponents];
-    for (uint32_t row = 0; row < band.rows; ++row)
-        ActiveKernels().splitRow422(band.Row(row, x), columns, rows[0].samples[row],
-                                    rows[1].samples[row], rows[2].samples[row]);
+    for (uint32_t y = 0; y < band.rows; ++y)
+        Split422(band.Row(y) + std::size_t{x} * kPixelBytes, columns, rows, y);
     const uint32_t padded = RoundedUp(columns, 16);
     const uint32_t mcus = padded / 16;
     rows[0].Repeat(band.rows, columns, padded);
@@ -81,60 +93,71 @@ void CodeChunk422(EntropyWriter &writer, CompressEnv &env, const BandWalk &band,
     blocks[0].Transform(rows[0], 2 * mcus, Divisors(&env, 0));
     blocks[1].Transform(rows[1], mcus, Divisors(&env, 1));
     blocks[2].Transform(rows[2], mcus, Divisors(&env, 1));
-    for (uint32_t mcu = 0; mcu < mcus; ++mcu) {
-        PutComponentBlock(writer, env, blocks[0], 2 * mcu, 0);
-        PutComponentBlock(writer, env, blocks[0], 2 * mcu + 1, 0);
-        PutComponentBlock(writer, env, blocks[1], mcu, 1);
-        PutComponentBlock(writer, env, blocks[2], mcu, 2);
-    }
+    ComponentBlocks components[kComponents] = {
+        Coded(blocks[0], 2, env, 0), Coded(blocks[1], 1, env, 1), Coded(blocks[2], 1, env, 2)};
+    output.CodeMcus(components, kComponents, mcus);
 }
 
 // The same for colour formats 222 and 215.
-void CodeChunk444(EntropyWriter &writer, CompressEnv &env, const BandWalk &band, uint32_t x,
+template <typename Byte>
+void CodeChunk444(EntropyOutput &output, CompressEnv &env, const PixelRows<Byte> &band, uint32_t x,
                   uint32_t columns) {
+    const uint32_t count = std::min<uint32_t>(env.componentCount, kComponents);
     SampleRows rows[kComponents];
-    for (uint32_t row = 0; row < band.rows; ++row)
-        ActiveKernels().splitRow444(band.Row(row, x), columns, rows[0].samples[row],
-                                    rows[1].samples[row], rows[2].samples[row]);
+    for (uint32_t y = 0; y < band.rows; ++y)
+        Split444(band.Row(y) + std::size_t{x} * kPixelBytes, columns, rows, y,
+                 env.colorFormat == KOWEN_FORMAT_GREY);
     const uint32_t padded = RoundedUp(columns, 8);
     const uint32_t mcus = padded / 8;
-    const auto components = static_cast<int>(std::min<uint32_t>(env.componentCount, kComponents));
 
     ChunkBlocks blocks[kComponents];
-    for (int c = 0; c < components; ++c) {
+    ComponentBlocks components[kComponents];
+    for (uint32_t c = 0; c < count; ++c) {
         rows[c].Repeat(band.rows, columns, padded);
         blocks[c].Transform(rows[c], mcus, Divisors(&env, c == 0 ? 0 : 1));
+        // Kept deliberately: every component is coded as the first.
+        // Test: CompressBands444.ComponentsShareTheFirstPredictor.
+        components[c] = Coded(blocks[c], 1, env, 0);
     }
-    // Kept deliberately: every component is coded as the first.
-    // Test: CompressBands444.ComponentsShareTheFirstPredictor.
-    for (uint32_t mcu = 0; mcu < mcus; ++mcu)
-        for (int c = 0; c < components; ++c)
-            PutComponentBlock(writer, env, blocks[c], mcu, 0);
+    if (count > 0)
+        output.CodeMcus(components, count, mcus);
 }
 
-using CodeChunk = void (*)(EntropyWriter &, CompressEnv &, const BandWalk &, uint32_t, uint32_t);
-
-int32_t CompressBand(const BandWalk &band, CompressEnv &env, CodeChunk codeChunk) {
+template <typename Byte>
+int32_t CodeBand(const PixelRows<Byte> &band, CompressEnv &env, bool halved) {
     uint32_t fillCount = 0;
     if (band.rows == 0 || band.rows > kBandRows)
         return 0;
-    EntropyWriter writer(env, fillCount);
-    for (uint32_t x = 0; x < band.width; x += kChunkSamples)
-        codeChunk(writer, env, band, x, std::min(kChunkSamples, band.width - x));
-    writer.End();
+    EntropyOutput output(env, fillCount);
+    for (uint32_t x = 0; x < band.width; x += kChunkSamples) {
+        const uint32_t columns = std::min(kChunkSamples, band.width - x);
+        if (halved)
+            CodeChunk422(output, env, band, x, columns);
+        else
+            CodeChunk444(output, env, band, x, columns);
+    }
+    output.End();
     return static_cast<int32_t>(fillCount);
+}
+
+MappedRows Packed(const uint8_t *pixels, uint32_t rows, uint32_t width) {
+    return {pixels, static_cast<std::ptrdiff_t>(width) * kPixelBytes, rows, width};
 }
 
 } // namespace
 
 int32_t CompressBands422(uint8_t *, const uint8_t *pixels, uint32_t rows, uint32_t width,
                          CompressEnv *env) noexcept {
-    return CompressBand({pixels, rows, width}, *env, CodeChunk422);
+    return CodeBand(Packed(pixels, rows, width), *env, true);
 }
 
 int32_t CompressBands444(uint8_t *, const uint8_t *pixels, uint32_t rows, uint32_t width,
                          CompressEnv *env) noexcept {
-    return CompressBand({pixels, rows, width}, *env, CodeChunk444);
+    return CodeBand(Packed(pixels, rows, width), *env, false);
+}
+
+int32_t MapAndCompressBand(const SourceRows &rows, CompressEnv *env) noexcept {
+    return CodeBand(rows, *env, env->colorFormat == KOWEN_FORMAT_YCC422);
 }
 
 } // namespace kowen

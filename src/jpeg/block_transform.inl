@@ -105,10 +105,8 @@ void TransformBlocks(const uint8_t *samples, uint32_t strideBytes, uint32_t bloc
         TransformPass<Vector, false>(v);
         Transpose(v);
         TransformPass<Vector, true>(v);
-        for (int row = 0; row < 8; ++row) {
+        for (int row = 0; row < 8; ++row)
             v[row] = Quantise(v[row], divisors, row);
-            Vector::StoreRow(v[row], coefficients + 64 * b + 8 * row);
-        }
-        Vector::StoreNonZero(v, nonZero + b);
+        Vector::StoreBlocks(v, coefficients + 64 * b, nonZero + b);
     }
 }

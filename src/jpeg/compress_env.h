@@ -2,6 +2,7 @@
 #pragma once
 
 #include "io/file_handle.h"
+#include "jpeg/huffman_entry.h"
 #include "jpeg/quantize.h"
 
 #include <cstdint>
@@ -13,12 +14,6 @@ inline constexpr int kComponents = 3;           ///< at most
 inline constexpr int kHuffmanTables = 6;        ///< see HuffmanSlot
 inline constexpr int kQuantTables = 2;          ///< 0 luminance, 1 chrominance
 inline constexpr uint32_t kOutputGrowth = 8192; ///< bytes the output buffer grows by
-
-/// One Huffman code: the bits to emit, right-aligned, and how many.
-struct HuffmanEntry {
-    uint32_t code;
-    uint8_t length; ///< 0 for a symbol without a code
-};
 
 /// What the six Huffman tables hold, and how many entries each.
 enum HuffmanSlot : int {

@@ -3,6 +3,9 @@
 #include "jpeg/quant_tables.h"
 
 #include <cstddef>
+#ifdef KOWEN_X86_KERNELS
+#include <cpuid.h>
+#endif
 
 namespace kowen {
 
@@ -17,6 +20,15 @@ constexpr ZigZagBits MakeZigZagBits() {
     return bits;
 }
 
+#ifdef KOWEN_X86_KERNELS
+// Without it the instruction runs as another one, so it must be asked for by itself.
+bool HasLzcnt() {
+    constexpr unsigned kExtendedFeatures = 0x80000001;
+    unsigned eax = 0, ebx = 0, ecx = 0, edx = 0;
+    return __get_cpuid(kExtendedFeatures, &eax, &ebx, &ecx, &edx) != 0 && (ecx & bit_LZCNT) != 0;
+}
+#endif
+
 const Kernels *const *ListKernels() {
     static const Kernels *list[5] = {};
     std::size_t count = 0;
@@ -25,9 +37,10 @@ const Kernels *const *ListKernels() {
     __builtin_cpu_init();
     if (__builtin_cpu_supports("sse2"))
         list[count++] = &kSse2Kernels;
-    if (__builtin_cpu_supports("avx2"))
+    const bool bits = __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") && HasLzcnt();
+    if (bits && __builtin_cpu_supports("avx2"))
         list[count++] = &kAvx2Kernels;
-    if (__builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl"))
+    if (bits && __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl"))
         list[count++] = &kAvx512Kernels;
 #endif
     list[count] = nullptr;
@@ -45,12 +58,21 @@ const Kernels *const *AvailableKernels() noexcept {
     return available;
 }
 
+namespace {
+const Kernels *active = nullptr;
+}
+
 const Kernels &ActiveKernels() noexcept {
-    static const Kernels *active = nullptr;
     if (active == nullptr)
-        for (const Kernels *const *form = AvailableKernels(); *form != nullptr; ++form)
-            active = *form;
+        UseKernels(nullptr);
     return *active;
+}
+
+void UseKernels(const Kernels *form) noexcept {
+    active = form;
+    if (form == nullptr)
+        for (const Kernels *const *last = AvailableKernels(); *last != nullptr; ++last)
+            active = *last;
 }
 
 } // namespace kowen

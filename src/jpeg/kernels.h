@@ -2,17 +2,59 @@
 //
 // Every form gives the same bytes: the plain one in kernels_plain.cpp is the definition, tests
 // compare the others with it. Only the files named after an instruction set are built with its
-// flag, and they include nothing that other files share but this header.
+// flags, and they include nothing that other files share but plain declarations.
 #pragma once
 
+#include "jpeg/huffman_entry.h"
 #include "jpeg/quantize.h"
 
 #include <cstdint>
 
 namespace kowen {
 
+/// Bits on their way to the output buffer. Between calls fewer than 8 are pending.
+struct BitSink {
+    uint64_t accumulator; ///< pending bits, right-aligned; the ones above are stale
+    uint32_t pending;     ///< how many
+    uint8_t *out;         ///< next byte of the buffer
+    uint8_t *limit;       ///< end of the buffer
+};
+
+/// Bytes that one block can take at most: 22 + 63 x 26 bits and an end-of-band run, the bits
+/// already pending, all of them stuffed, and one word of slack.
+inline constexpr uint32_t kMaxBlockBytes = 512;
+/// The most blocks of an MCU, and so the room that coding one more MCU needs.
+inline constexpr uint32_t kMaxMcuBytes = 4 * kMaxBlockBytes;
+
+/// One component's transformed blocks in MCU order, and what they are coded with.
+struct ComponentBlocks {
+    const int16_t *coefficients; ///< 64 a block, in the order of the kernels
+    const uint64_t *nonZero;     ///< a bit per zig-zag position
+    uint32_t blocksInMcu;
+    const HuffmanEntry *differences; ///< whole DC differences
+    const HuffmanEntry *codes;       ///< AC codes by symbol
+    int16_t *predictor;
+};
+
+/// One component's DC coefficients in MCU order, likewise.
+struct ComponentDcs {
+    const int16_t *dcs;
+    uint32_t blocksInMcu;
+    const HuffmanEntry *differences;
+    int16_t *predictor;
+};
+
+/// A progressive AC scan on its way.
+struct AcScan {
+    const HuffmanEntry *codes; ///< by symbol
+    uint32_t eobRun;           ///< blocks that ended on zeros and are not coded yet
+};
+
 struct Kernels {
     const char *name;
+
+    /// Whether transformed blocks are kept in zig-zag order; else they are row-major.
+    bool zigZag;
 
     /// MapColors of one row: pixels red, green, blue to y, cb, cr.
     void (*mapRgbToYcc)(uint8_t *row, uint32_t width);
@@ -29,15 +71,44 @@ struct Kernels {
     void (*splitRow444)(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
                         uint8_t *third);
 
+    /// Map and part in one go: mapRgbToYcc and splitRow422; swapFirstAndThird and splitRow444;
+    /// mapToGrey and byte 0 of every pixel.
+    void (*takeRow422)(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
+                       uint8_t *third);
+    void (*takeRow444)(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
+                       uint8_t *third);
+    void (*takeRowGrey)(uint8_t *row, uint32_t width, uint8_t *first);
+
     /// Level shift, forward DCT and quantisation of blocks that lie side by side.
     ///
     /// samples       8 rows, strideBytes apart, of blocks x 8 samples; up to kSampleSlack bytes
     ///               behind the last block of a row are read and ignored.
-    /// coefficients  out: 64 a block, row-major; room for kBlockSlack blocks more.
+    /// coefficients  out: 64 a block, in the order that zigZag tells; room for kBlockSlack more
+    ///               blocks.
     /// nonZero       out: a bit per zig-zag position whose coefficient is not 0; likewise.
     void (*transformBlocks)(const uint8_t *samples, uint32_t strideBytes, uint32_t blocks,
                             const QuantDivisors &divisors, int16_t *coefficients,
                             uint64_t *nonZero);
+
+    /// Codes MCUs as EncodeBlock does, each component's blocks in turn, while kMaxMcuBytes are
+    /// left. Moves the components' pointers and predictors on. Returns the MCUs coded.
+    uint32_t (*codeMcus)(BitSink *sink, ComponentBlocks *components, uint32_t count, uint32_t mcus);
+
+    /// Takes the blocks' AC coefficients that are not 0, in zig-zag order, to packed, and their
+    /// DC coefficients to dcs. Returns the end of what was packed.
+    int16_t *(*packBlocks)(const int16_t *coefficients, const uint64_t *nonZero, uint32_t blocks,
+                           int16_t *dcs, int16_t *packed);
+
+    /// Codes the DC coefficients of MCUs as EncodeDC does, while kMaxMcuBytes are left. Moves the
+    /// components' pointers and predictors on. Returns the MCUs coded.
+    uint32_t (*codeDcs)(BitSink *sink, ComponentDcs *components, uint32_t count, uint32_t mcus);
+
+    /// Codes the AC coefficients of blocks with end-of-band runs, while kMaxBlockBytes are left.
+    /// packed is moved on. Returns the blocks coded.
+    uint32_t (*codeAcs)(BitSink *sink, AcScan *scan, const uint64_t *nonZero,
+                        const int16_t **packed, uint32_t blocks);
+    /// Codes the run that is left; kMaxBlockBytes must be.
+    void (*endAcs)(BitSink *sink, AcScan *scan);
 };
 
 inline constexpr uint32_t kSampleSlack = 32;
@@ -45,6 +116,9 @@ inline constexpr uint32_t kBlockSlack = 3;
 
 /// The kernels for this machine, chosen on first use.
 const Kernels &ActiveKernels() noexcept;
+
+/// Uses one form from here on, for tests and benchmarks; null for the machine's best.
+void UseKernels(const Kernels *form) noexcept;
 
 /// All forms this machine can run, the plain one first; ends with a null pointer.
 const Kernels *const *AvailableKernels() noexcept;
@@ -63,7 +137,7 @@ struct ZigZagBits {
 };
 extern const ZigZagBits kZigZagBits;
 
-/// The plain forms, for the rows that the others have no faster form of, and for row ends.
+/// The plain forms, for what the others have no faster form of, and for row ends.
 namespace plain {
 void MapRgbToYcc(uint8_t *row, uint32_t width);
 void MapBgrToYcc(uint8_t *row, uint32_t width);
@@ -73,6 +147,16 @@ void SplitRow422(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *se
                  uint8_t *third);
 void SplitRow444(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
                  uint8_t *third);
+void TakeRow422(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second, uint8_t *third);
+void TakeRow444(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second, uint8_t *third);
+void TakeRowGrey(uint8_t *row, uint32_t width, uint8_t *first);
+uint32_t CodeMcus(BitSink *sink, ComponentBlocks *components, uint32_t count, uint32_t mcus);
+int16_t *PackBlocks(const int16_t *coefficients, const uint64_t *nonZero, uint32_t blocks,
+                    int16_t *dcs, int16_t *packed);
+uint32_t CodeDcs(BitSink *sink, ComponentDcs *components, uint32_t count, uint32_t mcus);
+uint32_t CodeAcs(BitSink *sink, AcScan *scan, const uint64_t *nonZero, const int16_t **packed,
+                 uint32_t blocks);
+void EndAcs(BitSink *sink, AcScan *scan);
 } // namespace plain
 
 } // namespace kowen

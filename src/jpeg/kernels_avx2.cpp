@@ -1,6 +1,7 @@
 // Kernels for AVX2: two blocks at a time.
 #include "jpeg/dct_constants.h"
 #include "jpeg/kernels.h"
+#include "jpeg/quant_tables.h"
 
 #ifdef KOWEN_X86_KERNELS
 
@@ -44,13 +45,13 @@ struct Vector {
     template <int N> static Vector ShiftRight16(Vector a) { return {_mm256_srai_epi16(a.v, N)}; }
     template <int N> static Vector ShiftRight32(Vector a) { return {_mm256_srai_epi32(a.v, N)}; }
 
-    static void StoreRow(Vector a, int16_t *p) {
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(p), _mm256_castsi256_si128(a.v));
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(p + 64), _mm256_extracti128_si256(a.v, 1));
-    }
-    static void StoreNonZero(const Vector v[8], uint64_t *nonZero) {
+    static void StoreBlocks(const Vector v[8], int16_t *block, uint64_t *nonZero) {
         nonZero[0] = nonZero[1] = 0;
         for (int row = 0; row < 8; row += 2) {
+            auto *low = reinterpret_cast<__m256i *>(block + 8 * row);
+            auto *high = reinterpret_cast<__m256i *>(block + 64 + 8 * row);
+            _mm256_storeu_si256(low, _mm256_permute2x128_si256(v[row].v, v[row + 1].v, 0x20));
+            _mm256_storeu_si256(high, _mm256_permute2x128_si256(v[row].v, v[row + 1].v, 0x31));
             const __m256i bytes = _mm256_packs_epi16(v[row].v, v[row + 1].v);
             const auto bits = ~static_cast<uint32_t>(
                 _mm256_movemask_epi8(_mm256_cmpeq_epi8(bytes, _mm256_setzero_si256())));
@@ -65,17 +66,32 @@ struct Vector {
 #include "jpeg/block_transform.inl"
 #include "jpeg/pixel_rows_avx2.inl"
 
+inline uint32_t Place(uint32_t k) {
+    return static_cast<uint32_t>(ZZ[k]);
+}
+
+#include "jpeg/entropy_kernel.inl"
+
 } // namespace
 
 const Kernels kAvx2Kernels = {
-    "avx2",
-    MapRgbToYcc,
-    MapBgrToYcc,
-    MapToGrey,
-    SwapFirstAndThird,
-    SplitRow422,
-    SplitRow444,
-    TransformBlocks<Vector>,
+    .name = "avx2",
+    .zigZag = false,
+    .mapRgbToYcc = MapRgbToYcc,
+    .mapBgrToYcc = MapBgrToYcc,
+    .mapToGrey = MapToGrey,
+    .swapFirstAndThird = SwapFirstAndThird,
+    .splitRow422 = SplitRow422,
+    .splitRow444 = SplitRow444,
+    .takeRow422 = TakeRow422,
+    .takeRow444 = TakeRow444,
+    .takeRowGrey = TakeRowGrey,
+    .transformBlocks = TransformBlocks<Vector>,
+    .codeMcus = CodeMcus,
+    .packBlocks = PackBlocks,
+    .codeDcs = CodeDcs,
+    .codeAcs = CodeAcs,
+    .endAcs = EndAcs,
 };
 
 } // namespace kowen

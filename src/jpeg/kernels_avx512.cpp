@@ -1,6 +1,7 @@
 // Kernels for AVX-512 (BW, VL): four blocks at a time.
 #include "jpeg/dct_constants.h"
 #include "jpeg/kernels.h"
+#include "jpeg/quant_tables.h"
 
 #ifdef KOWEN_X86_KERNELS
 
@@ -44,33 +45,64 @@ struct Vector {
     template <int N> static Vector ShiftRight16(Vector a) { return {_mm512_srai_epi16(a.v, N)}; }
     template <int N> static Vector ShiftRight32(Vector a) { return {_mm512_srai_epi32(a.v, N)}; }
 
-    static void StoreRow(Vector a, int16_t *p) {
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(p), _mm512_castsi512_si128(a.v));
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(p + 64), _mm512_extracti32x4_epi32(a.v, 1));
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(p + 128), _mm512_extracti32x4_epi32(a.v, 2));
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(p + 192), _mm512_extracti32x4_epi32(a.v, 3));
-    }
-    static void StoreNonZero(const Vector v[8], uint64_t *nonZero) {
-        nonZero[0] = nonZero[1] = nonZero[2] = nonZero[3] = 0;
-        for (int row = 0; row < 8; ++row) {
-            const uint32_t bits = _mm512_test_epi16_mask(v[row].v, v[row].v);
-            const uint64_t *ofRow = kZigZagBits.ofRow[row];
-            nonZero[0] |= ofRow[bits & 0xFF];
-            nonZero[1] |= ofRow[(bits >> 8) & 0xFF];
-            nonZero[2] |= ofRow[(bits >> 16) & 0xFF];
-            nonZero[3] |= ofRow[bits >> 24];
+    // Brings each block's rows together and puts them in zig-zag order.
+    static void StoreBlocks(const Vector v[8], int16_t *block, uint64_t *nonZero) {
+        __m512i low[4], high[4]; // of each block: rows 0 to 3, rows 4 to 7
+        GatherLanes(v, low);
+        GatherLanes(v + 4, high);
+        const __m512i first = _mm512_loadu_si512(ZZ);
+        const __m512i second = _mm512_loadu_si512(ZZ + 32);
+        for (int b = 0; b < 4; ++b) {
+            const __m512i begin = _mm512_permutex2var_epi16(low[b], first, high[b]);
+            const __m512i end = _mm512_permutex2var_epi16(low[b], second, high[b]);
+            _mm512_storeu_si512(block + 64 * b, begin);
+            _mm512_storeu_si512(block + 64 * b + 32, end);
+            nonZero[b] = uint64_t{_mm512_test_epi16_mask(end, end)} << 32 |
+                         _mm512_test_epi16_mask(begin, begin);
         }
+    }
+
+    static void GatherLanes(const Vector v[4], __m512i blocks[4]) {
+        const __m512i low01 = _mm512_shuffle_i32x4(v[0].v, v[1].v, 0x44);
+        const __m512i low23 = _mm512_shuffle_i32x4(v[2].v, v[3].v, 0x44);
+        const __m512i high01 = _mm512_shuffle_i32x4(v[0].v, v[1].v, 0xEE);
+        const __m512i high23 = _mm512_shuffle_i32x4(v[2].v, v[3].v, 0xEE);
+        blocks[0] = _mm512_shuffle_i32x4(low01, low23, 0x88);
+        blocks[1] = _mm512_shuffle_i32x4(low01, low23, 0xDD);
+        blocks[2] = _mm512_shuffle_i32x4(high01, high23, 0x88);
+        blocks[3] = _mm512_shuffle_i32x4(high01, high23, 0xDD);
     }
 };
 
 #include "jpeg/block_transform.inl"
 #include "jpeg/pixel_rows_avx2.inl"
 
+inline uint32_t Place(uint32_t k) {
+    return k;
+}
+
+#include "jpeg/entropy_kernel.inl"
+
 } // namespace
 
 const Kernels kAvx512Kernels = {
-    "avx512",          MapRgbToYcc, MapBgrToYcc, MapToGrey,
-    SwapFirstAndThird, SplitRow422, SplitRow444, TransformBlocks<Vector>,
+    .name = "avx512",
+    .zigZag = true,
+    .mapRgbToYcc = MapRgbToYcc,
+    .mapBgrToYcc = MapBgrToYcc,
+    .mapToGrey = MapToGrey,
+    .swapFirstAndThird = SwapFirstAndThird,
+    .splitRow422 = SplitRow422,
+    .splitRow444 = SplitRow444,
+    .takeRow422 = TakeRow422,
+    .takeRow444 = TakeRow444,
+    .takeRowGrey = TakeRowGrey,
+    .transformBlocks = TransformBlocks<Vector>,
+    .codeMcus = CodeMcus,
+    .packBlocks = PackBlocks,
+    .codeDcs = CodeDcs,
+    .codeAcs = CodeAcs,
+    .endAcs = EndAcs,
 };
 
 } // namespace kowen

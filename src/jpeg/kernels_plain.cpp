@@ -23,6 +23,14 @@ template <int Red, int Blue> void MapToYcc(uint8_t *row, uint32_t width) {
 
 namespace plain {
 
+namespace {
+inline uint32_t Place(uint32_t k) {
+    return static_cast<uint32_t>(ZZ[k]);
+}
+} // namespace
+
+#include "jpeg/entropy_kernel.inl"
+
 void MapRgbToYcc(uint8_t *row, uint32_t width) {
     MapToYcc<0, 2>(row, width);
 }
@@ -63,6 +71,22 @@ void SplitRow444(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *se
     }
 }
 
+void TakeRow422(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second, uint8_t *third) {
+    MapRgbToYcc(row, width);
+    SplitRow422(row, width, first, second, third);
+}
+
+void TakeRow444(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second, uint8_t *third) {
+    SwapFirstAndThird(row, width);
+    SplitRow444(row, width, first, second, third);
+}
+
+void TakeRowGrey(uint8_t *row, uint32_t width, uint8_t *first) {
+    MapToGrey(row, width);
+    for (uint32_t x = 0; x < width; ++x)
+        first[x] = row[3 * x];
+}
+
 } // namespace plain
 
 namespace {
@@ -94,14 +118,23 @@ void TransformBlocks(const uint8_t *samples, uint32_t strideBytes, uint32_t bloc
 } // namespace
 
 const Kernels kPlainKernels = {
-    "plain",
-    plain::MapRgbToYcc,
-    plain::MapBgrToYcc,
-    plain::MapToGrey,
-    plain::SwapFirstAndThird,
-    plain::SplitRow422,
-    plain::SplitRow444,
-    TransformBlocks,
+    .name = "plain",
+    .zigZag = false,
+    .mapRgbToYcc = plain::MapRgbToYcc,
+    .mapBgrToYcc = plain::MapBgrToYcc,
+    .mapToGrey = plain::MapToGrey,
+    .swapFirstAndThird = plain::SwapFirstAndThird,
+    .splitRow422 = plain::SplitRow422,
+    .splitRow444 = plain::SplitRow444,
+    .takeRow422 = plain::TakeRow422,
+    .takeRow444 = plain::TakeRow444,
+    .takeRowGrey = plain::TakeRowGrey,
+    .transformBlocks = TransformBlocks,
+    .codeMcus = plain::CodeMcus,
+    .packBlocks = plain::PackBlocks,
+    .codeDcs = plain::CodeDcs,
+    .codeAcs = plain::CodeAcs,
+    .endAcs = plain::EndAcs,
 };
 
 } // namespace kowen

@@ -45,10 +45,9 @@ struct Vector {
     template <int N> static Vector ShiftRight16(Vector a) { return {_mm_srai_epi16(a.v, N)}; }
     template <int N> static Vector ShiftRight32(Vector a) { return {_mm_srai_epi32(a.v, N)}; }
 
-    static void StoreRow(Vector a, int16_t *p) {
-        _mm_storeu_si128(reinterpret_cast<__m128i *>(p), a.v);
-    }
-    static void StoreNonZero(const Vector v[8], uint64_t *nonZero) {
+    static void StoreBlocks(const Vector v[8], int16_t *block, uint64_t *nonZero) {
+        for (int row = 0; row < 8; ++row)
+            _mm_storeu_si128(reinterpret_cast<__m128i *>(block + 8 * row), v[row].v);
         uint64_t bits = 0;
         for (int row = 0; row < 8; row += 2) {
             const __m128i bytes = _mm_packs_epi16(v[row].v, v[row + 1].v);
@@ -65,14 +64,23 @@ struct Vector {
 } // namespace
 
 const Kernels kSse2Kernels = {
-    "sse2",
-    plain::MapRgbToYcc,
-    plain::MapBgrToYcc,
-    plain::MapToGrey,
-    plain::SwapFirstAndThird,
-    plain::SplitRow422,
-    plain::SplitRow444,
-    TransformBlocks<Vector>,
+    .name = "sse2",
+    .zigZag = false,
+    .mapRgbToYcc = plain::MapRgbToYcc,
+    .mapBgrToYcc = plain::MapBgrToYcc,
+    .mapToGrey = plain::MapToGrey,
+    .swapFirstAndThird = plain::SwapFirstAndThird,
+    .splitRow422 = plain::SplitRow422,
+    .splitRow444 = plain::SplitRow444,
+    .takeRow422 = plain::TakeRow422,
+    .takeRow444 = plain::TakeRow444,
+    .takeRowGrey = plain::TakeRowGrey,
+    .transformBlocks = TransformBlocks<Vector>,
+    .codeMcus = plain::CodeMcus,
+    .packBlocks = plain::PackBlocks,
+    .codeDcs = plain::CodeDcs,
+    .codeAcs = plain::CodeAcs,
+    .endAcs = plain::EndAcs,
 };
 
 } // namespace kowen

@@ -117,15 +117,19 @@ void MapBgrToYcc(uint8_t *row, uint32_t width) {
     plain::MapBgrToYcc(row, width);
 }
 
-void MapToGrey(uint8_t *row, uint32_t width) {
+// (3 third + 6 second + first) / 10.
+inline __m256i Grey(const Triple &t) {
     const __m256i zero = _mm256_setzero_si256();
+    return _mm256_packus_epi16(
+        WeighedTenth(_mm256_unpacklo_epi8(t.third, zero), _mm256_unpacklo_epi8(t.second, zero),
+                     _mm256_unpacklo_epi8(t.first, zero)),
+        WeighedTenth(_mm256_unpackhi_epi8(t.third, zero), _mm256_unpackhi_epi8(t.second, zero),
+                     _mm256_unpackhi_epi8(t.first, zero)));
+}
+
+void MapToGrey(uint8_t *row, uint32_t width) {
     for (; width >= 32; width -= 32, row += 96) {
-        const Triple t = LoadTriple(row);
-        const __m256i grey = _mm256_packus_epi16(
-            WeighedTenth(_mm256_unpacklo_epi8(t.third, zero), _mm256_unpacklo_epi8(t.second, zero),
-                         _mm256_unpacklo_epi8(t.first, zero)),
-            WeighedTenth(_mm256_unpackhi_epi8(t.third, zero), _mm256_unpackhi_epi8(t.second, zero),
-                         _mm256_unpackhi_epi8(t.first, zero)));
+        const __m256i grey = Grey(LoadTriple(row));
         StoreTriple(row, {grey, grey, grey});
     }
     plain::MapToGrey(row, width);
@@ -166,4 +170,36 @@ void SplitRow444(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *se
         _mm256_storeu_si256(reinterpret_cast<__m256i *>(third), t.third);
     }
     plain::SplitRow444(row, width, first, second, third);
+}
+
+void TakeRow422(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second, uint8_t *third) {
+    for (; width >= 32; width -= 32, row += 96, first += 32, second += 16, third += 16) {
+        const Triple pixels = LoadTriple(row);
+        const Triple t = ToYcc(pixels.first, pixels.second, pixels.third);
+        StoreTriple(row, t);
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(first), t.first);
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(second), EvenBytes(t.second));
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(third), EvenBytes(t.third));
+    }
+    plain::TakeRow422(row, width, first, second, third);
+}
+
+void TakeRow444(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second, uint8_t *third) {
+    for (; width >= 32; width -= 32, row += 96, first += 32, second += 32, third += 32) {
+        const Triple t = LoadTriple(row);
+        StoreTriple(row, {t.third, t.second, t.first});
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(first), t.third);
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(second), t.second);
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(third), t.first);
+    }
+    plain::TakeRow444(row, width, first, second, third);
+}
+
+void TakeRowGrey(uint8_t *row, uint32_t width, uint8_t *first) {
+    for (; width >= 32; width -= 32, row += 96, first += 32) {
+        const __m256i grey = Grey(LoadTriple(row));
+        StoreTriple(row, {grey, grey, grey});
+        _mm256_storeu_si256(reinterpret_cast<__m256i *>(first), grey);
+    }
+    plain::TakeRowGrey(row, width, first);
 }

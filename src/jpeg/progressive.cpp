@@ -1,10 +1,11 @@
 // Progressive coding of a whole picture: all blocks are transformed into a store first, then
-// coded as one DC scan and one AC scan a component.
+// coded as one DC scan and one AC scan a component. Of each block the store keeps the DC, a bit per
+// AC coefficient that is not 0, and those coefficients; memory that it does not need stays
+// untouched.
 #include "jpeg/bands.h"
 
 #include "jpeg/bit_output.h"
-#include "jpeg/entropy_coder.h"
-#include "jpeg/kernels.h"
+#include "jpeg/entropy_output.h"
 #include "jpeg/stream_writer.h"
 #include "platform/global_memory.h"
 
@@ -16,19 +17,18 @@ namespace kowen {
 
 namespace {
 
-constexpr uint32_t kMaxEobRun = 32767;
 constexpr uint32_t kMcuPixels = 16;
 constexpr uint32_t kMcuRows = 8;
-constexpr uint32_t kRowChunk = 1024; // pixels parted at a time
+constexpr uint32_t kChunkPixels = 512; // parted and transformed at a time
+constexpr uint32_t kChunkBlocks = kChunkPixels / 8;
 
 // One component's blocks, row by row.
 struct Component {
-    int16_t *coefficients;
-    uint64_t *nonZero;
-    uint32_t blocksAcross;
-    uint32_t blocksInMcu; // across: H
-
-    const int16_t *Block(std::size_t i) const { return coefficients + i * kBlockSize; }
+    uint64_t *nonZero; ///< per block: a bit per zig-zag position
+    int16_t *dcs;      ///< per block
+    int16_t *packed;   ///< AC coefficients that are not 0, of all blocks, in zig-zag order
+    int16_t *packedEnd;
+    uint32_t blocksInMcu; ///< across: H
 };
 
 // The coefficient store: the blocks of all components in one block of global memory.
@@ -48,44 +48,87 @@ struct Store {
 bool Store::Allocate(uint32_t width, uint32_t rows) {
     mcusAcross = width / kMcuPixels;
     mcusDown = rows / kMcuRows;
-    // Luminance has two blocks an MCU, the others one; each component has room for what the
-    // kernels write behind its last block.
     const uint64_t mcus = uint64_t{mcusAcross} * mcusDown;
-    const uint64_t blocks = 4 * mcus + kComponents * kBlockSlack;
-    const uint64_t bytes = blocks * (kBlockSize * sizeof(int16_t) + sizeof(uint64_t));
+    const uint64_t blocks = 4 * mcus; // an MCU has two of luminance, one of each chroma
+    const uint64_t bytes = blocks * (sizeof(uint64_t) + kBlockSize * sizeof(int16_t));
     if (bytes > UINT32_MAX)
         return false;
     handle = GlobalAlloc(kGlobalFlags, static_cast<uint32_t>(bytes));
     auto *bits = Lock<uint64_t>(handle);
     if (bits == nullptr)
         return false;
-    auto *coefficients = reinterpret_cast<int16_t *>(bits + blocks);
+    auto *words = reinterpret_cast<int16_t *>(bits + blocks);
     for (int c = 0; c < kComponents; ++c) {
         const uint32_t h = c == 0 ? 2 : 1;
-        component[c] = {coefficients, bits, mcusAcross * h, h};
-        coefficients += (mcus * h + kBlockSlack) * kBlockSize;
-        bits += mcus * h + kBlockSlack;
+        component[c] = {bits, words, words + mcus * h, words + mcus * h, h};
+        bits += mcus * h;
+        words += mcus * h * kBlockSize;
     }
     return true;
 }
 
-// Cuts, transforms and quantises every block of one MCU row.
-void TransformMcuRow(const Store &store, CompressEnv &env, const uint8_t *pixels, uint32_t width,
-                     uint32_t mcuRow) {
-    uint8_t samples[kComponents][kMcuRows][kRowChunk + kSampleSlack];
-    for (uint32_t x = 0; x < width; x += kRowChunk) {
-        const uint32_t columns = std::min(kRowChunk, width - x);
-        for (uint32_t row = 0; row < kMcuRows; ++row)
-            ActiveKernels().splitRow422(pixels + (std::size_t{row} * width + x) * kPixelBytes,
-                                        columns, samples[0][row], samples[1][row], samples[2][row]);
+// Rows of samples of one MCU row, a chunk of columns at a time.
+struct ChunkSamples {
+    uint8_t samples[kComponents][kMcuRows][kChunkPixels + kSampleSlack];
+
+    // Repeats columns - 1's pixel up to the padded width: in chroma too the last pixel, whether
+    // its column is even or odd.
+    void RepeatPixel(uint32_t row, const uint8_t *pixel, uint32_t columns, uint32_t padded) {
+        std::memset(samples[0][row] + columns, pixel[0], padded - columns);
+        for (int c = 1; c < kComponents; ++c)
+            std::memset(samples[c][row] + (columns + 1) / 2, pixel[c],
+                        padded / 2 - (columns + 1) / 2);
+    }
+    void RepeatRow(uint32_t row) {
+        for (auto &component : samples)
+            std::memcpy(component[row], component[row - 1], kChunkPixels);
+    }
+};
+
+void SplitRow(const uint8_t *row, uint32_t columns, ChunkSamples &chunk, uint32_t y) {
+    ActiveKernels().splitRow422(row, columns, chunk.samples[0][y], chunk.samples[1][y],
+                                chunk.samples[2][y]);
+}
+void SplitRow(uint8_t *row, uint32_t columns, ChunkSamples &chunk, uint32_t y) {
+    ActiveKernels().takeRow422(row, columns, chunk.samples[0][y], chunk.samples[1][y],
+                               chunk.samples[2][y]);
+}
+
+// Transforms a chunk's blocks and keeps them as the store does.
+void StoreBlocks(Component &component,
+                 const uint8_t (&samples)[kMcuRows][kChunkPixels + kSampleSlack], uint32_t blocks,
+                 const QuantDivisors &divisors, std::size_t first) {
+    int16_t coefficients[(kChunkBlocks + kBlockSlack) * kBlockSize];
+    uint64_t nonZero[kChunkBlocks + kBlockSlack];
+    ActiveKernels().transformBlocks(samples[0], sizeof(samples[0]), blocks, divisors, coefficients,
+                                    nonZero);
+    std::memcpy(component.nonZero + first, nonZero, blocks * sizeof(nonZero[0]));
+    component.packedEnd = ActiveKernels().packBlocks(coefficients, nonZero, blocks,
+                                                     component.dcs + first, component.packedEnd);
+}
+
+// Cuts, transforms and keeps every block of one MCU row, whose last rows and columns repeat.
+template <typename Byte>
+void StoreMcuRow(Store &store, CompressEnv &env, const PixelRows<Byte> &picture, uint32_t mcuRow) {
+    const uint32_t firstRow = mcuRow * kMcuRows;
+    const uint32_t realRows = std::min(kMcuRows, picture.rows - firstRow);
+    const uint32_t paddedWidth = store.mcusAcross * kMcuPixels;
+    ChunkSamples chunk;
+    for (uint32_t x = 0; x < paddedWidth; x += kChunkPixels) {
+        const uint32_t padded = std::min(kChunkPixels, paddedWidth - x);
+        const uint32_t columns = std::min(padded, picture.width - x);
+        for (uint32_t y = 0; y < realRows; ++y) {
+            Byte *row = picture.Row(firstRow + y) + std::size_t{x} * kPixelBytes;
+            SplitRow(row, columns, chunk, y);
+            chunk.RepeatPixel(y, row + std::size_t{columns - 1} * kPixelBytes, columns, padded);
+        }
+        for (uint32_t y = realRows; y < kMcuRows; ++y)
+            chunk.RepeatRow(y);
         for (int c = 0; c < kComponents; ++c) {
-            const Component &component = store.component[c];
-            const uint32_t blocks = columns / kMcuPixels * component.blocksInMcu;
-            const std::size_t first = std::size_t{mcuRow} * component.blocksAcross +
-                                      x / kMcuPixels * component.blocksInMcu;
-            ActiveKernels().transformBlocks(
-                samples[c][0], sizeof(samples[c][0]), blocks, Divisors(&env, c == 0 ? 0 : 1),
-                component.coefficients + first * kBlockSize, component.nonZero + first);
+            Component &component = store.component[c];
+            const std::size_t firstMcu = std::size_t{mcuRow} * store.mcusAcross + x / kMcuPixels;
+            StoreBlocks(component, chunk.samples[c], padded / kMcuPixels * component.blocksInMcu,
+                        Divisors(&env, c == 0 ? 0 : 1), firstMcu * component.blocksInMcu);
         }
     }
 }
@@ -102,60 +145,16 @@ bool BeginScan(CompressEnv &env, uint32_t &fillCount, int32_t componentCount,
 void CodeDcScan(const Store &store, CompressEnv &env, uint32_t &fillCount) {
     if (!BeginScan(env, fillCount, kComponents, 0, 0, 0))
         return;
-    EntropyWriter writer(env, fillCount);
-    const std::size_t mcus = std::size_t{store.mcusAcross} * store.mcusDown;
-    for (std::size_t mcu = 0; mcu < mcus; ++mcu) {
-        writer.BeginBlock();
-        for (int c = 0; c < kComponents; ++c) {
-            const Component &component = store.component[c];
-            const HuffmanEntry *differences =
-                env.huffmanTable[c == 0 ? kDcDiffLuminance : kDcDiffChrominance];
-            for (uint32_t i = 0; i < component.blocksInMcu; ++i)
-                PutDc(writer, differences, component.Block(mcu * component.blocksInMcu + i)[0],
-                      env.dcPredictor[c]);
-        }
-        writer.EndBlock();
-    }
-    writer.End();
+    ComponentDcs components[kComponents];
+    for (int c = 0; c < kComponents; ++c)
+        components[c] = {store.component[c].dcs, store.component[c].blocksInMcu,
+                         env.huffmanTable[c == 0 ? kDcDiffLuminance : kDcDiffChrominance],
+                         &env.dcPredictor[c]};
+    EntropyOutput output(env, fillCount);
+    output.CodeDcs(components, kComponents, store.mcusAcross * store.mcusDown);
+    output.End();
     WriteScanPad(nullptr, &fillCount, &env);
 }
-
-// Codes the blocks of one AC scan; keeps the run of blocks that end on zeros.
-class AcScan {
-public:
-    AcScan(EntropyWriter &writer, const HuffmanEntry *codes) : writer_(writer), codes_(codes) {}
-
-    void Put(const int16_t *block, uint64_t nonZero) {
-        writer_.BeginBlock();
-        if ((nonZero & ~uint64_t{1}) != 0) {
-            FlushEobRun();
-            if (PutAcCoefficients(writer_, codes_, block, nonZero) == 0)
-                return;
-        }
-        if (++eobRun_ == kMaxEobRun)
-            FlushEobRun();
-    }
-
-    void End() {
-        writer_.BeginBlock();
-        FlushEobRun();
-    }
-
-private:
-    // T.81 G.1.2.2: EOBn codes runs of 2^n to 2^(n + 1) - 1, then the run's low n bits.
-    void FlushEobRun() {
-        if (eobRun_ == 0)
-            return;
-        const auto n = static_cast<uint32_t>(std::bit_width(eobRun_)) - 1;
-        writer_.Put(codes_[n * 16]);
-        writer_.Put(eobRun_ & ((1u << n) - 1u), n);
-        eobRun_ = 0;
-    }
-
-    EntropyWriter &writer_;
-    const HuffmanEntry *codes_;
-    uint32_t eobRun_ = 0;
-};
 
 // Blocks of a component that are coded in the last MCU of a row: those that touch the picture.
 uint32_t BlocksInLastMcu(const CompressEnv &env, const Component &component, uint32_t width) {
@@ -165,42 +164,68 @@ uint32_t BlocksInLastMcu(const CompressEnv &env, const Component &component, uin
     return std::min(component.blocksInMcu, env.maxH > padding ? env.maxH - padding : 0u);
 }
 
-void CodeAcScan(const Store &store, CompressEnv &env, uint32_t &fillCount, int c, uint32_t width) {
+// AC coefficients that blocks have in the store.
+std::size_t PackedCount(const uint64_t *nonZero, uint32_t blocks) {
+    std::size_t count = 0;
+    for (uint32_t b = 0; b < blocks; ++b)
+        count += static_cast<std::size_t>(std::popcount(nonZero[b] & ~uint64_t{1}));
+    return count;
+}
+
+void CodeAcScan(const Store &store, CompressEnv &env, uint32_t &fillCount, int c) {
     if (!BeginScan(env, fillCount, 1, c, 1, 63))
         return;
     const Component &component = store.component[c];
-    const uint32_t skipped = component.blocksInMcu - BlocksInLastMcu(env, component, width);
-    EntropyWriter writer(env, fillCount);
-    AcScan scan(writer, env.huffmanTable[c == 0 ? kAcLuminance : kAcChrominance]);
-    for (uint32_t row = 0; row < store.mcusDown; ++row) {
-        const std::size_t first = std::size_t{row} * component.blocksAcross;
-        for (std::size_t i = first; i < first + component.blocksAcross - skipped; ++i)
-            scan.Put(component.Block(i), component.nonZero[i]);
+    const uint32_t across = store.mcusAcross * component.blocksInMcu;
+    const uint32_t skipped =
+        component.blocksInMcu - BlocksInLastMcu(env, component, store.mcusAcross * kMcuPixels);
+    const uint64_t *nonZero = component.nonZero;
+    const int16_t *packed = component.packed;
+    EntropyOutput output(env, fillCount);
+    AcScan scan = {env.huffmanTable[c == 0 ? kAcLuminance : kAcChrominance], 0};
+    for (uint32_t row = 0; across != 0 && row < store.mcusDown; ++row, nonZero += across) {
+        output.CodeAcs(scan, nonZero, packed, across - skipped);
+        packed += PackedCount(nonZero + across - skipped, skipped);
     }
-    scan.End();
-    writer.End();
+    output.EndAcs(scan);
+    output.End();
     WriteScanPad(nullptr, &fillCount, &env);
+}
+
+// rows, width: the padded size; the picture's own may be less.
+template <typename Byte>
+int32_t CodePicture(const PixelRows<Byte> &picture, uint32_t rows, uint32_t width,
+                    CompressEnv &env) {
+    Store store;
+    if (!store.Allocate(width, rows)) {
+        store.Free();
+        return -1;
+    }
+    for (uint32_t row = 0; row < store.mcusDown; ++row)
+        StoreMcuRow(store, env, picture, row);
+    uint32_t fillCount = 0;
+    CodeDcScan(store, env, fillCount);
+    for (int c = 0; c < kComponents; ++c)
+        CodeAcScan(store, env, fillCount, c);
+    store.Free();
+    return fillCount > INT32_MAX ? -1 : static_cast<int32_t>(fillCount);
 }
 
 } // namespace
 
 int32_t CompressProgressive(uint8_t *, const uint8_t *pixels, uint32_t rows, uint32_t width,
                             CompressEnv *env) noexcept {
-    Store store;
-    if (!store.Allocate(width, rows)) {
-        store.Free();
+    const MappedRows picture = {pixels, static_cast<std::ptrdiff_t>(width) * kPixelBytes, rows,
+                                width};
+    return CodePicture(picture, rows, width, *env);
+}
+
+int32_t MapAndCompressProgressive(const SourceRows &rows, CompressEnv *env) noexcept {
+    uint32_t paddedWidth = 0;
+    uint32_t paddedRows = 0;
+    if (FindWidthHeightMCU(&paddedWidth, &paddedRows, rows.width, rows.rows, env->colorFormat) != 0)
         return -1;
-    }
-    if (store.mcusAcross != 0)
-        for (uint32_t row = 0; row < store.mcusDown; ++row)
-            TransformMcuRow(store, *env, pixels + std::size_t{row} * kMcuRows * width * kPixelBytes,
-                            store.mcusAcross * kMcuPixels, row);
-    uint32_t fillCount = 0;
-    CodeDcScan(store, *env, fillCount);
-    for (int c = 0; c < kComponents; ++c)
-        CodeAcScan(store, *env, fillCount, c, width);
-    store.Free();
-    return static_cast<int32_t>(fillCount);
+    return CodePicture(rows, paddedRows, paddedWidth, *env);
 }
 
 } // namespace kowen

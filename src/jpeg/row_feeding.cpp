@@ -3,6 +3,7 @@
 #include "io/typed_io.h"
 #include "jpeg/bands.h"
 #include "jpeg/compress_env.h"
+#include "jpeg/map_colors.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
 
@@ -68,6 +69,42 @@ int32_t CodeBand(const uint8_t *rows, uint32_t width, uint32_t rowCount, Compres
     return 0;
 }
 
+// One group of a sequential band, coded and written; the buffer serves the next group too.
+int32_t WriteGroup(FileHandle output, const SourceRows &group, CompressEnv *env) {
+    if (env->outputBuffer == nullptr && !AllocateBand(*env, group.width, kBandRows))
+        return KOWEN_ERR_MEMORY;
+    const int32_t count = MapAndCompressBand(group, env);
+    if (env->outputBuffer == nullptr)
+        return KOWEN_ERR_MEMORY;
+    WriteBand(output, *env, static_cast<uint32_t>(count));
+    return 0;
+}
+
+int32_t WriteGroups(FileHandle output, const SourceRows &band, CompressEnv *env) {
+    int32_t result = 0;
+    for (uint32_t first = 0; first < band.rows; first += kBandRows) {
+        const SourceRows group = {band.Row(first), band.stepBytes,
+                                  std::min(kBandRows, band.rows - first), band.width};
+        result = WriteGroup(output, group, env);
+    }
+    return result;
+}
+
+int32_t WriteProgressive(FileHandle output, const SourceRows &band, CompressEnv *env) {
+    const int32_t count = MapAndCompressProgressive(band, env);
+    if (count < 0)
+        return count;
+    if (env->outputBuffer == nullptr)
+        return KOWEN_ERR_MEMORY;
+    WriteBand(output, *env, static_cast<uint32_t>(count));
+    return 0;
+}
+
+void MapRows(const SourceRows &band, const CompressEnv &env) {
+    for (uint32_t row = 0; row < band.rows; ++row)
+        MapColors(band.Row(row), band.width, 0, 1, env.colorFormat, kByteOrderRgb);
+}
+
 } // namespace
 
 int32_t JpgPadRow(uint8_t *lastPixel, uint32_t paddedWidth, uint32_t width) noexcept {
@@ -111,6 +148,25 @@ int32_t CompAndWriteNRows(FileHandle output, const uint8_t *rows, uint32_t width
     if (count < 0)
         return count;
     return lost ? KOWEN_ERR_MEMORY : 0;
+}
+
+int32_t MapAndWriteBand(FileHandle output, const SourceRows &band, CompressEnv *env) noexcept {
+    const bool sequential = env->operation == KOWEN_OPERATION_SEQUENTIAL;
+    const bool progressive =
+        env->operation == KOWEN_OPERATION_PROGRESSIVE && env->colorFormat == KOWEN_FORMAT_YCC422;
+    if (!AllocateBand(*env, band.width, sequential ? kBandRows : std::max(band.rows, kBandRows))) {
+        FreeBand(*env);
+        return KOWEN_ERR_MEMORY;
+    }
+    int32_t result = 0;
+    if (sequential)
+        result = WriteGroups(output, band, env);
+    else if (progressive)
+        result = WriteProgressive(output, band, env);
+    else
+        MapRows(band, *env);
+    FreeBand(*env);
+    return result;
 }
 
 } // namespace kowen

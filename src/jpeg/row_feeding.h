@@ -2,6 +2,7 @@
 #pragma once
 
 #include "io/file_handle.h"
+#include "jpeg/bands.h"
 
 #include <cstdint>
 
@@ -30,5 +31,14 @@ int32_t HugeMemcpy(void *destination, const void *source, uint32_t count) noexce
 /// operation or colour format that codes nothing returns 0.
 int32_t CompAndWriteNRows(FileHandle output, const uint8_t *rows, uint32_t width, uint32_t rowCount,
                           CompressEnv *env) noexcept;
+
+/// What MapColors and CompAndWriteNRows do one after the other, for a band as its producer holds
+/// it: sequential in groups of at most 8 rows from the top, each one MCU row; progressive in one
+/// go, padded to whole MCUs. One band buffer serves all groups.
+///
+/// band  its pixels are mapped in place, also where nothing is coded.
+/// Returns 0; KOWEN_ERR_MEMORY (300) if the band buffer cannot be had, or if it is lost in the
+/// last group; -1 if the progressive coefficient store cannot be allocated.
+int32_t MapAndWriteBand(FileHandle output, const SourceRows &band, CompressEnv *env) noexcept;
 
 } // namespace kowen

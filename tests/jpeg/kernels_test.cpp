@@ -159,12 +159,14 @@ public:
                                 coefficients.data(), nonZero.data());
         for (uint32_t b = 0; b < count_; ++b) {
             const Block plain = Plainly(b, table);
-            ASSERT_TRUE(std::equal(plain.begin(), plain.end(), coefficients.begin() + b * 64))
-                << "block " << b << " of " << count_;
             uint64_t places = 0;
-            for (size_t k = 0; k < 64; ++k)
-                if (plain[static_cast<size_t>(ZZ[k])] != 0)
+            for (size_t k = 0; k < 64; ++k) {
+                const auto rowMajor = static_cast<size_t>(ZZ[k]);
+                ASSERT_EQ(coefficients[b * 64 + (kernels.zigZag ? k : rowMajor)], plain[rowMajor])
+                    << "position " << k << " of block " << b << " of " << count_;
+                if (plain[rowMajor] != 0)
                     places |= uint64_t{1} << k;
+            }
             ASSERT_EQ(nonZero[b], places) << "block " << b << " of " << count_;
         }
     }

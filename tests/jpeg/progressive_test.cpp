@@ -1,6 +1,7 @@
 #include "jpeg/bands.h"
 
-#include "picture_env.h"
+#include "jpeg/each_form.h"
+#include "jpeg/picture_env.h"
 #include "reference/jpeg/encoder.h"
 #include "support/bitmaps.h"
 #include "support/failing_memory.h"
@@ -104,7 +105,7 @@ TEST(CompressProgressive, ChromaBeyondTheEdgeIsTheLastColumns) {
     EXPECT_EQ(narrow, CodePlainly(picture, 90));
 }
 
-TEST(CompressProgressive, EqualsThePlainFormThroughout) {
+void ExpectPlainBytesThroughout() {
     for (int width = 1; width <= 70; ++width)
         for (const int height : {1, 8, 17})
             ExpectPlainBytes(MakeNoise(width, height, static_cast<uint32_t>(width * height)),
@@ -117,6 +118,10 @@ TEST(CompressProgressive, EqualsThePlainFormThroughout) {
     }
     ExpectPlainBytes(MakeSoft(1100, 40), 90);
     ExpectPlainBytes(MakeNoise(1100, 40), 100);
+}
+
+TEST(CompressProgressive, EqualsThePlainFormThroughout) {
+    WithEachForm(ExpectPlainBytesThroughout);
 }
 
 // Empty bands between full ones: the run goes out before the next coefficient.
