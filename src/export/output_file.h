@@ -38,7 +38,7 @@ struct OutputFile {
 /// FreeOutputBlock ends it when the caller has no further use for it.
 ///
 /// Kept deliberately: an I/O procedure that refuses the open gives 0 and file 0; the export goes
-/// on and writes nothing. Test: OpenOutput.DoesNotCheckTheHostsAnswer.
+/// on and writes nothing. Test: OpenOutputTest.DoesNotCheckTheHostsAnswer.
 int32_t OpenOutput(const OutputTarget &target, void **block, OutputFile *output) noexcept;
 
 /// Closes an output and clears it from the current setup, so that nothing closes it twice.

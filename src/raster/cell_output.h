@@ -31,7 +31,7 @@ int32_t DrawingObstacle() noexcept;
 /// After a refused progress call it ends without a code: closing the device asks the host again.
 ///
 /// Kept deliberately: whether to shrink or to stretch is decided by the heights alone. Test:
-/// RasterWriteCellData.ScalesNothingWhenOnlyTheWidthsDiffer.
+/// RasterWriteCells.ScalesNothingWhenOnlyTheWidthsDiffer.
 void RasterWriteCellData(MemoryHandle bitmap, uint32_t width, uint32_t height, int32_t resolution,
                          uint16_t depth, int32_t colors) noexcept;
 

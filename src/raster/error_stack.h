@@ -44,8 +44,8 @@ struct ReturnArea {
 /// Kept deliberately: a full stack overwrites its last entry, which with capacity 0 is the slot
 /// of the first error. So that slot always holds the latest error, the count stays 0, the overflow
 /// counts every error and a repeated one is never recognised.
-/// Tests: ErrorStack.WithoutCapacityTheFirstSlotHoldsTheLatest,
-/// ErrorStack.WithoutCapacityARepeatedErrorCountsTwice.
+/// Tests: ErrorStackTest.WithoutCapacityTheFirstSlotHoldsTheLatest,
+/// ErrorStackTest.WithoutCapacityARepeatedErrorCountsTwice.
 void push_er(int32_t code) noexcept;
 
 /// Handler, opcode 3842: appends to the return area the number of errors taken (4 bytes: the i32
