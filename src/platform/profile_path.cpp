@@ -35,9 +35,8 @@ bool JoinPath(const char *directory, const char *name, char *path, int32_t size)
     const bool needsSlash = length != 0 && directory[length - 1] != '/';
     if (!FitsPath(length + (needsSlash ? 1 : 0) + std::strlen(name), size))
         return false;
-    std::snprintf(path, static_cast<std::size_t>(size), "%s%s%s", directory, needsSlash ? "/" : "",
-                  name);
-    return true;
+    return std::snprintf(path, static_cast<std::size_t>(size), "%s%s%s", directory,
+                         needsSlash ? "/" : "", name) < size;
 }
 
 // A directory opens like a file, a pipe waits for its other end, a device may never end.
