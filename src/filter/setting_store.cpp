@@ -68,8 +68,6 @@ double ReadSettingInches(const SetupRecord &setup, StringId key, const char *def
 }
 
 void WriteSetting(const SetupRecord &setup, StringId key, const char *format, ...) noexcept {
-    if (setup.profilePath[0] == '\0')
-        return;
     char text[kStringBytes];
     {
         const PlainNumbers numbers;

@@ -98,12 +98,10 @@ MemoryHandle CreateSetup(uint32_t /*reserved*/, const char *profilePath, const c
         return 0;
     SetupRecord &setup = *BindSetup(hRaster);
     strupr(szFilter);
-    if (FindProfile(setup, profilePath)) {
+    if (FindProfile(setup, profilePath))
         ReadSetup(setup, section, filterName);
-    } else {
-        setup.profilePath[0] = '\0';
+    else
         UseDefaultSettings(&setup);
-    }
     GlobalUnlock(hRaster);
     return hRaster;
 }

@@ -99,10 +99,13 @@ TEST_F(AdjustAspectTest, EmptyPictureCountsAsOnePixel) {
     ExpectInches(Adjust(0, 0), 480 / 96.0, 480 / 96.0);
 }
 
-// 6.67 x 96 = 640.32 and 5.009 x 96 = 480.864 pixels count as 640 and 480.
+// 6.669 x 96 = 640.224 and 5.009 x 96 = 480.864 pixels count as 640 and 480.
 TEST_F(AdjustAspectTest, PagePixelsAreTruncated) {
     setup.height = 5.009;
-    ExpectInches(Adjust(3, 2), 640 / 96.0, 480 / 96.0);
+    ExpectInches(Adjust(9, 9), 480 / 96.0, 480 / 96.0);
+    setup.width = 5.009;
+    setup.height = 6.669;
+    ExpectInches(Adjust(9, 9), 480 / 96.0, 480 / 96.0);
 }
 
 TEST_F(AdjustAspectTest, ResolutionsCountSeparately) {
@@ -281,9 +284,17 @@ TEST_F(GetRasterInfoTest, OnlyTheLow16BitsOfAResolutionCount) {
     RasterQuery query = kQuery;
     query.pictureResolution = 0x70000 + 100;
     ExpectAnswer(Ask(query), 200, 100);
+}
+
+TEST_F(GetRasterInfoTest, AResolutionWithoutLow16BitsIsNotKnown) {
+    setup.sizeMode = KOWEN_SIZE_FROM_PICTURE;
+    setup.resolutionMode = KOWEN_RESOLUTION_FROM_PICTURE;
+    RasterQuery query = kQuery;
     query.pictureResolution = 0x70000;
-    Ask(query);
-    EXPECT_EQ(setup.header.xResolution, 100) << "0x70000 is not known";
+    // As WithoutPictureResolutionThePictureIsFitIntoThePage.
+    ExpectAnswer(Ask(query), 640, 322);
+    EXPECT_EQ(setup.header.xResolution, 96);
+    EXPECT_EQ(setup.width, 6.67);
 }
 
 // 1.5 inches at 75 and at 33 dots per inch: 112.5 and 49.5 pixels.

@@ -65,7 +65,7 @@ public:
     }
     ~CommaLocale() { std::setlocale(LC_NUMERIC, "C"); }
 
-    bool IsThere() const { return made && std::string(std::localeconv()->decimal_point) == ","; }
+    bool IsThere() const { return made; }
 
 private:
     std::optional<ScopedEnvironment> path;

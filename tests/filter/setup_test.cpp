@@ -180,7 +180,7 @@ TEST_F(ModuleProfileTest, AnUnknownModulePathGivesTheBareExtension) {
 }
 
 TEST_F(ModuleProfileTest, APathThatFillsItsBufferIsReadToItsEnd) {
-    const std::string name = "/kowen.so";
+    const std::string name = "/kowen";
     Expect(std::string(kDllNameBytes - name.size(), 'x') + name, "kowen.ini");
 }
 
