@@ -165,6 +165,29 @@ enum {
     KOWEN_DD_TERMINATE = 0xFFFF
 };
 
+/** Opcodes of the device requests that do something; docs/device.md lists their arguments. */
+enum {
+    KOWEN_REQUEST_OPEN_DEVICE = 1,
+    KOWEN_REQUEST_CLOSE_DEVICE = 2,
+    KOWEN_REQUEST_BEGIN_PICTURE = 3,
+    KOWEN_REQUEST_BEGIN_BODY = 4,
+    KOWEN_REQUEST_END_PICTURE = 5,
+    KOWEN_REQUEST_SET_WINDOW = 518,
+    KOWEN_REQUEST_SET_BACKGROUND = 519,
+    KOWEN_REQUEST_SET_VIEWPORT = 520,
+    KOWEN_REQUEST_SET_VIEWPORT_MODE = 521,
+    KOWEN_REQUEST_QUERY_VIEWPORT = 765,
+    KOWEN_REQUEST_QUERY_WINDOW = 767,
+    KOWEN_REQUEST_CELL_ARRAY = 1033,
+    KOWEN_REQUEST_PRIMITIVE = 1034,
+    KOWEN_REQUEST_SET_COLORS = 1314,
+    KOWEN_REQUEST_POP_ERRORS = 3842,
+    KOWEN_REQUEST_EMPTY_ERRORS = 3843
+};
+
+/** Primitives of KOWEN_REQUEST_PRIMITIVE: open the picture's bitmap, write it to the output. */
+enum { KOWEN_PRIMITIVE_OPEN_PICTURE = -5, KOWEN_PRIMITIVE_WRITE_PICTURE = -6 };
+
 /** Flags of every block the filter allocates: moveable and zero-filled. */
 #define KOWEN_GLOBAL_FLAGS 66
 

@@ -1,6 +1,7 @@
 #include "raster/opcode_table.h"
 
 #include "filter/state.h"
+#include "kowen/codes.h"
 #include "raster/attributes.h"
 #include "raster/cell_array.h"
 #include "raster/device_record.h"
@@ -11,7 +12,6 @@
 namespace kowen {
 namespace {
 
-constexpr int32_t kOpcodeGdp = 1034;
 constexpr int32_t kOpcodeNeverSupported = 1323;
 constexpr int32_t kSupported = 2;
 constexpr int32_t kNotSupported = 0;
@@ -121,7 +121,7 @@ DdRequest *d_noop(DdRequest *request) noexcept {
 void esc_mode(int32_t) noexcept {}
 
 int32_t InquireSupport(int32_t opcode, int32_t primitive) noexcept {
-    if (opcode == kOpcodeGdp)
+    if (opcode == KOWEN_REQUEST_PRIMITIVE)
         return InqGDPSupport(primitive);
     if (opcode == kOpcodeNeverSupported)
         return kNotSupported;

@@ -21,8 +21,6 @@ constexpr size_t kPointCount = 20;
 constexpr size_t kPoints = 24;
 constexpr size_t kPointBytes = 24;
 constexpr size_t kDataHead = 4; ///< the length word before the data
-constexpr int32_t kOpenPicture = -5;
-constexpr int32_t kWritePicture = -6;
 constexpr uint32_t kTrueColor = 24;
 
 /// The data of primitive -5, as far as it counts.
@@ -145,9 +143,9 @@ void WritePicture() noexcept {
 
 DdRequest *d_gdp(DdRequest *request) noexcept {
     const auto primitive = Argument<int32_t>(request, kPrimitive);
-    if (primitive == kOpenPicture)
+    if (primitive == KOWEN_PRIMITIVE_OPEN_PICTURE)
         OpenPicture(request);
-    else if (primitive == kWritePicture)
+    else if (primitive == KOWEN_PRIMITIVE_WRITE_PICTURE)
         WritePicture();
     return request;
 }
