@@ -69,12 +69,8 @@ Bytes Reference(const TestBitmap &bitmap, int colorFormat, int operation, int qu
 /// Everything that BeginCellBitmap writes.
 Bytes ReferenceBegin(const reference::Header &header) {
     Bytes bytes = reference::FileHeader(header);
-    if (header.Sequential()) {
-        std::vector<int> components;
-        for (int i = 0; i < header.Components(); ++i)
-            components.push_back(i);
-        bytes = bytes + reference::ScanHeader(components, 0, 63);
-    }
+    if (header.Sequential())
+        bytes = bytes + reference::ScanHeader(header.Components(), 0, 0, 63);
     return bytes;
 }
 

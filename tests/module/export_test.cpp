@@ -275,7 +275,7 @@ Bytes CancelledFile(const TestBitmap &bitmap, const ExportSettings &settings) {
     }
     for (int top = 0; top < picture.height; top += 8)
         reference::CodeBand422(coder, picture.Rows(top, std::min(8, picture.height - top)));
-    return file + reference::ScanHeader({0, 1, 2}, 0, 63) + coder.bits.Bytes();
+    return file + reference::ScanHeader(3, 0, 0, 63) + coder.bits.Bytes();
 }
 
 TEST(ExportCellData, ReturnsZeroWhenCancelled) {
@@ -579,6 +579,37 @@ TEST_F(ExportCellDataTest, ImpossibleBitmapsReturnZero) {
              {0, 0}, {0, 8}, {16, 0}, {-16, 8}, {16, -8}, {INT32_MIN, INT32_MIN}})
         EXPECT_EQ(run(bitmap, width, height).result, 0) << width << " x " << height;
     EXPECT_EQ(run(MakeBlank(0, 0), 16, 8).result, 0);
+    host.destroySetup(setup);
+}
+
+// Formats that only a profile can name have other depths and no components, or no meaning.
+TEST_F(ExportCellDataTest, StrangeColorFormatsReturnZero) {
+    for (const int colorFormat : {-1, 0, 213, 216, 217, 218, 219, 220, 221, 65535})
+        for (const int operation : {245, 246, 0})
+            for (const int depth : {1, 4, 8, 24, 32}) {
+                const TestBitmap bitmap =
+                    depth < 24 ? MakeIndexed(depth, 37, 21) : MakeNoise(37, 21, 3, depth);
+                const ExportRun run = host.ExportToMemory(bitmap, Settings(colorFormat, operation));
+                EXPECT_EQ(run.result, 0) << colorFormat << ", " << operation << ", " << depth;
+                EXPECT_TRUE(BeginsWith(run.jpeg, FromHex("FF D8 FF E0")));
+            }
+}
+
+// A profile section without a driver gives a setup of zeros. Inches without a resolution of the
+// setup's are taken for pixels: none. A picture in pixels gets headers without components.
+TEST_F(ExportCellDataTest, SetupOfZerosReturnsZero) {
+    const std::string profile = host.directory.Write("empty.ini", "[Test]\nQuality=75\n");
+    const MemoryHandle setup = host.createSetup(0, profile.c_str(), "Test", nullptr);
+    const TestBitmap bitmap = MakeNoise(16, 8);
+    ExportRecord record = {};
+    const ExportRun inches = host.Export("", bitmap, CellFor(bitmap), setup, &record);
+    EXPECT_EQ(inches.result, 0);
+    EXPECT_TRUE(inches.jpeg.empty());
+    EXPECT_EQ(inches.block.at(0), 255);
+    const ExportRun pixels = host.Export("", bitmap, CellFor(bitmap, 0), setup, &record);
+    EXPECT_EQ(pixels.result, 0);
+    EXPECT_TRUE(BeginsWith(pixels.jpeg, FromHex("FF D8 FF E0 00 10 4A 46 49 46 00 01 02 01"
+                                                "00 00 00 00 00 00 FF DB")));
     host.destroySetup(setup);
 }
 

@@ -53,9 +53,7 @@ inline std::vector<uint8_t> ReferenceExport(const std::vector<uint8_t> &pixels, 
     const Picture picture = MappedPicture(pixels, width, height, colorFormat);
     Coder coder(operation, quality);
     if (header.Sequential()) {
-        std::vector<int> components(static_cast<size_t>(header.Components()));
-        std::iota(components.begin(), components.end(), 0);
-        coder.bits.Append(ScanHeader(components, 0, 63));
+        coder.bits.Append(ScanHeader(header.Components(), 0, 0, 63));
         CodeSequential(coder, picture, header);
     } else if (operation == 246 && colorFormat == 212) {
         CodeProgressive(coder, picture);

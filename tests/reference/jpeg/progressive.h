@@ -67,7 +67,7 @@ inline void CodeAcBand(Coder &coder, const Block &block, int &bandEnds, int comp
 
 /// width: pixels of the unpadded picture; luminance blocks wholly in the padding have no AC.
 inline void CodeAcScan(Coder &coder, const Plane &plane, int width, int component) {
-    coder.bits.Append(ScanHeader({component}, 1, 63));
+    coder.bits.Append(ScanHeader(1, component, 1, 63));
     const int coded = component == 0 ? (width + 7) / 8 : plane.blocksAcross;
     int bandEnds = 0;
     for (int down = 0; down < plane.blocksDown; ++down)
@@ -81,7 +81,7 @@ inline void CodeAcScan(Coder &coder, const Plane &plane, int width, int componen
 inline void CodeProgressive(Coder &coder, const Picture &picture) {
     const Plane planes[3] = {CutPlane(coder, picture, 0), CutPlane(coder, picture, 1),
                              CutPlane(coder, picture, 2)};
-    coder.bits.Append(ScanHeader({0, 1, 2}, 0, 0));
+    coder.bits.Append(ScanHeader(3, 0, 0, 0));
     for (int down = 0; down < planes[1].blocksDown; ++down)
         for (int across = 0; across < planes[1].blocksAcross; ++across) {
             coder.CodeDc(planes[0].At(2 * across, down), 0);

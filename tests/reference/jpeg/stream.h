@@ -96,15 +96,17 @@ inline void PutHuffmanTables(Bytes &out, const Header &header) {
     }
 }
 
-/// SOS of the given components over zig-zag positions ss to se.
-inline Bytes ScanHeader(const std::vector<int> &components, int ss, int se) {
+/// SOS over zig-zag positions ss to se: components 0 .. count - 1, or the one given when the count
+/// is below 2, even when it is 0.
+inline Bytes ScanHeader(int count, int component, int ss, int se) {
     Bytes out;
     PutWord(out, 0xFFDA);
-    PutWord(out, 6 + 2 * static_cast<int>(components.size()));
-    PutByte(out, static_cast<int>(components.size()));
-    for (const int component : components) {
-        PutByte(out, component + 1);
-        PutByte(out, component == 0 ? 0x00 : 0x11);
+    PutWord(out, 6 + 2 * count);
+    PutByte(out, count);
+    const int first = count < 2 ? component : 0;
+    for (int i = first; i < first + (count < 2 ? 1 : count); ++i) {
+        PutByte(out, i + 1);
+        PutByte(out, i == 0 ? 0x00 : 0x11);
     }
     PutByte(out, ss);
     PutByte(out, se);
