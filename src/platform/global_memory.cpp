@@ -66,16 +66,7 @@ MemoryHandle ResizeBlock(MemoryHandle handle, const GlobalHeader &old, uint32_t 
         std::free(BlockStart(handle));
         return 0;
     }
-    auto *block = static_cast<unsigned char *>(grown);
-    const uint32_t kept = std::min(old.size, size);
-    const uint32_t padding = GlobalPadding(reinterpret_cast<uintptr_t>(block));
-    unsigned char *data = block + sizeof(GlobalHeader) + padding;
-    // The heap may hand out another alignment than before; the data then moves within the block.
-    if (data != block + old.dataOffset)
-        std::memmove(data, block + old.dataOffset, kept);
-    LayOut(block, flags, size);
-    std::memset(data + kept, 0, static_cast<std::size_t>(block + bytes - (data + kept)));
-    return reinterpret_cast<MemoryHandle>(block);
+    return RelayGlobalBlock(static_cast<unsigned char *>(grown), old, flags, size);
 }
 
 MemoryHandle CopyWrapped(const GlobalHeader &wrapped, uint32_t size, uint32_t flags) noexcept {
@@ -87,6 +78,19 @@ MemoryHandle CopyWrapped(const GlobalHeader &wrapped, uint32_t size, uint32_t fl
 }
 
 } // namespace
+
+MemoryHandle RelayGlobalBlock(unsigned char *block, const GlobalHeader &old, uint32_t flags,
+                              uint32_t size) noexcept {
+    const uint32_t kept = std::min(old.size, size);
+    const uint32_t padding = GlobalPadding(reinterpret_cast<uintptr_t>(block));
+    unsigned char *data = block + sizeof(GlobalHeader) + padding;
+    if (data != block + old.dataOffset)
+        std::memmove(data, block + old.dataOffset, kept);
+    LayOut(block, flags, size);
+    const unsigned char *end = block + GlobalBlockBytes(size);
+    std::memset(data + kept, 0, static_cast<std::size_t>(end - (data + kept)));
+    return reinterpret_cast<MemoryHandle>(block);
+}
 
 MemoryHandle GlobalAlloc(uint32_t flags, uint32_t size) noexcept {
     const uint64_t bytes = GlobalBlockBytes(size);

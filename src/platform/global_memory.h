@@ -46,6 +46,14 @@ constexpr uint64_t GlobalBlockBytes(uint32_t size) noexcept {
     return (uint64_t{size} + sizeof(GlobalHeader) + 14) & ~uint64_t{kGlobalAlignment - 1};
 }
 
+/// Makes a block of size bytes of data out of the bytes of another one that the heap has moved to
+/// block and resized to GlobalBlockBytes(size). old is the header that they were laid out by; where
+/// block stands at another distance from an aligned address, the data moves within it.
+/// Returns the new handle. A step of GlobalReAlloc; apart for the tests, since hardly any heap
+/// changes the alignment.
+MemoryHandle RelayGlobalBlock(unsigned char *block, const GlobalHeader &old, uint32_t flags,
+                              uint32_t size) noexcept;
+
 /// Allocates a zero-filled block of size bytes; 0 is a valid size.
 /// Returns its handle, owned by the caller; 0 when the heap is exhausted or the rounded block
 /// would exceed 32 bits, after one message on standard output.

@@ -96,7 +96,6 @@ private:
     void EndSection() noexcept {
         if (change.key != nullptr && change.value != nullptr && !written)
             AppendEntry();
-        heldHeader = {};
         inSection = false;
     }
 

@@ -23,6 +23,7 @@ namespace {
 // unless a test lets them fail or wants to look first.
 std::function<void()> beforeFsync;
 std::function<void(const char *)> beforeRename;
+std::function<void(int)> beforeChown;
 int fsyncError = 0;
 int renameError = 0;
 
@@ -37,6 +38,12 @@ extern "C" int fsync(int file) {
     if (beforeFsync)
         beforeFsync();
     return fsyncError != 0 ? Refuse(fsyncError) : static_cast<int>(syscall(SYS_fsync, file));
+}
+
+extern "C" int fchown(int file, uid_t user, gid_t group) noexcept {
+    if (beforeChown)
+        beforeChown(file);
+    return static_cast<int>(syscall(SYS_fchown, file, user, group));
 }
 
 extern "C" int rename(const char *from, const char *to) noexcept {
@@ -84,6 +91,7 @@ protected:
     void TearDown() override {
         beforeFsync = nullptr;
         beforeRename = nullptr;
+        beforeChown = nullptr;
         fsyncError = 0;
         renameError = 0;
     }
@@ -229,9 +237,18 @@ TEST_F(ReplaceFileTest, TheOldFileStandsUntilTheNewOneIsOnDisk) {
 
 TEST_F(ReplaceFileTest, TheNewTextIsNotOpenToOthersMeanwhile) {
     const std::string path = directory.Write("a.ini", "old");
-    chmod(path.c_str(), 0600);
-    beforeRename = [](const char *from) { EXPECT_EQ(ModeOf(from), 0600u); };
+    chmod(path.c_str(), 0640);
+    int asked = 0;
+    beforeChown = [&](int file) {
+        ++asked;
+        struct stat status = {};
+        fstat(file, &status);
+        EXPECT_EQ(status.st_mode & 07777, 0600u);
+        EXPECT_EQ(status.st_size, 3);
+    };
+    beforeRename = [](const char *from) { EXPECT_EQ(ModeOf(from), 0640u); };
     EXPECT_TRUE(Existing(path, "new"));
+    EXPECT_GE(asked, 1);
 }
 
 TEST_F(ReplaceFileTest, AFailingDiskLeavesTheOldFile) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -292,6 +293,41 @@ TEST(GlobalReAlloc, AnImpossibleSizeLosesTheOldBlock) {
     EXPECT_EQ(GlobalReAlloc(handle, 0xFFFFFFFFu, 66), 0u);
 }
 
+// Lays out a block by hand as a heap would have left it at from, moves its bytes to to.
+testing::AssertionResult DataFollows(uint32_t from, uint32_t to, uint32_t oldSize,
+                                     uint32_t newSize) {
+    alignas(8) unsigned char memory[400];
+    std::memset(memory, 0xEE, sizeof memory);
+    unsigned char *block = memory + to;
+    const auto oldOffset = static_cast<uint8_t>(kHeaderBytes + (8 - (from + kHeaderBytes) % 8) % 8);
+    for (uint32_t i = 0; i < oldSize; ++i)
+        block[oldOffset + i] = static_cast<unsigned char>(i * 7 + 1);
+    // The heap has cut or stretched it to the new size already.
+    unsigned char *end = block + GlobalBlockBytes(newSize);
+    std::memset(end, 0xEE, static_cast<std::size_t>(memory + sizeof memory - end));
+    const GlobalHeader old = {oldSize, 66, 0, nullptr, oldOffset};
+    const MemoryHandle handle = RelayGlobalBlock(block, old, 67, newSize);
+    auto *data = Lock<unsigned char>(handle);
+    const uint32_t kept = std::min(oldSize, newSize);
+    if (handle != reinterpret_cast<MemoryHandle>(block) || GlobalHandle(data) != handle)
+        return testing::AssertionFailure() << "wrong handle";
+    if (reinterpret_cast<uintptr_t>(data) % 8 != 0 || GlobalSize(handle) != newSize)
+        return testing::AssertionFailure() << "wrong layout";
+    if (*end != 0xEE)
+        return testing::AssertionFailure() << "written behind the block";
+    const testing::AssertionResult zero = IsZero(data + kept, newSize - kept);
+    return zero ? HoldsFill(data, kept) : zero;
+}
+
+TEST(GlobalReAlloc, DataFollowsABlockOfAnotherAlignment) {
+    for (uint32_t from = 0; from < 8; ++from) {
+        for (uint32_t to = 0; to < 8; ++to) {
+            for (uint32_t size : {0u, 39u, 40u, 41u, 47u, 200u})
+                EXPECT_TRUE(DataFollows(from, to, 40, size)) << from << " " << to << " " << size;
+        }
+    }
+}
+
 TEST(GlobalReAlloc, HandleZeroGivesZero) {
     FailingMemory counter(0);
     EXPECT_EQ(GlobalReAlloc(0, 10, 66), 0u);
@@ -347,6 +383,21 @@ TEST(GlobalPointerToHandle, LockingNeverWritesTheForeignMemory) {
         GlobalFree(handle);
     }
     EXPECT_EQ(memory, std::vector<unsigned char>(600, 0x5A));
+}
+
+TEST(GlobalPointerToHandle, LockingNotesADistanceOfOneByteInTheHeader) {
+    alignas(8) unsigned char memory[400] = {};
+    const auto handle = reinterpret_cast<MemoryHandle>(memory);
+    memory[kOffsetOfDataOffset] = kHeaderBytes; // as of wrapped memory
+    for (const std::ptrdiff_t distance : {100, 255, 256, 300, -1}) {
+        unsigned char *data = memory + distance;
+        std::memcpy(memory + kOffsetOfData, &data, sizeof data);
+        memory[kHeaderBytes - 1] = 0x5A;
+        EXPECT_EQ(GlobalLock(handle), data);
+        // Signed: memory in front of the header counts as near.
+        const int noted = distance <= 255 ? static_cast<int>(distance) & 0xFF : 0x5A;
+        EXPECT_EQ(memory[kHeaderBytes - 1], noted) << distance;
+    }
 }
 
 TEST(GlobalPointerToHandle, AnExhaustedHeapGivesZeroWithoutAMessage) {
