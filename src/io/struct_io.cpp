@@ -129,7 +129,7 @@ bool Align(Walk &walk, int32_t width, Gap gap) {
         walk.last = -1;
         return false;
     }
-    if (walk.reads && gap == Gap::kZeroed)
+    if (walk.reads && gap == Gap::kZeroed && skipped > 0)
         std::memset(walk.into + walk.offset, 0, static_cast<std::size_t>(skipped));
     walk.offset += skipped;
     return true;

@@ -29,7 +29,9 @@ MemoryHandle Table(const std::vector<int32_t> &entries) {
 // A file of a header and sectors A, B, C, ...: sector n is at (n + 1) * 512.
 class DocumentFile : public testing::Test {
 protected:
-    ~DocumentFile() override {
+    ~DocumentFile() override { Close(); }
+
+    void Close() {
         GlobalFree(Record(file).hFat);
         GlobalFree(Record(file).hMiniFat);
         qivClose(file);
@@ -134,8 +136,7 @@ TEST_F(DocRead, AChainThatLeavesItsTableEndsTheRead) {
     for (const int32_t next : {3, 1000000, INT32_MAX, -1, INT32_MIN}) {
         OpenBigStream({kEnd, kEnd, next}, 2, 5000);
         EXPECT_EQ(ReadText(file, 5000), Sector('C')) << next;
-        GlobalFree(Record(file).hFat);
-        qivClose(file);
+        Close();
     }
     OpenBigStream({kEnd}, 77, 5000);
     EXPECT_EQ(ReadText(file, 5000), "") << "starts outside";
@@ -178,17 +179,12 @@ TEST_F(DocRead, ASectorBehindTheFilesEndEndsTheRead) {
 }
 
 TEST_F(DocRead, AShortSectorEndsTheRead) {
-    OpenBigStream({1, kEnd}, 0, 5000);
-    std::string bytes(512, 'h');
-    bytes += Sector('A') + "<BB";
-    qivClose(file);
-    const FileHandle cut = Open(directory.Write("cut", bytes), 0);
-    Record(cut).hFat = Table({1, 2, kEnd});
-    Record(cut).docSize = 5000;
-    Record(cut).isDoc = 1;
-    EXPECT_EQ(ReadText(cut, 5000), Sector('A') + "<BB");
-    EXPECT_EQ(Record(cut).docPos, 515);
-    file = cut;
+    file = Open(directory.Write("cut", std::string(512, 'h') + Sector('A') + "<BB"), 0);
+    Record(file).hFat = Table({1, 2, kEnd});
+    Record(file).docSize = 5000;
+    Record(file).isDoc = 1;
+    EXPECT_EQ(ReadText(file, 5000), Sector('A') + "<BB");
+    EXPECT_EQ(Record(file).docPos, 515);
 }
 
 TEST_F(DocRead, AFailedReadEndsTheRead) {
