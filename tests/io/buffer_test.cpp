@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
 #include <string>
 
 namespace kowen {
@@ -117,6 +118,91 @@ TEST(FlushQivIO, MovesThePositionBehindTheBuffer) {
     EXPECT_EQ(FlushQivIO(file), 10);
     EXPECT_EQ(qivSeek(file, 0, kFromCurrent), 10);
     qivClose(file);
+}
+
+// The plain form of a file: its bytes and a position.
+struct PlainFile {
+    std::string Read(std::size_t count) {
+        const std::string got = position < bytes.size() ? bytes.substr(position, count) : "";
+        position += got.size();
+        return got;
+    }
+    void Write(const std::string &text) {
+        if (bytes.size() < position + text.size())
+            bytes.resize(position + text.size(), '\0');
+        bytes.replace(position, text.size(), text);
+        position += text.size();
+    }
+
+    std::string bytes;
+    std::size_t position = 0;
+};
+
+// Reads, writes and seeks at random and compares every result. Lengths and places prefer the
+// neighbourhood of the buffer's size.
+void CompareWithPlainFile(FileHandle file, PlainFile &plain, uint32_t seed) {
+    std::mt19937 random(seed);
+    const auto pick = [&](int32_t limit) { return static_cast<int32_t>(random() % limit); };
+    for (int step = 0; step < 300; ++step) {
+        const int32_t count = pick(2) ? pick(40) : 12288 * pick(3) + pick(5);
+        const auto before = static_cast<int32_t>(plain.position);
+        switch (pick(5)) {
+        case 0:
+        case 1: {
+            const std::string text = Pattern(count + step).substr(static_cast<size_t>(step));
+            ASSERT_EQ(WriteText(file, text), count) << "step " << step;
+            plain.Write(text);
+            break;
+        }
+        case 2:
+            ASSERT_TRUE(ReadText(file, count) == plain.Read(static_cast<size_t>(count))) << step;
+            break;
+        case 3: {
+            const int32_t target = pick(60000);
+            const bool relative = pick(2) != 0;
+            ASSERT_EQ(qivSeek(file, relative ? target - before : target,
+                              relative ? kFromCurrent : kFromStart),
+                      target);
+            plain.position = static_cast<size_t>(target);
+            break;
+        }
+        default: {
+            const auto size = static_cast<int32_t>(plain.bytes.size());
+            const int32_t back = pick(size + 1);
+            ASSERT_EQ(qivSeek(file, -back, kFromEnd), size - back);
+            plain.position = static_cast<size_t>(size - back);
+        }
+        }
+        ASSERT_EQ(qivSeek(file, 0, kFromCurrent), static_cast<int32_t>(plain.position));
+    }
+}
+
+TEST(RandomOperations, ADiskFileIsAPlainFile) {
+    for (uint32_t seed = 1; seed <= 20; ++seed) {
+        TempDirectory directory;
+        PlainFile plain;
+        plain.bytes = Pattern(20000);
+        directory.Write("a", plain.bytes);
+        const FileHandle file = Open(directory.File("a"), 2);
+        CompareWithPlainFile(file, plain, seed);
+        ASSERT_FALSE(testing::Test::HasFatalFailure()) << "seed " << seed;
+        EXPECT_EQ(qivClose(file), 0);
+        EXPECT_TRUE(directory.Read("a") == plain.bytes) << "seed " << seed;
+    }
+}
+
+TEST(RandomOperations, AMemoryFileIsAPlainFile) {
+    for (uint32_t seed = 1; seed <= 20; ++seed) {
+        MemoryTarget target(std::string(1, '\0'), static_cast<int32_t>(seed * seed * 7));
+        target.descriptor.size = 0;
+        PlainFile plain;
+        const FileHandle file = target.Open(kCreateMode);
+        CompareWithPlainFile(file, plain, seed);
+        ASSERT_FALSE(testing::Test::HasFatalFailure()) << "seed " << seed;
+        EXPECT_EQ(qivClose(file), 0);
+        EXPECT_TRUE(target.Bytes(plain.bytes.size() + 1) == plain.bytes + '\xFF')
+            << "seed " << seed;
+    }
 }
 
 } // namespace

@@ -140,6 +140,10 @@ TEST_F(DocRead, AChainThatLeavesItsTableEndsTheRead) {
     }
     OpenBigStream({kEnd}, 77, 5000);
     EXPECT_EQ(ReadText(file, 5000), "") << "starts outside";
+    Close();
+    OpenBigStream({1, 77, kEnd, kEnd, kEnd}, 0, 5000);
+    qivSeek(file, 3 * 512, kFromStart);
+    EXPECT_EQ(ReadText(file, 5000), "") << "leaves it on the way to the position";
 }
 
 TEST_F(DocRead, AChainThatRunsInACircleEndsTheRead) {

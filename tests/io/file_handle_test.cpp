@@ -243,6 +243,85 @@ TEST(QivOpenWrap, AFailedOpenLeavesTheStreamOpen) {
     std::fclose(stream);
 }
 
+// A stream of the caller's over one end of a pipe, and the other end.
+struct PipedFile {
+    explicit PipedFile(bool toWrite) {
+        int ends[2];
+        EXPECT_EQ(pipe(ends), 0);
+        stream = fdopen(ends[toWrite ? 1 : 0], toWrite ? "w" : "r");
+        other = ends[toWrite ? 0 : 1];
+        QivIODesc descriptor = {};
+        descriptor.stream = stream;
+        file = static_cast<FileHandle>(qivOpen(nullptr, &descriptor, -1));
+    }
+    // Closes the handle and the stream, then takes what came out of the pipe.
+    std::string Close() {
+        closed = qivClose(file);
+        std::fclose(stream);
+        std::string bytes(60000, '\0');
+        std::size_t got = 0;
+        for (ssize_t n; (n = read(other, bytes.data() + got, bytes.size() - got)) > 0;)
+            got += static_cast<std::size_t>(n);
+        close(other);
+        return bytes.substr(0, got);
+    }
+
+    std::FILE *stream;
+    int other;
+    FileHandle file;
+    int32_t closed = 0;
+};
+
+TEST(QivOpenWrap, APipeIsWrittenInOrder) {
+    PipedFile pipe(true);
+    ASSERT_NE(pipe.file, 0u);
+    EXPECT_EQ(WriteText(pipe.file, Pattern(30000)), 30000);
+    EXPECT_EQ(Record(pipe.file).fileLength, 24576) << "what has gone out";
+    EXPECT_EQ(qivSeek(pipe.file, 30000, kFromStart), 30000);
+    EXPECT_EQ(qivSeek(pipe.file, 0, kFromCurrent), 30000);
+    EXPECT_EQ(WriteText(pipe.file, "end"), 3);
+    EXPECT_EQ(pipe.Close(), Pattern(30000) + "end");
+    EXPECT_EQ(pipe.closed, 0);
+}
+
+TEST(QivOpenWrap, APipeCannotGoElsewhere) {
+    PipedFile pipe(true);
+    WriteText(pipe.file, Pattern(20000));
+    for (const int32_t place : {0, 12287, 20001}) {
+        Record(pipe.file).error = 0;
+        EXPECT_EQ(qivSeek(pipe.file, place, kFromStart), -1) << place;
+        EXPECT_EQ(Record(pipe.file).error, -1);
+    }
+    EXPECT_EQ(qivSeek(pipe.file, 0, kFromEnd), -1);
+    EXPECT_EQ(qivSeek(pipe.file, 0, kFromCurrent), 20000);
+    EXPECT_EQ(pipe.Close(), Pattern(20000));
+    EXPECT_EQ(pipe.closed, 0);
+}
+
+TEST(QivOpenWrap, APipeThatBreaksGetsNothingTwice) {
+    PipedFile pipe(true);
+    FailingDisk disk;
+    WriteText(pipe.file, Pattern(100));
+    disk.SetRoom(40);
+    EXPECT_EQ(FlushQivIO(pipe.file), -1);
+    disk.SetRoom(INT32_MAX);
+    EXPECT_EQ(FlushQivIO(pipe.file), -1);
+    EXPECT_EQ(pipe.Close(), Pattern(40));
+    EXPECT_EQ(pipe.closed, -1);
+}
+
+TEST(QivOpenWrap, APipeIsReadInOrder) {
+    PipedFile pipe(false);
+    EXPECT_EQ(write(pipe.other, Pattern(13000).data(), 13000), 13000);
+    close(pipe.other);
+    EXPECT_EQ(ReadText(pipe.file, 12000), Pattern(12000));
+    EXPECT_EQ(qivSeek(pipe.file, -10, kFromCurrent), 11990) << "inside the buffer";
+    EXPECT_EQ(ReadText(pipe.file, 5000), Pattern(13000).substr(11990));
+    EXPECT_EQ(ReadText(pipe.file, 1), "");
+    EXPECT_EQ(qivClose(pipe.file), 0);
+    std::fclose(pipe.stream);
+}
+
 TEST(QivOpenStandard, StdoutToAPipeIsWrittenInOrderAndClosed) {
     const std::string bytes = Pattern(30000);
     const ChildResult child = RunInChild([&] {

@@ -122,6 +122,8 @@ TEST_F(QivReadLong, CountsThatCannotBeReadGiveZero) {
     EXPECT_EQ(qivReadLong(file, &value, -1), 0);
     EXPECT_EQ(qivReadLong(file, &value, INT32_MIN), 0);
     EXPECT_EQ(qivReadLong(file, &value, 0x40000001), 0) << "four times that wraps to 4 bytes";
+    EXPECT_EQ(qivReadShort(file, &value, 0x40000001), 0) << "twice that wraps below 0";
+    EXPECT_EQ(qivReadDouble(file, &value, 0x20000000), 0) << "eight times that wraps to 0";
     EXPECT_EQ(value, 5);
     EXPECT_EQ(qivReadLong(file, &value, 1), 1);
 }
