@@ -188,7 +188,7 @@ int32_t FlushDisk(QivFile &file) noexcept {
 int32_t SeekDisk(QivFile &file, int32_t offset, int32_t whence) noexcept {
     FlushDisk(file); // a failure is kept in the error state; the seek goes on
     if (file.sequential) {
-        if (file.dirty || whence != kFromStart || offset != file.filePos)
+        if (whence != kFromStart || offset != file.filePos)
             return Fail(file);
         EmptyBuffer(file, offset);
         return offset;

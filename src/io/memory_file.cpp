@@ -26,9 +26,9 @@ void ForgetBlock(QivFile &file) {
     file.bufMax = -1;
 }
 
-// Makes newMax the block's last index. It never cuts off valid bytes.
+// Makes newMax the block's last index. Valid bytes are never cut off.
 bool GrowTo(QivFile &file, int64_t newMax) {
-    if (newMax < file.bufLast || newMax < 0 || newMax >= INT32_MAX)
+    if (newMax < file.bufLast || newMax >= INT32_MAX)
         return false;
     const MemoryHandle grown =
         GlobalReAlloc(file.hBuf, static_cast<uint32_t>(newMax + 1), kGlobalFlags);
@@ -52,17 +52,22 @@ bool GrowByStepsTo(QivFile &file, int64_t end) {
     return GrowTo(file, file.bufMax + steps * file.growBy);
 }
 
-// A block that was trimmed, or given with size 0, has room for the byte after bufMax.
+// The index behind bufMax, which is -2 when a block of zeros was trimmed.
+int32_t FirstBehind(const QivFile &file) {
+    return std::max(file.bufMax + 1, 0);
+}
+
+// A block that was trimmed, or given with size 0, has room for the byte behind bufMax.
 bool HasRoom(const QivFile &file) {
     if (file.bufPos <= file.bufMax)
         return true;
-    return file.bufPos == file.bufMax + 1 &&
+    return file.bufPos == FirstBehind(file) &&
            static_cast<uint32_t>(file.bufPos) < GlobalSize(file.hBuf);
 }
 
 // Before count bytes are stored where the block has no room, as after a seek past its end.
 bool MakeRoom(QivFile &file, int32_t count) {
-    if (file.bufPos == file.bufMax + 1)
+    if (file.bufPos == FirstBehind(file))
         return GrowByStepsTo(file, int64_t{file.bufPos} + count);
     return file.growBy >= 0 && GrowTo(file, int64_t{file.bufPos} + file.growBy);
 }
@@ -106,7 +111,7 @@ bool OpenMemory(QivFile &file, QivIODesc *descriptor) noexcept {
         descriptor->size = size;
         file.bufLast = std::max(size - 1, -1);
     }
-    file.bufMax = std::max(size - 1, -1);
+    file.bufMax = size - 1;
     file.growBy = descriptor->growBy;
     file.filePos = kMemoryFilePos;
     file.fileLength = file.bufLast;

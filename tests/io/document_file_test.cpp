@@ -155,7 +155,7 @@ TEST_F(DocRead, AChainThatRunsInACircleEndsTheRead) {
 
 TEST_F(DocRead, ACircleInTheMiniStreamEndsTheRead) {
     std::vector<int32_t> miniFat(40, kEnd);
-    miniFat[0] = 30; // in the mini stream's fourth sector, which its circle of two does not have
+    miniFat[0] = 16; // in the mini stream's third sector, which its circle of two does not have
     OpenSmallStream({1, 0}, 0, miniFat, 0, 200);
     EXPECT_EQ(ReadText(file, 200), "<" + std::string(63, 'A'));
 }
@@ -168,9 +168,20 @@ TEST_F(DocRead, WithoutTablesThereIsNothingToRead) {
     EXPECT_EQ(ReadText(file, 10), "");
     Record(file).docSize = -1;
     EXPECT_EQ(ReadText(file, 10), "");
-    Record(file).docSize = 5000;
+}
+
+TEST_F(DocRead, APositionBeforeTheStreamReadsNothing) {
+    OpenBigStream(kBackwards, 9, 4608);
     Record(file).docPos = -1;
     EXPECT_EQ(ReadText(file, 10), "");
+}
+
+TEST_F(DocRead, ASectorBeyondTwoGibibytesEndsTheRead) {
+    std::vector<int32_t> fat(8388608, kEnd);
+    fat[0] = 8388607; // its position would be 2 to the 32
+    OpenBigStream(fat, 0, 5000);
+    EXPECT_EQ(ReadText(file, 5000), Sector('A'));
+    EXPECT_EQ(Record(file).error, 0);
 }
 
 TEST_F(DocRead, ASectorBehindTheFilesEndEndsTheRead) {

@@ -105,6 +105,7 @@ TEST_F(QivReadLine, ACrAsTheLastByteGivesMinusOne) {
     OpenOver("AB\r");
     EXPECT_EQ(ReadLine(10), -1);
     EXPECT_STREQ(buffer, "AB");
+    EXPECT_EQ(qivSeek(file, 0, kFromCurrent), 3) << "there was nothing to step back over";
 }
 
 TEST_F(QivReadLine, ASizeBelowOneReadsNothing) {

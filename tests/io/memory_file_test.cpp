@@ -57,6 +57,38 @@ TEST(QivOpenMemory, ABlockOfZerosIsEmptyAndItsSizeIsMinusOne) {
     EXPECT_EQ(target.Bytes(1), "\xFF") << "the end marker goes to the first byte, not before it";
 }
 
+TEST(QivOpenMemory, ABlockOfZerosGrowsFromItsSizeOfMinusOne) {
+    MemoryTarget target("\0\0\0"s, 8);
+    const FileHandle file = target.Open(2);
+    EXPECT_EQ(Record(file).bufMax, -2);
+    EXPECT_EQ(Record(file).bufLast, -1);
+    EXPECT_EQ(WriteText(file, "a"), 1);
+    EXPECT_EQ(target.BlockSize(), 7u) << "-2 + 8 + 1";
+    EXPECT_EQ(WriteText(file, "bcdef"), 5);
+    EXPECT_EQ(target.BlockSize(), 7u);
+    EXPECT_EQ(qivClose(file), 0);
+    EXPECT_EQ(target.BlockSize(), 15u) << "the marker filled the block";
+    EXPECT_EQ(target.Bytes(7), "abcdef\xFF");
+}
+
+TEST(QivOpenMemory, ABlockOfZerosKeepsItsBytesWithTheSmallestSteps) {
+    for (const int32_t growBy : {1, 2, 3}) {
+        MemoryTarget target("\0\0\0"s, growBy);
+        const FileHandle file = target.Open(2);
+        for (const char *letter : {"a", "b", "c", "d"})
+            EXPECT_EQ(WriteText(file, letter), 1);
+        EXPECT_EQ(qivClose(file), 0);
+        EXPECT_EQ(target.Bytes(5), "abcd\xFF");
+    }
+    MemoryTarget empty("", 1);
+    const FileHandle file = empty.Open(2);
+    EXPECT_EQ(FlushQivIO(file), 1) << "-2 + 1 + 1 bytes";
+    EXPECT_EQ(empty.BlockSize(), 0u);
+    EXPECT_EQ(WriteText(file, "ab"), 2);
+    EXPECT_EQ(empty.Bytes(2), "ab");
+    EXPECT_EQ(qivClose(file), 0);
+}
+
 TEST(QivOpenMemory, CreatingStartsEmptyAndKeepsTheSizeWord) {
     MemoryTarget target("ABCD");
     const FileHandle file = target.Open(kCreateMode);
@@ -356,6 +388,16 @@ TEST(QivSeekMemory, AWriteFarBehindTheEndGrowsAsASeekWould) {
     EXPECT_EQ(qivSeek(file, INT32_MAX - 60, kFromEnd), INT32_MAX - 6);
     EXPECT_EQ(WriteText(file, "x"), -1) << "no block is that large";
     EXPECT_NE(target.data, nullptr);
+    qivClose(file);
+}
+
+TEST(QivSeekMemory, AWriteFarBehindTheEndFailsWhenTheStepIsNegative) {
+    MemoryTarget target("ABCD", -5);
+    const FileHandle file = target.Open(2);
+    EXPECT_EQ(qivSeek(file, 50, kFromEnd), 53);
+    EXPECT_EQ(WriteText(file, "x"), -1);
+    EXPECT_EQ(target.Bytes(4), "ABCD");
+    EXPECT_EQ(target.BlockSize(), 4u);
     qivClose(file);
 }
 

@@ -229,13 +229,18 @@ TEST_F(QivReadStruct, OffsetsBeyondThirtyOneBitsEndTheTransfer) {
 }
 
 TEST_F(QivReadStruct, BracketsNestedTooDeepEndTheTransfer) {
-    OpenOver(std::string(10, 'x'));
+    OpenOver(std::string(20, 'x'));
     const std::string open64(64, '{');
     const std::string close64(64, '}');
     EXPECT_EQ(ReadRecords((open64 + "C" + close64 + "C").c_str(), 4, 2), 2);
     EXPECT_EQ(ReadRecords((open64 + "{C}" + close64).c_str(), 1, 1), -1);
     EXPECT_EQ(ReadRecords(std::string(1000000, '{').c_str(), 0, 1), -1);
     EXPECT_EQ(ReadRecords(std::string(1000000, '(').c_str(), 0, 1), -1);
+    const std::string open40(40, '{');
+    EXPECT_EQ(ReadRecords((open40 + std::string(40, '(')).c_str(), 0, 1), -1) << "of both kinds";
+    EXPECT_EQ(ReadRecords((std::string(10, '}') + open64 + "{").c_str(), 0, 1), -1)
+        << "closing brackets are no credit";
+    EXPECT_EQ(ReadRecords((open64 + "C").c_str(), 5, 5), 5) << "each record starts afresh";
     std::string mixed;
     for (int i = 0; i < 100000; ++i)
         mixed += "(}";
