@@ -182,6 +182,18 @@ TEST(LoadDiskBuffer, AnErrorInTheMiddleOfAReadGivesMinusOne) {
     qivClose(file);
 }
 
+TEST(LoadDiskBuffer, AFileThatHasGrownBeyondTwoGibibytesIsReadUpToThere) {
+    TempDirectory directory;
+    directory.Write("a", "");
+    const FileHandle file = Open(directory.File("a"), 2);
+    std::filesystem::resize_file(directory.File("a"), 0x80000100u);
+    EXPECT_EQ(qivSeek(file, INT32_MAX - 3, kFromStart), INT32_MAX - 3);
+    EXPECT_EQ(ReadText(file, 10), std::string(3, '\0'));
+    EXPECT_EQ(qivSeek(file, 0, kFromCurrent), INT32_MAX);
+    EXPECT_EQ(qivSeek(file, 0, kFromEnd), -1);
+    qivClose(file);
+}
+
 TEST(LoadDiskBuffer, AFailedSeekGivesMinusOne) {
     TempDirectory directory;
     directory.Write("a", "text");

@@ -105,6 +105,8 @@ TEST_F(QivOpenHost, ARefusedNameOpensTheDiskFileAndStillAsksTheProcedure) {
     EXPECT_EQ(WriteText(file, "abc"), 3);
     ExpectLast(0, 3, calls.back().argument, 3);
     EXPECT_EQ(qivSeek(file, 9, kFromStart), 3);
+    EXPECT_EQ(FillQivIOBuf(file), -1);
+    EXPECT_EQ(disk.Reads().size(), 0u);
     EXPECT_EQ(qivClose(file), 3) << "the procedure's answer";
     ExpectLast(0, 5, nullptr, 0);
     EXPECT_EQ(disk.Calls(FailingDisk::kClose), 1) << "nothing leaks";
