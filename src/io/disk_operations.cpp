@@ -51,8 +51,15 @@ int64_t Tell(std::FILE *stream) noexcept {
     return ftello(stream);
 }
 
+bool IsDevice(const char *name) {
+    struct stat status;
+    return stat(name, &status) == 0 && (S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode));
+}
+
+// Safe departure: a device stays. A cancelled export to /dev/null would else take it away from the
+// whole machine, when the user may do that.
 int Remove(const char *name) noexcept {
-    return unlink(name);
+    return IsDevice(name) ? -1 : unlink(name);
 }
 
 } // namespace

@@ -20,7 +20,7 @@ struct DiskOperations {
     int (*seek)(std::FILE *stream, int64_t offset, int whence) noexcept;
     /// The position; -1 with errno ESPIPE when the stream has none.
     int64_t (*tell)(std::FILE *stream) noexcept;
-    /// 0, or -1; removes files only, never directories.
+    /// 0, or -1; removes files only, never directories or devices.
     int (*remove)(const char *name) noexcept;
 };
 

@@ -42,7 +42,7 @@ enum Whence : int32_t { kFromStart = 0, kFromCurrent = 1, kFromEnd = 2 };
 /// - KOWEN_MODE_EXISTS: -1 when the file cannot be opened for reading, else a value that is not
 ///   -1 and not 0; with a procedure, its answer to KOWEN_IO_EXISTS.
 /// - KOWEN_MODE_DELETE: 1 when the file was removed, 0 when not; with a procedure, its answer to
-///   KOWEN_IO_DELETE. Directories are never removed.
+///   KOWEN_IO_DELETE. Directories and devices are never removed.
 ///
 /// Kept deliberately: a memory block that is not created afresh loses its trailing zero bytes and
 /// then one byte more; the descriptor's size says what is left, -1 for a block of zeros.

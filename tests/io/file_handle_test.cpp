@@ -178,6 +178,18 @@ TEST(QivOpenDelete, RemovesFilesOnly) {
     EXPECT_EQ(qivOpen("", nullptr, 512), 0);
 }
 
+// Through a link, so that a failure of this test costs the machine nothing.
+TEST(QivOpenDelete, ADeviceStays) {
+    TempDirectory directory;
+    const std::string link = directory.File("null");
+    std::filesystem::create_symlink("/dev/null", link);
+    EXPECT_EQ(qivOpen(link.c_str(), nullptr, 512), 0);
+    EXPECT_EQ(qivCloseandDelete(Open(link, kCreateMode), link.c_str()), 0);
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    std::filesystem::create_symlink("missing", directory.File("dangling"));
+    EXPECT_EQ(qivOpen(directory.File("dangling").c_str(), nullptr, 512), 1) << "no device";
+}
+
 TEST(QivOpenDelete, AFailureGivesZero) {
     TempDirectory directory;
     directory.Write("a", "text");
