@@ -45,8 +45,13 @@ void InstallCancelHandlers() {
     action.sa_handler = OnSignal;
     sigemptyset(&action.sa_mask);
     // No SA_RESTART: a read from a terminal or a pipe returns, so that the request is seen.
-    for (const int number : {SIGINT, SIGTERM, SIGHUP})
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        // What the caller has us ignore (nohup, a job in the background) stays ignored.
+        struct sigaction before = {};
+        if (sigaction(number, nullptr, &before) == 0 && before.sa_handler == SIG_IGN)
+            continue;
         sigaction(number, &action, nullptr);
+    }
     struct sigaction ignore = {};
     ignore.sa_handler = SIG_IGN;
     for (const int number : {SIGPIPE, SIGXFSZ})

@@ -75,6 +75,7 @@ std::vector<uint8_t> ReadDescriptor(int fd, const std::string &name) {
         else if (errno != EINTR)
             FailWith(name, errno);
     }
+    StopIfCancelled();
     bytes.resize(used);
     return bytes;
 }

@@ -7,6 +7,7 @@
 
 #include <Magick++.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <span>
@@ -22,11 +23,14 @@ uint8_t Byte(MagickLib::Quantum quantum) {
     return ScaleQuantumToChar(quantum);
 }
 
-// The reader's messages start with its program name and may end in "(file)".
+// The reader's messages: its program's name, the reason, an internal name of what was read, the
+// place in its own sources. The reason is what a user wants.
 std::string Reason(const Magick::Exception &exception) {
     std::string text = exception.what();
     if (const size_t start = text.find(": "); start != std::string::npos)
         text.erase(0, start + 2);
+    text.resize(std::min(text.size(), text.find(" reported by ")));
+    text.resize(std::min(text.size(), text.find(" (")));
     if (!text.empty())
         text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
     return text;

@@ -305,8 +305,9 @@ std::vector<std::string> Notes(const Settings &settings) {
                         "programs do not open; --colour-mode grey makes a grey picture that they "
                         "do open");
     if (settings.colourFormat == KOWEN_FORMAT_RGB444)
-        notes.push_back("files of the colour format rgb444 hold untransformed colours, which most "
-                        "programs show in false ones");
+        notes.push_back("files of the colour format rgb444 code every component as the first one, "
+                        "which other programs do not expect: they show false colours or nothing; "
+                        "ycc422 is what they open");
     if (settings.quality < kLowestPlainQuality)
         notes.push_back("at qualities below 45 some of the file's quantisers do not fit their "
                         "byte, which shows as patterns in the picture");
