@@ -147,7 +147,8 @@ KOWEN_API int32_t GetDisplayInfo(double *width, double *height, int16_t *xResolu
 KOWEN_API int32_t GetPrinterInfo(double *width, double *height, int16_t *xResolution,
                                  int16_t *yResolution);
 
-/** Caps the longer side of a size in inches at 22, keeping the ratio. Returns 0. */
+/** Caps the longer side of a size in inches at 22, keeping the ratio. Returns 0. A null pointer
+ * makes it do nothing. */
 KOWEN_API int32_t ScaleImageSize(double *width, double *height);
 
 typedef void (*LoadPointersFunction)(EntryPointRecord *record);

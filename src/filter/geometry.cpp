@@ -111,6 +111,8 @@ int32_t RasterAdjustAspect(SizeInches *size, double pictureWidth, double picture
 }
 
 int32_t ScaleImageSize(double *width, double *height) noexcept {
+    if (width == nullptr || height == nullptr)
+        return 0;
     if (*width >= *height && *width > KOWEN_MAX_INCHES) {
         *height = CapAt(*height, *width);
         *width = KOWEN_MAX_INCHES;

@@ -41,7 +41,8 @@ void AdjustAspect(SizeInches *size, int32_t pictureWidth, int32_t pictureHeight)
 /// As AdjustAspect, with the plain ratio of two sizes in any unit. Returns 0.
 int32_t RasterAdjustAspect(SizeInches *size, double pictureWidth, double pictureHeight) noexcept;
 
-/// Caps the longer side of a size in inches at KOWEN_MAX_INCHES, keeping the ratio. Returns 0.
+/// Caps the longer side of a size in inches at KOWEN_MAX_INCHES, keeping the ratio. Without
+/// both pointers nothing happens. Returns 0.
 int32_t ScaleImageSize(double *width, double *height) noexcept;
 
 } // namespace kowen

@@ -366,6 +366,13 @@ TEST(ScaleImageSize, LeavesNegativeSizes) {
     ExpectScaled(-30, -40, -30.0, -40.0);
 }
 
+TEST(ScaleImageSize, WithoutBothSidesNothingHappens) {
+    double side = 30.0;
+    EXPECT_EQ(ScaleImageSize(&side, nullptr), 0);
+    EXPECT_EQ(ScaleImageSize(nullptr, &side), 0);
+    EXPECT_EQ(side, 30.0);
+}
+
 TEST(ScaleImageSize, LeavesWhatIsNoNumber) {
     double width = kNan;
     double height = 30.0;
