@@ -18,6 +18,8 @@ constexpr int kRounds = 10000;
 #endif
 constexpr int kWarmUpRounds = 50;
 constexpr long kGrowthLimitKilobytes = 256;
+// The heap's own mappings part and join; a module that stays adds several in each round.
+constexpr int kRestlessMappings = 8;
 
 int CountMappings() {
     std::FILE *maps = std::fopen("/proc/self/maps", "r");
@@ -82,7 +84,7 @@ TEST(Unload, ManyRoundsLeaveNothingBehind) {
         const ModuleHost host;
         ASSERT_EQ(host.Table().entryCount, 9);
     }
-    EXPECT_EQ(CountMappings(), mappings);
+    EXPECT_LE(CountMappings(), mappings + kRestlessMappings);
 #ifndef KOWEN_SANITIZED
     EXPECT_LE(ResidentKilobytes(), resident + kGrowthLimitKilobytes);
 #else
