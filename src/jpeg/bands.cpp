@@ -141,7 +141,7 @@ int32_t CodeBand(const PixelRows<Byte> &band, CompressEnv &env, bool halved) {
 }
 
 MappedRows Packed(const uint8_t *pixels, uint32_t rows, uint32_t width) {
-    return {pixels, static_cast<std::ptrdiff_t>(width) * kPixelBytes, rows, width};
+    return {pixels, static_cast<std::ptrdiff_t>(width * kPixelBytes), rows, width};
 }
 
 } // namespace

@@ -215,7 +215,7 @@ int32_t CodePicture(const PixelRows<Byte> &picture, uint32_t rows, uint32_t widt
 
 int32_t CompressProgressive(uint8_t *, const uint8_t *pixels, uint32_t rows, uint32_t width,
                             CompressEnv *env) noexcept {
-    const MappedRows picture = {pixels, static_cast<std::ptrdiff_t>(width) * kPixelBytes, rows,
+    const MappedRows picture = {pixels, static_cast<std::ptrdiff_t>(width * kPixelBytes), rows,
                                 width};
     return CodePicture(picture, rows, width, *env);
 }
