@@ -7,8 +7,7 @@
 namespace kowen {
 namespace {
 
-constexpr int16_t kTraceAbove = 3; // above it pixels are traced, see TracePixel
-constexpr int16_t kDotsBelow = 3;  // up to it rows are shown as dots
+constexpr int16_t kDotsBelow = 3; // rows are shown as dots
 
 bool Reports() noexcept {
     return _debug_color_res != 0;
@@ -39,7 +38,7 @@ void ReportConversionStart(uint32_t bytes) noexcept {
 }
 
 void ReportConvertedRow(uint32_t width, uint32_t y) noexcept {
-    for (uint32_t x = 0; _debug_color_res > kTraceAbove && x < width; ++x)
+    for (uint32_t x = 0; TracesPixels() && x < width; ++x)
         TracePixel(x, y);
     if (ShowsRows())
         std::fputs(".", stderr);

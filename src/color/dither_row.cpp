@@ -33,6 +33,12 @@ template <int Share> Color Spread(Color color, const Color &error) noexcept {
     return color;
 }
 
+uint32_t FindNearestIn(NearestFinder *finder, uint8_t red, uint8_t green, uint8_t blue) noexcept {
+    return finder->cellBits == 6   ? FindNearest<6>(finder, red, green, blue)
+           : finder->cellBits == 5 ? FindNearest<5>(finder, red, green, blue)
+                                   : FindNearest<0>(finder, red, green, blue);
+}
+
 Color EntryOf(const ColorTable &table, uint32_t index) noexcept {
     return index < table.count ? Load(table.entries + size_t{index} * kTableEntryBytes) : Color{};
 }
@@ -48,9 +54,9 @@ void DitherRow(NearestFinder *finder, uint8_t *current, uint8_t *next, uint32_t 
     Color pixel = Load(current);
     Color below = next != nullptr ? Load(next) : Color{}; // so far, of this column
     for (uint32_t i = 0; i + 1 < width; ++i, current += 3) {
-        index = FindNearest(finder, static_cast<uint8_t>(pixel.channel[0]),
-                            static_cast<uint8_t>(pixel.channel[1]),
-                            static_cast<uint8_t>(pixel.channel[2]));
+        index = FindNearestIn(finder, static_cast<uint8_t>(pixel.channel[0]),
+                              static_cast<uint8_t>(pixel.channel[1]),
+                              static_cast<uint8_t>(pixel.channel[2]));
         chosen = EntryOf(finder->table, index);
         Color error;
         for (int c = 0; c < 3; ++c)

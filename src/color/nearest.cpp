@@ -14,10 +14,6 @@ bool IsGreyRequest(int32_t red, int32_t green, int32_t blue) noexcept {
            feqi(red, blue, kGreyTolerance);
 }
 
-bool IsGreyEntry(const uint8_t *entry) noexcept {
-    return entry[0] == entry[1] && entry[1] == entry[2];
-}
-
 // Unsigned all through, so that no argument overflows.
 uint32_t Square(int32_t a, uint8_t b) noexcept {
     const uint32_t difference = static_cast<uint32_t>(a) - b;

@@ -8,6 +8,11 @@ namespace kowen {
 /// A colour whose channels differ by at most this much counts as a grey request.
 inline constexpr int32_t kGreyTolerance = 4;
 
+/// Whether a table's entry counts as grey.
+constexpr bool IsGreyEntry(const uint8_t *entry) noexcept {
+    return entry[0] == entry[1] && entry[1] == entry[2];
+}
+
 /// Returns the index of the table's entry nearest to (red, green, blue) by squared distance; the
 /// lowest of equally near ones; 0 when none qualifies.
 ///

@@ -1,147 +1,181 @@
 #include "color/nearest_finder.h"
 
+#include "color/color_lists.h"
+
 #include <cstring>
 
 namespace kowen {
 namespace {
 
-constexpr uint32_t kCells = 32 * 32 * 32;
-constexpr uint32_t kCoarseCells = 8 * 8 * 8;
 constexpr uint32_t kGreySums = 3 * 255 + 1;
-constexpr uint32_t kSpareCandidates = 32768; // room for lists; when it is full all begin anew
 constexpr uint64_t kWorthwhileSearches = 2048;
 
-// A cube of colours: size channel values up from low.
-struct Box {
-    int low[3];
-    int size;
-};
+// Lists and leaves; when either is full, all cells begin anew.
+constexpr uint32_t kSpareCandidates = 65536;
+constexpr uint32_t kLeavesRoom = 262144;
 
-int Low(const Box &box, int axis) noexcept {
-    return box.low[axis];
-}
-int High(const Box &box, int axis) noexcept {
-    return box.low[axis] + box.size - 1;
-}
+// Finer cells are worth their building for large tables and pictures.
+constexpr uint32_t kFineColors = 32;
+constexpr uint64_t kFineSearches = 262144;
 
-int Squared(int x) noexcept {
-    return x * x;
-}
+constexpr uint32_t kWhite = 0xFFFFFF;
+static_assert(KnownPlace(kWhite) != KnownPlace(0));
 
-// Least and greatest squared distance between an entry and the colours of a box.
-int LeastDistance(const Box &box, const NearestCandidate &entry) noexcept {
-    int distance = 0;
-    for (int i = 0; i < 3; ++i)
-        distance +=
-            Squared(std::max({Low(box, i) - entry.color[i], 0, entry.color[i] - High(box, i)}));
-    return distance;
+// Twice the planes, so that the hash table always has gaps.
+constexpr uint32_t kPlaneHashes = 2 * kPlanes;
+
+constexpr uint32_t CubesOf(int bits) noexcept {
+    return 1u << 3 * bits;
 }
 
-int GreatestDistance(const Box &box, const NearestCandidate &entry) noexcept {
-    int distance = 0;
-    for (int i = 0; i < 3; ++i)
-        distance += Squared(std::max(entry.color[i] - Low(box, i), High(box, i) - entry.color[i]));
-    return distance;
-}
-
-// Greatest value in the box of |p - a|^2 - |p - b|^2, which is linear in p: negative when b is
-// farther than a from every colour p.
-int GreatestAdvantage(const Box &box, const NearestCandidate &a,
-                      const NearestCandidate &b) noexcept {
-    int advantage = 0;
-    for (int i = 0; i < 3; ++i) {
-        const int step = 2 * (b.color[i] - a.color[i]);
-        advantage += Squared(a.color[i]) - Squared(b.color[i]) +
-                     std::max(step * Low(box, i), step * High(box, i));
-    }
-    return advantage;
-}
-
-// Copies to out the entries of a list that may be nearest to a colour of the box; returns where
-// the one nearest to all of the box, at worst, came to stand.
-NearestCandidate *KeepTheNear(const Box &box, const NearestCandidate *list,
-                              NearestCandidate *out) noexcept {
-    const uint32_t count = list->index;
-    int bound = INT32_MAX;
-    for (uint32_t i = 1; i <= count; ++i)
-        bound = std::min(bound, GreatestDistance(box, list[i]));
-    NearestCandidate *best = out + 1;
-    uint16_t kept = 0;
-    for (uint32_t i = 1; i <= count; ++i) {
-        if (LeastDistance(box, list[i]) > bound)
-            continue;
-        out[++kept] = list[i];
-        if (GreatestDistance(box, list[i]) == bound && GreatestDistance(box, *best) != bound)
-            best = out + kept;
-    }
-    out->index = kept;
-    return best;
-}
-
-// Drops the entries of a list that best beats everywhere in the box.
-void DropTheBeaten(const Box &box, NearestCandidate best, NearestCandidate *list) noexcept {
-    uint16_t kept = 0;
-    for (uint32_t i = 1; i <= list->index; ++i) {
-        const int advantage = GreatestAdvantage(box, best, list[i]);
-        if (advantage > 0 || (advantage == 0 && list[i].index <= best.index))
-            list[++kept] = list[i];
-    }
-    list->index = kept;
-}
-
-// Adds the list of a box, chosen from a longer list; returns the value of its cell.
-uint32_t AddList(NearestFinder *finder, const Box &box, const NearestCandidate *from) noexcept {
-    NearestCandidate *list = finder->candidates + finder->used;
-    DropTheBeaten(box, *KeepTheNear(box, from, list), list);
-    if (list->index == 1)
-        return kCellSingle | list[1].index;
-    const uint32_t place = finder->used;
-    finder->used += 1u + list->index;
+// Adds the list of a box, chosen from a longer list; returns its place.
+uint32_t AddList(NearestFinder *finder, const ColorCube &cube,
+                 const NearestCandidate *from) noexcept {
+    const uint32_t place = finder->candidatesUsed;
+    NearestCandidate *list = finder->candidates + place;
+    ChooseCandidates(cube, from, list);
+    finder->candidatesUsed += 1u + list->index;
     return place;
 }
 
-// A coarse cell's list; its only candidate as a list when it has one.
-const NearestCandidate *CoarseList(NearestFinder *finder, uint32_t coarse,
-                                   NearestCandidate single[2]) noexcept {
-    if ((coarse & kCellSingle) == 0)
-        return finder->candidates + coarse;
-    const auto index = static_cast<uint16_t>(coarse);
-    const uint8_t *color = finder->table.entries + size_t{index} * kTableEntryBytes;
-    single[0] = {1, {}};
-    single[1] = {index, {color[0], color[1], color[2]}};
-    return single;
+// The list of the smallest box with a list that a colour lies in; lists are added when need be.
+const NearestCandidate *ListAround(NearestFinder *finder, const uint8_t color[3]) noexcept {
+    uint32_t place = 1;
+    for (int i = 0; i < finder->levelCount; ++i) {
+        const ListLevel &level = finder->levels[i];
+        uint32_t &own = level.lists[CubeNumber(color, level.bits)];
+        if (own == 0)
+            own = AddList(finder, CubeOf(color, level.bits), finder->candidates + place);
+        place = own;
+    }
+    return finder->candidates + place;
 }
 
-// Makes room for two more lists, if need be by forgetting all but the first.
+void ForgetPlanes(NearestFinder *finder) noexcept {
+    std::memset(finder->planeOfPair, 0, kPlaneHashes * sizeof(uint16_t));
+    finder->planesUsed = 1;
+}
+
+void Forget(NearestFinder *finder) noexcept {
+    for (int i = 0; i < finder->levelCount; ++i)
+        std::memset(finder->levels[i].lists, 0, CubesOf(finder->levels[i].bits) * sizeof(uint32_t));
+    std::memset(finder->cells, 0, CubesOf(finder->cellBits) * sizeof(uint32_t));
+    std::memset(finder->leaves, 0, kLeavesRoom * sizeof(uint32_t));
+    finder->leavesUsed = 1;
+    finder->candidatesUsed = 2u + finder->candidates[1].index;
+    ForgetPlanes(finder);
+}
+
+// Makes room for all that building one leaf may add.
 void MakeRoom(NearestFinder *finder) noexcept {
     const uint32_t longest = 1u + finder->candidates[1].index;
-    if (finder->capacity - finder->used >= 2 * longest)
-        return;
-    std::memset(finder->cells, 0, kCells * sizeof(uint32_t));
-    std::memset(finder->coarseCells, 0, kCoarseCells * sizeof(uint32_t));
-    finder->used = 1 + longest;
+    const auto lists = static_cast<uint32_t>(finder->levelCount + 1);
+    if (finder->candidatesRoom - finder->candidatesUsed < lists * longest ||
+        kLeavesRoom - finder->leavesUsed < 8 || finder->planesUsed == kPlanes)
+        Forget(finder);
 }
 
-Box BoxOf(const uint8_t color[3], int size) noexcept {
-    Box box = {{}, size};
+// The only index that the greys of a box have, if so; else kPairEntries or above.
+uint32_t OnlyGrey(const NearestFinder &finder, const ColorCube &cube) noexcept {
+    const uint16_t *first = finder.greyBySum + cube.low[0] + cube.low[1] + cube.low[2];
+    const uint16_t *last = finder.greyBySum + cube.high[0] + cube.high[1] + cube.high[2];
+    return std::all_of(first, last + 1, [&](uint16_t index) { return index == *first; })
+               ? *first
+               : kPairEntries;
+}
+
+uint32_t SingleLeaf(uint32_t index) noexcept {
+    return kLeafPair | index << 8 | index;
+}
+
+// |a|^2 - |b|^2 is even where the channels' sums are; halving it rounded down keeps the sign of
+// the plane's side, which is 0 for equally near entries.
+PairPlane PlaneOf(const NearestCandidate &low, const NearestCandidate &high) noexcept {
+    int32_t step[3];
+    int32_t norms = 0;
+    for (int i = 0; i < 3; ++i) {
+        step[i] = low.color[i] - high.color[i];
+        norms += high.color[i] * high.color[i] - low.color[i] * low.color[i];
+    }
+    return {step[0], step[1], step[2], norms >> 1};
+}
+
+// The plane of a pair; there is room for a new one.
+uint32_t AddPlane(NearestFinder *finder, const NearestCandidate &low,
+                  const NearestCandidate &high) noexcept {
+    const auto pair = static_cast<uint16_t>(high.index << 8 | low.index);
+    uint32_t place = pair * 40503u >> 4;
+    for (;; ++place) {
+        uint16_t &plane = finder->planeOfPair[place % kPlaneHashes];
+        if (plane != 0 && finder->pairOfPlane[plane] != pair)
+            continue;
+        if (plane == 0) {
+            plane = static_cast<uint16_t>(finder->planesUsed++);
+            finder->pairOfPlane[plane] = pair;
+            finder->planes[plane] = PlaneOf(low, high);
+        }
+        return plane;
+    }
+}
+
+uint32_t PairLeaf(NearestFinder *finder, const NearestCandidate &low,
+                  const NearestCandidate &high) noexcept {
+    return kLeafPair | AddPlane(finder, low, high) << 16 | uint32_t{high.index} << 8 | low.index;
+}
+
+// The leaf of a box that was not built; 0 when it is better divided and may be.
+uint32_t MakeLeaf(NearestFinder *finder, const ColorCube &cube, const NearestCandidate *from,
+                  bool mayDivide) noexcept {
+    if (IsGreyOnly(cube) && OnlyGrey(*finder, cube) < kPairEntries)
+        return SingleLeaf(OnlyGrey(*finder, cube));
+    const uint32_t greys = HasGreys(cube) ? kLeafGreys : 0;
+    if (greys != 0 && mayDivide)
+        return 0;
+    const uint32_t place = AddList(finder, cube, from);
+    const NearestCandidate *list = finder->candidates + place;
+    if (list->index > 2 || (list->index != 0 && list[list->index].index >= kPairEntries)) {
+        if (mayDivide)
+            finder->candidatesUsed = place;
+        return mayDivide ? 0 : greys | place;
+    }
+    finder->candidatesUsed = place; // a pair needs no list, and without candidates it is index 0
+    if (list->index == 2)
+        return greys | PairLeaf(finder, list[1], list[2]);
+    return greys | SingleLeaf(list->index != 0 ? list[1].index : 0);
+}
+
+// Builds the leaf of a colour; for a new cell, the cell too.
+uint32_t BuildLeaf(NearestFinder *finder, const uint8_t color[3]) noexcept {
+    MakeRoom(finder);
+    const NearestCandidate *list = ListAround(finder, color);
+    uint32_t &cell = finder->cells[CubeNumber(color, finder->cellBits)];
+    if (cell == 0) {
+        const uint32_t leaf = MakeLeaf(finder, CubeOf(color, finder->cellBits), list, true);
+        cell = finder->leavesUsed;
+        if (leaf != 0)
+            return finder->leaves[finder->leavesUsed++] = leaf;
+        cell |= kCellDivided;
+        finder->leavesUsed += 8;
+    }
+    const int bit = 7 - finder->cellBits; // that tells the halves of a cell apart
+    uint32_t octant = 0;
     for (int i = 0; i < 3; ++i)
-        box.low[i] = color[i] & ~(size - 1);
-    return box;
+        octant = octant << 1 | (color[i] >> bit & 1u);
+    return finder->leaves[(cell & kCellLeaf) + octant] =
+               MakeLeaf(finder, CubeOf(color, finder->cellBits + 1), list, false);
 }
 
-bool IsGrey(const uint8_t *entry) noexcept {
-    return entry[0] == entry[1] && entry[1] == entry[2];
-}
-
-// The first list stands at place 1, since 0 means a cell that was not built.
+// The first list stands at place 1, since 0 means that there is none.
 void ListColors(NearestFinder *finder) noexcept {
     NearestCandidate *list = finder->candidates + 1;
     for (uint32_t i = 0; i < finder->table.count; ++i) {
         const uint8_t *entry = finder->table.entries + size_t{i} * kTableEntryBytes;
-        if (!IsGrey(entry))
+        if (!IsGreyEntry(entry))
             list[++list->index] = {static_cast<uint16_t>(i), {entry[0], entry[1], entry[2]}};
     }
-    finder->used = 2u + list->index;
+    finder->candidatesUsed = 2u + list->index;
+    finder->leavesUsed = 1;
+    finder->planesUsed = 1;
 }
 
 void FindGreys(NearestFinder *finder) noexcept {
@@ -150,7 +184,7 @@ void FindGreys(NearestFinder *finder) noexcept {
     bool seen[256] = {};
     for (uint32_t i = 0; i < finder->table.count; ++i) {
         const uint8_t *entry = finder->table.entries + size_t{i} * kTableEntryBytes;
-        if (!IsGrey(entry) || seen[entry[0]])
+        if (!IsGreyEntry(entry) || seen[entry[0]])
             continue;
         const int32_t grey = entry[0];
         seen[grey] = true;
@@ -163,6 +197,32 @@ void FindGreys(NearestFinder *finder) noexcept {
     }
 }
 
+// Deals the block out, in falling order of alignment; returns its size while there is no block.
+uint32_t LayOut(NearestFinder *finder) noexcept {
+    auto *const start = Lock<uint8_t>(finder->block);
+    size_t bytes = 0;
+    const auto take = [&](size_t count, size_t size) noexcept {
+        uint8_t *const part = start == nullptr ? nullptr : start + bytes;
+        bytes += count * size;
+        return part;
+    };
+    const auto words = [&](uint32_t count) noexcept {
+        return reinterpret_cast<uint32_t *>(take(count, sizeof(uint32_t)));
+    };
+    for (int i = 0; i < finder->levelCount; ++i)
+        finder->levels[i].lists = words(CubesOf(finder->levels[i].bits));
+    finder->cells = words(CubesOf(finder->cellBits));
+    finder->leaves = words(kLeavesRoom);
+    finder->known = finder->remembers ? words(kKnownColors) : nullptr;
+    finder->planes = reinterpret_cast<PairPlane *>(take(kPlanes, sizeof(PairPlane)));
+    finder->planeOfPair = reinterpret_cast<uint16_t *>(take(kPlaneHashes, sizeof(uint16_t)));
+    finder->pairOfPlane = reinterpret_cast<uint16_t *>(take(kPlanes, sizeof(uint16_t)));
+    finder->greyBySum = reinterpret_cast<uint16_t *>(take(kGreySums, sizeof(uint16_t)));
+    finder->candidates = reinterpret_cast<NearestCandidate *>(
+        take(finder->candidatesRoom, sizeof(NearestCandidate)));
+    return static_cast<uint32_t>(bytes);
+}
+
 } // namespace
 
 void OpenFinder(NearestFinder *finder, const ColorTable &table, uint64_t searches) noexcept {
@@ -170,38 +230,43 @@ void OpenFinder(NearestFinder *finder, const ColorTable &table, uint64_t searche
     finder->table = table;
     if (searches < kWorthwhileSearches || table.count > 65535)
         return;
-    const uint32_t capacity = kSpareCandidates + 3 * (table.count + 2);
-    const auto bytes =
-        static_cast<uint32_t>((kCells + kCoarseCells) * sizeof(uint32_t) +
-                              capacity * sizeof(NearestCandidate) + kGreySums * sizeof(uint16_t));
-    finder->block = GlobalAlloc(kGlobalFlags, bytes);
+    const bool fine = table.count > kFineColors && searches >= kFineSearches;
+    finder->remembers = searches >= kFineSearches;
+    finder->cellBits = fine ? 6 : 5;
+    finder->levelCount = fine ? 2 : 1;
+    finder->levels[0].bits = 3;
+    finder->levels[1].bits = 5;
+    finder->candidatesRoom = kSpareCandidates + 4 * (table.count + 2);
+    finder->block = GlobalAlloc(kGlobalFlags, LayOut(finder));
     if (finder->block == 0)
-        return;
-    finder->cells = Lock<uint32_t>(finder->block);
-    finder->coarseCells = finder->cells + kCells;
-    finder->greyBySum = reinterpret_cast<uint16_t *>(finder->coarseCells + kCoarseCells);
-    finder->candidates = reinterpret_cast<NearestCandidate *>(finder->greyBySum + kGreySums);
-    finder->capacity = capacity;
+        return CloseFinder(finder);
+    LayOut(finder);
     ListColors(finder);
     FindGreys(finder);
+    if (finder->remembers)
+        finder->known[KnownPlace(0)] = kWhite << 8; // 0 would say that black is known
 }
 
 void CloseFinder(NearestFinder *finder) noexcept {
     rlFreeNewData(finder->block);
-    *finder = {};
+    finder->block = 0;
+    finder->cellBits = 0;
 }
 
-uint32_t BuildCell(NearestFinder *finder, uint8_t red, uint8_t green, uint8_t blue) noexcept {
+uint32_t FindNearestSlowly(NearestFinder *finder, uint8_t red, uint8_t green,
+                           uint8_t blue) noexcept {
     const uint8_t color[3] = {red, green, blue};
-    uint32_t &cell = finder->cells[(red >> 3) << 10 | (green >> 3) << 5 | blue >> 3];
-    if (finder->candidates[1].index == 0)
-        return cell = kCellSingle; // no colours at all: index 0
-    MakeRoom(finder);
-    uint32_t &coarse = finder->coarseCells[(red >> 5) << 6 | (green >> 5) << 3 | blue >> 5];
-    if (coarse == 0)
-        coarse = AddList(finder, BoxOf(color, 32), finder->candidates + 1);
-    NearestCandidate single[2];
-    return cell = AddList(finder, BoxOf(color, 8), CoarseList(finder, coarse, single));
+    const int highest = std::max(std::max(red, green), blue);
+    const int lowest = std::min(std::min(red, green), blue);
+    if (highest - lowest <= kGreyTolerance)
+        return finder->greyBySum[red + green + blue];
+    uint32_t leaf = finder->cellBits == 6 ? LeafOf<6>(*finder, red, green, blue)
+                                          : LeafOf<5>(*finder, red, green, blue);
+    if (leaf == 0)
+        leaf = BuildLeaf(finder, color);
+    if ((leaf & kLeafPair) != 0)
+        return NearestOfPair(*finder, leaf, red, green, blue);
+    return NearestOfList(finder->candidates + (leaf & kLeafList), red, green, blue);
 }
 
 } // namespace kowen

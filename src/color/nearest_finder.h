@@ -3,8 +3,9 @@
 // Greys. With all entries grey, the squared distance of (r, g, b) to the grey v is
 // 3 v v - 2 v (r + g + b) + constant, so the answer depends on r + g + b only: one look-up.
 //
-// Colours. The colour cube is cut into 32 x 32 x 32 cells. The first search in a cell lists the
-// entries that can be nearest to any of its colours; there are few, often one.
+// Colours. The colour cube is cut into cells, and a cell into eight leaves where that helps. The
+// first search in a leaf lists the entries that can be nearest to any of its colours. There are
+// few: mostly one or two, which are compared without a branch.
 #pragma once
 
 #include "color/color_table.h"
@@ -21,21 +22,59 @@ struct NearestCandidate {
     uint8_t color[3];
 };
 
+/// Boxes of one size; for each the place of the list of candidates for all of it, 0 at first.
+struct ListLevel {
+    uint32_t *lists;
+    int bits; ///< of each channel that name a box
+};
+
+/// Tells the nearer of two entries, low and high: high is strictly nearer to (r, g, b) when
+/// red r + green g + blue b + offset, which is (|p - high|^2 - |p - low|^2) / 2 rounded down, is
+/// below 0. All 0 for a pair of the same entry.
+struct PairPlane {
+    int32_t red, green, blue, offset;
+};
+
+/// Entries that a leaf can name as a pair: one byte each.
+inline constexpr uint32_t kPairEntries = 256;
+
+/// Planes that a leaf can name: 14 bits.
+inline constexpr uint32_t kPlanes = 16384;
+
 /// A table prepared for searches. Opened, used and closed within one call of the library.
 struct NearestFinder {
     ColorTable table;
-    MemoryHandle block;           ///< what the pointers below point into; 0 = plain searches
-    uint32_t *cells;              ///< 32 x 32 x 32, see kCellSingle
-    uint32_t *coarseCells;        ///< 8 x 8 x 8, likewise
+    MemoryHandle block; ///< what the pointers below point into; 0 = plain searches
+    int cellBits;       ///< of each channel that name a cell: 5 or 6; 0 = plain searches
+    uint32_t *cells;    ///< see kCellLeaf
+    uint32_t *leaves;   ///< see kLeafPair
+    uint32_t leavesUsed;
+    ListLevel levels[2]; ///< boxes larger than cells, from coarse to fine
+    int levelCount;
+    bool remembers;               ///< whether there is known
+    uint32_t *known;              ///< searches that were done, see FindKnown; null for few searches
     uint16_t *greyBySum;          ///< the nearest grey for each r + g + b
-    NearestCandidate *candidates; ///< lists of candidates; the first holds all that are not grey
-    uint32_t used;
-    uint32_t capacity;
+    NearestCandidate *candidates; ///< lists; the first, at 1, holds all entries but the greys
+    uint32_t candidatesUsed;
+    uint32_t candidatesRoom;
+    PairPlane *planes;     ///< the first is that of all pairs of the same entry
+    uint16_t *planeOfPair; ///< hash table of planes, 0 for none; see PlaceOfPair
+    uint16_t *pairOfPlane; ///< high << 8 | low
+    uint32_t planesUsed;
 };
 
-/// A cell is 0 while it was not built; else the place of its list; or, with this bit, the index of
-/// its only candidate.
-inline constexpr uint32_t kCellSingle = 0x80000000;
+/// A cell holds the place of its only leaf or of its eight; for eight, kCellDivided is set too.
+/// Unbuilt cells are 0, and so is leaf 0.
+inline constexpr uint32_t kCellLeaf = 0x00FFFFFF;
+inline constexpr uint32_t kCellDivided = 0x07000000;
+
+/// A leaf is 0 until it is built. With kLeafPair it names two entries of which one is the nearest,
+/// the lower one in the low byte and the higher one above it, and above both their plane; else the
+/// place of its list of candidates. With kLeafGreys it has grey requests among others, which its
+/// candidates do not answer.
+inline constexpr uint32_t kLeafPair = 0x80000000;
+inline constexpr uint32_t kLeafGreys = 0x40000000;
+inline constexpr uint32_t kLeafList = 0x3FFFFFFF;
 
 /// Prepares a table for about searches searches; for few of them, or when memory is exhausted, the
 /// finder searches plainly. At most 65535 entries.
@@ -44,39 +83,66 @@ void OpenFinder(NearestFinder *finder, const ColorTable &table, uint64_t searche
 /// Frees what OpenFinder took.
 void CloseFinder(NearestFinder *finder) noexcept;
 
-/// Lists the candidates of the cell of a colour; returns the cell's new value.
-uint32_t BuildCell(NearestFinder *finder, uint8_t red, uint8_t green, uint8_t blue) noexcept;
+/// The search in all leaves but the quick ones; builds the leaf of the colour when need be.
+uint32_t FindNearestSlowly(NearestFinder *finder, uint8_t red, uint8_t green,
+                           uint8_t blue) noexcept;
 
-/// The nearest of a list of candidates, lowest index first.
-inline uint32_t NearestOfList(const NearestCandidate *list, int red, int green, int blue) noexcept {
-    const NearestCandidate *const end = list + 1 + list->index;
-    int best = INT32_MAX;
-    uint32_t index = 0;
-    while (++list != end) {
-        const int r = red - list->color[0];
-        const int g = green - list->color[1];
-        const int b = blue - list->color[2];
-        const int distance = r * r + g * g + b * b;
-        index = distance < best ? list->index : index;
-        best = std::min(distance, best);
-    }
-    return index;
+/// The nearer entry of a leaf's pair, the lower one of equally near ones.
+inline uint32_t NearestOfPair(const NearestFinder &finder, uint32_t leaf, int32_t red,
+                              int32_t green, int32_t blue) noexcept {
+    const PairPlane &plane = finder.planes[leaf >> 16 & (kPlanes - 1)];
+    const int32_t side = red * plane.red + green * plane.green + blue * plane.blue + plane.offset;
+    const uint32_t isHigh = static_cast<uint32_t>(side) >> 31;
+    return leaf >> 8 * isHigh & 0xFF;
 }
 
-/// Returns what rlNearestRGBIndex returns for the finder's table.
+/// The leaf of a colour. Bits is the finder's cellBits.
+template <int Bits>
+inline uint32_t LeafOf(const NearestFinder &finder, uint32_t red, uint32_t green,
+                       uint32_t blue) noexcept {
+    constexpr int kShift = 8 - Bits;
+    const uint32_t cell =
+        finder.cells[red >> kShift << 2 * Bits | green >> kShift << Bits | blue >> kShift];
+    constexpr int kBit = kShift - 1; // that tells the halves of a cell apart
+    const uint32_t leaf = (red >> kBit & 1) << 2 | (green >> kBit & 1) << 1 | (blue >> kBit & 1);
+    return finder.leaves[(cell & kCellLeaf) + (leaf & cell >> 24)];
+}
+
+/// Returns what rlNearestRGBIndex returns for the finder's table. Bits is the finder's cellBits.
+template <int Bits>
 inline uint32_t FindNearest(NearestFinder *finder, uint8_t red, uint8_t green,
                             uint8_t blue) noexcept {
-    if (finder->block == 0)
+    if constexpr (Bits == 0) {
         return static_cast<uint32_t>(
             rlNearestRGBIndex(red, green, blue, finder->table.entries, finder->table.count));
-    if (std::max({red, green, blue}) - std::min({red, green, blue}) <= kGreyTolerance)
-        return finder->greyBySum[red + green + blue];
-    uint32_t cell = finder->cells[(red >> 3) << 10 | (green >> 3) << 5 | blue >> 3];
-    if (cell == 0)
-        cell = BuildCell(finder, red, green, blue);
-    if ((cell & kCellSingle) != 0)
-        return cell & 0xFFFF;
-    return NearestOfList(finder->candidates + cell, red, green, blue);
+    } else {
+        const uint32_t leaf = LeafOf<Bits>(*finder, red, green, blue);
+        if ((leaf & (kLeafPair | kLeafGreys)) == kLeafPair)
+            return NearestOfPair(*finder, leaf, red, green, blue);
+        return FindNearestSlowly(finder, red, green, blue);
+    }
+}
+
+/// Number of searches that are remembered.
+inline constexpr uint32_t kKnownColors = 65536;
+
+/// The place where a colour (red, green, blue from bit 16 down) is remembered.
+constexpr uint32_t KnownPlace(uint32_t color) noexcept {
+    return color * 2654435761u >> 16;
+}
+
+/// As FindNearest, modulo 256 and with a memory: pictures repeat their colours. Each entry is a
+/// colour above the low byte of its index. Counts in misses the searches that were not known.
+template <int Bits>
+inline uint8_t FindKnown(NearestFinder *finder, uint8_t red, uint8_t green, uint8_t blue,
+                         uint32_t *misses) noexcept {
+    const uint32_t color = uint32_t{red} << 16 | uint32_t{green} << 8 | blue;
+    uint32_t &known = finder->known[KnownPlace(color)];
+    if (known >> 8 != color) {
+        ++*misses;
+        known = color << 8 | (FindNearest<Bits>(finder, red, green, blue) & 0xFF);
+    }
+    return static_cast<uint8_t>(known);
 }
 
 } // namespace kowen

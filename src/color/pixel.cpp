@@ -11,8 +11,6 @@ int16_t _debug_color_res = 0;
 
 namespace {
 
-constexpr int16_t kTraceAbove = 3;
-
 constexpr uint64_t BytesOfBits(uint64_t bits) noexcept {
     return bits / 8 + (bits % 8 != 0);
 }
@@ -119,7 +117,7 @@ int32_t rlSetPixel(uint8_t *pixels, uint32_t bytesPerLine, uint32_t x, uint32_t 
 }
 
 void TracePixel(uint32_t x, uint32_t y) noexcept {
-    if (_debug_color_res > kTraceAbove)
+    if (TracesPixels())
         std::fprintf(stderr, "(%d,%d): ", static_cast<int>(x), static_cast<int>(y));
 }
 

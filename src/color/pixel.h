@@ -84,6 +84,11 @@ int32_t rlSetPixel(uint8_t *pixels, uint32_t bytesPerLine, uint32_t x, uint32_t 
                    uint32_t value, const uint32_t *indexMap, const uint8_t *colorTable,
                    uint32_t colorCount) noexcept;
 
+/// Whether the diagnostic level asks for a trace of every written pixel.
+inline bool TracesPixels() noexcept {
+    return _debug_color_res > 3;
+}
+
 /// Traces one written pixel on standard error when the diagnostic level asks for it.
 void TracePixel(uint32_t x, uint32_t y) noexcept;
 

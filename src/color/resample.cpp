@@ -1,35 +1,26 @@
 #include "color/resample.h"
 
 #include "color/pixel.h"
+#include "color/sample_row.h"
 #include "platform/global_memory.h"
-#include "platform/text.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace kowen {
 namespace {
 
-constexpr uint32_t kLastPosition = 0xFFFF;
-
-double Ratio(uint32_t numerator, uint32_t denominator) noexcept {
-    return static_cast<double>(numerator) / static_cast<double>(denominator);
-}
-
-uint32_t Position(uint32_t i, double ratio) noexcept {
-    return TruncateToUInt32(i * ratio);
-}
-
-void CopyPixel(const uint8_t *source, uint32_t sourceStride, uint32_t sourceX, uint8_t *destination,
-               uint32_t stride, uint32_t x, uint32_t row, uint16_t depth) noexcept {
-    rlSetPixel(destination, stride, x, row, depth,
-               rlGetPixel(source, sourceStride, sourceX, row, depth), nullptr, nullptr, 0);
-}
-
-bool ResampleRow(const uint8_t *source, uint8_t *destination, uint16_t depth, uint32_t width,
-                 uint32_t targetWidth) noexcept {
-    return targetWidth <= width ? ShrinkX(source, destination, depth, width, 1, targetWidth)
-                                : StretchX(source, destination, depth, width, 1, targetWidth);
+bool SampleRows(const uint8_t *source, uint8_t *destination, uint16_t depth, uint32_t width,
+                uint32_t rows, uint32_t targetWidth) noexcept {
+    RowSampler sampler;
+    if (!OpenRowSampler(&sampler, depth, width, targetWidth))
+        return false;
+    for (; rows > 0; --rows) {
+        SampleRow(sampler, source, destination);
+        source += rlBytesPerLine(width, depth);
+        destination += rlBytesPerLine(targetWidth, depth);
+    }
+    CloseRowSampler(&sampler);
+    return true;
 }
 
 MemoryHandle ResampleBitmap(MemoryHandle bitmap, uint16_t depth, uint32_t width, uint32_t height,
@@ -55,80 +46,53 @@ MemoryHandle ResampleBitmap(MemoryHandle bitmap, uint16_t depth, uint32_t width,
 
 bool ShrinkX(const uint8_t *source, uint8_t *destination, uint16_t depth, uint32_t width,
              uint32_t rows, uint32_t targetWidth) noexcept {
-    const double ratio = Ratio(width, targetWidth);
-    const uint32_t sourceStride = rlBytesPerLine(width, depth);
-    const uint32_t stride = rlBytesPerLine(targetWidth, depth);
-    for (uint32_t row = 0; row < rows; ++row) {
-        uint32_t x = 0;
-        uint32_t previous = 0;
-        for (uint32_t i = 1; i <= targetWidth; ++i) {
-            const uint32_t position = Position(i, ratio);
-            const uint32_t from = i < targetWidth ? x : width - 1;
-            CopyPixel(source, sourceStride, from, destination, stride, i - 1, row, depth);
-            x += position - previous;
-            previous = position;
-        }
-    }
-    return true;
+    return SampleRows(source, destination, depth, width, rows, targetWidth);
 }
 
 bool StretchX(const uint8_t *source, uint8_t *destination, uint16_t depth, uint32_t width,
               uint32_t rows, uint32_t targetWidth) noexcept {
-    const double ratio = Ratio(targetWidth, width);
-    if (width != 0 && Position(width, ratio) > kLastPosition)
-        return false;
-    const uint32_t sourceStride = rlBytesPerLine(width, depth);
-    const uint32_t stride = rlBytesPerLine(targetWidth, depth);
-    for (uint32_t row = 0; row < rows; ++row) {
-        uint32_t x = targetWidth;
-        uint32_t previous = 0;
-        for (uint32_t from = width; from-- > 0;) {
-            const uint32_t position = Position(width - from, ratio);
-            for (uint32_t n = position - previous; n > 0; --n)
-                CopyPixel(source, sourceStride, from, destination, stride, --x, row, depth);
-            previous = position;
-        }
-    }
-    return true;
+    return SampleRows(source, destination, depth, width, rows, targetWidth);
 }
 
 bool Shrink(const uint8_t *source, uint8_t *destination, uint16_t depth, uint32_t width,
             uint32_t height, uint32_t targetWidth, uint32_t targetHeight) noexcept {
     const double ratio = Ratio(height, targetHeight);
-    if (targetHeight != 0 && Position(targetHeight, ratio) > kLastPosition)
+    RowSampler sampler;
+    if ((targetHeight != 0 && Position(targetHeight, ratio) > kLastPosition) ||
+        !OpenRowSampler(&sampler, depth, width, targetWidth))
         return false;
     const size_t sourceStride = rlBytesPerLine(width, depth);
     const size_t stride = rlBytesPerLine(targetWidth, depth);
-    uint32_t previous = 0;
-    for (uint32_t j = 1; j <= targetHeight; ++j) {
+    for (uint32_t j = 0; j < targetHeight; ++j) {
         // The last row of the result is made twice; the second result is the one that stays.
-        if (j == targetHeight)
-            ResampleRow(source + (height - 1) * sourceStride, destination, depth, width,
-                        targetWidth);
-        if (!ResampleRow(source + previous * sourceStride, destination, depth, width, targetWidth))
-            return false;
-        previous = Position(j, ratio);
+        if (j + 1 == targetHeight)
+            SampleRow(sampler, source + (height - 1) * sourceStride, destination);
+        SampleRow(sampler, source + Position(j, ratio) * sourceStride, destination);
         destination += stride;
     }
+    CloseRowSampler(&sampler);
     return true;
 }
 
 bool Stretch(const uint8_t *source, uint8_t *destination, uint16_t depth, uint32_t width,
              uint32_t height, uint32_t targetWidth, uint32_t targetHeight) noexcept {
     const double ratio = Ratio(targetHeight, height);
+    RowSampler sampler;
+    if (!OpenRowSampler(&sampler, depth, width, targetWidth))
+        return false;
     const size_t sourceStride = rlBytesPerLine(width, depth);
     const size_t stride = rlBytesPerLine(targetWidth, depth);
-    uint32_t previous = 0;
+    uint32_t filled = 0; // rows, from the last one up
     for (uint32_t y = height; y-- > 0;) {
         const uint32_t position = Position(height - y, ratio);
-        uint8_t *row = destination + (targetHeight - 1 - previous) * stride;
-        if (position > previous &&
-            !ResampleRow(source + y * sourceStride, row, depth, width, targetWidth))
-            return false;
-        for (uint32_t n = position - previous; n > 1; --n, row -= stride)
+        uint8_t *row = destination + (targetHeight - 1 - filled) * stride;
+        if (position > filled)
+            SampleRow(sampler, source + y * sourceStride, row);
+        for (; filled + 1 < position; ++filled, row -= stride)
             std::memcpy(row - stride, row, stride);
-        previous = position;
+        filled = position;
     }
+    CloseRowSampler(&sampler);
     return true;
 }
 

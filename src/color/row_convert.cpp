@@ -1,5 +1,7 @@
 #include "color/row_convert.h"
 
+#include "color/pixel_bytes.h"
+
 #include <cstring>
 
 namespace kowen {
@@ -9,43 +11,11 @@ namespace {
 // at whole bytes at every depth.
 constexpr uint32_t kPiece = 1024;
 
+// Pieces for which searches are not remembered after one where they were of little use.
+constexpr uint32_t kPause = 31;
+
 const uint8_t *PixelAt(const uint8_t *row, uint32_t x, uint16_t bits) noexcept {
     return row + static_cast<size_t>(uint64_t{x} * bits / 8);
-}
-
-void UnpackBits(const uint8_t *source, uint32_t count, uint8_t *values) noexcept {
-    for (; count >= 8; count -= 8, values += 8, ++source)
-        for (int bit = 0; bit < 8; ++bit)
-            values[bit] = *source >> (7 - bit) & 1;
-    for (uint32_t bit = 0; bit < count; ++bit)
-        values[bit] = *source >> (7 - bit) & 1;
-}
-
-void UnpackNibbles(const uint8_t *source, uint32_t count, uint8_t *values) noexcept {
-    for (uint32_t i = 0; i < count / 2; ++i) {
-        values[2 * i] = source[i] >> 4;
-        values[2 * i + 1] = source[i] & 0x0F;
-    }
-    if (count % 2 != 0)
-        values[count - 1] = source[count / 2] >> 4;
-}
-
-void PackBits(const uint8_t *values, uint32_t count, uint8_t *target) noexcept {
-    for (; count >= 8; count -= 8, values += 8) {
-        unsigned byte = 0;
-        for (int bit = 0; bit < 8; ++bit)
-            byte = byte << 1 | (values[bit] & 1u);
-        *target++ = static_cast<uint8_t>(byte);
-    }
-    for (uint32_t bit = 0; bit < count; ++bit)
-        *target = static_cast<uint8_t>(*target | (values[bit] & 1u) << (7 - bit));
-}
-
-void PackNibbles(const uint8_t *values, uint32_t count, uint8_t *target) noexcept {
-    for (uint32_t i = 0; i < count / 2; ++i)
-        target[i] = static_cast<uint8_t>((values[2 * i] & 0x0F) << 4 | (values[2 * i + 1] & 0x0F));
-    if (count % 2 != 0)
-        target[count / 2] = static_cast<uint8_t>((values[count - 1] & 0x0F) << 4);
 }
 
 // The values of count indexed pixels, as bytes: in the row itself or in room.
@@ -53,12 +23,7 @@ const uint8_t *Values(uint16_t from, const uint8_t *source, uint32_t count,
                       uint8_t *room) noexcept {
     if (from == 8)
         return source;
-    if (from == 4)
-        UnpackNibbles(source, count, room);
-    else if (from == 1)
-        UnpackBits(source, count, room);
-    else
-        std::memset(room, 0, count);
+    UnpackPixels(from, source, count, room);
     return room;
 }
 
@@ -68,19 +33,45 @@ void LookUp(const uint8_t table[256], const uint8_t *values, uint32_t count,
         indices[i] = table[values[i]];
 }
 
+template <int Bits>
+void SearchPlainly(NearestFinder *finder, const uint8_t *source, uint32_t step, uint32_t count,
+                   uint8_t *indices) noexcept {
+    for (uint32_t i = 0; i < count; ++i, source += step)
+        indices[i] =
+            static_cast<uint8_t>(FindNearest<Bits>(finder, source[0], source[1], source[2]));
+}
+
+// Remembering pays while most colours are known; else it pauses for some pieces of row.
+template <int Bits>
+void SearchWith(RowConverter *converter, const uint8_t *source, uint32_t count,
+                uint8_t *indices) noexcept {
+    NearestFinder *finder = &converter->finder;
+    const uint32_t step = converter->from / 8u;
+    if (finder->known == nullptr || converter->pause > 0) {
+        converter->pause -= converter->pause > 0;
+        return SearchPlainly<Bits>(finder, source, step, count, indices);
+    }
+    uint32_t misses = 0;
+    for (uint32_t i = 0; i < count; ++i, source += step)
+        indices[i] = FindKnown<Bits>(finder, source[0], source[1], source[2], &misses);
+    converter->pause = misses > count / 2 ? kPause : 0;
+}
+
 // As LookUp, for true colours: the nearest entry of the table, or without one the value's lowest
 // byte, which is the fourth byte with 32 bits and 0 with 24.
 void Search(RowConverter *converter, const uint8_t *source, uint32_t count,
             uint8_t *indices) noexcept {
     const uint32_t step = converter->from / 8u;
-    if (!converter->searches) {
-        for (uint32_t i = 0; i < count; ++i)
-            indices[i] = step == 4 ? source[i * 4 + 3] : 0;
+    for (uint32_t i = 0; !converter->searches && i < count; ++i)
+        indices[i] = step == 4 ? source[i * 4 + 3] : 0;
+    if (!converter->searches)
         return;
-    }
-    for (uint32_t i = 0; i < count; ++i, source += step)
-        indices[i] =
-            static_cast<uint8_t>(FindNearest(&converter->finder, source[0], source[1], source[2]));
+    if (converter->finder.cellBits == 6)
+        SearchWith<6>(converter, source, count, indices);
+    else if (converter->finder.cellBits == 5)
+        SearchWith<5>(converter, source, count, indices);
+    else
+        SearchPlainly<0>(&converter->finder, source, step, count, indices);
 }
 
 void Indices(RowConverter *converter, const uint8_t *source, uint32_t count,
@@ -94,20 +85,11 @@ void Indices(RowConverter *converter, const uint8_t *source, uint32_t count,
 
 void ToIndices(RowConverter *converter, const uint8_t *source, uint8_t *target,
                uint32_t count) noexcept {
+    if (converter->to == 8)
+        return Indices(converter, source, count, target);
     uint8_t indices[kPiece];
-    switch (converter->to) {
-    case 8:
-        Indices(converter, source, count, target);
-        break;
-    case 4:
-        Indices(converter, source, count, indices);
-        PackNibbles(indices, count, target);
-        break;
-    default:
-        Indices(converter, source, count, indices);
-        PackBits(indices, count, target);
-        break;
-    }
+    Indices(converter, source, count, indices);
+    PackPixels(converter->to, indices, count, target);
 }
 
 // Four bytes at a time while there is room for the fourth, which the next pixel overwrites.

@@ -20,6 +20,7 @@ struct RowConverter {
     uint8_t index[256];    ///< of each source value: the byte stored up to 8 bits per pixel
     uint8_t color[256][4]; ///< of each source value: the bytes stored with 24 and 32
     NearestFinder finder;
+    uint32_t pause; ///< pieces of row until searches are remembered again
 };
 
 /// Number of values that a pixel of an indexed depth can have; 1 for depths that read as 0 only.
