@@ -1,10 +1,10 @@
 #include "color/dither.h"
 
-#include "color/color_mode.h"
 #include "color/color_table.h"
 #include "color/depth.h"
 #include "color/diagnostics.h"
 #include "color/dither_row.h"
+#include "color/dither_rows.h"
 #include "color/pixel.h"
 #include "color/row_convert.h"
 #include "platform/global_memory.h"
@@ -96,19 +96,6 @@ ChosenTable ChooseTable(const TrueColors &picture, uint32_t width, uint32_t heig
     return IsMono(to) ? MakeMonoTable() : MakeColorTable(picture, width, height, to);
 }
 
-// What is fixed while rows are dithered.
-struct Ditherer {
-    const uint8_t *source; ///< the next row of 24 bits
-    uint32_t width;
-    uint32_t stride;
-    bool grey;        ///< rows are turned grey first
-    uint8_t *rows[2]; ///< the row that is dithered and the one after it
-    uint8_t *indices;
-    NearestFinder finder;
-    RowConverter converter;
-    bool byIndex; ///< rows are converted from indices, not from colours
-};
-
 // What each index becomes in the target: what rlConvertBitmapDepth makes of its colour.
 void MapIndices(const ColorTable &table, uint16_t to, uint32_t map[256]) noexcept {
     for (uint32_t i = 0; i < 256; ++i) {
@@ -121,80 +108,44 @@ void MapIndices(const ColorTable &table, uint16_t to, uint32_t map[256]) noexcep
     }
 }
 
-void OpenDitherer(Ditherer *ditherer, MemoryHandle room, const ColorTable &table, uint16_t to,
-                  uint64_t pixels) noexcept {
-    auto *bytes = Lock<uint8_t>(room);
-    ditherer->rows[0] = bytes;
-    ditherer->rows[1] = bytes + ditherer->stride;
-    ditherer->indices = bytes + size_t{2} * ditherer->stride;
-    ditherer->byIndex = table.count <= 256;
-    OpenFinder(&ditherer->finder, table, pixels);
-    if (ditherer->byIndex) {
-        uint32_t map[256];
-        MapIndices(table, to, map);
-        OpenRowConverter(&ditherer->converter, 8, to, map, {nullptr, 0}, pixels);
-    } else {
-        OpenRowConverter(&ditherer->converter, 24, to, nullptr, table, pixels);
-    }
+// Prepares the conversion of dithered rows: of their indices, or of their colours where an index
+// does not fit a byte.
+void OpenTarget(RowConverter *converter, const ColorTable &table, uint16_t to,
+                uint64_t pixels) noexcept {
+    if (table.count > 256)
+        return OpenRowConverter(converter, 24, to, nullptr, table, pixels);
+    uint32_t map[256];
+    MapIndices(table, to, map);
+    OpenRowConverter(converter, 8, to, map, {nullptr, 0}, pixels);
 }
 
-void CloseDitherer(Ditherer *ditherer) noexcept {
-    CloseRowConverter(&ditherer->converter);
-    CloseFinder(&ditherer->finder);
-}
-
-void FetchRow(Ditherer *ditherer, uint8_t *row) noexcept {
-    std::memcpy(row, ditherer->source, size_t{ditherer->width} * 3);
-    ditherer->source += ditherer->stride;
-    if (ditherer->grey)
-        rev_rgb(static_cast<int32_t>(ditherer->width), row, kModeGreyScale);
-}
-
-// Dithers all rows into the target. Conversions are reported where rlConvertBitmapDepth would.
-void DitherRows(Ditherer *ditherer, uint32_t height, uint8_t *target,
-                uint32_t targetStride) noexcept {
-    ReportDitherStart();
-    if (height != 0)
-        FetchRow(ditherer, ditherer->rows[0]);
-    for (uint32_t y = 0; y < height; ++y) {
-        uint8_t *next = y + 1 < height ? ditherer->rows[1] : nullptr;
-        if (next != nullptr)
-            FetchRow(ditherer, next);
-        DitherRow(&ditherer->finder, ditherer->rows[0], next, ditherer->width, ditherer->indices);
-        ConvertRow(&ditherer->converter, ditherer->byIndex ? ditherer->indices : ditherer->rows[0],
-                   target, ditherer->width);
-        ReportDitheredRow();
-        std::swap(ditherer->rows[0], ditherer->rows[1]);
-        target += targetStride;
-    }
-    ReportDitherEnd();
+// Dithered rows are converted as they come; this reports it as rlConvertBitmapDepth would.
+void ReportConversion(MemoryHandle result, uint32_t width, uint32_t height) noexcept {
+    ReportConversionStart(GlobalSize(result));
+    for (uint32_t y = 0; y < height; ++y)
+        ReportConvertedRow(width, y);
+    ReportConversionEnd();
 }
 
 MemoryHandle DitherToTable(const TrueColors &picture, uint32_t width, uint32_t height, uint16_t to,
                            MemoryHandle table, uint16_t count) noexcept {
-    Ditherer ditherer = {};
-    ditherer.source = Lock<const uint8_t>(picture.pixels);
-    ditherer.width = width;
-    ditherer.stride = rlBytesPerLine(width, 24);
-    ditherer.grey = to == 1;
-    const MemoryHandle room = rlGetMemory(3, ditherer.stride);
+    RowDitherer ditherer;
+    const ColorTable colors = LockTable(table, count);
     MemoryHandle result = rlGetMemory(1, rlCalcNewSize(width, height, to));
-    if (room != 0 && result != 0) {
-        const ColorTable colors = LockTable(table, count);
+    if (result != 0 && OpenRowDitherer(&ditherer, Lock<const uint8_t>(picture.pixels), width,
+                                       height, colors, to == 1)) {
+        OpenTarget(&ditherer.converter, colors, to, uint64_t{width} * height);
         ReportDitherTable(colors.entries, colors.count);
-        OpenDitherer(&ditherer, room, colors, to, uint64_t{width} * height);
-        DitherRows(&ditherer, height, Lock<uint8_t>(result), rlBytesPerLine(width, to));
-        CloseDitherer(&ditherer);
-        ReportConversionStart(GlobalSize(result));
-        for (uint32_t y = 0; y < height; ++y)
-            ReportConvertedRow(width, y);
-        ReportConversionEnd();
-    } else {
-        rlFreeNewData(result);
-        result = 0;
+        ReportDitherStart();
+        DitherRows(&ditherer, Lock<uint8_t>(result), rlBytesPerLine(width, to));
+        ReportDitherEnd();
+        ReportConversion(result, width, height);
+        CloseRowConverter(&ditherer.converter);
+        CloseRowDitherer(&ditherer);
+        return result;
     }
-    rlFreeNewData(room);
-    return result;
+    rlFreeNewData(result);
+    return 0;
 }
 
 } // namespace

@@ -64,6 +64,7 @@ void Forget(NearestFinder *finder) noexcept {
     finder->leavesUsed = 1;
     finder->candidatesUsed = 2u + finder->candidates[1].index;
     ForgetPlanes(finder);
+    ++finder->beginnings;
 }
 
 // Makes room for all that building one leaf may add.

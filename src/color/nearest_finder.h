@@ -61,6 +61,7 @@ struct NearestFinder {
     uint16_t *planeOfPair; ///< hash table of planes, 0 for none; see PlaceOfPair
     uint16_t *pairOfPlane; ///< high << 8 | low
     uint32_t planesUsed;
+    uint32_t beginnings; ///< how often all cells, leaves and planes began anew
 };
 
 /// A cell holds the place of its only leaf or of its eight; for eight, kCellDivided is set too.

@@ -1,0 +1,54 @@
+#include "color/quick_cells.h"
+
+#include "platform/global_memory.h"
+
+#include <cstring>
+
+namespace kowen {
+namespace {
+
+constexpr uint32_t kBoxes = 64 * 64 * 64;
+constexpr int kFinderBits = 5;
+
+// The kind of a leaf of the finder; 0 when it has none.
+uint8_t KindOf(uint32_t leaf) noexcept {
+    if ((leaf & (kLeafPair | kLeafGreys)) != kLeafPair)
+        return 0;
+    const uint32_t plane = leaf >> 16 & (kPlanes - 1);
+    if (plane == 0)
+        return static_cast<uint8_t>(kSingleKinds + (leaf & 0xFF));
+    return static_cast<uint8_t>(plane < kSingleKinds ? plane : 0);
+}
+
+} // namespace
+
+void OpenQuickCells(QuickCells *cells, NearestFinder *finder) noexcept {
+    *cells = {};
+    cells->finder = finder;
+    if (finder->cellBits != kFinderBits || finder->table.count > kQuickEntries)
+        return;
+    cells->block = GlobalAlloc(kGlobalFlags, kBoxes);
+    cells->kinds = Lock<uint8_t>(cells->block);
+}
+
+void CloseQuickCells(QuickCells *cells) noexcept {
+    rlFreeNewData(cells->block);
+}
+
+uint32_t FindInNewCell(QuickCells *cells, uint32_t box, uint8_t red, uint8_t green,
+                       uint8_t blue) noexcept {
+    const uint32_t index = FindNearestSlowly(cells->finder, red, green, blue);
+    if (cells->finder->beginnings != cells->beginnings) {
+        std::memset(cells->kinds, 0, kBoxes); // its planes have other numbers now
+        cells->beginnings = cells->finder->beginnings;
+    }
+    const uint32_t leaf = LeafOf<kFinderBits>(*cells->finder, red, green, blue);
+    const uint8_t kind = KindOf(leaf);
+    cells->kinds[box] = kind;
+    if (kind != 0)
+        cells->kind[kind] = {cells->finder->planes[leaf >> 16 & (kPlanes - 1)],
+                             {static_cast<uint8_t>(leaf), static_cast<uint8_t>(leaf >> 8), 0, 0}};
+    return index;
+}
+
+} // namespace kowen
