@@ -14,6 +14,11 @@ enum : int32_t {
     kModeGreyScaleInverted = 4
 };
 
+/// The grey of a colour: weights 3, 6 and 1 of 10, at most 255.
+constexpr uint8_t GreyOf(const uint8_t *color) noexcept {
+    return static_cast<uint8_t>((3u * color[0] + 6u * color[1] + color[2]) / 10);
+}
+
 /// Transforms count colours of 3 bytes red, green, blue in place; a count below 1 is none.
 ///
 /// kModeInverted           each channel c becomes 255 - c.

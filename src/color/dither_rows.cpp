@@ -18,7 +18,7 @@ const uint8_t *RowOf(const RowDitherer &ditherer, uint32_t y) noexcept {
 // As kModeGreyScale of rev_rgb, one byte per pixel.
 void TakeGreys(const uint8_t *row, uint32_t width, uint8_t *greys) noexcept {
     for (uint32_t x = 0; x < width; ++x, row += 3)
-        greys[x] = static_cast<uint8_t>((3u * row[0] + 6u * row[1] + row[2]) / 10);
+        greys[x] = GreyOf(row);
 }
 
 // Copies row y of the picture in the form in which rows are held.

@@ -31,6 +31,29 @@ void ExchangePixels(const Canvas &canvas, uint32_t y, uint32_t x, uint32_t farX)
     rlSetPixel(canvas.pixels, canvas.stride, farX, y, canvas.depth, left, nullptr, nullptr, 0);
 }
 
+// Exchanges pixels 1, 2, ... of Bytes bytes with those as far from the end.
+template <int Bytes> void MirrorBytes(uint8_t *row, uint32_t width) noexcept {
+    for (uint32_t x = 1; x < width / 2; ++x)
+        std::swap_ranges(row + size_t{x} * Bytes, row + (size_t{x} + 1) * Bytes,
+                         row + size_t{width - x} * Bytes);
+}
+
+// Mirrors a row. Only the first exchange leaves it, and may have to be left out.
+void MirrorRow(const Canvas &canvas, uint32_t y) noexcept {
+    uint8_t *row = canvas.pixels + size_t{y} * canvas.stride;
+    if (canvas.width >= 2)
+        ExchangePixels(canvas, y, 0, canvas.width);
+    if (TracesPixels() || canvas.depth < 8)
+        for (uint32_t x = 1; x < canvas.width / 2; ++x)
+            ExchangePixels(canvas, y, x, canvas.width - x);
+    else if (canvas.depth == 8)
+        MirrorBytes<1>(row, canvas.width);
+    else if (canvas.depth == 24)
+        MirrorBytes<3>(row, canvas.width);
+    else if (canvas.depth == 32)
+        MirrorBytes<4>(row, canvas.width);
+}
+
 void ExchangeRows(const Canvas &canvas, uint32_t top, uint32_t bottom) noexcept {
     uint8_t *row = canvas.pixels + size_t{top} * canvas.stride;
     if (top != bottom)
@@ -50,9 +73,9 @@ MemoryHandle rlFlipBitmap(MemoryHandle bitmap, uint16_t depth, uint32_t width, u
         const uint32_t bottom = height - 1 - top;
         if (vertical != 0)
             ExchangeRows(canvas, top, bottom);
-        for (uint32_t x = 0; horizontal != 0 && x < width / 2; ++x) {
-            ExchangePixels(canvas, top, x, width - x);
-            ExchangePixels(canvas, bottom, x, width - x);
+        if (horizontal != 0) {
+            MirrorRow(canvas, top);
+            MirrorRow(canvas, bottom);
         }
     }
     return bitmap;

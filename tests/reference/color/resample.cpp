@@ -97,7 +97,7 @@ Bytes Resample(const Bytes &bitmap, uint16_t depth, uint32_t width, uint32_t hei
             continue;
         Row(bitmap.data() + y * sourceStride, result.data() + to * stride, depth, width,
             targetWidth);
-        for (uint32_t i = 1; i < n; ++i)
+        for (uint32_t i = 1; stride != 0 && i < n; ++i)
             std::memcpy(result.data() + (to - i) * stride, result.data() + to * stride, stride);
         to -= n;
     }
@@ -107,7 +107,7 @@ Bytes Resample(const Bytes &bitmap, uint16_t depth, uint32_t width, uint32_t hei
 void Flip(Bytes &bitmap, uint16_t depth, uint32_t width, uint32_t height, bool horizontal,
           bool vertical) {
     const size_t stride = BytesPerLine(width, depth);
-    for (uint32_t step = 0; step < (height + 1) / 2; ++step) {
+    for (uint32_t step = 0; stride != 0 && step < (height + 1) / 2; ++step) {
         const uint32_t top = step, bottom = height - 1 - step;
         if (vertical) {
             const Bytes row(bitmap.begin() + static_cast<ptrdiff_t>(top * stride),
