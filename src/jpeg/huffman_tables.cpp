@@ -4,6 +4,7 @@
 #include "filter/state.h"
 #include "jpeg/compress_env.h"
 
+#include <bit>
 #include <cstring>
 
 namespace kowen {
@@ -53,12 +54,7 @@ const uint8_t HuffVal2[kProgressiveAcSymbols] = {
 
 int32_t CSize(int32_t v) noexcept {
     const uint32_t magnitude = v < 0 ? 0u - static_cast<uint32_t>(v) : static_cast<uint32_t>(v);
-    if (magnitude > 2047)
-        return kNoCategory;
-    int32_t category = 0;
-    while ((magnitude >> category) != 0)
-        ++category;
-    return category;
+    return magnitude > 2047 ? kNoCategory : static_cast<int32_t>(std::bit_width(magnitude));
 }
 
 int32_t OrderHuffCodes(HuffmanEntry *table, int32_t count, int32_t number) noexcept {
@@ -90,18 +86,26 @@ int32_t CreateHuffCodes(HuffmanEntry *const *tables, const uint8_t *codeLengths,
     return 0;
 }
 
-int32_t CreateDCDiffTbl(HuffmanEntry *differences, const HuffmanEntry *dcCodes) noexcept {
-    for (int32_t d = -2047; d <= 2047; ++d) {
-        const int32_t category = CSize(d);
-        if (category == kNoCategory)
-            return -1;
-        // T.81 F.1.2.1.1: a negative difference is appended as the low bits of d - 1.
-        const uint32_t appended =
-            static_cast<uint32_t>(d >= 0 ? d : d - 1) & ((1u << category) - 1u);
-        HuffmanEntry &entry = differences[DcDifferenceIndex(d)];
-        entry.length = static_cast<uint8_t>(dcCodes[category].length + category);
-        entry.code = (dcCodes[category].code << category) | appended;
+namespace {
+
+// The differences d and -d of a category: its code, then the category's low bits of d, or of the
+// negative one less 1 (T.81 F.1.2.1.1). Category by category, since every export does it.
+void JoinCodeAndBits(HuffmanEntry *differences, const HuffmanEntry &dcCode, int32_t category) {
+    const int32_t end = 1 << category;
+    const uint32_t code = dcCode.code << category;
+    const uint32_t mask = static_cast<uint32_t>(end) - 1u;
+    const auto length = static_cast<uint8_t>(dcCode.length + category);
+    for (int32_t d = end / 2; d < end; ++d) {
+        differences[d] = {code | static_cast<uint32_t>(d), length};
+        differences[DcDifferenceIndex(-d)] = {code | (~static_cast<uint32_t>(d) & mask), length};
     }
+}
+
+} // namespace
+
+int32_t CreateDCDiffTbl(HuffmanEntry *differences, const HuffmanEntry *dcCodes) noexcept {
+    for (int32_t category = 0; category < kDcCategories; ++category)
+        JoinCodeAndBits(differences, dcCodes[category], category);
     return 0;
 }
 

@@ -57,7 +57,7 @@ int32_t OrderHuffCodes(HuffmanEntry *table, int32_t count, int32_t number) noexc
 ///
 /// differences  4096 entries by DcDifferenceIndex; entry 4095 is left empty.
 /// dcCodes      the DC code table by category.
-/// Returns 0, -1 if a category has no code.
+/// Returns 0; every category has a code.
 int32_t CreateDCDiffTbl(HuffmanEntry *differences, const HuffmanEntry *dcCodes) noexcept;
 
 /// Place of a DC difference -2047..2047 in its table.
