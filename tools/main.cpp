@@ -36,6 +36,9 @@ constexpr const char *kExportNotes =
     "  cm, mm (from 0.03125 to 22 inches) and px, which is also the one without a unit. Pixels\n"
     "  are added by repeating and taken away by dropping.\n"
     "\n"
+    "Pictures are read as they are shown: turned upright, transparency over white, the first one\n"
+    "of several; colour profiles are not applied.\n"
+    "\n"
     "The file appears under its name only when it is whole; a failed or cancelled export leaves\n"
     "what was there before. A second Ctrl-C ends the program without waiting for the filter.\n";
 
