@@ -250,5 +250,56 @@ TEST(CompressBands444, WithoutComponentsNothingIsCoded) {
     EXPECT_EQ(env->bitMask, 128);
 }
 
+/// One MCU row of a bitmap as its producer holds it: its last rows in memory, bottom-up.
+SourceRows BottomUp(TestBitmap &bitmap) {
+    return {bitmap.Pixel(0, bitmap.height - 1), -bitmap.Stride(),
+            static_cast<uint32_t>(bitmap.height), static_cast<uint32_t>(bitmap.width)};
+}
+
+void ExpectMappedAndCoded(int colorFormat) {
+    for (int width = 1; width <= 70; ++width)
+        for (int rows = 1; rows <= 8; ++rows) {
+            const TestBitmap before = MakeNoise(width, rows, static_cast<uint32_t>(width));
+            TestBitmap bitmap = before;
+            const Picture mapped = FromBitmap(before, colorFormat);
+            PictureEnv env(colorFormat, 245, 90, static_cast<uint32_t>(width), 8);
+            const int32_t count = MapAndCompressBand(BottomUp(bitmap), env.Get());
+            ASSERT_GE(count, 0);
+            ASSERT_EQ(env.Bytes(static_cast<uint32_t>(count)),
+                      CodeBandsPlainly(mapped, colorFormat, 90))
+                << width << " x " << rows;
+            for (int y = 0; y < rows; ++y) {
+                for (int x = 0; x < width; ++x) {
+                    const uint8_t *p = bitmap.Pixel(x, rows - 1 - y);
+                    ASSERT_EQ((reference::Pixel{p[0], p[1], p[2]}), mapped.At(x, y));
+                }
+                for (int i = width * 3; i < bitmap.Stride(); ++i)
+                    ASSERT_EQ(*(bitmap.Pixel(0, y) + i), *(before.Pixel(0, y) + i)) << width;
+            }
+        }
+}
+
+TEST(MapAndCompressBand, MapsInPlaceAndCodes) {
+    WithEachForm([] {
+        for (const int colorFormat : {212, 222, 215})
+            ExpectMappedAndCoded(colorFormat);
+    });
+}
+
+TEST(MapAndCompressBand, TakesRowsInEitherDirection) {
+    TestBitmap topDown = MakeNoise(20, 8);
+    TestBitmap bottomUp = MakeBlank(20, 8);
+    for (int row = 0; row < 8; ++row)
+        std::copy_n(topDown.Pixel(0, row), topDown.Stride(), bottomUp.Pixel(0, 7 - row));
+    PictureEnv down(212, 245, 75, 20, 8);
+    PictureEnv up(212, 245, 75, 20, 8);
+    const int32_t downCount =
+        MapAndCompressBand({topDown.Pixel(0, 0), topDown.Stride(), 8, 20}, down.Get());
+    const int32_t upCount = MapAndCompressBand(BottomUp(bottomUp), up.Get());
+    ASSERT_EQ(downCount, upCount);
+    EXPECT_EQ(down.Bytes(static_cast<uint32_t>(downCount)),
+              up.Bytes(static_cast<uint32_t>(upCount)));
+}
+
 } // namespace
 } // namespace kowen

@@ -140,6 +140,56 @@ TEST_P(KernelForm, SplitRow444) {
     }
 }
 
+// Maps in place and parts at once; what it parts is what the row holds afterwards.
+TEST_P(KernelForm, TakeRows) {
+    struct {
+        void (*take)(const Kernels &, uint8_t *, uint32_t, std::vector<uint8_t> *);
+        int colorFormat;
+        size_t components;
+        size_t step; // between the second and third component's samples
+    } const forms[] = {
+        {[](const Kernels &k, uint8_t *row, uint32_t width, std::vector<uint8_t> *planes) {
+             k.takeRow422(row, width, planes[0].data(), planes[1].data(), planes[2].data());
+         },
+         212, 3, 2},
+        {[](const Kernels &k, uint8_t *row, uint32_t width, std::vector<uint8_t> *planes) {
+             k.takeRow444(row, width, planes[0].data(), planes[1].data(), planes[2].data());
+         },
+         222, 3, 1},
+        {[](const Kernels &k, uint8_t *row, uint32_t width, std::vector<uint8_t> *planes) {
+             k.takeRowGrey(row, width, planes[0].data());
+         },
+         215, 1, 1},
+    };
+    TestRandom random(37);
+    for (const auto &form : forms)
+        for (size_t width = 1; width <= 200; ++width) {
+            std::vector<uint8_t> row(width * 3);
+            for (uint8_t &byte : row)
+                byte = random.Byte();
+            std::vector<uint8_t> mapped = row;
+            mapped.resize(row.size() + kGuardBytes, kGuard);
+            std::vector<uint8_t> planes[3];
+            for (auto &plane : planes)
+                plane.assign(width + 1, kGuard);
+            form.take(*GetParam(), mapped.data(), static_cast<uint32_t>(width), planes);
+            for (size_t x = 0; x < width; ++x) {
+                const Pixel before = {row[3 * x], row[3 * x + 1], row[3 * x + 2]};
+                const Pixel after = {mapped[3 * x], mapped[3 * x + 1], mapped[3 * x + 2]};
+                ASSERT_EQ(after, reference::Mapped(before, form.colorFormat)) << width << ": " << x;
+            }
+            for (size_t i = row.size(); i < mapped.size(); ++i)
+                ASSERT_EQ(mapped[i], kGuard) << width;
+            for (size_t c = 0; c < form.components; ++c) {
+                const size_t step = c == 0 ? 1 : form.step;
+                const size_t samples = (width + step - 1) / step;
+                for (size_t i = 0; i < samples; ++i)
+                    ASSERT_EQ(planes[c][i], mapped[3 * i * step + c]) << width << ": " << i;
+                ASSERT_EQ(planes[c][samples], kGuard) << form.colorFormat << ", " << width;
+            }
+        }
+}
+
 /// Samples of blocks side by side, coded by the kernel and by the reference.
 class Blocks {
 public:

@@ -198,5 +198,45 @@ TEST(CompressProgressive, WithoutMemoryThereIsNoCount) {
     EXPECT_TRUE(growthFailed);
 }
 
+void ExpectMappedAndCoded(int width, int height) {
+    const TestBitmap before = MakeNoise(width, height, static_cast<uint32_t>(width));
+    TestBitmap bitmap = before;
+    const Picture mapped = reference::MappedPicture(before.pixels, width, height, 212);
+    PictureEnv env(212, 246, 90, static_cast<uint32_t>(width), static_cast<uint32_t>(height));
+    const int32_t count =
+        MapAndCompressProgressive({bitmap.Pixel(0, height - 1), -bitmap.Stride(),
+                                   static_cast<uint32_t>(height), static_cast<uint32_t>(width)},
+                                  env.Get());
+    ASSERT_GT(count, 0);
+    ASSERT_EQ(env.Bytes(static_cast<uint32_t>(count)), CodePlainly(mapped, 90))
+        << width << " x " << height;
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            const uint8_t *p = bitmap.Pixel(x, height - 1 - y);
+            ASSERT_EQ((reference::Pixel{p[0], p[1], p[2]}), mapped.At(x, y));
+        }
+        for (int i = width * 3; i < bitmap.Stride(); ++i)
+            ASSERT_EQ(*(bitmap.Pixel(0, y) + i), *(before.Pixel(0, y) + i));
+    }
+}
+
+TEST(MapAndCompressProgressive, MapsInPlacePadsAndCodes) {
+    WithEachForm([] {
+        for (int width = 1; width <= 40; ++width)
+            for (const int height : {1, 7, 8, 19})
+                ExpectMappedAndCoded(width, height);
+        for (const int width : {511, 512, 513, 1100}) // chunks of columns end here
+            ExpectMappedAndCoded(width, 9);
+    });
+}
+
+TEST(MapAndCompressProgressive, OtherColorFormatsFail) {
+    TestBitmap bitmap = MakeNoise(8, 8);
+    PictureEnv env(212, 246, 90, 8, 8);
+    env->colorFormat = 213;
+    EXPECT_EQ(MapAndCompressProgressive({bitmap.Pixel(0, 0), bitmap.Stride(), 8, 8}, env.Get()),
+              -1);
+}
+
 } // namespace
 } // namespace kowen

@@ -1,6 +1,7 @@
 #include "jpeg/row_feeding.h"
 
-#include "picture_env.h"
+#include "jpeg/bands.h"
+#include "jpeg/picture_env.h"
 #include "reference/jpeg/encoder.h"
 #include "support/bitmaps.h"
 #include "support/failing_memory.h"
@@ -232,6 +233,138 @@ TEST(CompAndWriteNRows, LeaksNothing) {
             CompAndWriteNRows(0, band.rows.data(), band.width, 8, env.Get());
         });
     }
+}
+
+/// A bitmap's rows as its producer holds them, bottom-up.
+SourceRows BottomUp(TestBitmap &bitmap) {
+    return {bitmap.Pixel(0, bitmap.height - 1), -bitmap.Stride(),
+            static_cast<uint32_t>(bitmap.height), static_cast<uint32_t>(bitmap.width)};
+}
+
+/// The writes that a sequential band's groups of rows make, quality 100.
+std::vector<int32_t> GroupSizes(const TestBitmap &bitmap, int32_t colorFormat) {
+    reference::Coder coder(245, 100);
+    const auto picture =
+        reference::MappedPicture(bitmap.pixels, bitmap.width, bitmap.height, colorFormat);
+    std::vector<int32_t> sizes;
+    size_t before = 0;
+    for (int top = 0; top < picture.height; top += 8) {
+        const auto group = picture.Rows(top, std::min(8, picture.height - top));
+        if (colorFormat == 212)
+            reference::CodeBand422(coder, group);
+        else
+            reference::CodeBand444(coder, group, colorFormat == 215 ? 1 : 3);
+        sizes.push_back(static_cast<int32_t>(coder.bits.Bytes().size() - before));
+        before = coder.bits.Bytes().size();
+    }
+    return sizes;
+}
+
+TEST(MapAndWriteBand, SequentialGroupsOfEightRowsAreOneWriteEach) {
+    for (const int32_t colorFormat : {212, 222, 215}) {
+        TestBitmap bitmap = MakeNoise(33, 21);
+        const std::vector<int32_t> sizes = GroupSizes(bitmap, colorFormat);
+        PictureEnv env(colorFormat, 245, 100, 33, 21, 0);
+        const HostOutput output;
+        EXPECT_EQ(MapAndWriteBand(output.File(), BottomUp(bitmap), env.Get()), 0);
+        EXPECT_EQ(output.WriteSizes(), sizes) << colorFormat;
+        EXPECT_EQ(env->outputHandle, 0u);
+    }
+}
+
+// Three grey groups of six bits each: none, one byte, one byte.
+TEST(MapAndWriteBand, GroupsWithoutAWholeByteAreWritesOfNone) {
+    TestBitmap bitmap = MakeFlat(8, 24, 128, 128, 128);
+    PictureEnv env(215, 245, 75, 8, 24, 0);
+    const HostOutput output;
+    EXPECT_EQ(MapAndWriteBand(output.File(), BottomUp(bitmap), env.Get()), 0);
+    EXPECT_EQ(output.WriteSizes(), (std::vector<int32_t>{0, 1, 1}));
+    EXPECT_EQ(output.Bytes(), FromHex("28 A2")); // 001010 001010 001010
+}
+
+TEST(MapAndWriteBand, ProgressiveIsPaddedAndCodedInOneGo) {
+    TestBitmap bitmap = MakeNoise(33, 21);
+    const auto mapped = reference::MappedPicture(bitmap.pixels, 33, 21, 212);
+    reference::Coder coder(246, 90);
+    reference::CodeProgressive(coder, mapped);
+    PictureEnv env(212, 246, 90, 33, 21, 0);
+    const MemoryOutput output;
+    EXPECT_EQ(MapAndWriteBand(output.File(), BottomUp(bitmap), env.Get()), 0);
+    EXPECT_EQ(output.Bytes(), coder.bits.Bytes());
+}
+
+TEST(MapAndWriteBand, PixelsAreMappedAlsoWhereNothingIsCoded) {
+    struct {
+        int32_t colorFormat;
+        int32_t operation;
+    } const forms[] = {{222, 246}, {215, 246}, {212, 0}, {222, 0}};
+    for (const auto &form : forms) {
+        const TestBitmap before = MakeNoise(5, 9);
+        TestBitmap bitmap = before;
+        PictureEnv env(form.colorFormat, form.operation, 75, 5, 9, 0);
+        const HostOutput output;
+        EXPECT_EQ(MapAndWriteBand(output.File(), BottomUp(bitmap), env.Get()), 0);
+        EXPECT_TRUE(output.Bytes().empty());
+        for (int row = 0; row < 9; ++row)
+            for (int x = 0; x < 5; ++x) {
+                const uint8_t *b = before.Pixel(x, row);
+                const uint8_t *a = bitmap.Pixel(x, row);
+                EXPECT_EQ((reference::Pixel{a[0], a[1], a[2]}),
+                          reference::Mapped({b[0], b[1], b[2]}, form.colorFormat));
+            }
+    }
+}
+
+TEST(MapAndWriteBand, WithoutABandBufferNothingIsMapped) {
+    for (const int32_t operation : {245, 246, 0}) {
+        const TestBitmap before = MakeNoise(16, 8);
+        TestBitmap bitmap = before;
+        PictureEnv env(212, operation, 75, 16, 8, 0);
+        const HostOutput output;
+        const FailingMemory memory(1);
+        EXPECT_EQ(MapAndWriteBand(output.File(), BottomUp(bitmap), env.Get()), 300);
+        EXPECT_TRUE(memory.Failed());
+        EXPECT_EQ(bitmap.pixels, before.pixels);
+        EXPECT_TRUE(output.Bytes().empty());
+    }
+}
+
+TEST(MapAndWriteBand, LostGroupIsReportedWhenItIsTheLast) {
+    // One column of noise: each group needs more than the 192 bytes of its buffer.
+    const auto write = [](int rows, int failing) {
+        TestBitmap bitmap = MakeNoise(8, rows);
+        PictureEnv env(222, 245, 100, 8, static_cast<uint32_t>(rows), 0);
+        const HostOutput output;
+        const FailingMemory memory(failing);
+        const int32_t result = MapAndWriteBand(output.File(), BottomUp(bitmap), env.Get());
+        EXPECT_TRUE(memory.Failed());
+        EXPECT_EQ(env->outputHandle, 0u);
+        return result;
+    };
+    EXPECT_EQ(write(8, 2), 300);
+    EXPECT_EQ(write(16, 2), 0);
+}
+
+TEST(MapAndWriteBand, MissingCoefficientStoreFails) {
+    TestBitmap bitmap = MakeNoise(16, 8);
+    PictureEnv env(212, 246, 75, 16, 8, 0);
+    const HostOutput output;
+    const FailingMemory memory(2);
+    EXPECT_EQ(MapAndWriteBand(output.File(), BottomUp(bitmap), env.Get()), -1);
+    EXPECT_TRUE(memory.Failed());
+    EXPECT_TRUE(output.Bytes().empty());
+}
+
+TEST(MapAndWriteBand, LeaksNothing) {
+    for (const int32_t operation : {245, 246})
+        for (const int failing : {0, 1, 2, 3, 4}) {
+            TestBitmap bitmap = MakeNoise(60, 30);
+            PictureEnv env(212, operation, 100, 60, 30, 0);
+            ExpectNothingLeaks([&] {
+                const FailingMemory memory(failing);
+                MapAndWriteBand(0, BottomUp(bitmap), env.Get());
+            });
+        }
 }
 
 } // namespace
