@@ -78,11 +78,15 @@ int32_t ExportCellData(const char *outputName, BitmapRecord *bitmap, const CellR
     auto *setup = Lock<SetupRecord>(handle);
     if (setup == nullptr)
         return KOWEN_ERR_SETUP;
+    // Safe departure: a status callback that exports once more with the same setup is refused.
+    if (setup->exporting != 0)
+        return KOWEN_ERR_OUTPUT;
     hRaster = handle;
     lpRaster = setup;
     if (bitmap == nullptr || cell == nullptr)
         return KOWEN_ERR_MEMORY;
 
+    setup->exporting = 1;
     setup->exportRecord = host->exportRecord;
     Export current = {setup, host->exportRecord};
     int32_t result = KOWEN_ERR_OUTPUT;
@@ -97,6 +101,7 @@ int32_t ExportCellData(const char *outputName, BitmapRecord *bitmap, const CellR
     }
     // No stale host record is ever called.
     setup->exportRecord = nullptr;
+    setup->exporting = 0;
     return result;
 }
 

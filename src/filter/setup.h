@@ -45,6 +45,7 @@ struct SetupRecord {
     int32_t printerAvailable; ///< nothing sets it, so it stays 0
 
     // Working fields of an export.
+    uint32_t exporting;          ///< 1 while ExportCellData works on this setup
     HostIoProcedure ioProcedure; ///< set by escape 81; non-null = the output goes through it
     ExportRecord *exportRecord;  ///< the host's; valid during one export only
     uintptr_t exportHostValue;   ///< copied from the export record by initdvr

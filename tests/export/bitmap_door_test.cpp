@@ -100,6 +100,34 @@ TEST(BitmapDoor, WithoutASetupTheCurrentOneStays) {
     EXPECT_EQ(lpRaster, record);
 }
 
+MemoryHandle setupOfTheExport = 0;
+int32_t answersInside[2] = {};
+
+int32_t TakeAwayAndExportAgain(uintptr_t, int32_t, int32_t, int32_t, int32_t, int32_t, void *) {
+    answersInside[0] = DestroySetup(setupOfTheExport);
+    Host other(MakeNoise(8, 8));
+    answersInside[1] = other.Export("", setupOfTheExport);
+    const CurrentSetup another(KOWEN_FORMAT_GREY);
+    EXPECT_EQ(other.Export("", another.Handle()), 0);
+    other.TakeBlock();
+    return 0;
+}
+
+// A callback cannot take the setup away, nor use it for another export; other setups are free.
+TEST(BitmapDoor, SurvivesACallbackThatComesBackIn) {
+    const CurrentSetup setup;
+    Host host(MakeNoise(16, 8));
+    EXPECT_EQ(host.Export("", setup.Handle()), 0);
+    const Bytes undisturbed = host.TakeBlock();
+    setupOfTheExport = setup.Handle();
+    host.record.statusCallback = TakeAwayAndExportAgain;
+    EXPECT_EQ(host.Export("", setup.Handle()), 0);
+    EXPECT_EQ(answersInside[0], 1);
+    EXPECT_EQ(answersInside[1], 303);
+    EXPECT_EQ(host.TakeBlock(), undisturbed);
+    EXPECT_EQ(hRaster, setup.Handle());
+}
+
 // The k-th allocation fails, for every k: the answer is 0 or 303, and a block that is named is
 // a block. The pictures need none, some and all of the conversions.
 void ExpectEveryFailureIsSurvived(const TestBitmap &source, int targetWidth, int targetHeight,
