@@ -52,7 +52,8 @@ KOWEN_API MemoryHandle CreateSetup(uint32_t reserved, const char *profilePath, c
 
 /**
  * Frees a setup. Ordinal 1002. Returns 0, or 1 for handle 0. The handle is void afterwards, and
- * no setup is current, whichever was. Not to be called while an export with it runs.
+ * no setup is current, whichever was. From inside the status callback of an export with this setup
+ * it returns 1 and frees nothing.
  */
 KOWEN_API int32_t DestroySetup(MemoryHandle setup);
 
