@@ -12,7 +12,7 @@ namespace {
 
 constexpr double kShore = 0.60;   // where land and water meet
 constexpr double kMeadow = 0.845; // where the near bank begins
-constexpr double kSunX = 1.06; // behind the mountains
+constexpr double kSunX = 1.06;    // behind the mountains
 constexpr double kSunY = 0.40;
 
 constexpr Colour kSunlight = {1.0, 0.86, 0.62};
