@@ -18,7 +18,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fuzzer/FuzzedDataProvider.h>
+#include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -33,6 +36,7 @@ constexpr size_t kLargestRequest = 1 << 20;
 constexpr int kMostSteps = 60;
 
 FuzzedDataProvider *play = nullptr;
+std::string workingDirectory;
 CommonRecord commonRecord;
 
 void Require(bool holds, const char *what) {
@@ -163,7 +167,8 @@ Bytes Cells() {
 
 Bytes Primitive() {
     Bytes request = Head(KOWEN_REQUEST_PRIMITIVE);
-    Append(request, play->ConsumeIntegralInRange<int32_t>(-8, 1));
+    static constexpr int32_t kPrimitives[] = {-5, -6, -5, -6, -5, -6, -7, -1, 0, 1};
+    Append(request, play->PickValueInArray(kPrimitives));
     const auto points = play->ConsumeIntegralInRange<uint32_t>(0, 3);
     Append(request, points);
     request.resize(request.size() + size_t{points} * 24);
@@ -259,11 +264,7 @@ public:
     }
 
     void Initialise() {
-        static constexpr const char *kNames[] = {"", "/dev/null", "/nonexistent/a.jpg"};
-        std::strcpy(name, play->PickValueInArray(kNames));
-        if (play->ConsumeIntegralInRange(0, 15) == 0)
-            std::memset(name, 'n', play->ConsumeIntegralInRange<size_t>(0, sizeof name - 1));
-        name[sizeof name - 1] = '\0';
+        NameOutput();
         exportRecord.statusCallback = play->ConsumeBool() ? Status : nullptr;
         exportRecord.context = play->ConsumeIntegralInRange<uintptr_t>(0, 1);
         record.setup = play->ConsumeIntegralInRange(0, 15) == 0 ? 0 : setup;
@@ -272,6 +273,28 @@ public:
         Lock<SetupRecord>(setup)->ioProcedure = play->ConsumeBool() ? HostIo : nullptr;
         const bool raster = play->ConsumeIntegralInRange(0, 3) != 0;
         (raster ? RASTER_dd_entry32 : dd_entry32)(0, KOWEN_DD_INITIALISE, &record);
+    }
+
+    // Memory, a file, a file that cannot be made, a name of any length. Cancelled outputs are
+    // deleted, so there is no name but in the fuzzer's own directory.
+    void NameOutput() {
+        std::string path = workingDirectory + "/a.jpg";
+        switch (play->ConsumeIntegralInRange(0, 7)) {
+        case 0:
+            path = workingDirectory + "/no/a.jpg";
+            break;
+        case 1:
+            path += std::string(play->ConsumeIntegralInRange<size_t>(0, 200), 'n');
+            break;
+        case 2:
+        case 3:
+        case 4:
+            path.clear();
+            break;
+        default:
+            break;
+        }
+        std::snprintf(name, sizeof name, "%s", path.c_str());
     }
 
     /// The steps up to the body of a picture, which a play of chance seldom finds.
@@ -320,7 +343,7 @@ private:
     }
 
     MemoryHandle setup;
-    char name[300] = "";
+    char name[512] = "";
     int32_t capabilities[60] = {};
     ExportRecord exportRecord = {};
     OpenRecord record = {};
@@ -329,8 +352,12 @@ private:
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
+    workingDirectory = (std::filesystem::temp_directory_path() / "kowen-fuzz-XXXXXX").string();
+    Require(mkdtemp(workingDirectory.data()) != nullptr, "a directory to work in");
+    std::atexit([] { std::filesystem::remove_all(workingDirectory); });
     allocationGate = [](uint64_t bytes) noexcept { return bytes <= kLargestBlock; };
-    std::freopen("/dev/null", "w", stdout); // refused blocks are announced there
+    // Refused blocks are announced there.
+    Require(std::freopen("/dev/null", "w", stdout) != nullptr, "a place for messages");
     return 0;
 }
 
