@@ -4,7 +4,7 @@
 #include "color/pixel.h"
 #include "support/failing_memory.h"
 
-#include <optional>
+#include <string>
 
 namespace kowen {
 namespace {
@@ -57,6 +57,208 @@ TEST(RlConvertBitmapDepth, GivesTheBytesOfThePlainFormOnLongRows) {
     for (uint16_t from : kDepths)
         for (uint16_t to : kDepths)
             CompareWithPlainForm(random, 2051, 3, from, to);
+}
+
+// Large enough that searches are remembered: once many colours, once few, so that both occur.
+TEST(RlConvertBitmapDepth, GivesTheBytesOfThePlainFormOnLargePictures) {
+    Random random(3);
+    constexpr uint32_t kWidth = 1026, kHeight = 260;
+    for (uint16_t from : {24, 32}) {
+        Bytes bitmap = RandomBitmap(random, kWidth, kHeight, from);
+        for (size_t i = bitmap.size() / 3; i < bitmap.size(); ++i)
+            bitmap[i] &= 0xE1;
+        for (uint32_t entries : {12u, 256u}) {
+            const Bytes table = RandomTable(random, entries);
+            EXPECT_TRUE(Converted(bitmap, kWidth, kHeight, from, 8, nullptr, &table, entries) ==
+                        reference::ConvertBitmapDepth(bitmap, kWidth, kHeight, from, 8, nullptr,
+                                                      &table, entries))
+                << from << ", " << entries;
+        }
+    }
+}
+
+const Bytes kTwoColors = {10, 20, 30, 200, 100, 50};
+
+TEST(RlConvertBitmapDepth, ExpandsIndicesThroughTheSourcesTable) {
+    EXPECT_EQ(Converted({0x40, 0, 0, 0}, 2, 1, 1, 24, &kTwoColors, nullptr, 0),
+              Bytes({10, 20, 30, 200, 100, 50, 0, 0}));
+}
+
+TEST(RlConvertBitmapDepth, AMapTo32BitsHoldsIndices) {
+    EXPECT_EQ(Converted({0x40, 0, 0, 0}, 2, 1, 1, 32, &kTwoColors, nullptr, 0),
+              Bytes({0, 0, 0, 0, 0, 0, 0, 1}));
+    EXPECT_EQ(Converted({0x40, 0, 0, 0}, 2, 1, 1, 32, &kTwoColors, &kTwoColors, 2),
+              Bytes({10, 20, 30, 0, 200, 100, 50, 0}));
+}
+
+TEST(RlConvertBitmapDepth, AColourThatIsNoIndexOfTheTargetsTableIsBlack) {
+    // The map holds the pixel values 0x0A141E00 and 0xC8643200.
+    EXPECT_EQ(Converted({0x40, 0, 0, 0}, 2, 1, 1, 24, &kTwoColors, &kTwoColors, 2), Bytes(8, 0));
+    // Black is 0, and 0 is an index.
+    const Bytes black = {0, 0, 0, 0, 0, 0};
+    EXPECT_EQ(Converted({0, 0, 0, 0}, 1, 1, 1, 24, &black, &kTwoColors, 2), Bytes({10, 20, 30, 0}));
+}
+
+TEST(RlConvertBitmapDepth, A32BitSourceKeepsItsFirstThreeBytes) {
+    EXPECT_EQ(Converted({1, 2, 3, 4, 5, 6, 7, 8}, 2, 1, 32, 24, nullptr, nullptr, 0),
+              Bytes({1, 2, 3, 5, 6, 7, 0, 0}));
+    EXPECT_EQ(Converted({1, 2, 3, 4, 5, 6, 7, 8}, 2, 1, 32, 24, nullptr, &kTwoColors, 2),
+              Bytes({1, 2, 3, 5, 6, 7, 0, 0}));
+}
+
+TEST(RlConvertBitmapDepth, A24BitSourceGetsAZeroByte) {
+    EXPECT_EQ(Converted({1, 2, 3, 5, 6, 7, 9, 9}, 2, 1, 24, 32, nullptr, nullptr, 0),
+              Bytes({1, 2, 3, 0, 5, 6, 7, 0}));
+}
+
+TEST(RlConvertBitmapDepth, TrueColoursBecomeTheNearestIndex) {
+    const Bytes table = {0, 0, 0, 255, 255, 255, 255, 0, 0, 0, 0, 255};
+    const Bytes bitmap = {9, 9, 9, 200, 10, 10, 250, 252, 249, 1, 2, 130}; // four pixels
+    EXPECT_EQ(Converted(bitmap, 4, 1, 24, 8, nullptr, &table, 4), Bytes({0, 2, 1, 3}));
+    EXPECT_EQ(Converted(bitmap, 4, 1, 24, 4, nullptr, &table, 4), Bytes({0x02, 0x13, 0, 0}));
+    EXPECT_EQ(Converted(bitmap, 4, 1, 24, 1, nullptr, &table, 4), Bytes({0x30, 0, 0, 0}));
+    EXPECT_EQ(Converted(bitmap, 4, 1, 24, 8, nullptr, &table, 3), Bytes({0, 2, 1, 2}));
+}
+
+TEST(RlConvertBitmapDepth, EntriesThatTheSourcesTableLacksAreBlack) {
+    const Bytes one = {10, 20, 30};
+    EXPECT_EQ(Converted({0, 1, 255, 0}, 4, 1, 8, 24, &one, nullptr, 0),
+              Bytes({10, 20, 30, 0, 0, 0, 0, 0, 0, 10, 20, 30}));
+}
+
+TEST(RlConvertBitmapDepth, EntriesThatTheTargetsTableLacksAreNotFound) {
+    const Bytes one = {255, 0, 0};
+    EXPECT_EQ(Converted({0, 255, 0, 0}, 1, 1, 24, 8, nullptr, &one, 256), Bytes(4, 0));
+    const Block bits(Bytes{0, 255, 0, 0}), empty(Bytes{});
+    const Block result(rlConvertBitmapDepth(bits, 1, 1, 24, 8, 0, empty, 256));
+    EXPECT_EQ(Contents(result), Bytes(4, 0));
+}
+
+TEST(RlConvertBitmapDepth, ASourceWithoutAllItsPixelsGivesNone) {
+    const Block bits(Bytes(8));
+    EXPECT_EQ(rlConvertBitmapDepth(bits, 3, 1, 24, 8, 0, 0, 0), 0u);
+    EXPECT_EQ(rlConvertBitmapDepth(0, 3, 1, 24, 8, 0, 0, 0), 0u);
+    EXPECT_EQ(rlConvertBitmapDepth(bits, 0xFFFFFFFF, 0xFFFFFFFF, 24, 8, 0, 0, 0), 0u);
+    const Block unpadded(Bytes{1, 2, 3, 4, 5, 6, 7, 8, 9});
+    const Block result(rlConvertBitmapDepth(unpadded, 3, 1, 24, 24, 0, 0, 0));
+    EXPECT_EQ(Contents(result), Bytes({1, 2, 3, 4, 5, 6, 7, 8, 9, 0, 0, 0}));
+}
+
+TEST(RlConvertBitmapDepth, AnEmptyBitmapStaysEmpty) {
+    const Block bits(Bytes{});
+    const Block wide(rlConvertBitmapDepth(bits, 7, 0, 8, 24, 0, 0, 0));
+    const Block high(rlConvertBitmapDepth(0, 0, 7, 24, 8, 0, 0, 0));
+    EXPECT_NE(MemoryHandle{wide}, 0u);
+    EXPECT_NE(MemoryHandle{high}, 0u);
+    EXPECT_EQ(GlobalSize(wide) + GlobalSize(high), 0u);
+}
+
+TEST(RlConvertBitmapDepth, ATargetBeyond32BitsGivesNone) {
+    testing::internal::CaptureStdout();
+    const Block bits(Bytes(131072)); // 2^20 pixels of one bit; with 65532 bits they take 8 GB
+    EXPECT_EQ(rlConvertBitmapDepth(bits, 128, 8192, 1, 65532, 0, 0, 0), 0u);
+    testing::internal::GetCapturedStdout();
+}
+
+TEST(RlConvertBitmapDepth, GivesNoneOrTheSameBytesWithoutMemory) {
+    testing::internal::CaptureStdout();
+    Random random(4);
+    const Bytes bitmap = RandomBitmap(random, 60, 50, 24), table = RandomTable(random, 9);
+    const Bytes indices = RandomBitmap(random, 60, 50, 8), part = RandomTable(random, 9);
+    const Block bits(bitmap), target(table), indexed(indices), source(part);
+    for (int k = 1;; ++k) {
+        FailingMemory memory(k);
+        const Block searched(rlConvertBitmapDepth(bits, 60, 50, 24, 4, 0, target, 9));
+        const Block mapped(rlConvertBitmapDepth(indexed, 60, 50, 8, 4, source, target, 9));
+        if (!memory.Failed())
+            break;
+        if (searched != 0) {
+            EXPECT_EQ(Contents(searched),
+                      reference::ConvertBitmapDepth(bitmap, 60, 50, 24, 4, nullptr, &table, 9));
+        }
+        if (mapped != 0) {
+            EXPECT_EQ(Contents(mapped),
+                      reference::ConvertBitmapDepth(indices, 60, 50, 8, 4, &part, &table, 9));
+        }
+        EXPECT_TRUE(k != 1 || searched == 0);
+    }
+    testing::internal::GetCapturedStdout();
+}
+
+// What is printed at a level while two pixels of one bit become bytes.
+std::string Printed(int16_t level) {
+    testing::internal::CaptureStderr();
+    _debug_color_res = level;
+    Converted({0x40, 0, 0, 0, 0, 0, 0, 0}, 2, 2, 1, 8, &kTwoColors, nullptr, 0);
+    _debug_color_res = 0;
+    return testing::internal::GetCapturedStderr();
+}
+
+TEST(RlConvertBitmapDepth, ReportsByLevel) {
+    const std::string start = "Allocated 8 bytes of new memory for the destination bitmap\n";
+    const std::string end = "\nColor resolution conversion complete\n";
+    const std::string dots = "Converted bits. Each (.) represents one scan line\n..";
+    EXPECT_EQ(Printed(0), "");
+    EXPECT_EQ(Printed(1), start + dots + end);
+    EXPECT_EQ(Printed(2), start + dots + end);
+    EXPECT_EQ(Printed(3), start + end);
+    EXPECT_EQ(Printed(4), start + "(0,0): (1,0): (0,1): (1,1): " + end);
+    EXPECT_EQ(Printed(-1), start + end);
+}
+
+std::vector<uint32_t> Map(const Bytes *fromTable, uint16_t from, const Bytes *toTable, uint16_t to,
+                          uint32_t count) {
+    const Block map(rlBuildColormap(fromTable ? fromTable->data() : nullptr, from,
+                                    toTable ? toTable->data() : nullptr, to, count));
+    std::vector<uint32_t> entries(GlobalSize(map) / 4);
+    if (!entries.empty())
+        std::memcpy(entries.data(), GlobalLock(map), GlobalSize(map));
+    return entries;
+}
+
+using Entries = std::vector<uint32_t>;
+
+TEST(RlBuildColormap, MapsToTheNearestIndex) {
+    const Bytes target = {0, 0, 0, 190, 90, 60, 0, 50, 60};
+    EXPECT_EQ(Map(&kTwoColors, 1, &target, 8, 3), Entries({2, 1}));
+    EXPECT_EQ(Map(&kTwoColors, 1, &target, 8, 2), Entries({1, 1}));
+}
+
+TEST(RlBuildColormap, MapsToColoursFor24Bits) {
+    EXPECT_EQ(Map(&kTwoColors, 1, &kTwoColors, 24, 2), Entries({0x0A141E00, 0xC8643200}));
+    EXPECT_EQ(Map(&kTwoColors, 1, nullptr, 24, 0), Entries({0x0A141E00, 0xC8643200}));
+}
+
+TEST(RlBuildColormap, MapsOntoTheSourcesTableWhenTheDepthDoesNotShrink) {
+    const Bytes twice = {10, 20, 30, 10, 20, 30};
+    EXPECT_EQ(Map(&kTwoColors, 1, nullptr, 1, 0), Entries({0, 1}));
+    EXPECT_EQ(Map(&kTwoColors, 1, nullptr, 32, 0), Entries({0, 1}));
+    EXPECT_EQ(Map(&twice, 1, nullptr, 8, 0), Entries({0, 0}));
+}
+
+TEST(RlBuildColormap, StaysZeroWhenATableIsMissing) {
+    const Bytes sixteen(48, 77);
+    EXPECT_EQ(Map(&sixteen, 4, nullptr, 1, 2), Entries(16, 0));
+    EXPECT_EQ(Map(nullptr, 1, &kTwoColors, 8, 2), Entries(2, 0));
+    EXPECT_EQ(Map(nullptr, 1, nullptr, 24, 0), Entries(2, 0));
+}
+
+TEST(RlBuildColormap, IsNoneForDeepSources) {
+    for (uint16_t from : {17, 24, 31, 32, 33, 65535})
+        EXPECT_EQ(rlBuildColormap(kTwoColors.data(), from, kTwoColors.data(), 8, 2), 0u) << from;
+    EXPECT_EQ(Map(nullptr, 16, nullptr, 8, 0).size(), 65536u);
+}
+
+TEST(RlBuildColormap, IsNoneWithoutMemory) {
+    testing::internal::CaptureStdout();
+    FailingMemory memory(1);
+    EXPECT_EQ(rlBuildColormap(kTwoColors.data(), 1, kTwoColors.data(), 8, 2), 0u);
+    testing::internal::GetCapturedStdout();
+}
+
+TEST(RlFreeColormap, AnswersZero) {
+    EXPECT_EQ(rlFreeColormap(rlBuildColormap(nullptr, 1, nullptr, 8, 0)), 0);
+    EXPECT_EQ(rlFreeColormap(0), 0);
 }
 
 } // namespace

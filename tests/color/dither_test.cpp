@@ -1,12 +1,138 @@
 #include "color/dither.h"
 
 #include "color/bitmaps.h"
+#include "color/depth.h"
 #include "color/pixel.h"
 #include "reference/color/dither.h"
 #include "support/failing_memory.h"
 
+#include <string>
+
 namespace kowen {
 namespace {
+
+const Bytes kBlackAndWhite = {0, 0, 0, 255, 255, 255};
+
+struct Lines {
+    Bytes current;
+    Bytes next;
+};
+
+Lines Dithered(Bytes current, Bytes next, const Bytes &table) {
+    _rlDitherOneLine(current.data(), next.empty() ? nullptr : next.data(), table.data(),
+                     static_cast<uint32_t>(current.size() / 3),
+                     static_cast<uint16_t>(table.size() / 3));
+    return {current, next};
+}
+
+Bytes Greys(const std::vector<int> &greys) {
+    Bytes row;
+    for (int grey : greys)
+        row.insert(row.end(), 3, static_cast<uint8_t>(grey));
+    return row;
+}
+
+// Three greys of 100 above three greys of 100.
+// 100 is black, error 100: q = 12, s = 43 (43.75). Right 100 + 43 = 143; below 100 + 43 - 12 = 131;
+// below right 100 + 43 - 36 = 107.
+// 143 is white, error -112: q = -14, s = -49. Right 51; below 107 - 49 + 14 = 72; below left
+// 131 - 49 + 28 = 110; below right 100 - 49 + 42 = 93.
+// The third pixel is the last one: white as its neighbour, and its error is lost.
+TEST(RlDitherOneLine, SpreadsErrorsInIntegers) {
+    const Lines lines = Dithered(Greys({100, 100, 100}), Greys({100, 100, 100}), kBlackAndWhite);
+    EXPECT_EQ(lines.current, Greys({0, 255, 255}));
+    EXPECT_EQ(lines.next, Greys({110, 72, 93}));
+}
+
+// As above; but 250 + 31 is limited to 255 before 21 is taken off, and 10 - 35 to 0.
+TEST(RlDitherOneLine, EverySumIsLimited) {
+    const Lines lines = Dithered(Greys({100, 100, 100}), Greys({250, 3, 2}), kBlackAndWhite);
+    EXPECT_EQ(lines.next, Greys({234, 0, 0}));
+}
+
+TEST(RlDitherOneLine, SumsToTheRightAreLimited) {
+    // 120 is black, s = 52: 220 + 52 stays 255, which is white without an error: 9 stays.
+    const Lines up = Dithered(Greys({120, 220, 9, 0}), {}, kBlackAndWhite);
+    EXPECT_EQ(up.current, Greys({0, 255, 0, 0}));
+    // 130 is white, error -125, s = -54: 3 - 54 stays 0.
+    const Lines down = Dithered(Greys({130, 3, 140, 0}), {}, kBlackAndWhite);
+    EXPECT_EQ(down.current, Greys({255, 0, 255, 255}));
+}
+
+TEST(RlDitherOneLine, ChannelsAreSpreadApart) {
+    // Table red and black; (200, 20, 0) is red: error (-55, 20, 0), q = (-6, 2, 0),
+    // s = (-24, 8, 0). Below + s - q, below right + s - 3 q.
+    const Lines lines =
+        Dithered({200, 20, 0, 1, 1, 1}, {50, 50, 50, 50, 50, 50}, {255, 0, 0, 0, 0, 0});
+    EXPECT_EQ(lines.current, Bytes({255, 0, 0, 255, 0, 0}));
+    EXPECT_EQ(lines.next, Bytes({32, 56, 50, 44, 52, 50}));
+}
+
+TEST(RlDitherOneLine, AnExactColourSpreadsNoError) {
+    const Lines lines = Dithered(Greys({255, 0, 255, 7}), Greys({9, 8, 7, 6}), kBlackAndWhite);
+    EXPECT_EQ(lines.current, Greys({255, 0, 255, 255}));
+    EXPECT_EQ(lines.next, Greys({9, 8, 7, 6}));
+}
+
+TEST(RlDitherOneLine, TheLastPixelTakesItsLeftNeighboursColor) {
+    EXPECT_EQ(Dithered(Greys({255, 0}), {}, kBlackAndWhite).current, Greys({255, 255}));
+    EXPECT_EQ(Dithered(Greys({0, 255}), {}, kBlackAndWhite).current, Greys({0, 0}));
+}
+
+TEST(RlDitherOneLine, ARowOfOneTakesEntryZero) {
+    const Lines lines = Dithered(Greys({0}), Greys({77}), {255, 255, 255, 0, 0, 0});
+    EXPECT_EQ(lines.current, Greys({255}));
+    EXPECT_EQ(lines.next, Greys({77}));
+}
+
+TEST(RlDitherOneLine, AnEmptyTableIsBlack) {
+    // Error 100 as above: 100 + 43 = 143 is not searched, being the last.
+    const Lines lines = Dithered(Greys({100, 100}), Greys({100, 100}), {});
+    EXPECT_EQ(lines.current, Greys({0, 0}));
+    EXPECT_EQ(lines.next, Greys({131, 107}));
+}
+
+TEST(RlDitherOneLine, AnEmptyRowIsNotTouched) {
+    uint8_t current[] = {1, 2, 3}, next[] = {4, 5, 6};
+    _rlDitherOneLine(current, next, kBlackAndWhite.data(), 0, 2);
+    EXPECT_EQ(Bytes(current, current + 3), Bytes({1, 2, 3}));
+    EXPECT_EQ(Bytes(next, next + 3), Bytes({4, 5, 6}));
+}
+
+TEST(RlDitherOneLine, GivesTheBytesOfThePlainForm) {
+    Random random(41);
+    for (int round = 0; round < 200; ++round) {
+        const uint32_t width = 1 + random.Below(60);
+        const Bytes table = RandomTable(random, random.Below(round % 3 == 0 ? 300 : 17));
+        Lines lines = {RandomBytes(random, size_t{width} * 3),
+                       RandomBytes(random, size_t{width} * 3)};
+        Lines expected = lines;
+        reference::DitherOneLine(expected.current.data(), expected.next.data(), table, width,
+                                 static_cast<uint32_t>(table.size() / 3));
+        lines = Dithered(lines.current, lines.next, table);
+        EXPECT_EQ(lines.current, expected.current) << width;
+        EXPECT_EQ(lines.next, expected.next) << width;
+    }
+}
+
+Bytes DitheredTo(const Bytes &bitmap, uint32_t width, uint32_t height, uint16_t from, uint16_t to,
+                 const Bytes &palette, const Bytes &table, uint16_t count) {
+    const Block bits(bitmap), colors(palette), target(table);
+    const Block result(rlDitherGivenCT(bits, width, height, from, to, colors, target, count));
+    EXPECT_NE(MemoryHandle{result}, 0u);
+    return Contents(result);
+}
+
+TEST(RlDitherGivenCT, DithersRowByRow) {
+    // The first row as above. The second, 110 72 93: 110 is black, s = 48, so 72 + 48 = 120 is
+    // black, and so is the last.
+    Bytes bitmap = Greys({100, 100, 100});
+    bitmap.insert(bitmap.end(), {0xEE, 0xEE, 0xEE}); // padding
+    const Bytes second = bitmap;
+    bitmap.insert(bitmap.end(), second.begin(), second.end());
+    EXPECT_EQ(DitheredTo(bitmap, 3, 2, 24, 4, {}, kBlackAndWhite, 2),
+              Bytes({0x01, 0x10, 0, 0, 0x00, 0x00, 0, 0}));
+}
 
 TEST(RlDitherGivenCT, GivesTheBytesOfThePlainForm) {
     Random random(5);
@@ -17,18 +143,158 @@ TEST(RlDitherGivenCT, GivesTheBytesOfThePlainForm) {
                 const uint32_t height = 1 + random.Below(12);
                 const Bytes bitmap = RandomBitmap(random, width, height, from);
                 const Bytes palette = RandomTable(random, from <= 8 ? 1u << from : 1);
-                const uint32_t count = random.Below(round % 4 == 0 ? 400 : 18);
+                const auto count = static_cast<uint16_t>(random.Below(round % 4 == 0 ? 400 : 18));
                 const Bytes table = RandomTable(random, count);
-                const Block bits(bitmap), colors(palette), target(table);
-                const Block result(rlDitherGivenCT(bits, width, height, from, to, colors, target,
-                                                   static_cast<uint16_t>(count)));
-                EXPECT_EQ(Contents(result), reference::DitherGivenCT(bitmap, width, height, from,
-                                                                     to, &palette, table, count))
+                EXPECT_EQ(DitheredTo(bitmap, width, height, from, to, palette, table, count),
+                          reference::DitherGivenCT(bitmap, width, height, from, to, &palette, table,
+                                                   count))
                     << from << " to " << to << ", " << width << " x " << height << ", " << count
                     << " colours";
             }
         }
     }
+}
+
+// Bands of four rows: every small width and height, for each way in which colours are searched.
+TEST(RlDitherGivenCT, GivesTheBytesOfThePlainFormInBands) {
+    Random random(42);
+    for (uint16_t count : {2, 16, 60, 256}) {
+        const Bytes table = RandomTable(random, count);
+        for (uint16_t to : {1, 4, 8}) {
+            for (uint32_t width : {1u, 2u, 3u, 5u, 8u, 9u, 10u, 11u, 40u, 700u}) {
+                for (uint32_t height : {3u, 4u, 5u, 8u, 11u, 230u}) {
+                    if (width * height > 10000)
+                        continue;
+                    const Bytes bitmap = RandomBitmap(random, width, height, 24);
+                    ASSERT_TRUE(DitheredTo(bitmap, width, height, 24, to, {}, table, count) ==
+                                reference::DitherGivenCT(bitmap, width, height, 24, to, nullptr,
+                                                         table, count))
+                        << count << " colours, to " << to << ", " << width << " x " << height;
+                }
+            }
+        }
+    }
+}
+
+TEST(RlDitherGivenCT, GivesTheBytesOfThePlainFormOnLargePictures) {
+    Random random(43);
+    constexpr uint32_t kWidth = 600, kHeight = 450;
+    const Bytes bitmap = RandomBitmap(random, kWidth, kHeight, 24);
+    for (uint16_t count : {16, 100}) {
+        const Bytes table = RandomTable(random, count);
+        EXPECT_TRUE(DitheredTo(bitmap, kWidth, kHeight, 24, 8, {}, table, count) ==
+                    reference::DitherGivenCT(bitmap, kWidth, kHeight, 24, 8, nullptr, table, count))
+            << count;
+    }
+}
+
+TEST(RlDitherGivenCT, OneBitWithoutGreysInTheTable) {
+    // Every grey request finds entry 0, a colour, whose errors differ by channel.
+    Random random(44);
+    const Bytes table = {200, 10, 40, 0, 255, 0};
+    const Bytes bitmap = RandomBitmap(random, 80, 40, 24);
+    EXPECT_EQ(DitheredTo(bitmap, 80, 40, 24, 1, {}, table, 2),
+              reference::DitherGivenCT(bitmap, 80, 40, 24, 1, nullptr, table, 2));
+}
+
+TEST(RlDitherGivenCT, ATableThatIsNoneOrTooShortIsNotReadPastItsEnd) {
+    const Bytes bitmap = {200, 10, 10, 250, 252, 249, 1, 2, 3, 0, 0, 0};
+    const Block bits(bitmap);
+    const Block none(rlDitherGivenCT(bits, 3, 1, 24, 8, 0, 0, 16));
+    EXPECT_EQ(Contents(none), Bytes(4, 0));
+    EXPECT_EQ(DitheredTo(bitmap, 3, 1, 24, 8, {}, {255, 0, 0}, 16), Bytes(4, 0));
+    EXPECT_EQ(DitheredTo(bitmap, 3, 1, 24, 8, {}, {255, 0, 0}, 0), Bytes(4, 0));
+}
+
+TEST(RlDitherGivenCT, ASourceWithoutAllItsPixelsGivesNone) {
+    const Block bits(Bytes(8)), table(kBlackAndWhite);
+    EXPECT_EQ(rlDitherGivenCT(bits, 3, 1, 24, 1, 0, table, 2), 0u);
+    EXPECT_EQ(rlDitherGivenCT(bits, 9, 1, 8, 1, 0, table, 2), 0u);
+    EXPECT_EQ(rlDitherGivenCT(0, 3, 1, 24, 1, 0, table, 2), 0u);
+    uint16_t count = 9;
+    MemoryHandle chosen = 0;
+    EXPECT_EQ(rlDitherGetCT(bits, 3, 1, 24, 1, 0, &chosen, &count), 0u);
+    EXPECT_EQ(count, 0);
+    EXPECT_EQ(rlDitherBitmap(bits, 3, 1, 24, 4, 0, &chosen), 0u);
+    EXPECT_EQ(chosen, 0u);
+}
+
+TEST(RlDitherGivenCT, AnEmptyBitmapStaysEmpty) {
+    const Block bits(Bytes{}), table(kBlackAndWhite);
+    const Block wide(rlDitherGivenCT(bits, 7, 0, 24, 1, 0, table, 2));
+    const Block high(rlDitherGivenCT(bits, 0, 7, 24, 4, 0, table, 2));
+    EXPECT_NE(MemoryHandle{wide}, 0u);
+    EXPECT_NE(MemoryHandle{high}, 0u);
+    EXPECT_EQ(GlobalSize(wide) + GlobalSize(high), 0u);
+}
+
+const Bytes kMonoTable = {0,   0,   0,   255, 255, 255, 64,  64,  64,  128, 128, 128,
+                          160, 160, 160, 192, 192, 192, 208, 208, 208, 224, 224, 224};
+const Bytes kMustHaves = {255, 255, 255, 255, 255, 0, 255, 0, 255, 0, 255, 255,
+                          255, 0,   0,   0,   255, 0, 0,   0, 255, 0, 0,   0};
+
+TEST(RlDitherBitmap, OneBitKeepsTheLowestBitOfTheGreysIndex) {
+    // (100, 110, 90) has the grey (300 + 660 + 90) / 10 = 105: nearest is 128, index 3, bit 1.
+    // (64, 64, 64) is index 2, bit 0. Second pixels are the last ones.
+    const Block dark(Bytes{64, 64, 64, 0, 0, 0, 0, 0}), mid(Bytes{100, 110, 90, 0, 0, 0, 0, 0});
+    MemoryHandle table = 0;
+    const Block first(rlDitherBitmap(mid, 2, 1, 24, 1, 0, &table));
+    const Block mono(table);
+    EXPECT_EQ(Contents(mono), kMonoTable);
+    EXPECT_EQ(Contents(first), Bytes({0xC0, 0, 0, 0}));
+    table = 0;
+    const Block second(rlDitherBitmap(dark, 2, 1, 24, 1, 0, &table));
+    const Block again(table);
+    EXPECT_EQ(Contents(second), Bytes({0, 0, 0, 0}));
+}
+
+TEST(RlDitherBitmap, OneBitUsesTheCallersTable) {
+    const Block bits(Bytes{200, 200, 200, 0, 0, 0, 0, 0}), own(kBlackAndWhite);
+    MemoryHandle table = own;
+    const Block result(rlDitherBitmap(bits, 2, 1, 24, 1, 0, &table));
+    EXPECT_EQ(table, MemoryHandle{own});
+    EXPECT_EQ(Contents(result), Bytes({0xC0, 0, 0, 0}));
+}
+
+TEST(RlDitherBitmap, FourBitsGetTheMustHavesAfterTheQuantisedColours) {
+    // One colour: keys (200 >> 3) = 25 gives 207, 100 gives 12 and 103, 50 gives 6 and 55.
+    const Block bits(Bytes{200, 100, 50, 200, 100, 50, 0, 0});
+    MemoryHandle table = 0;
+    const Block result(rlDitherBitmap(bits, 2, 1, 24, 4, 0, &table));
+    const Block chosen(table);
+    Bytes expected = {207, 103, 55};
+    expected.insert(expected.end(), kMustHaves.begin(), kMustHaves.end());
+    expected.resize(48, 0);
+    EXPECT_EQ(Contents(chosen), expected);
+    EXPECT_EQ(Contents(result), Bytes({0, 0, 0, 0}));
+}
+
+TEST(RlDitherBitmap, FewerThanFourBitsGetTheMustHavesThatFit) {
+    const Block bits(Bytes{200, 100, 50, 200, 100, 50, 0, 0});
+    for (uint16_t to : {2, 3}) {
+        MemoryHandle table = 0;
+        const Block result(rlDitherBitmap(bits, 2, 1, 24, to, 0, &table));
+        const Block chosen(table);
+        EXPECT_EQ(Contents(chosen), Bytes(kMustHaves.begin(), kMustHaves.begin() + 3 * (1 << to)));
+        EXPECT_EQ(Contents(result), Bytes(4, 0)); // these depths are not written
+    }
+}
+
+TEST(RlDitherBitmap, DeeperTargetsUseTheCallersTableToo) {
+    const Block bits(Bytes{200, 200, 200, 0, 0, 0, 0, 0}), own(kBlackAndWhite);
+    MemoryHandle table = own;
+    const Block result(rlDitherBitmap(bits, 2, 1, 24, 4, 0, &table));
+    EXPECT_EQ(table, MemoryHandle{own});
+    EXPECT_EQ(Contents(result), Bytes({0x11, 0, 0, 0}));
+}
+
+TEST(RlDitherBitmap, IndexedSourcesGoThroughTheirPalette) {
+    const Block bits(Bytes{1, 1, 0, 0}), palette(Bytes{9, 9, 9, 250, 250, 250});
+    const Block own(kBlackAndWhite);
+    MemoryHandle table = own;
+    const Block result(rlDitherBitmap(bits, 4, 1, 8, 1, palette, &table));
+    // 250, 250, 9 are white, white, black; the last is black again.
+    EXPECT_EQ(Contents(result), Bytes({0xC0, 0, 0, 0}));
 }
 
 TEST(RlDitherBitmap, GivesTheTableAndBytesOfThePlainForm) {
@@ -45,7 +311,6 @@ TEST(RlDitherBitmap, GivesTheTableAndBytesOfThePlainForm) {
             const Block owned(table);
             reference::Table expected =
                 reference::DitherGetCT(bitmap, width, height, from, to, &palette);
-            expected.entries.resize(GlobalSize(table));
             EXPECT_EQ(Contents(table), expected.entries) << from << " to " << to;
             EXPECT_EQ(Contents(result),
                       reference::DitherGivenCT(bitmap, width, height, from, to, &palette,
@@ -53,6 +318,122 @@ TEST(RlDitherBitmap, GivesTheTableAndBytesOfThePlainForm) {
                 << from << " to " << to;
         }
     }
+}
+
+TEST(RlDitherBitmap, GivesNoneOrTheSameBytesWithoutMemory) {
+    testing::internal::CaptureStdout();
+    Random random(45);
+    const Bytes palette = RandomTable(random, 256);
+    const Bytes bitmap = RandomBitmap(random, 70, 40, 8);
+    const Block bits(bitmap), colors(palette);
+    const reference::Table expected = reference::DitherGetCT(bitmap, 70, 40, 8, 4, &palette);
+    const Bytes pixels =
+        reference::DitherGivenCT(bitmap, 70, 40, 8, 4, &palette, expected.entries, expected.count);
+    int failures = 0;
+    for (int k = 1;; ++k) {
+        MemoryHandle table = 0;
+        FailingMemory memory(k);
+        const Block result(rlDitherBitmap(bits, 70, 40, 8, 4, colors, &table));
+        const Block chosen(table);
+        if (!memory.Failed())
+            break;
+        failures += result == 0;
+        if (result != 0) {
+            EXPECT_EQ(Contents(result), pixels) << k;
+        }
+    }
+    EXPECT_GT(failures, 5);
+    testing::internal::GetCapturedStdout();
+}
+
+TEST(RlDitherGetCT, GivesTheGreysForOneBit) {
+    const Block bits(Bytes{1, 2, 3, 0});
+    MemoryHandle table = 0;
+    uint16_t count = 0;
+    const Block chosen(rlDitherGetCT(bits, 1, 1, 24, 1, 0, &table, &count));
+    EXPECT_EQ(table, MemoryHandle{chosen});
+    EXPECT_EQ(Contents(chosen), kMonoTable);
+    EXPECT_EQ(count, 8);
+}
+
+TEST(RlDitherGetCT, UsesTheCallersTableForOneBitOnly) {
+    const Block bits(Bytes{200, 100, 50, 0}), own(kBlackAndWhite);
+    MemoryHandle table = own;
+    uint16_t count = 0;
+    EXPECT_EQ(rlDitherGetCT(bits, 1, 1, 24, 1, 0, &table, &count), MemoryHandle{own});
+    EXPECT_EQ(count, 2);
+    const Block chosen(rlDitherGetCT(bits, 1, 1, 24, 4, 0, &table, &count));
+    EXPECT_NE(MemoryHandle{chosen}, MemoryHandle{own});
+    EXPECT_EQ(count, 16);
+    EXPECT_EQ(GlobalSize(chosen), 48u);
+}
+
+TEST(RlDitherGetCT, GivesTheTableOfThePlainForm) {
+    Random random(46);
+    for (uint16_t from : {8, 24}) {
+        const Bytes bitmap = RandomBitmap(random, 50, 30, from), palette = RandomTable(random, 256);
+        const Block bits(bitmap), colors(palette);
+        MemoryHandle table = 0;
+        uint16_t count = 0;
+        const Block chosen(rlDitherGetCT(bits, 50, 30, from, 4, colors, &table, &count));
+        EXPECT_EQ(Contents(chosen),
+                  reference::DitherGetCT(bitmap, 50, 30, from, 4, &palette).entries);
+        EXPECT_EQ(count, 16);
+    }
+}
+
+struct Output {
+    std::string out;
+    std::string err;
+};
+
+template <typename Work> Output Printed(int16_t level, Work work) {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    _debug_color_res = level;
+    work();
+    _debug_color_res = 0;
+    return {testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr()};
+}
+
+Output PrintedByGivenCT(int16_t level) {
+    return Printed(level, [] {
+        DitheredTo({0, 0, 0, 1, 0, 0, 0, 1}, 1, 2, 24, 1, {}, kBlackAndWhite, 2);
+    });
+}
+
+const std::string kTableText = "Dithering to the following colortable:\n"
+                               "color 0: [0, 0, 0]\n"
+                               "color 1: [255, 255, 255]\n";
+
+TEST(RlDitherGivenCT, ReportsOnStandardOutputByLevel) {
+    const std::string rows = "Dithering...each(.) represents one scan line\n..\n";
+    EXPECT_EQ(PrintedByGivenCT(0).out, "");
+    EXPECT_EQ(PrintedByGivenCT(1).out, kTableText + rows);
+    EXPECT_EQ(PrintedByGivenCT(2).out, kTableText + rows);
+    EXPECT_EQ(PrintedByGivenCT(3).out, kTableText);
+    EXPECT_EQ(PrintedByGivenCT(-1).out, kTableText + rows);
+}
+
+TEST(RlDitherGivenCT, ReportsItsTwoConversions) {
+    const std::string dots = "Converted bits. Each (.) represents one scan line\n..";
+    const std::string end = "\nColor resolution conversion complete\n";
+    const std::string allocated = " bytes of new memory for the destination bitmap\n";
+    EXPECT_EQ(PrintedByGivenCT(0).err, "");
+    EXPECT_EQ(PrintedByGivenCT(1).err,
+              "Allocated 8" + allocated + dots + end + "Allocated 8" + allocated + dots + end);
+    EXPECT_EQ(PrintedByGivenCT(4).err, "Allocated 8" + allocated + "(0,0): (0,1): " + end +
+                                           "Allocated 8" + allocated + "(0,0): (0,1): " + end);
+}
+
+TEST(RlDitherGetCT, ReportsTheTableOnly) {
+    const Output output = Printed(1, [] {
+        const Block bits(Bytes{1, 2, 3, 0}), own(kBlackAndWhite);
+        MemoryHandle table = own;
+        uint16_t count = 0;
+        rlDitherGetCT(bits, 1, 1, 24, 1, 0, &table, &count);
+    });
+    EXPECT_EQ(output.out, kTableText);
 }
 
 } // namespace

@@ -1,0 +1,171 @@
+#include "color/median_cut.h"
+
+#include "color/bitmaps.h"
+#include "reference/color/median_cut.h"
+#include "support/failing_memory.h"
+
+#include <array>
+
+namespace kowen {
+namespace {
+
+// One row of pixels with these reds.
+Bytes Reds(const std::vector<int> &reds) {
+    Bytes row = reference::MakeBitmap(static_cast<uint32_t>(reds.size()), 1, 24);
+    for (size_t i = 0; i < reds.size(); ++i)
+        row[3 * i] = static_cast<uint8_t>(reds[i]);
+    return row;
+}
+
+// A context of its own for each test.
+struct Quantiser {
+    MemoryHandle context = InitColorLib();
+    Bytes table = Bytes(300 * 3, 77);
+    uint16_t wanted = 0;
+
+    ~Quantiser() { EXPECT_EQ(TermColorLib(context), 0); }
+    int32_t Run(const Bytes &pixels, uint32_t width, uint32_t height, uint16_t want,
+                uint32_t flags) {
+        wanted = want;
+        return direct_indexed(pixels.data(), width, height, &wanted, flags, table.data(), context);
+    }
+    Bytes Colors(size_t count) const {
+        return Bytes(table.begin(), table.begin() + static_cast<std::ptrdiff_t>(count * 3));
+    }
+    ColorContext &Fields() const { return *Lock<ColorContext>(context); }
+    int CountOf(uint16_t key) const { return Lock<uint16_t>(Fields().histogram)[key]; }
+};
+
+constexpr uint32_t kBoth = kBuildTable | kKeepHistogram;
+
+TEST(InitColorLib, MakesAContextOfZeros) {
+    const MemoryHandle context = InitColorLib();
+    EXPECT_EQ(Contents(context), Bytes(sizeof(ColorContext), 0));
+    EXPECT_EQ(TermColorLib(context), 0);
+    EXPECT_EQ(TermColorLib(0), 0);
+}
+
+TEST(DirectIndexed, FewColoursAreTakenAsTheyAre) {
+    Quantiser quantiser;
+    EXPECT_EQ(quantiser.Run(Reds({255, 7, 160}), 3, 1, 256, kBoth), 0);
+    EXPECT_EQ(quantiser.wanted, 3);
+    EXPECT_EQ(quantiser.Colors(4), Bytes({0, 0, 0, 167, 0, 0, 255, 0, 0, 77, 77, 77}));
+}
+
+TEST(DirectIndexed, AsManyColoursAsWantedAreCut) {
+    // Reds 0, 10, 20 and 31 of 31, once each. Box 0: total 4, mean (0 + 10 + 20 + 31) / 4 = 15.
+    // Half 2 is reached at the second, so slot 1 gets 0 and 10 with mean 5, slot 2 gets 20 and 31
+    // with mean 25. Two boxes are one less than wanted. Slot 0 still has its old box.
+    Quantiser quantiser;
+    EXPECT_EQ(quantiser.Run(Reds({0, 80, 160, 248}), 4, 1, 3, kBoth), 0);
+    EXPECT_EQ(quantiser.wanted, 3);
+    EXPECT_EQ(quantiser.Colors(3), Bytes({15 * 8 + 7, 0, 0, 5 * 8 + 7, 0, 0, 25 * 8 + 7, 0, 0}));
+}
+
+TEST(DirectIndexed, MeansAreWeighted) {
+    // Red 31 three times and 0 once: 93 / 4 = 23. Slot 1 is never used.
+    Quantiser quantiser;
+    EXPECT_EQ(quantiser.Run(Reds({255, 0, 255, 255}), 4, 1, 2, kBoth), 0);
+    EXPECT_EQ(quantiser.wanted, 2);
+    EXPECT_EQ(quantiser.Colors(2), Bytes({23 * 8 + 7, 0, 0, 0, 0, 0}));
+}
+
+TEST(DirectIndexed, StopsOneBoxShortAndWritesEverySlot) {
+    // 1000 colours, red and green apart. The plain form cuts to 255 boxes and writes all slots.
+    Bytes pixels = reference::MakeBitmap(1000, 1, 24);
+    for (uint32_t i = 0; i < 1000; ++i) {
+        pixels[3 * i] = static_cast<uint8_t>(i % 32 * 8);
+        pixels[3 * i + 1] = static_cast<uint8_t>(i / 32 * 8);
+    }
+    Quantiser quantiser;
+    EXPECT_EQ(quantiser.Run(pixels, 1000, 1, 256, kBoth), 0);
+    EXPECT_EQ(quantiser.wanted, 256);
+    EXPECT_EQ(quantiser.Fields().boxCount, 255);
+    EXPECT_EQ(quantiser.Colors(256), reference::ReduceColors(pixels, 1000, 1, 256));
+    int freeSlots = 0;
+    for (int i = 0; i < 256; ++i)
+        freeSlots += Lock<uint16_t>(quantiser.Fields().slots)[i] == kSlotFree;
+    EXPECT_EQ(freeSlots, 1);
+}
+
+TEST(DirectIndexed, AWantedCountOfOneIsTheMean) {
+    Quantiser quantiser;
+    EXPECT_EQ(quantiser.Run(Reds({0, 80, 160, 248}), 4, 1, 1, kBoth), 0);
+    EXPECT_EQ(quantiser.wanted, 1);
+    EXPECT_EQ(quantiser.Colors(2), Bytes({127, 0, 0, 77, 77, 77}));
+}
+
+TEST(DirectIndexed, AWantedCountOfZeroWritesNothing) {
+    Quantiser quantiser;
+    EXPECT_EQ(quantiser.Run(Reds({0, 80}), 2, 1, 0, kBoth), 0);
+    EXPECT_EQ(quantiser.wanted, 0);
+    EXPECT_EQ(quantiser.Colors(1), Bytes({77, 77, 77}));
+}
+
+TEST(DirectIndexed, RowsAreReadWithTheirPadding) {
+    // Two rows of one pixel, padded to four bytes with what must not be counted.
+    Quantiser quantiser;
+    EXPECT_EQ(quantiser.Run({255, 255, 255, 9, 0, 0, 0, 9}, 1, 2, 5, kBoth), 0);
+    EXPECT_EQ(quantiser.wanted, 2);
+    EXPECT_EQ(quantiser.CountOf(0x7FFF), 1);
+    EXPECT_EQ(quantiser.CountOf(0), 1);
+}
+
+TEST(DirectIndexed, CountsStopAt65535) {
+    for (uint32_t height : {640u, 690u}) { // 65536 pixels are counted in another way
+        const Bytes pixels = reference::MakeBitmap(102, height, 24);
+        Quantiser quantiser;
+        EXPECT_EQ(quantiser.Run(pixels, 102, height, 5, kKeepHistogram), 0);
+        const int once = static_cast<int>(102 * height);
+        EXPECT_EQ(quantiser.CountOf(0), std::min(once, 65535));
+        EXPECT_EQ(quantiser.Run(pixels, 102, height, 5, kKeepHistogram), 0);
+        EXPECT_EQ(quantiser.CountOf(0), 65535);
+        EXPECT_EQ(quantiser.Fields().distinctColors, 1);
+    }
+}
+
+TEST(DirectIndexed, CountsSeveralPicturesBeforeItBuilds) {
+    Quantiser quantiser;
+    EXPECT_EQ(quantiser.Run(Reds({0, 80}), 2, 1, 9, kKeepHistogram), 0);
+    EXPECT_EQ(quantiser.wanted, 0);
+    EXPECT_EQ(quantiser.Colors(1), Bytes({77, 77, 77}));
+    EXPECT_EQ(quantiser.Run(Reds({80, 255}), 2, 1, 9, kBoth), 0);
+    EXPECT_EQ(quantiser.wanted, 3);
+    EXPECT_EQ(quantiser.CountOf(10 << 10), 2);
+}
+
+TEST(DirectIndexed, ForgetsTheCountsUnlessToldToKeepThem) {
+    Quantiser quantiser;
+    for (uint32_t flags : {0u, kBuildTable}) {
+        EXPECT_EQ(quantiser.Run(Reds({0, 80}), 2, 1, 9, flags), 0);
+        EXPECT_EQ(quantiser.wanted, flags == kBuildTable ? 2 : 0);
+        EXPECT_EQ(quantiser.Fields().distinctColors, 0);
+        EXPECT_EQ(quantiser.CountOf(0), 0);
+    }
+    EXPECT_EQ(quantiser.Run(Reds({0, 80, 160, 248}), 4, 1, 3, kBuildTable), 0);
+    EXPECT_EQ(quantiser.Fields().distinctColors, 0);
+}
+
+TEST(DirectIndexed, NeedsAContext) {
+    uint16_t wanted = 4;
+    EXPECT_EQ(direct_indexed(nullptr, 0, 0, &wanted, kBoth, nullptr, 0), -1);
+    EXPECT_EQ(wanted, 4);
+}
+
+TEST(DirectIndexed, FailsWithoutMemory) {
+    testing::internal::CaptureStdout();
+    int k = 1;
+    for (;; ++k) {
+        Quantiser quantiser;
+        FailingMemory memory(k);
+        const int32_t code = quantiser.Run(Reds({0, 80, 160, 248}), 4, 1, 3, kBoth);
+        if (!memory.Failed())
+            break;
+        EXPECT_EQ(code, -1) << k;
+    }
+    EXPECT_EQ(k, 5); // histogram, boxes, slots and list
+    testing::internal::GetCapturedStdout();
+}
+
+} // namespace
+} // namespace kowen
