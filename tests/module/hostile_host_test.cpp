@@ -129,10 +129,10 @@ TEST_F(HostileHostTest, ACallbackMayUseTheSetupThatIsExported) {
     EXPECT_TRUE(IsWhole("a.jpg"));
 }
 
-TEST_F(HostileHostTest, ACallbackThatTakesTheCurrentSetupAwayEndsThePicture) {
+TEST_F(HostileHostTest, ACallbackThatTakesTheCurrentSetupAwayDoesNotStopThePicture) {
     onStatus = [this] { return edit(0, 0), 0; };
     EXPECT_EQ(Export("a.jpg"), 0);
-    EXPECT_FALSE(IsWhole("a.jpg"));
+    EXPECT_TRUE(IsWhole("a.jpg"));
     onStatus = nullptr;
     EXPECT_EQ(Export("b.jpg"), 0);
     EXPECT_TRUE(IsWhole("b.jpg"));
@@ -145,6 +145,7 @@ TEST_F(HostileHostTest, ACallbackMayMakeAndDestroySetups) {
         return 0;
     };
     EXPECT_EQ(Export("a.jpg"), 0);
+    EXPECT_TRUE(IsWhole("a.jpg"));
     onStatus = nullptr;
     EXPECT_EQ(Export("b.jpg"), 0);
     EXPECT_TRUE(IsWhole("b.jpg"));
@@ -163,6 +164,7 @@ TEST_F(HostileHostTest, ACallbackMayExportAnotherPicture) {
         return 0;
     };
     EXPECT_EQ(Export("a.jpg"), 0);
+    EXPECT_TRUE(IsWhole("a.jpg"));
     EXPECT_TRUE(IsWhole("b.jpg"));
     EXPECT_EQ(Export("c.jpg"), 0);
     EXPECT_TRUE(IsWhole("c.jpg"));
