@@ -10,11 +10,12 @@ bool IsInBuffer(const QivFile &file, int64_t position) {
     return position >= file.bufBase && position <= int64_t{file.bufBase} + file.bufLast;
 }
 
-// Whether a position from the start may be asked for at all.
+// Whether a position from the start may be asked for at all. The length of a pipe is not known;
+// SeekDisk says what it reaches.
 bool IsAllowed(const QivFile &file, int64_t position) {
     if (position < 0 || position > INT32_MAX)
         return false;
-    return position <= file.fileLength || IsWritable(file);
+    return position <= file.fileLength || IsWritable(file) || file.sequential;
 }
 
 int32_t Seek(QivFile &file, int32_t offset, int32_t whence) {

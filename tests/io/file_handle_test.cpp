@@ -410,6 +410,28 @@ TEST(QivOpenStandard, StdinFromAPipeIsReadInOrder) {
     EXPECT_EQ(child.exitCode, 0);
 }
 
+// Opened for reading only, a pipe has no length that would limit its seeks.
+TEST(QivOpenStandard, StdinFromAPipeReachesItsBufferAndThePlaceWhereItIs) {
+    const ChildResult child = RunInChild(
+        [] {
+            const FileHandle file = Open("stdin", 0);
+            char line[10];
+            if (qivReadLine(file, line, 10) != 2 || qivReadLine(file, line, 10) != 2)
+                return 1;
+            if (std::string(line) != "CD" || qivSeek(file, 1, kFromStart) != 1)
+                return 2;
+            if (ReadText(file, 2) != "B\r" || qivSeek(file, 6, kFromStart) != 6)
+                return 3; // six bytes are all there is
+            if (Record(file).error != 0)
+                return 4;
+            if (qivSeek(file, 7, kFromStart) != -1 || qivSeek(file, 2, kFromStart) != -1)
+                return 5;
+            return Record(file).error == -1 && qivClose(file) == 0 ? 0 : 6;
+        },
+        "AB\rCD\n");
+    EXPECT_EQ(child.exitCode, 0);
+}
+
 TEST(QivOpenStandard, OnceClosedItCannotBeOpened) {
     const ChildResult child = RunInChild([] {
         if (qivClose(Open("stdout", 1)) != 0)
