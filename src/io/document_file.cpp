@@ -106,10 +106,9 @@ int32_t docRead(FileHandle file, void *buffer, int32_t count) noexcept {
     count = std::min(count, std::max(record->docSize, 0) - record->docPos);
     if (count <= 0)
         return 0;
-    const int32_t isDoc = record->isDoc;
     record->isDoc = 0; // the underlying file is read through the same handle
     const int32_t total = ReadChain(file, *record, static_cast<unsigned char *>(buffer), count);
-    record->isDoc = isDoc;
+    record->isDoc = 1;
     return total;
 }
 

@@ -96,6 +96,10 @@ TEST_F(DocRead, IsWhatQivReadAndQivSeekDoForADocumentStream) {
     char bytes[4] = {};
     EXPECT_EQ(docRead(file, bytes, 3), 3);
     EXPECT_EQ(std::string(bytes), "<HH");
+    Record(file).isDoc = 0;
+    EXPECT_EQ(docRead(file, bytes, 2), 2);
+    EXPECT_EQ(std::string(bytes), "HHH");
+    EXPECT_EQ(Record(file).isDoc, 1) << "whoever reads a stream has one";
 }
 
 TEST_F(DocRead, SmallStreamsAreChainsInTheMiniStream) {
@@ -158,6 +162,14 @@ TEST_F(DocRead, ACircleInTheMiniStreamEndsTheRead) {
     miniFat[0] = 16; // in the mini stream's third sector, which its circle of two does not have
     OpenSmallStream({1, 0}, 0, miniFat, 0, 200);
     EXPECT_EQ(ReadText(file, 200), "<" + std::string(63, 'A'));
+    EXPECT_EQ(Record(file).error, 0) << "no seek was tried";
+}
+
+TEST_F(DocRead, AMiniStreamOutsideItsTableEndsTheRead) {
+    OpenSmallStream({kEnd, kEnd}, 2, {kEnd}, 0, 50);
+    EXPECT_EQ(ReadText(file, 50), "");
+    Record(file).miniStreamStart = 1;
+    EXPECT_EQ(ReadText(file, 50), "<" + std::string(49, 'B'));
 }
 
 TEST_F(DocRead, WithoutTablesThereIsNothingToRead) {
