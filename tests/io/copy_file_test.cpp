@@ -24,6 +24,15 @@ TEST(QivCopy, CopiesEveryByte) {
     }
 }
 
+TEST(QivCopy, ClosesBothFiles) {
+    TempDirectory directory;
+    directory.Write("a", "text");
+    FailingDisk disk;
+    EXPECT_EQ(Copy(directory), 0);
+    EXPECT_EQ(disk.Calls(FailingDisk::kOpen), 2);
+    EXPECT_EQ(disk.Calls(FailingDisk::kClose), 2);
+}
+
 TEST(QivCopy, AMissingSourceLeavesAnEmptyTargetAndSaysZero) {
     TempDirectory directory;
     directory.Write("b", "old text");

@@ -85,7 +85,6 @@ TEST(WriteDisk, AfterAnErrorTheBufferStillTakesWhatFits) {
     EXPECT_EQ(directory.Read("a"), "hello" + Pattern(12283));
 }
 
-// The block behind the buffer ends where the buffer ends: this needs the address sanitizer.
 TEST(WriteDisk, GoesOnBehindABufferThatWasReadToItsEnd) {
     TempDirectory directory;
     directory.Write("a", Pattern(12290));
@@ -93,6 +92,8 @@ TEST(WriteDisk, GoesOnBehindABufferThatWasReadToItsEnd) {
     EXPECT_EQ(ReadText(file, 12288), Pattern(12288));
     EXPECT_EQ(Record(file).bufPos, 12288);
     EXPECT_EQ(WriteText(file, "X"), 1);
+    EXPECT_EQ(Record(file).bufBase, 12288) << "a buffer of its own, nothing behind the old one";
+    EXPECT_EQ(Record(file).bufPos, 1);
     EXPECT_EQ(qivSeek(file, 0, kFromCurrent), 12289);
     EXPECT_EQ(qivClose(file), 0);
     std::string expected = Pattern(12290);
@@ -233,6 +234,20 @@ TEST(LoadDiskBuffer, AWriteOnlyStreamCannotBeRead) {
     std::fclose(stream);
 }
 
+TEST(LoadDiskBuffer, AnOldErrorOfTheCallersStreamIsNone) {
+    TempDirectory directory;
+    std::FILE *stream = std::fopen(directory.Write("a", "text").c_str(), "r");
+    EXPECT_EQ(std::fputc('x', stream), EOF);
+    ASSERT_NE(std::ferror(stream), 0);
+    QivIODesc descriptor = {};
+    descriptor.stream = stream;
+    const auto file = static_cast<FileHandle>(qivOpen(nullptr, &descriptor, -1));
+    EXPECT_EQ(ReadText(file, 10), "text");
+    EXPECT_EQ(Record(file).error, 0);
+    qivClose(file);
+    std::fclose(stream);
+}
+
 TEST(FlushDisk, WritesTheBufferWhereItBelongs) {
     TempDirectory directory;
     directory.Write("a", "0123456789");
@@ -287,6 +302,14 @@ TEST(FlushDisk, AFailedMeasureGivesMinusOne) {
         qivClose(file);
         EXPECT_EQ(directory.Read("a"), "hello");
     }
+}
+
+TEST(DiskOperations, AStreamHasNoBufferOfItsOwn) {
+    TempDirectory directory;
+    std::FILE *stream = kLibcDiskOperations.open(directory.File("a").c_str(), "w+");
+    EXPECT_EQ(kLibcDiskOperations.write(stream, "hello", 5), 5);
+    EXPECT_EQ(directory.Read("a"), "hello") << "before any seek, flush or close";
+    kLibcDiskOperations.close(stream);
 }
 
 // Whichever operation fails, somebody is told, nothing crashes and no stream stays open.

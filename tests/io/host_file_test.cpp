@@ -135,9 +135,11 @@ TEST_F(QivOpenHost, ARefusedNameIsClosedWhenItIsDeletedToo) {
 TEST_F(QivOpenHost, ARefusedStandardStreamStaysOpen) {
     FailingDisk disk;
     answer = 0;
-    const FileHandle file = OpenNamed("stdout", 1);
-    ASSERT_NE(file, 0u);
-    qivClose(file);
+    for (const char *name : {"stdin", "stdout"}) {
+        const FileHandle file = OpenNamed(name, 1);
+        ASSERT_NE(file, 0u) << name;
+        qivClose(file);
+    }
     EXPECT_EQ(disk.Calls(FailingDisk::kClose), 0);
 }
 

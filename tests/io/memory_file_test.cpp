@@ -138,6 +138,18 @@ TEST(QivOpenMemory, ASizeThatCannotBeTrueIsBroughtIntoTheBlock) {
     qivClose(file);
 }
 
+// Too large to allocate in a test: the block's header says so instead.
+TEST(QivOpenMemory, ABlockOfTwoGibibytesIsNoNegativeSize) {
+    MemoryTarget target("ABCD");
+    auto *header = reinterpret_cast<GlobalHeader *>(GlobalHandle(target.data));
+    header->size = 0x80000001u;
+    const FileHandle file = target.Open(0);
+    EXPECT_EQ(ReadText(file, 10), "ABC");
+    EXPECT_EQ(target.descriptor.size, 3);
+    qivClose(file);
+    header->size = 4;
+}
+
 TEST(QivOpenMemory, ExhaustedMemoryGivesZero) {
     MemoryTarget target("ABCD");
     FailingMemory memory(1);
@@ -300,6 +312,19 @@ TEST(FlushMemory, FailsWithoutAStepAndWithoutMemory) {
     FailingMemory memory(1);
     EXPECT_EQ(FlushQivIO(file), -1);
     EXPECT_EQ(other.data, nullptr);
+    qivClose(file);
+}
+
+// A size of -1 puts the byte at the start two places behind the block's last index, and an error
+// keeps the block from growing: one step is not enough then.
+TEST(FlushMemory, NeverCutsOffAByteThatWasWritten) {
+    MemoryTarget target("\0\0\0"s, 1);
+    const FileHandle file = target.Open(2);
+    EXPECT_EQ(qivSeek(file, -1, kFromStart), -1);
+    EXPECT_EQ(WriteText(file, "a"), 0) << "stored, but the block would have to grow";
+    EXPECT_EQ(FlushQivIO(file), -1);
+    EXPECT_EQ(target.BlockSize(), 3u);
+    EXPECT_EQ(target.Bytes(1), "a");
     qivClose(file);
 }
 

@@ -409,6 +409,24 @@ TEST(GetUnionSize, EndsAtTheEndOfTheText) {
     }
 }
 
+// 64 brackets inside each other, the union's own among them, and no more.
+TEST(GetUnionSize, BracketsOfBothKindsCountAsNesting) {
+    uint32_t size = 77;
+    GetUnionSize(std::string(64, '(').c_str(), &size);
+    EXPECT_EQ(size, 0u);
+    GetUnionSize(std::string(65, '(').c_str(), &size);
+    EXPECT_EQ(size, 0xFFFFFFFFu);
+    GetUnionSize(("(" + std::string(63, '{') + "C|").c_str(), &size);
+    EXPECT_EQ(size, 1u);
+    GetUnionSize(("(" + std::string(64, '{') + "C|").c_str(), &size);
+    EXPECT_EQ(size, 0xFFFFFFFFu);
+    std::string siblings = "(";
+    for (int i = 0; i < 100; ++i)
+        siblings += "{C}";
+    GetUnionSize((siblings + "|C)").c_str(), &size);
+    EXPECT_EQ(size, 100u) << "one after another is not inside each other";
+}
+
 TEST(GetUnionSize, WhatCannotBeMeasuredIsAsLargeAsCanBe) {
     uint32_t size = 77;
     GetUnionSize("(4294967295C|)", &size);
