@@ -172,6 +172,27 @@ TEST_F(QivWriteLine, AFailedTextIsHiddenByALineEndThatSucceeds) {
     EXPECT_EQ(qivWriteLine(file, "A", 1), 0);
 }
 
+int32_t writesOfOneByte;
+
+// Claims one byte more than it was given for each write.
+intptr_t BoastfulHost(uintptr_t, int32_t operation, void *, int32_t count) {
+    writesOfOneByte += operation == KOWEN_IO_WRITE && count == 1 ? 1 : 0;
+    return operation == KOWEN_IO_OPEN ? 7 : count + 1;
+}
+
+TEST(QivWriteLineToHost, ALineEndThatIsNotAnsweredWithOneIsTheResult) {
+    QivIODesc descriptor = {};
+    descriptor.procedure = BoastfulHost;
+    const auto host = static_cast<FileHandle>(qivOpen("a", &descriptor, kCreateMode));
+    for (const uint16_t format : {0, 1, 2}) {
+        qivSetLineFormat(host, format);
+        writesOfOneByte = 0;
+        EXPECT_EQ(qivWriteLine(host, "ABCD", 4), 2) << format;
+        EXPECT_EQ(writesOfOneByte, 1) << "no LF after a CR that was not answered with one";
+    }
+    qivClose(host);
+}
+
 TEST_F(QivGetLineFormat, FindsTheFirstLineEndAndRewinds) {
     const struct {
         const char *bytes;

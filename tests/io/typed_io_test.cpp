@@ -216,6 +216,9 @@ TEST_F(QivWriteLong, CountsBelowOneWriteNothing) {
     const int32_t value = 1;
     EXPECT_EQ(qivWriteLong(file, &value, 0), 0);
     EXPECT_EQ(qivWriteLong(file, &value, -1), 0);
+    qivSetDataFormat(file, 0, 1);
+    EXPECT_EQ(qivWriteFloat(file, &value, 0), 0);
+    EXPECT_EQ(qivWriteFloat(file, &value, -1), 0);
     EXPECT_EQ(Written(), "");
 }
 
