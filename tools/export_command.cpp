@@ -6,6 +6,7 @@
 #include "host/jpeg_check.h"
 #include "host/output_file.h"
 #include "host/profile_file.h"
+#include "host/raster_door.h"
 #include "host/setup_values.h"
 #include "host/standard_output.h"
 
@@ -13,6 +14,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <functional>
 #include <optional>
 #include <unistd.h>
 
@@ -66,9 +68,9 @@ public:
         progress.Show("reading", 0);
         Picture picture(options.picture, options.depth);
         Warn(picture.Warnings());
-        plan =
-            PlanCell(settings, {picture.Width(), picture.Height(), picture.XDpi(), picture.YDpi()},
-                     box ? &*box : nullptr);
+        const SourceSize size = {picture.Width(), picture.Height(), picture.XDpi(), picture.YDpi()};
+        const auto planFor = options.door == Door::kRaster ? PlanDevicePicture : PlanCell;
+        plan = planFor(settings, size, box ? &*box : nullptr);
         depth = picture.Depth();
         Produce(&picture);
         if (options.save)
@@ -79,6 +81,8 @@ public:
     }
 
 private:
+    using StoreFiller = std::function<void(ByteStore *)>;
+
     // The setup that the module exports with. What has no escape reaches it in the profile.
     void Produce(Picture *picture) {
         ProfileText text;
@@ -90,21 +94,34 @@ private:
         const Setup setup(module, profile.Path(), PrivateProfile::kSection);
         SetChoices(setup, options.choices, false);
         SetPlan(setup, plan);
-        const int32_t colourMode = settings.colourMode;
         std::optional<StandardOutputGuard> guard(std::in_place);
-        const Bitmap bitmap(module, picture, colourMode);
+        const Bitmap bitmap(module, picture, ColourModeToApply());
         Exporter exporter(module, setup, &progress);
-        if (options.route == OutputRoute::kFile && output.Replaceable())
-            ThroughTemporary(&exporter, bitmap, &guard);
+        const StoreFiller fill = [&](ByteStore *store) {
+            if (options.door == Door::kRaster)
+                RasterDoor(module, setup, &progress, output.Name())
+                    .ToStore(bitmap, plan.resolution, options.page, store);
+            else
+                exporter.ToStore(bitmap, plan, options.page, store);
+        };
+        if (options.route == OutputRoute::kMemory)
+            Deliver(exporter.ToMemory(bitmap, plan, options.page), &guard);
+        else if (options.route == OutputRoute::kFile && output.Replaceable())
+            ThroughTemporary(fill, &guard);
         else
-            ThroughMemory(&exporter, bitmap, &guard);
+            ThroughMemory(fill, &guard);
     }
 
-    void ThroughTemporary(Exporter *exporter, const Bitmap &bitmap,
-                          std::optional<StandardOutputGuard> *guard) {
+    // The device changes the colours itself, but not those of 32-bit pixels.
+    int32_t ColourModeToApply() const {
+        return options.door == Door::kRaster && depth != 32 ? KOWEN_COLOR_UNCHANGED
+                                                            : settings.colourMode;
+    }
+
+    void ThroughTemporary(const StoreFiller &fill, std::optional<StandardOutputGuard> *guard) {
         const std::unique_ptr<TemporaryFile> temporary = output.MakeTemporary();
         FileStore store(temporary->File().Get());
-        exporter->ToStore(bitmap, plan, options.page, &store);
+        fill(&store);
         guard->reset();
         if (const int failed = store.Finish(); failed != 0)
             FailWith(output.Name(), failed);
@@ -115,18 +132,15 @@ private:
         output.Replace(temporary.get());
     }
 
-    void ThroughMemory(Exporter *exporter, const Bitmap &bitmap,
-                       std::optional<StandardOutputGuard> *guard) {
-        std::vector<uint8_t> file;
-        if (options.route == OutputRoute::kMemory) {
-            file = exporter->ToMemory(bitmap, plan, options.page);
-        } else {
-            MemoryStore store;
-            exporter->ToStore(bitmap, plan, options.page, &store);
-            if (const int failed = store.Finish(); failed != 0)
-                FailWith(output.Name(), failed);
-            file = store.Bytes();
-        }
+    void ThroughMemory(const StoreFiller &fill, std::optional<StandardOutputGuard> *guard) {
+        MemoryStore store;
+        fill(&store);
+        if (const int failed = store.Finish(); failed != 0)
+            FailWith(output.Name(), failed);
+        Deliver(store.Bytes(), guard);
+    }
+
+    void Deliver(const std::vector<uint8_t> &file, std::optional<StandardOutputGuard> *guard) {
         guard->reset();
         Check(file);
         output.Deliver(file.data(), file.size());
@@ -178,6 +192,7 @@ private:
         report["height"] = facts.height;
         report["dpi"] = {facts.xDpi, facts.yDpi};
         report["depth"] = depth;
+        report["door"] = options.door == Door::kRaster ? "raster" : "bitmap";
         report["settings"] = list;
         report["milliseconds"] = milliseconds;
         return report;
@@ -213,6 +228,9 @@ private:
 void RunExport(const ExportOptions &options) {
     if (options.common.json && options.output == "-")
         throw UsageError("--json reports on the standard output, which the picture goes to");
+    if (options.door == Door::kRaster && options.route == OutputRoute::kMemory)
+        throw UsageError("the raster door keeps its block of memory to itself; use --output-to "
+                         "file or callback");
     Export(options).Run();
 }
 

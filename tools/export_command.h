@@ -16,6 +16,12 @@ enum class OutputRoute {
     kCallback ///< through the host I/O procedure into the host's memory
 };
 
+/// Which of the module's doors the picture goes through.
+enum class Door {
+    kBitmap, ///< as one bitmap, with the size that it is to have
+    kRaster  ///< drawn on the raster device, in strips
+};
+
 struct ExportOptions {
     CommonOptions common;
     std::string picture; ///< path, "-" = standard input
@@ -24,6 +30,7 @@ struct ExportOptions {
     std::string sizeText; ///< of --size, as given
     int depth = 0;        ///< 0 = the picture's own
     OutputRoute route = OutputRoute::kFile;
+    Door door = Door::kBitmap;
     Page page;
     std::string profile; ///< empty = the module's own, when there is one
     std::string section;

@@ -36,6 +36,16 @@ constexpr const char *kExportNotes =
     "  cm, mm (from 0.03125 to 22 inches) and px, which is also the one without a unit. Pixels\n"
     "  are added by repeating and taken away by dropping.\n"
     "\n"
+    "With --door raster the picture is drawn on the filter's raster device, in strips, as a host\n"
+    "does that draws; the file is the same as with --door bitmap, except:\n"
+    "  The device is given the picture's own pixels and one resolution: of resolutions that\n"
+    "  differ across and down the one across counts. Where the bitmap door is given a finer cell\n"
+    "  so that no pixel is lost, the device's sizes are truncated: with --dpi N a side may be a\n"
+    "  pixel short; without, a resolution nearby is taken that keeps all pixels. A --size in\n"
+    "  pixels goes through the filter's inches (0.03125 to 22) and may come out a pixel, in the\n"
+    "  even height two, larger or smaller.\n"
+    "  The device hands out no block of memory: --output-to is file or callback.\n"
+    "\n"
     "Pictures are read as they are shown: turned upright, transparency over white, the first one\n"
     "of several; colour profiles are not applied.\n"
     "\n"
@@ -74,6 +84,14 @@ int ParseDepth(const std::string &text) {
             return depth;
     }
     throw UsageError("the depth is 1, 4, 8, 24 or 32, not '" + text + "'");
+}
+
+Door ParseDoor(const std::string &text) {
+    if (text == "bitmap")
+        return Door::kBitmap;
+    if (text == "raster")
+        return Door::kRaster;
+    throw UsageError("the door is bitmap or raster, not '" + text + "'");
 }
 
 OutputRoute ParseRoute(const std::string &text) {
@@ -190,6 +208,11 @@ void AddExport(CLI::App *app, ExportOptions *options) {
         "How the filter hands over the file: file (the default) writes as it goes, memory and "
         "callback collect it first")
         ->type_name("WAY");
+    AddParsed(
+        command, "--door", [options](const std::string &text) { options->door = ParseDoor(text); },
+        "How the picture reaches the filter: bitmap (the default) hands it over, raster draws it "
+        "on the raster device")
+        ->type_name("DOOR");
     AddModule(command, &options->common);
     AddJson(command, &options->common);
     AddQuiet(command, &options->common);

@@ -76,6 +76,19 @@ TEST_F(Cancel, DuringTheExportKeepsTheOldFile) {
     }
 }
 
+TEST_F(Cancel, DuringTheRasterDevicesExportKeepsTheOldFile) {
+    const std::string picture = directory.Write("in.ppm", LargePpm());
+    const std::string output = directory.Write("out.jpg", "precious");
+    Program program({"export", picture, output, "--door", "raster", "--depth", "24"}, setting);
+    ASSERT_TRUE(SeeTemporary(".kowen-"));
+    program.Signal(SIGINT);
+    const ProgramResult result = program.Wait();
+    EXPECT_EQ(result.exitCode, 130) << result.errors;
+    EXPECT_EQ(result.errors, "kowen: cancelled\n");
+    EXPECT_EQ(directory.Read("out.jpg"), "precious");
+    EXPECT_EQ(FilesLeft(), 2U);
+}
+
 TEST_F(Cancel, WhatTheCallerIgnoresStaysIgnored) {
     setting.beforeStart = [] { std::signal(SIGHUP, SIG_IGN); };
     Program program({"export", "-", directory.File("out.jpg")}, setting);

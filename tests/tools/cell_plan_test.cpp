@@ -152,5 +152,50 @@ TEST(MakePage, ConvertsInches) {
     EXPECT_EQ(MakePage({640, 480, true}, 72).width, 640);
 }
 
+TEST(PlanDevicePicture, IsThePictureItselfAtTheResolutionAcross) {
+    const CellPlan plan = PlanDevicePicture(Settings(), {8, 4, 204, 98}, nullptr);
+    EXPECT_EQ(plan.width, 8);
+    EXPECT_EQ(plan.height, 4);
+    EXPECT_EQ(plan.resolution, 204);
+    EXPECT_FALSE(plan.resolutionChoice);
+    EXPECT_FALSE(plan.sizeChoice);
+}
+
+TEST(PlanDevicePicture, TakesTheUsersResolutionForAPictureWithoutOne) {
+    Settings settings;
+    settings.resolutionMode = KOWEN_RESOLUTION_USER;
+    settings.xDpi = settings.yDpi = 120;
+    EXPECT_EQ(PlanDevicePicture(settings, {64, 64, 0, 0}, nullptr).resolution, 120);
+    EXPECT_EQ(PlanDevicePicture(settings, {64, 64, 72, 72}, nullptr).resolution, 72);
+}
+
+TEST(PlanDevicePicture, LosesNoPixelAtTheResolutionNearby) {
+    const int dpi = PlanDevicePicture(Settings(), {55, 55, 75, 75}, nullptr).resolution;
+    EXPECT_EQ(static_cast<int>(55.0 / dpi * dpi), 55);
+    EXPECT_NEAR(dpi, 75, 3);
+}
+
+TEST(PlanDevicePicture, MakesInchesOfABoxInPixels) {
+    const Extent box = {100, 50, true};
+    const CellPlan plan = PlanDevicePicture(Settings(), {640, 480, 50, 50}, &box);
+    ASSERT_TRUE(plan.sizeChoice);
+    EXPECT_EQ(plan.sizeChoice->mode, KOWEN_SIZE_USER);
+    EXPECT_DOUBLE_EQ(plan.sizeChoice->box.width, 2.01);
+    EXPECT_DOUBLE_EQ(plan.sizeChoice->box.height, 1.01);
+    EXPECT_FALSE(plan.sizeChoice->box.pixels);
+}
+
+TEST(PlanDevicePicture, RefusesBoxesBeyondTheInchesAndWhatPlanCellRefuses) {
+    const Extent large = {1100, 50, true};
+    EXPECT_THROW(PlanDevicePicture(Settings(), {640, 480, 50, 50}, &large), UsageError);
+    const Extent small = {100, 1, true};
+    EXPECT_THROW(PlanDevicePicture(Settings(), {640, 480, 50, 50}, &small), UsageError);
+    EXPECT_THROW(PlanDevicePicture(Settings(), {64, 65535, 50, 50}, nullptr), HostError);
+    Settings page;
+    page.resolutionMode = KOWEN_RESOLUTION_FROM_DISPLAY;
+    const Extent box = {100, 50, true};
+    EXPECT_THROW(PlanDevicePicture(page, {640, 480, 50, 50}, &box), UsageError);
+}
+
 } // namespace
 } // namespace kowen::host

@@ -189,22 +189,26 @@ TEST_F(ExportFailure, SymbolicLinksAndPermissionsSurvive) {
 }
 
 TEST_F(ExportFailure, UsageEndsWithTwo) {
-    const std::vector<std::vector<std::string>> wrong = {{"--quality", "0"},
-                                                         {"--quality", "101"},
-                                                         {"--colour", "cmyk"},
-                                                         {"--colour-mode", "sepia"},
-                                                         {"--size", "0x0"},
-                                                         {"--size", "30x30in"},
-                                                         {"--dpi", "31"},
-                                                         {"--dpi", "401"},
-                                                         {"--depth", "16"},
-                                                         {"--output-to", "tape"},
-                                                         {"--page", "9"},
-                                                         {"--bogus"},
-                                                         {"--save"},
-                                                         {"--section", "A"},
-                                                         {"--progressive", "--colour", "grey"},
-                                                         {"--progressive", "--colour", "rgb444"}};
+    const std::vector<std::vector<std::string>> wrong = {
+        {"--quality", "0"},
+        {"--quality", "101"},
+        {"--colour", "cmyk"},
+        {"--colour-mode", "sepia"},
+        {"--size", "0x0"},
+        {"--size", "30x30in"},
+        {"--dpi", "31"},
+        {"--dpi", "401"},
+        {"--depth", "16"},
+        {"--output-to", "tape"},
+        {"--door", "back"},
+        {"--door", "raster", "--output-to", "memory"},
+        {"--door", "raster", "--size", "3000x3000px"},
+        {"--page", "9"},
+        {"--bogus"},
+        {"--save"},
+        {"--section", "A"},
+        {"--progressive", "--colour", "grey"},
+        {"--progressive", "--colour", "rgb444"}};
     ProgramSetting setting;
     setting.directory = directory.Path();
     for (const auto &options : wrong) {

@@ -326,7 +326,9 @@ TEST_F(Export, WritesToANamedPipe) {
 
 TEST_F(Export, ShowsABarOnATerminal) {
     directory.Write("in.ppm", Ppm(MakeSoftPicture(40, 20)));
-    for (const bool shown : {true, false}) {
+    const std::vector<std::string> none;
+    for (const auto &[options, shown] :
+         {std::pair{none, true}, {{"--door", "raster"}, true}, {{"--no-progress"}, false}}) {
         const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
         ASSERT_GE(terminal, 0);
         ASSERT_EQ(grantpt(terminal) | unlockpt(terminal), 0);
@@ -336,8 +338,7 @@ TEST_F(Export, ShowsABarOnATerminal) {
         setting.beforeStart = [side] { dup2(side, STDERR_FILENO); };
         std::vector<std::string> arguments = {"export", directory.File("in.ppm"),
                                               directory.File("out.jpg")};
-        if (!shown)
-            arguments.push_back("--no-progress");
+        arguments.insert(arguments.end(), options.begin(), options.end());
         EXPECT_EQ(RunKowen(arguments, setting).exitCode, 0);
         const int flags = fcntl(terminal, F_GETFL);
         fcntl(terminal, F_SETFL, flags | O_NONBLOCK);

@@ -154,6 +154,17 @@ CellPlan PlanAtUserResolution(const Settings &settings, const SourceSize &source
     return plan;
 }
 
+// The box as the setup's size. Half a pixel more, so that truncating gives the box.
+SizeChoice BoxInInches(const Extent &box, const Dpi &dpi) {
+    const Extent inches = {(box.width + 0.5) / dpi.x, (box.height + 0.5) / dpi.y, false};
+    for (const double side : {inches.width, inches.height}) {
+        if (!(side >= KOWEN_MIN_INCHES && side <= KOWEN_MAX_INCHES))
+            throw UsageError("with --door raster a size in pixels must come to 0.03125 to 22 "
+                             "inches; give a --dpi, or use --door bitmap");
+    }
+    return {KOWEN_SIZE_USER, inches};
+}
+
 } // namespace
 
 CellPlan PlanCell(const Settings &settings, const SourceSize &source, const Extent *box) {
@@ -168,6 +179,25 @@ CellPlan PlanCell(const Settings &settings, const SourceSize &source, const Exte
     else
         plan = PlanAtUserResolution(settings, source, box);
     plan.sizeFromCell = box != nullptr;
+    return plan;
+}
+
+CellPlan PlanDevicePicture(const Settings &settings, const SourceSize &source, const Extent *box) {
+    PlanCell(settings, source, box); // for what it refuses
+    const bool userResolution = settings.UserResolution();
+    const int dpi = SourceDpi(source).x;
+    CellPlan plan;
+    plan.width = source.width;
+    plan.height = source.height;
+    plan.resolution = dpi;
+    if (box != nullptr)
+        plan.sizeChoice =
+            BoxInInches(*box, userResolution ? Dpi{settings.xDpi, settings.yDpi} : Dpi{dpi, dpi});
+    else if (userResolution && source.xDpi <= 0)
+        plan.resolution = settings.xDpi;
+    else if (settings.resolutionMode == KOWEN_RESOLUTION_FROM_PICTURE &&
+             settings.sizeMode == KOWEN_SIZE_FROM_PICTURE)
+        plan.resolution = NearestSurviving({double(source.width), double(source.height)}, dpi);
     return plan;
 }
 

@@ -37,6 +37,9 @@ struct CellPlan {
 
     /// The output resolutions to set; empty leaves the setup's resolution mode alone.
     std::optional<ResolutionChoice> resolutionChoice;
+
+    /// The size to set, in inches; empty leaves the setup's size alone.
+    std::optional<SizeChoice> sizeChoice;
 };
 
 /// Works out the cell.
@@ -51,6 +54,15 @@ struct CellPlan {
 ///
 /// Throws HostError when the output would have more pixels than a JPEG can.
 CellPlan PlanCell(const Settings &settings, const SourceSize &source, const Extent *box);
+
+/// Works out the same for a picture that is drawn on the device, which has no cell: width and
+/// height are the picture's, and its resolution is one. So a box in pixels becomes the setup's
+/// size, resolutions that differ across and down are taken as the one across, and sizes that the
+/// filter truncates may be a pixel short. With size and resolution from the picture no pixel is
+/// lost: the nearest resolution that keeps them is taken.
+///
+/// Throws as PlanCell; UsageError for a box that is beyond the setup's inches.
+CellPlan PlanDevicePicture(const Settings &settings, const SourceSize &source, const Extent *box);
 
 /// Makes a page from a size and a resolution.
 Page MakePage(const Extent &size, int dpi);

@@ -13,13 +13,6 @@ namespace {
 
 constexpr uint8_t kMemoryEndMark = 255; // closes the file in a memory block
 
-int32_t OnStatus(uintptr_t context, int32_t command, int32_t, int32_t, int32_t percent, int32_t,
-                 void *) {
-    if (command == KOWEN_STATUS_PROGRESS)
-        reinterpret_cast<Progress *>(context)->Show("exporting", percent);
-    return CancelRequested() ? 1 : 0;
-}
-
 uint32_t BlockSize(size_t bytes) {
     if (bytes > std::numeric_limits<uint32_t>::max())
         throw HostError("the picture has too many pixels for one block of memory");
@@ -45,10 +38,17 @@ void CheckResult(int32_t result) {
 
 } // namespace
 
+int32_t OnExportStatus(uintptr_t context, int32_t command, int32_t, int32_t, int32_t percent,
+                       int32_t, void *) {
+    // A poll without a percentage leaves the bar where it is.
+    if (command == KOWEN_STATUS_PROGRESS && percent > 0)
+        reinterpret_cast<Progress *>(context)->Show("exporting", percent);
+    return CancelRequested() ? 1 : 0;
+}
+
 Bitmap::Bitmap(const FilterModule &module, Picture *picture, int32_t colourMode)
     : width(picture->Width()), height(picture->Height()), depth(picture->Depth()),
-      pixels(module, BlockSize(picture->PixelBytes())) {
-    const size_t rowBytes = picture->RowBytes();
+      rowBytes(picture->RowBytes()), pixels(module, BlockSize(picture->PixelBytes())) {
     picture->TakeRows(pixels.Data());
     if (depth >= 24) {
         for (int y = 0; y < height; ++y)
@@ -93,7 +93,7 @@ std::vector<uint8_t> Exporter::ToMemory(const Bitmap &bitmap, const CellPlan &pl
 int32_t Exporter::Run(const char *name, const Bitmap &bitmap, const CellPlan &plan,
                       const Page &page, ExportRecord *record) {
     record->context = reinterpret_cast<uintptr_t>(progress);
-    record->statusCallback = OnStatus;
+    record->statusCallback = OnExportStatus;
     BitmapRecord picture = bitmap.Record();
     CellRecord cell = {};
     cell.resolution = page.dpi;

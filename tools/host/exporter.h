@@ -20,13 +20,32 @@ public:
 
     BitmapRecord Record() const;
 
+    int Width() const { return width; }
+    int Height() const { return height; }
+    int Depth() const { return depth; }
+
+    /// A row, padded to 4 bytes, and behind it the ones above; row 0 is the bottom of the picture.
+    const uint8_t *Row(int row) const {
+        return pixels.Data() + rowBytes * static_cast<size_t>(row);
+    }
+
+    /// The colours, red, green and blue each; null and 0 at 24 and 32 bits.
+    const uint8_t *Palette() const { return palette.Data(); }
+    size_t Colours() const { return depth < 24 ? size_t{1} << depth : 0; }
+
 private:
     int width;
     int height;
     int depth;
+    size_t rowBytes;
     GlobalBlock pixels;
     GlobalBlock palette;
 };
+
+/// The status callback of an export: shows the percentage and answers whether to stop.
+/// context  the address of a Progress.
+int32_t OnExportStatus(uintptr_t context, int32_t command, int32_t code, int32_t value1,
+                       int32_t percent, int32_t value3, void *reply);
 
 /// An export through one setup.
 class Exporter {

@@ -46,6 +46,8 @@ FilterModule::FilterModule(const std::string &modulePath) : path(modulePath) {
     Bind(&destroySetup, Entry("DestroySetup"));
     Bind(&escapeSetup, Entry("EscapeSetup"));
     Bind(&exportCellData, Entry("ExportCellData"));
+    Bind(&rasterDoor, Entry("RASTER_dd_entry"));
+    Bind(&setDisplayInfo, Symbol("SetDisplayInfo"));
     Bind(&globalAlloc, Symbol("GlobalAlloc"));
     Bind(&globalLock, Symbol("GlobalLock"));
     Bind(&globalUnlock, Symbol("GlobalUnlock"));

@@ -27,6 +27,10 @@ public:
     DestroySetupFunction destroySetup = nullptr;
     EscapeSetupFunction escapeSetup = nullptr;
     ExportCellDataFunction exportCellData = nullptr;
+    ShortDoorFunction rasterDoor = nullptr;
+
+    // Exported by name as well.
+    decltype(&SetDisplayInfo) setDisplayInfo = nullptr;
 
     // Global memory, exported by name: pictures go in and results come out in its blocks.
     decltype(&GlobalAlloc) globalAlloc = nullptr;

@@ -133,6 +133,8 @@ void SetPlan(const Setup &setup, const CellPlan &plan) {
         setup.Set(KOWEN_ESCAPE_SET_SIZE_MODE, SizeModeInput(KOWEN_SIZE_FROM_PICTURE));
     if (plan.resolutionChoice)
         SetResolution(setup, *plan.resolutionChoice, false);
+    if (plan.sizeChoice)
+        SetSize(setup, *plan.sizeChoice, false);
 }
 
 void KeepChoices(const FilterModule &module, const Choices &choices, const std::string &section,
