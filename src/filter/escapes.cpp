@@ -246,8 +246,10 @@ int32_t xEscapeSetup(MemoryHandle setup, int32_t code, uint32_t size, const void
                      int32_t persist) noexcept {
     if (setup == 0)
         return kRejected;
-    SetupRecord &record = *Lock<SetupRecord>(setup);
-    const int32_t result = Dispatch({setup, record, size, in, out, persist != 0}, code);
+    SetupRecord *record = Lock<SetupRecord>(setup);
+    if (record == nullptr)
+        return kRejected;
+    const int32_t result = Dispatch({setup, *record, size, in, out, persist != 0}, code);
     GlobalUnlock(setup);
     return result;
 }

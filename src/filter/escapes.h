@@ -17,9 +17,10 @@ namespace kowen {
 /// persist  non-zero: the setters of a value also write it to the setup's profile section. The
 ///          setters of a mode never do.
 ///
-/// Returns 1 when the code was handled, 0 for an unknown code, -1 for handle 0, a rejected value
-/// and a null pointer where one is needed. A rejected value changes and persists nothing. A wrong
-/// size is a rejected value for the setters of a value; the others return 1 and do nothing.
+/// Returns 1 when the code was handled, 0 for an unknown code, -1 for handle 0 or one that
+/// cannot be locked, a rejected value and a null pointer where one is needed. A rejected value
+/// changes and persists nothing. A wrong size is a rejected value for the setters of a value; the
+/// others return 1 and do nothing.
 ///
 /// Kept deliberately: a persisted width is written as ".3" and the value, so that it loads as
 /// another width. Test: EscapeSetWidth.PersistedWidthLoadsAsAnother.

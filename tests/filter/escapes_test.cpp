@@ -103,6 +103,15 @@ TEST_F(EscapeTest, HandleZeroIsRejected) {
     EXPECT_EQ(lpRaster, setup);
 }
 
+// A handle of wrapped memory that is not there locks to nothing.
+TEST_F(EscapeTest, AHandleThatCannotBeLockedIsRejected) {
+    const MemoryHandle nothing = GlobalPointerToHandle(nullptr, 100);
+    const int32_t input = 101;
+    EXPECT_EQ(xEscapeSetup(nothing, 1, 4, &input, nullptr, 1), kRejected);
+    EXPECT_EQ(xEscapeSetup(nothing, 3, 4, &input, nullptr, 1), kRejected);
+    GlobalFree(nothing);
+}
+
 TEST_F(EscapeTest, TheCurrentSetupStaysCurrent) {
     const MemoryHandle other = CreateSetup(0, directory.File("absent").c_str(), nullptr, nullptr);
     SetupRecord *current = lpRaster;
