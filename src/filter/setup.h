@@ -77,11 +77,15 @@ SetupRecord *BindSetup(MemoryHandle setup) noexcept;
 MemoryHandle CreateSetup(uint32_t reserved, const char *profilePath, const char *section,
                          const char *filterName) noexcept;
 
-/// Makes a setup current and stores a value of the host in it. Returns 0; -1 for handle 0.
+/// Makes a setup current and stores a value of the host in it. Returns 0; -1 for handle 0, then no
+/// setup is current.
 int32_t EditSetup(MemoryHandle setup, uint32_t value) noexcept;
 
 /// Frees a setup; no setup is current then, and a device that was opened with it has none.
 /// Returns 0; 1 for handle 0.
+///
+/// Safe departure: 1, and nothing is freed, while ExportCellData works on the setup; it is current
+/// then. Test: DestroySetupTest.ASetupWhoseExportIsUnderWayStays.
 int32_t DestroySetup(MemoryHandle setup) noexcept;
 
 /// Fills a record with the built-in settings and empties its section and paths. Returns 0.

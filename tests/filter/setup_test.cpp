@@ -343,6 +343,28 @@ TEST_F(DestroySetupTest, HandleZeroGivesOne) {
     EXPECT_EQ(DestroySetup(0), 1);
 }
 
+// Safe departure: the export goes on with the record when its status callback returns.
+TEST_F(DestroySetupTest, ASetupWhoseExportIsUnderWayStays) {
+    SetupRecord *setup = CreateWithoutProfile();
+    setup->exporting = 1;
+    EXPECT_EQ(DestroySetup(handle), 1);
+    EXPECT_EQ(hRaster, handle);
+    EXPECT_EQ(lpRaster, setup);
+    EXPECT_EQ(setup->quality, 100);
+    setup->exporting = 0;
+    EXPECT_EQ(DestroySetup(handle), 0);
+    handle = 0;
+}
+
+// A handle of wrapped memory that is not there locks to nothing.
+TEST_F(DestroySetupTest, AHandleThatCannotBeLockedGivesOne) {
+    const MemoryHandle nothing = GlobalPointerToHandle(nullptr, 100);
+    EXPECT_EQ(DestroySetup(nothing), 1);
+    EXPECT_EQ(EditSetup(nothing, 5), -1);
+    EXPECT_EQ(lpRaster, nullptr);
+    GlobalFree(nothing);
+}
+
 TEST_F(UseDefaultSettingsTest, FillsEverythingButTheLineModeAndTheFilterName) {
     SetupRecord *setup = Load("Line Mode=120\nColor Format=215\nOperation=246\n");
     setup->reserved1 = 1;
