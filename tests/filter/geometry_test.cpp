@@ -297,6 +297,31 @@ TEST_F(GetRasterInfoTest, AResolutionWithoutLow16BitsIsNotKnown) {
     EXPECT_EQ(setup.width, 6.67);
 }
 
+TEST_F(GetRasterInfoTest, OfTheDisplayTooOnlyTheLow16BitsCount) {
+    setup.sizeMode = KOWEN_SIZE_FROM_DISPLAY;
+    setup.resolutionMode = KOWEN_RESOLUTION_FROM_DISPLAY;
+    RasterQuery query = kQuery;
+    query.displayResolution = 0x70000;
+    ExpectAnswer(Ask(query), 640, 322);
+    EXPECT_EQ(setup.header.xResolution, 96);
+    EXPECT_EQ(setup.width, 6.67);
+    query.displayResolution = 0x70000 + 48;
+    Ask(query);
+    EXPECT_EQ(setup.header.xResolution, 48);
+    EXPECT_EQ(setup.header.yResolution, 48);
+    EXPECT_EQ(setup.width, 20.0);
+    EXPECT_EQ(setup.height, 10.0);
+}
+
+// 65436 is -100 in 16 bits: 200 / -100 x 100 / -100 inches at 96 dots per inch.
+TEST_F(GetRasterInfoTest, ResolutionsAreSigned) {
+    setup.sizeMode = KOWEN_SIZE_FROM_PICTURE;
+    RasterQuery query = kQuery;
+    query.pictureResolution = 65436;
+    ExpectAnswer(Ask(query), -192, -96);
+    EXPECT_EQ(setup.width, -2.0);
+}
+
 // 1.5 inches at 75 and at 33 dots per inch: 112.5 and 49.5 pixels.
 TEST_F(GetRasterInfoTest, PixelsAreRoundedUp) {
     setup.sizeMode = KOWEN_SIZE_FROM_PICTURE;
