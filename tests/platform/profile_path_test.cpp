@@ -1,7 +1,9 @@
 #include "platform/profile_path.h"
 
 #include "kowen/codes.h"
+#include "platform/open_files.h"
 #include "platform/profile_file.h"
+#include "support/child_process.h"
 #include "support/failing_memory.h"
 #include "support/scoped_environment.h"
 #include "support/temp_directory.h"
@@ -11,6 +13,7 @@
 #include <cstring>
 #include <filesystem>
 #include <string>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -257,6 +260,19 @@ TEST_F(GetProfileDirectoryTest, ADirectoryOrAPipeIsNotAProfile) {
     EXPECT_EQ(Find("pipe", nullptr), 1);
 }
 
+TEST_F(GetProfileDirectoryTest, EveryFileIsClosedAgain) {
+    here.Write("here.ini", "here");
+    inidir.Write("there.ini", "there");
+    fs::create_directory("a.ini");
+    ScopedEnvironment variable("INIDIR", inidir.Path().c_str());
+    const std::ptrdiff_t filesBefore = CountOpenFiles();
+    EXPECT_EQ(Find("here.ini", nullptr), 0);
+    EXPECT_EQ(Find("there.ini", nullptr), 0);
+    EXPECT_EQ(Find("a.ini", nullptr), 1);
+    EXPECT_EQ(Find("none.ini", nullptr), 1);
+    EXPECT_EQ(CountOpenFiles(), filesBefore);
+}
+
 TEST(ReadToEnd, ReadsEveryByte) {
     TempDirectory directory;
     std::string text;
@@ -324,6 +340,25 @@ TEST(QIVGetTempFileName, MakesAnEmptyFileOfItsOwn) {
     EXPECT_EQ(status.st_size, 0);
     unlink(first);
     unlink(second);
+}
+
+TEST(QIVGetTempFileName, LeavesNoFileOpen) {
+    const std::ptrdiff_t before = CountOpenFiles();
+    char name[64];
+    ASSERT_EQ(QIVGetTempFileName(1, 2, 3, name), 1);
+    EXPECT_EQ(CountOpenFiles(), before);
+    unlink(name);
+}
+
+TEST(QIVGetTempFileName, WithoutANameTheDestinationStays) {
+    const ChildResult child = RunInChild([] {
+        const rlimit noMoreFiles = {0, 0};
+        setrlimit(RLIMIT_NOFILE, &noMoreFiles);
+        char name[64] = "before";
+        const bool failed = QIVGetTempFileName(1, 2, 3, name) == 0;
+        return failed && std::strcmp(name, "before") == 0 ? 7 : 1;
+    });
+    EXPECT_EQ(child.exitCode, 7);
 }
 
 } // namespace

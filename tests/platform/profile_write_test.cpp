@@ -1,6 +1,7 @@
 #include "platform/profile_file.h"
 
 #include "io/disk_operations.h"
+#include "platform/open_files.h"
 #include "support/failing_memory.h"
 #include "support/scoped_environment.h"
 #include "support/temp_directory.h"
@@ -326,6 +327,19 @@ TEST_F(WritePrivateProfileStringTest, EachFailingAllocationLeavesNoNewProfile) {
         EXPECT_EQ(FileCount(), 0) << "allocation " << k;
     }
     EXPECT_EQ(directory.Read("a.ini"), "\n[S]\nA=2\n");
+}
+
+TEST_F(WritePrivateProfileStringTest, EveryFileIsClosedAgain) {
+    const std::ptrdiff_t before = CountOpenFiles();
+    Write("S", "A", "1");     // creates
+    Write("S", "A", "2");     // rewrites
+    Write("T", "A", nullptr); // changes nothing
+    char value[8];
+    EXPECT_EQ(GetPrivateProfileString("S", "A", "", value, sizeof value, file.c_str()), 1);
+    EXPECT_EQ(GetPrivateProfileInt("T", "A", 5, file.c_str()), 5);
+    file = directory.File("missing/a.ini");
+    Write("S", "A", "1"); // fails
+    EXPECT_EQ(CountOpenFiles(), before);
 }
 
 int failingRead = 0;
