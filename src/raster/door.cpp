@@ -23,7 +23,8 @@ constexpr int32_t kVersionBytes = 4;
 bool doorBusy = false;
 
 /// Safe departure: a host that calls a door from inside its own callback finds it shut. Its
-/// records would otherwise be freed under the request that is running.
+/// records would otherwise be freed under the request that is running. Only the version, which
+/// touches no record, is told all the same.
 class DoorVisit {
 public:
     DoorVisit() noexcept : entered(!doorBusy) { doorBusy = true; }
@@ -117,6 +118,8 @@ int32_t RASTER_dd_entry(int16_t function, void *out, int16_t) noexcept {
 }
 
 int32_t dd_entry32(uint32_t, uint16_t function, void *record) noexcept {
+    if (function == KOWEN_DD_VERSION)
+        return CopyVersion(record);
     const DoorVisit visit;
     if (!visit.entered)
         return 0;
@@ -127,14 +130,14 @@ int32_t dd_entry32(uint32_t, uint16_t function, void *record) noexcept {
         return DispatchExport(static_cast<DdRequest *>(record));
     case KOWEN_DD_TERMINATE:
         return TerminateExport();
-    case KOWEN_DD_VERSION:
-        return CopyVersion(record);
     default:
         return 0;
     }
 }
 
 int32_t RASTER_dd_entry32(uint32_t, uint16_t function, void *record) noexcept {
+    if (function == KOWEN_DD_VERSION)
+        return CopyVersion(record);
     const DoorVisit visit;
     if (!visit.entered)
         return 0;
@@ -145,8 +148,6 @@ int32_t RASTER_dd_entry32(uint32_t, uint16_t function, void *record) noexcept {
         return DispatchRaster(static_cast<DdRequest *>(record));
     case KOWEN_DD_TERMINATE:
         return TerminateRaster();
-    case KOWEN_DD_VERSION:
-        return CopyVersion(record);
     default:
         return 0;
     }

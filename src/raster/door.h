@@ -25,7 +25,7 @@ int32_t RASTER_dd_entry(int16_t function, void *out, int16_t ignored) noexcept;
 /// Any other function does nothing and answers 0, as do dispatch and version without a record.
 ///
 /// A call from inside one of the host's callbacks, while a door is at work, does nothing and
-/// answers 0.
+/// answers 0; only KOWEN_DD_VERSION works there too.
 int32_t dd_entry32(uint32_t ignored, uint16_t function, void *record) noexcept;
 
 /// The raster driver's 32-bit door, as dd_entry32 with these differences.

@@ -174,6 +174,15 @@ TEST_F(RasterDoor, DoesNotInitialiseAgainWithACommonRecord) {
     EXPECT_EQ(lpEMData->stateWord, 2);
 }
 
+// State -1 lets a device begin anew: the old one ends, and a new one is not made.
+TEST_F(RasterDoor, AStateOfMinusOneIsInitialisedAgainEvenWithACommonRecord) {
+    ASSERT_EQ(Initialise(), 0);
+    lpEMData->stateWord = -1;
+    CommonForTest common(1);
+    EXPECT_EQ(Initialise(), 300);
+    EXPECT_EQ(lpEMData, nullptr);
+}
+
 TEST_F(RasterDoor, WithACommonRecordThereIsNoNewDevice) {
     CommonForTest common(1);
     EXPECT_EQ(Initialise(), 300);
@@ -197,6 +206,19 @@ TEST_F(RasterDoor, IsShutInsideItsOwnCallbacks) {
     host.answer = nullptr;
     EXPECT_EQ(Terminate(), 0);
     EXPECT_EQ(lpEMData, nullptr);
+}
+
+TEST_F(RasterDoor, TellsItsVersionInsideItsOwnCallbacks) {
+    uint32_t versions[2] = {};
+    host.answer = [&](const StatusCall &) {
+        EXPECT_EQ(Door(KOWEN_DD_VERSION, &versions[0]), 4);
+        EXPECT_EQ(dd_entry32(0, KOWEN_DD_VERSION, &versions[1]), 4);
+        return 0;
+    };
+    ASSERT_EQ(Initialise(), 0);
+    host.answer = nullptr;
+    EXPECT_EQ(versions[0], 0x02000005u);
+    EXPECT_EQ(versions[1], 0x02000005u);
 }
 
 TEST_F(ExportDoor, RunsNothingWithoutACommonRecord) {
