@@ -487,6 +487,17 @@ TEST(EndCellBitmap, WritesNoByteAtAByteBoundary) {
               ReferenceBegin({1, 16, 212, 245, 75, 96, 96}) + FromHex("EF E8 A0 02 8A 00 FF D9"));
 }
 
+// A host that serves the output sees no write of nothing.
+TEST(EndCellBitmap, AtAByteBoundaryOnlyTheEndMarkerIsAWrite) {
+    for (const int32_t operation : {245, 246}) {
+        Begun picture(212, operation, 8, 8);
+        const size_t before = picture.output.WriteSizes().size();
+        EXPECT_EQ(picture.End(), 0);
+        ASSERT_EQ(picture.output.WriteSizes().size(), before + 1);
+        EXPECT_EQ(picture.output.WriteSizes().back(), 2);
+    }
+}
+
 TEST(EndCellBitmap, StuffsALastByteThatBecomes255) {
     Begun picture(212, 245, 8, 8);
     picture.Env()->pendingByte = 0b11110000;
