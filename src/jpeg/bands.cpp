@@ -73,6 +73,7 @@ ComponentBlocks Coded(const ChunkBlocks &blocks, uint32_t blocksInMcu, CompressE
             blocksInMcu,
             env.huffmanTable[luminance ? kDcDiffLuminance : kDcDiffChrominance],
             env.huffmanTable[luminance ? kAcLuminance : kAcChrominance],
+            ShortCodesOf(env, luminance ? kAcLuminance : kAcChrominance),
             &env.dcPredictor[component]};
 }
 

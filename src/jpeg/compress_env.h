@@ -62,6 +62,9 @@ struct CompressEnv {
 
     // Derived from quantTable on first use; see QuantDivisors.
     QuantDivisors divisors[kQuantTables];
+
+    // Of the AC tables, on first use; the process's own. See ShortCodes.
+    const HuffmanEntry *shortCodes[2];
 };
 
 /// Fills a fresh environment from the arguments and the current setup: sampling factors, padded

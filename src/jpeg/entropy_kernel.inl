@@ -53,15 +53,25 @@ inline void PutDc(BitSink &sink, const HuffmanEntry *differences, int16_t dc, in
     Put(sink, differences[(difference >= 0 ? difference : difference + 4095) & 4095]);
 }
 
-// EncodeZRL and EncodeACCoef.
-inline void PutAc(BitSink &sink, const HuffmanEntry *codes, uint32_t run, int32_t coefficient) {
-    for (; run > 15; run -= 16)
-        Put(sink, codes[kZeroRunSymbol]);
+// EncodeACCoef for any coefficient.
+inline void PutLongAc(BitSink &sink, const HuffmanEntry *codes, uint32_t run, int32_t coefficient) {
     const int32_t sign = coefficient >> 31;
     const uint32_t category = BitWidth(static_cast<uint32_t>((coefficient ^ sign) - sign));
     const uint32_t appended = static_cast<uint32_t>(coefficient + sign) & ((1u << category) - 1u);
     const HuffmanEntry entry = codes[run * 16 + category];
     Put(sink, entry.code << category | appended, entry.length + category);
+}
+
+// EncodeZRL and EncodeACCoef.
+inline void PutAc(BitSink &sink, const HuffmanEntry *codes, const HuffmanEntry *shortCodes,
+                  uint32_t run, int32_t coefficient) {
+    for (; run > 15; run -= 16)
+        Put(sink, codes[kZeroRunSymbol]);
+    const auto place = static_cast<uint32_t>(coefficient + kShortReach);
+    if (place < kShortCoefficients) [[likely]]
+        Put(sink, shortCodes[run * kShortCoefficients + place]);
+    else
+        PutLongAc(sink, codes, run, coefficient);
 }
 
 // EncodeBlock.
@@ -71,7 +81,7 @@ inline void PutBlock(BitSink &sink, const ComponentBlocks &component, const int1
     uint32_t next = 1;
     for (uint64_t left = nonZero & ~uint64_t{1}; left != 0; left &= left - 1) {
         const auto k = static_cast<uint32_t>(__builtin_ctzll(left));
-        PutAc(sink, component.codes, k - next, block[Place(k)]);
+        PutAc(sink, component.codes, component.shortCodes, k - next, block[Place(k)]);
         next = k + 1;
     }
     if (next != 64)
@@ -152,7 +162,7 @@ uint32_t CodeAcs(BitSink *sinkInOut, AcScan *scanInOut, const uint64_t *nonZero,
             FlushEobRun(sink, scan);
             for (; left != 0; left &= left - 1) {
                 const auto k = static_cast<uint32_t>(__builtin_ctzll(left));
-                PutAc(sink, scan.codes, k - next, *packed++);
+                PutAc(sink, scan.codes, scan.shortCodes, k - next, *packed++);
                 next = k + 1;
             }
             StoreBytes(sink);

@@ -6,6 +6,13 @@
 
 namespace kowen {
 
+const HuffmanEntry *ShortCodesOf(CompressEnv &env, HuffmanSlot slot) noexcept {
+    const HuffmanEntry *&shortCodes = env.shortCodes[slot - kAcLuminance];
+    if (shortCodes == nullptr)
+        shortCodes = ShortCodes(env.huffmanTable[slot]);
+    return shortCodes;
+}
+
 EntropyOutput::EntropyOutput(CompressEnv &env, uint32_t &fillCount) noexcept
     : env_(env), fillCount_(fillCount), kernels_(ActiveKernels()) {
     sink_.pending = static_cast<uint32_t>(std::countl_zero(env.bitMask)) % 8;

@@ -8,6 +8,9 @@
 
 namespace kowen {
 
+/// The short codes that go with huffmanTable[slot], kAcLuminance or kAcChrominance.
+const HuffmanEntry *ShortCodesOf(CompressEnv &env, HuffmanSlot slot) noexcept;
+
 /// Takes over the environment's bit state from construction to End; between the two the
 /// environment's own is not valid. After a failed growth of the buffer, which loses it, coding goes
 /// on into a place that is thrown away, so that the bit state stays consistent.

@@ -7,6 +7,7 @@
 
 #include "jpeg/huffman_entry.h"
 #include "jpeg/quantize.h"
+#include "jpeg/short_codes.h"
 
 #include <cstdint>
 
@@ -33,6 +34,7 @@ struct ComponentBlocks {
     uint32_t blocksInMcu;
     const HuffmanEntry *differences; ///< whole DC differences
     const HuffmanEntry *codes;       ///< AC codes by symbol
+    const HuffmanEntry *shortCodes;  ///< the same for small coefficients: see ShortCodes
     int16_t *predictor;
 };
 
@@ -46,8 +48,9 @@ struct ComponentDcs {
 
 /// A progressive AC scan on its way.
 struct AcScan {
-    const HuffmanEntry *codes; ///< by symbol
-    uint32_t eobRun;           ///< blocks that ended on zeros and are not coded yet
+    const HuffmanEntry *codes;      ///< by symbol
+    const HuffmanEntry *shortCodes; ///< the same for small coefficients: see ShortCodes
+    uint32_t eobRun;                ///< blocks that ended on zeros and are not coded yet
 };
 
 struct Kernels {
