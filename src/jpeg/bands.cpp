@@ -49,16 +49,20 @@ void Split422(uint8_t *row, uint32_t columns, SampleRows *rows, uint32_t y) {
     ActiveKernels().takeRow422(row, columns, rows[0].samples[y], rows[1].samples[y],
                                rows[2].samples[y]);
 }
-void Split444(const uint8_t *row, uint32_t columns, SampleRows *rows, uint32_t y, bool) {
+void Split444(const uint8_t *row, uint32_t columns, SampleRows *rows, uint32_t y, int32_t) {
     ActiveKernels().splitRow444(row, columns, rows[0].samples[y], rows[1].samples[y],
                                 rows[2].samples[y]);
 }
-void Split444(uint8_t *row, uint32_t columns, SampleRows *rows, uint32_t y, bool grey) {
-    if (grey)
+void Split444(uint8_t *row, uint32_t columns, SampleRows *rows, uint32_t y, int32_t colorFormat) {
+    if (colorFormat == KOWEN_FORMAT_GREY) {
         ActiveKernels().takeRowGrey(row, columns, rows[0].samples[y]);
-    else
+    } else if (colorFormat == KOWEN_FORMAT_RGB444) {
         ActiveKernels().takeRow444(row, columns, rows[0].samples[y], rows[1].samples[y],
                                    rows[2].samples[y]);
+    } else { // a format that only a profile can name: MapColors takes it for luminance and chroma
+        ActiveKernels().mapRgbToYcc(row, columns);
+        Split444(static_cast<const uint8_t *>(row), columns, rows, y, colorFormat);
+    }
 }
 
 uint32_t RoundedUp(uint32_t value, uint32_t unit) {
@@ -106,8 +110,7 @@ void CodeChunk444(EntropyOutput &output, CompressEnv &env, const PixelRows<Byte>
     const uint32_t count = std::min<uint32_t>(env.componentCount, kComponents);
     SampleRows rows[kComponents];
     for (uint32_t y = 0; y < band.rows; ++y)
-        Split444(band.Row(y) + std::size_t{x} * kPixelBytes, columns, rows, y,
-                 env.colorFormat == KOWEN_FORMAT_GREY);
+        Split444(band.Row(y) + std::size_t{x} * kPixelBytes, columns, rows, y, env.colorFormat);
     const uint32_t padded = RoundedUp(columns, 8);
     const uint32_t mcus = padded / 8;
 

@@ -134,7 +134,8 @@ uint32_t CodeDcs(BitSink *sinkInOut, ComponentDcs *components, uint32_t count, u
             *component.predictor = predictor;
         }
     }
-    StoreBytes(sink);
+    if (mcu > 0) // else there is nothing new, and perhaps no room for a word
+        StoreBytes(sink);
     *sinkInOut = sink;
     return mcu;
 }

@@ -159,12 +159,14 @@ int32_t MapAndWriteBand(FileHandle output, const SourceRows &band, CompressEnv *
         return KOWEN_ERR_MEMORY;
     }
     int32_t result = 0;
-    if (sequential)
+    if (sequential) {
         result = WriteGroups(output, band, env);
-    else if (progressive)
+    } else if (progressive) {
         result = WriteProgressive(output, band, env);
-    else
+    } else {
         MapRows(band, *env);
+        WriteBand(output, *env, 0); // as CompAndWriteNRows does
+    }
     FreeBand(*env);
     return result;
 }

@@ -294,6 +294,32 @@ TEST_P(KernelForm, TransformFlatBlocks) {
     blocks.ExpectPlain(*GetParam(), 1);
 }
 
+// Nothing is coded into a buffer that is too full for another MCU, and nothing is stored there.
+TEST_P(KernelForm, FullBuffersStayAsTheyAre) {
+    uint8_t buffer[16];
+    std::fill(std::begin(buffer), std::end(buffer), kGuard);
+    const BitSink full = {0b101, 3, buffer, buffer};
+    BitSink sink = full;
+    int16_t predictor = 7;
+    const int16_t dc = 9;
+    ComponentDcs dcs = {&dc, 1, nullptr, &predictor};
+    EXPECT_EQ(GetParam()->codeDcs(&sink, &dcs, 1, 1), 0u);
+    const int16_t coefficients[64] = {9};
+    const uint64_t nonZero = 1;
+    ComponentBlocks blocks = {coefficients, &nonZero, 1, nullptr, nullptr, &predictor};
+    EXPECT_EQ(GetParam()->codeMcus(&sink, &blocks, 1, 1), 0u);
+    AcScan scan = {nullptr, 5};
+    const int16_t *packed = coefficients;
+    EXPECT_EQ(GetParam()->codeAcs(&sink, &scan, &nonZero, &packed, 1), 0u);
+    EXPECT_EQ(sink.accumulator, full.accumulator);
+    EXPECT_EQ(sink.pending, full.pending);
+    EXPECT_EQ(sink.out, buffer);
+    EXPECT_EQ(predictor, 7);
+    EXPECT_EQ(scan.eobRun, 5u);
+    EXPECT_TRUE(std::all_of(std::begin(buffer), std::end(buffer),
+                            [](uint8_t byte) { return byte == kGuard; }));
+}
+
 INSTANTIATE_TEST_SUITE_P(OfThisMachine, KernelForm, testing::ValuesIn(Available()),
                          [](const testing::TestParamInfo<const Kernels *> &form) {
                              std::string name = form.param->name;

@@ -73,6 +73,16 @@ reference::Picture AsPicture(const Bytes &bytes, int width, int height) {
     return picture;
 }
 
+/// The same rows as MapColors leaves them.
+Bytes MappedBytes(const Bytes &bytes, int32_t colorFormat) {
+    Bytes mapped;
+    for (size_t i = 0; i < bytes.size(); i += 3) {
+        const auto pixel = reference::Mapped({bytes[i], bytes[i + 1], bytes[i + 2]}, colorFormat);
+        mapped.insert(mapped.end(), pixel.begin(), pixel.end());
+    }
+    return mapped;
+}
+
 /// The complete bytes of one band of noise, quality 100.
 Bytes PlainBand(const Bytes &rows, int width, int height, int32_t colorFormat) {
     reference::Coder coder(245, 100);
@@ -170,6 +180,39 @@ TEST(CompAndWriteNRows, BandWithoutAWholeByteIsAWriteOfNone) {
     EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 8, 8, env.Get()), 0);
     EXPECT_EQ(output.WriteSizes(), std::vector<int32_t>{0});
     EXPECT_EQ(env->pendingByte, 0b00101000);
+}
+
+// What codes nothing makes the write all the same, and maps the pixels.
+TEST(MapAndWriteBand, FormatsAndOperationsWithoutAScanAreAWriteOfNone) {
+    const struct {
+        int32_t colorFormat;
+        int32_t operation;
+    } cases[] = {{222, 246}, {215, 246}, {212, 0}, {213, 0}, {213, 246}};
+    for (const auto &[colorFormat, operation] : cases) {
+        const Bytes before = NoiseRows(37, 11);
+        Bytes rows = before;
+        PictureEnv env(colorFormat, operation, 75, 37, 11, 0);
+        const HostOutput output;
+        EXPECT_EQ(MapAndWriteBand(output.File(), {rows.data(), 37 * 3, 11, 37}, env.Get()), 0);
+        EXPECT_EQ(output.WriteSizes(), std::vector<int32_t>{0}) << colorFormat << ", " << operation;
+        EXPECT_EQ(rows, MappedBytes(before, colorFormat)) << colorFormat << ", " << operation;
+        EXPECT_EQ(env->outputHandle, 0u);
+    }
+}
+
+// The format is not known, the components are those of an earlier picture: luminance and chroma,
+// at full size.
+TEST(MapAndWriteBand, UnknownFormatIsLuminanceAndChroma) {
+    for (const int32_t componentCount : {0, 3}) {
+        const Bytes before = NoiseRows(37, 8);
+        Bytes rows = before;
+        PictureEnv env(213, 245, 100, 37, 8, 0);
+        env->componentCount = static_cast<uint32_t>(componentCount);
+        const MemoryOutput output;
+        EXPECT_EQ(MapAndWriteBand(output.File(), {rows.data(), 37 * 3, 8, 37}, env.Get()), 0);
+        EXPECT_EQ(rows, MappedBytes(before, 213)) << componentCount;
+        EXPECT_EQ(output.Bytes(), componentCount == 0 ? Bytes{} : PlainBand(rows, 37, 8, 213));
+    }
 }
 
 // Band buffer, growths and bounce buffer in turn. A lost band writes nothing; the environment
