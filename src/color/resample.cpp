@@ -28,8 +28,8 @@ MemoryHandle ResampleBitmap(MemoryHandle bitmap, uint16_t depth, uint32_t width,
     if (!BitmapFits(bitmap, width, height, depth))
         return 0;
     const MemoryHandle result = rlGetMemory(1, rlCalcNewSize(targetWidth, targetHeight, depth));
-    if (result == 0)
-        return 0;
+    if (GlobalSize(result) == 0) // no memory, or rows without bytes: there may be billions
+        return result;
     const auto *source = Lock<const uint8_t>(bitmap);
     auto *destination = Lock<uint8_t>(result);
     const bool done =

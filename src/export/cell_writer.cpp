@@ -26,12 +26,15 @@ constexpr int32_t kTopDown = 1; // bands are numbered from the top of the pictur
 constexpr int16_t kEndOfImage = static_cast<int16_t>(0xFFD9);
 
 // Describes a band as the producer hands it over, rows bottom-up, each padded to 4 bytes. False
-// when a size leaves 32 bits or the block is too small for it.
+// when a size leaves 32 bits or the block is too small for it. A band without columns has no rows:
+// the block does not limit how many of them there may be.
 bool DescribeBand(SourceRows &band, uint8_t *pixels, uint32_t blockBytes, uint32_t width,
                   uint32_t rows) {
     const uint64_t stride = (uint64_t{width} * kPixelBytes + 3) & ~uint64_t{3};
     if (stride > UINT32_MAX || stride * rows > blockBytes)
         return false;
+    if (width == 0)
+        rows = 0;
     uint8_t *top = rows > 0 ? pixels + (rows - 1) * stride : pixels;
     band = {top, -static_cast<std::ptrdiff_t>(stride), rows, width};
     return true;

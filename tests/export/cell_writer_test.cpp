@@ -382,6 +382,19 @@ TEST(WriteCellBits, BandWithoutRowsWritesNothing) {
     EXPECT_TRUE(picture.Written().empty());
 }
 
+TEST(WriteCellBits, BandWithoutColumnsHasNoRows) {
+    const PixelBlock pixels(MakeNoise(8, 8));
+    for (const int32_t colorFormat : {212, 222}) {
+        Begun picture(colorFormat, 245, 0, 8);
+        EXPECT_EQ(picture.Write(pixels.Handle(), 0, 0xFFFFFFFF), 0);
+        EXPECT_TRUE(picture.Written().empty());
+    }
+    Begun progressive(222, 246, 0, 8);
+    EXPECT_EQ(progressive.Write(pixels.Handle(), 0, 0xFFFFFFFF), 0);
+    EXPECT_TRUE(progressive.Written().empty());
+    EXPECT_EQ(pixels.Contents(), MakeNoise(8, 8).pixels);
+}
+
 TEST(WriteCellBits, WithoutAWorkBufferTheBandIsRefused) {
     for (const int32_t operation : {245, 246}) {
         const TestBitmap bitmap = MakeNoise(16, 8);

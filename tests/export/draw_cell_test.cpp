@@ -297,6 +297,16 @@ TEST(DrawExportCellData, DrawWithoutMemoryAnswersZero) {
     }
 }
 
+// As many rows as there can be, none of which has a byte: drawing them ends at once.
+TEST(DrawExportCellData, RowsWithoutBytesAreNotDrawnOneByOne) {
+    HostBitmap bitmap(MakeNoise(20, 10));
+    Offscreen noColumns(bitmap, 0, INT32_MAX, 24);
+    EXPECT_EQ(noColumns.Draw(), 0u);
+    bitmap.record.depth = 0;
+    Offscreen noDepth(bitmap, 10, INT32_MAX, 24);
+    EXPECT_EQ(noDepth.Draw(), 0u); // 60 GB
+}
+
 TEST(DrawExportCellData, UnknownOperationsDoNothing) {
     HostBitmap bitmap(MakeNoise(4, 4));
     const Offscreen offscreen(bitmap, 4, 4, 24);
