@@ -92,6 +92,31 @@ TEST(BitmapDoor, ForgetsTheExportRecordAndTheOutput) {
     EXPECT_EQ(setup->exportRecord, nullptr);
 }
 
+TEST(BitmapDoor, ForgetsTheNameOfTheExportBefore) {
+    const CurrentSetup setup;
+    const TempDirectory directory;
+    Host host(MakeNoise(16, 8));
+    for (const char *name : {"", static_cast<const char *>(nullptr)}) {
+        EXPECT_EQ(host.Export(directory.File("a.jpg").c_str(), setup.Handle()), 0);
+        EXPECT_EQ(host.record.memoryBlock, 0u);
+        EXPECT_EQ(host.Export(name, setup.Handle()), 0);
+        EXPECT_NE(host.record.memoryBlock, 0u);
+        host.TakeBlock();
+    }
+}
+
+// The block of an earlier export, which the host has freed, is not taken for this one's.
+TEST(BitmapDoor, MemoryOutputThatCannotBeOpenedClearsTheBlocksPlace) {
+    const CurrentSetup setup;
+    Host host(MakeNoise(16, 8));
+    for (const int failing : {1, 2}) { // the block; the file record
+        host.record.memoryBlock = 77;
+        const FailingMemory memory(failing);
+        EXPECT_EQ(host.Export("", setup.Handle()), 303);
+        EXPECT_EQ(host.record.memoryBlock, 0u) << failing;
+    }
+}
+
 TEST(BitmapDoor, WithoutASetupTheCurrentOneStays) {
     const CurrentSetup setup;
     SetupRecord *record = lpRaster;

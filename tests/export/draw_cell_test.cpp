@@ -3,8 +3,10 @@
 #include "color/depth.h"
 #include "color/dither.h"
 #include "export/offscreen.h"
+#include "filter/state.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
+#include "raster/device_record.h"
 #include "reference/color/bitmap.h"
 #include "reference/color/resample.h"
 #include "support/bitmaps.h"
@@ -132,7 +134,10 @@ TEST(DrawExportCellData, OpenTakesTheWholePictureAsOneBand) {
 
 TEST(DrawExportCellData, OpenWithoutMemoryAnswersZero) {
     HostBitmap bitmap(MakeIndexed(8, 8, 6));
+    EMData device = {};
+    lpEMData = &device;
     for (const int failing : {2, 3}) { // the record itself is the first
+        device.errorStack.currentError = 0;
         uint32_t bandHeight = 6;
         const uint8_t flag = 0;
         auto *palette = static_cast<uint8_t *>(qivPtrGlobalAlloc(768));
@@ -142,10 +147,13 @@ TEST(DrawExportCellData, OpenWithoutMemoryAnswersZero) {
         EXPECT_TRUE(memory.Failed());
         ASSERT_NE(record, nullptr);
         EXPECT_EQ(bandHeight, 0u);
+        EXPECT_EQ(device.errorStack.currentError, KOWEN_ERR_OUTPUT);
         EXPECT_EQ(DrawPlatformOffscreen(record, 0, 6), 0u);
         qivPtrGlobalFree(record->palette);
         TermPlatformOffscreen(record);
     }
+    EXPECT_EQ(device.errorStack.overflow, 2);
+    lpEMData = nullptr;
 }
 
 TEST(DrawExportCellData, PaletteOfAShallowerSourceIsCopied) {
@@ -215,6 +223,55 @@ TEST(DrawExportCellData, TrueColorAtDepthFourGetsTheDitheringsPalette) {
     EXPECT_EQ(offscreen.Palette(16), Prefix(BlockBytes(dithering), 48));
     EXPECT_NE(offscreen.Palette(16), Bytes(48, 0));
     GlobalFree(dithering);
+}
+
+TEST(DrawExportCellData, FourByteColorsAtDepthEightGetTheDitheringsPalette) {
+    HostBitmap bitmap(MakeNoise(40, 30, 1, 32));
+    MemoryHandle table = 0;
+    uint16_t count = 256;
+    const MemoryHandle dithering =
+        rlDitherGetCT(bitmap.record.pixels, 40, 30, 32, 8, 0, &table, &count);
+    uint16_t optimisedCount = 256;
+    const MemoryHandle optimised =
+        rlReduceColorTable(bitmap.record.pixels, 40, 30, &optimisedCount);
+    const Offscreen offscreen(bitmap, 40, 30, 8, 256);
+    const Bytes expected = dithering != 0 ? Prefix(BlockBytes(dithering), 768) : Bytes(768, 0);
+    EXPECT_EQ(offscreen.Palette(256), expected);
+    EXPECT_NE(Prefix(BlockBytes(optimised), 768), expected);
+    GlobalFree(dithering);
+    GlobalFree(optimised);
+}
+
+// Dithered below 8 bits, and then only from deeper bitmaps.
+TEST(DrawExportCellData, DepthIsDitheredOnlyBelowEightAndTheSources) {
+    const struct {
+        TestBitmap source;
+        int depth;
+        bool dithers;
+    } cases[] = {{MakeNoise(40, 30), 8, false},
+                 {MakeNoise(40, 30), 4, true},
+                 {MakeIndexed(8, 40, 30), 4, true},
+                 {MakeIndexed(4, 40, 30), 8, false},
+                 {MakeIndexed(1, 40, 30), 4, false}};
+    for (const auto &c : cases) {
+        HostBitmap bitmap(c.source);
+        const BitmapRecord &host = bitmap.record;
+        Offscreen offscreen(bitmap, 40, 30, c.depth, 1 << c.depth);
+        const uint16_t entries = offscreen.record->paletteCount;
+        const MemoryHandle palette = MakeBlock(offscreen.Palette(entries));
+        const auto depth = static_cast<uint16_t>(c.depth);
+        const MemoryHandle dithered =
+            rlDitherGivenCT(host.pixels, 40, 30, host.depth, depth, host.palette, palette, entries);
+        const MemoryHandle converted = rlConvertBitmapDepth(host.pixels, 40, 30, host.depth, depth,
+                                                            host.palette, palette, entries);
+        ASSERT_NE(converted, 0u);
+        const Bytes drawn = BlockBytes(offscreen.Draw());
+        EXPECT_EQ(drawn == BlockBytes(converted), !c.dithers) << host.depth << " to " << depth;
+        EXPECT_EQ(dithered != 0 && drawn == BlockBytes(dithered), c.dithers)
+            << host.depth << " to " << depth;
+        for (const MemoryHandle block : {palette, dithered, converted})
+            GlobalFree(block);
+    }
 }
 
 // Every pixel of the drawn picture is one of the palette's places, not a colour.

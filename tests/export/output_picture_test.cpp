@@ -57,6 +57,7 @@ struct BandedPicture {
         case kDrawOpen:
             return self.Open(offscreen, *reinterpret_cast<OffscreenFormat *>(argument1));
         case kDrawBand:
+            EXPECT_EQ(offscreen.bandHeight, self.bandHeight);
             return self.Draw(static_cast<int>(argument1), static_cast<int>(argument2));
         default:
             self.calls.push_back("close");
@@ -87,8 +88,10 @@ private:
         if (given.palette != nullptr)
             palette.assign(given.palette, given.palette + given.paletteCount * 3);
         if (growsPalette) {
-            offscreen.palette = static_cast<uint8_t *>(
-                qivPtrGlobalReAlloc(offscreen.palette, 3 * 300, kGlobalFlags));
+            // At another place for certain.
+            auto *grown = static_cast<uint8_t *>(qivPtrGlobalAlloc(3 * 300));
+            qivPtrGlobalFree(offscreen.palette);
+            offscreen.palette = grown;
             offscreen.paletteCount = 300;
         }
         return bandHeight;
@@ -324,6 +327,18 @@ TEST(OutputPicture, WithoutAQueryBlockGives27) {
     EXPECT_EQ(Output(output, picture), 27);
     EXPECT_TRUE(picture.calls.empty());
     EXPECT_TRUE(output.Bytes().empty());
+}
+
+TEST(OutputPicture, WithoutAPaletteOrAnOffscreenGives27) {
+    for (const int failing : {2, 3}) {
+        const CurrentSetup setup(221, 245);
+        const MemoryOutput output;
+        BandedPicture picture(MakeNoise(16, 24));
+        const FailingMemory memory(failing);
+        EXPECT_EQ(Output(output, picture), 27);
+        EXPECT_EQ(picture.calls, std::vector<std::string>{"query"}) << failing;
+        EXPECT_TRUE(output.Bytes().empty());
+    }
 }
 
 TEST(OutputPicture, BandsWithoutPixelsCodeNothing) {
