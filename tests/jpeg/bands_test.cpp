@@ -301,5 +301,17 @@ TEST(MapAndCompressBand, TakesRowsInEitherDirection) {
               up.Bytes(static_cast<uint32_t>(upCount)));
 }
 
+TEST(CompressBands, OtherThanOneToEightRowsCodeNothing) {
+    const std::vector<uint8_t> pixels(9 * 8 * 3, 200);
+    for (const uint32_t rows : {0u, 9u}) {
+        PictureEnv halved(212, 245, 75, 8, 8);
+        EXPECT_EQ(CompressBands422(nullptr, pixels.data(), rows, 8, halved.Get()), 0);
+        EXPECT_EQ(halved->bitMask, 128) << rows;
+        PictureEnv full(222, 245, 75, 8, 8);
+        EXPECT_EQ(CompressBands444(nullptr, pixels.data(), rows, 8, full.Get()), 0);
+        EXPECT_EQ(full->bitMask, 128) << rows;
+    }
+}
+
 } // namespace
 } // namespace kowen

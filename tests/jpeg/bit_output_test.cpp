@@ -168,6 +168,14 @@ TEST_F(ReserveOutputTest, GrowsInStepsUntilThereIsRoom) {
     EXPECT_EQ(fill, 50u);
 }
 
+TEST_F(ReserveOutputTest, GrowthBeyondThirtyTwoBitsFails) {
+    UseBuffer(64);
+    env.outputCapacity = fill = UINT32_MAX - 5;
+    EXPECT_EQ(ReserveOutput(&env, &fill, 10), 300);
+    EXPECT_EQ(env.outputHandle, 0u);
+    EXPECT_EQ(fill, 0u);
+}
+
 TEST_F(ReserveOutputTest, FailureLosesTheBuffer) {
     UseBuffer(64);
     fill = 50;

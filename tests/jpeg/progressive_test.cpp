@@ -179,6 +179,13 @@ TEST(CompressProgressive, WidthOtherThanThePaddedHasNoPadding) {
     EXPECT_EQ(env.Bytes(static_cast<uint32_t>(count)), CodePlainly(whole, 75));
 }
 
+// 8388608 MCUs: their blocks are 4.6 GB, more than a block of memory can have.
+TEST(CompressProgressive, PictureThatNoStoreCanHoldHasNoCount) {
+    const uint8_t pixel[3] = {};
+    PictureEnv env(212, 246, 75, 8, 8);
+    EXPECT_EQ(CompressProgressive(nullptr, pixel, 1024, 1 << 20, env.Get()), -1);
+}
+
 TEST(CompressProgressive, WithoutMemoryThereIsNoCount) {
     const Picture picture = reference::MappedPicture(MakeNoise(160, 64).pixels, 160, 64, 212);
     const std::vector<uint8_t> padded = Padded(picture);

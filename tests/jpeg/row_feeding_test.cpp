@@ -182,6 +182,17 @@ TEST(CompAndWriteNRows, BandWithoutAWholeByteIsAWriteOfNone) {
     EXPECT_EQ(env->pendingByte, 0b00101000);
 }
 
+// A picture of one pixel has a buffer of 24 bytes, too few for its scans.
+TEST(MapAndWriteBand, LostProgressiveGrowthIsReported) {
+    Bytes rows = NoiseRows(1, 1);
+    PictureEnv env(212, 246, 75, 1, 1, 0);
+    const HostOutput output;
+    const FailingMemory memory(3); // after the band buffer and the coefficient store
+    EXPECT_EQ(MapAndWriteBand(output.File(), {rows.data(), 3, 1, 1}, env.Get()), 300);
+    EXPECT_TRUE(memory.Failed());
+    EXPECT_TRUE(output.WriteSizes().empty());
+}
+
 // What codes nothing makes the write all the same, and maps the pixels.
 TEST(MapAndWriteBand, FormatsAndOperationsWithoutAScanAreAWriteOfNone) {
     const struct {
