@@ -159,10 +159,6 @@ Bytes Reference(const TestBitmap &bitmap, int operation = 245) {
                                       75, 100, 100);
 }
 
-bool EndsWith(const Bytes &bytes, const Bytes &tail) {
-    return bytes.size() >= tail.size() && std::equal(tail.rbegin(), tail.rend(), bytes.rbegin());
-}
-
 const Bytes kEndOfImage = FromHex("FF D9");
 
 /// Height and width in the frame header: where they stand for three components.

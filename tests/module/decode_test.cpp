@@ -17,14 +17,6 @@ using kowen::test::DecodedJpeg;
 using kowen::test::DecodeJpeg;
 using kowen::test::WithEightBitPrecision;
 
-ExportSettings Settings(int colorFormat, int operation, int quality) {
-    ExportSettings settings;
-    settings.colorFormat = colorFormat;
-    settings.operation = operation;
-    settings.quality = quality;
-    return settings;
-}
-
 /// Peak signal-to-noise ratio of a component against the mapped pixels that were coded, in dB.
 double Psnr(const DecodedJpeg &decoded, const TestBitmap &bitmap, int colorFormat, int component) {
     const auto picture =
@@ -62,7 +54,7 @@ TEST_F(Decoded, EverySizeIsReadWithoutARemark) {
                     continue; // has no scan
                 const TestBitmap bitmap = MakeNoise(size[0], size[1]);
                 const DecodedJpeg decoded =
-                    Decode(bitmap, Settings(colorFormat, operation, 90), DecodeAs::kColours);
+                    Decode(bitmap, MakeSettings(colorFormat, operation, 90), DecodeAs::kColours);
                 EXPECT_TRUE(decoded.Clean())
                     << size[0] << " x " << size[1] << ": " << decoded.error
                     << (decoded.warnings.empty() ? "" : decoded.warnings.front());
@@ -78,14 +70,14 @@ TEST_F(Decoded, EveryQualityIsReadWithoutARemark) {
     for (int quality = 1; quality <= 100; ++quality)
         for (const int operation : {245, 246}) {
             const DecodedJpeg decoded =
-                Decode(bitmap, Settings(212, operation, quality), DecodeAs::kColours);
+                Decode(bitmap, MakeSettings(212, operation, quality), DecodeAs::kColours);
             EXPECT_TRUE(decoded.Clean()) << quality << ": " << decoded.error;
         }
 }
 
 TEST_F(Decoded, HeaderSaysTheResolution) {
     const TestBitmap bitmap = MakeNoise(16, 8);
-    ExportSettings settings = Settings(212, 245, 75);
+    ExportSettings settings = MakeSettings(212, 245, 75);
     settings.resolutionMode = 310;
     settings.xResolution = 72;
     settings.yResolution = 300;
@@ -109,8 +101,8 @@ TEST_F(Decoded, PictureIsAsGoodAsItsQuality) {
     const TestBitmap bitmap = MakeSoft(96, 64);
     for (const int operation : {245, 246})
         for (const Fidelity &fidelity : kFidelities) {
-            const DecodedJpeg decoded =
-                Decode(bitmap, Settings(212, operation, fidelity.quality), DecodeAs::kComponents);
+            const DecodedJpeg decoded = Decode(
+                bitmap, MakeSettings(212, operation, fidelity.quality), DecodeAs::kComponents);
             ASSERT_TRUE(decoded.Clean());
             ASSERT_EQ(decoded.channels, 3);
             EXPECT_GT(Psnr(decoded, bitmap, 212, 0), fidelity.luminance) << fidelity.quality;
@@ -123,7 +115,7 @@ TEST_F(Decoded, GreyPictureIsAsGoodAsItsQuality) {
     const TestBitmap bitmap = MakeSoft(96, 64);
     for (const Fidelity &fidelity : kFidelities) {
         const DecodedJpeg decoded =
-            Decode(bitmap, Settings(215, 245, fidelity.quality), DecodeAs::kComponents);
+            Decode(bitmap, MakeSettings(215, 245, fidelity.quality), DecodeAs::kComponents);
         ASSERT_TRUE(decoded.Clean());
         ASSERT_EQ(decoded.channels, 1);
         EXPECT_GT(Psnr(decoded, bitmap, 215, 0), fidelity.luminance) << fidelity.quality;
@@ -146,7 +138,7 @@ TEST_F(Decoded, NoBlockIsWorseThanHalfItsQuantisers) {
     const auto picture = reference::MappedPicture(bitmap.pixels, 64, 32, 212);
     for (int quality = 45; quality <= 100; quality += 5) { // below, the file's tables are cut
         const DecodedJpeg decoded =
-            Decode(bitmap, Settings(212, 245, quality), DecodeAs::kComponents);
+            Decode(bitmap, MakeSettings(212, 245, quality), DecodeAs::kComponents);
         for (int component = 0; component < 3; ++component) {
             const int step = component == 0 ? 1 : 2; // chroma is that of the even columns
             const double greatest = GreatestMeanSquare(reference::Quantisers(
@@ -171,7 +163,7 @@ TEST_F(Decoded, PictureGetsBetterWithItsQuality) {
     double before = 0;
     for (const int quality : {45, 55, 65, 75, 85, 95, 100}) {
         const DecodedJpeg decoded =
-            Decode(bitmap, Settings(212, 245, quality), DecodeAs::kComponents);
+            Decode(bitmap, MakeSettings(212, 245, quality), DecodeAs::kComponents);
         const double now = Psnr(decoded, bitmap, 212, 0);
         EXPECT_GT(now, before) << quality;
         before = now;
@@ -183,9 +175,9 @@ TEST_F(Decoded, ProgressiveAndSequentialPicturesAreTheSame) {
     const TestBitmap bitmap = MakeSoft(96, 64); // whole MCUs: no edge is padded differently
     for (const int quality : {30, 75, 100}) {
         const DecodedJpeg sequential =
-            Decode(bitmap, Settings(212, 245, quality), DecodeAs::kComponents);
+            Decode(bitmap, MakeSettings(212, 245, quality), DecodeAs::kComponents);
         const DecodedJpeg progressive =
-            Decode(bitmap, Settings(212, 246, quality), DecodeAs::kComponents);
+            Decode(bitmap, MakeSettings(212, 246, quality), DecodeAs::kComponents);
         EXPECT_EQ(sequential.pixels, progressive.pixels) << quality;
     }
 }
@@ -216,7 +208,7 @@ TEST_F(Decoded, PictureStandsUprightInItsColors) {
         }
     for (const int operation : {245, 246}) {
         const DecodedJpeg decoded =
-            Decode(bitmap, Settings(212, operation, 95), DecodeAs::kColours);
+            Decode(bitmap, MakeSettings(212, operation, 95), DecodeAs::kColours);
         ASSERT_TRUE(decoded.Clean());
         ExpectColor(decoded, 4, 4, 255, 255, 255);
         ExpectColor(decoded, 28, 4, 255, 0, 0);
@@ -230,7 +222,7 @@ TEST_F(Decoded, CancelledFileIsCutShort) {
     status.answers = {1, 1};
     const TestBitmap bitmap = MakeNoise(64, 64);
     const ExportRun run =
-        host.ExportToMemory(bitmap, Settings(212, 245, 75), CellFor(bitmap), &status);
+        host.ExportToMemory(bitmap, MakeSettings(212, 245, 75), CellFor(bitmap), &status);
     const DecodedJpeg decoded = DecodeJpeg(run.jpeg);
     EXPECT_FALSE(decoded.Clean());
     EXPECT_EQ(decoded.width, 64);

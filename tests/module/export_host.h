@@ -25,6 +25,14 @@ using ExportBytes = std::vector<uint8_t>;
 /// The settings that a profile section holds.
 using ExportSettings = kowen::reference::DoorSettings;
 
+inline ExportSettings MakeSettings(int colorFormat, int operation = 245, int quality = 75) {
+    ExportSettings settings;
+    settings.colorFormat = colorFormat;
+    settings.operation = operation;
+    settings.quality = quality;
+    return settings;
+}
+
 /// Where the picture goes; by default as large as it is, at 96 dots per inch.
 inline CellRecord CellFor(const TestBitmap &bitmap, int resolution = 96) {
     CellRecord cell = {};

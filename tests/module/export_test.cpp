@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -23,22 +24,6 @@ constexpr int kManyExports = 10000;
 
 const Bytes kEndOfImage = FromHex("FF D9");
 
-bool EndsWith(const Bytes &bytes, const Bytes &tail) {
-    return bytes.size() >= tail.size() && std::equal(tail.rbegin(), tail.rend(), bytes.rbegin());
-}
-
-bool BeginsWith(const Bytes &bytes, const Bytes &head) {
-    return bytes.size() >= head.size() && std::equal(head.begin(), head.end(), bytes.begin());
-}
-
-ExportSettings Settings(int colorFormat, int operation = 245, int quality = 75) {
-    ExportSettings settings;
-    settings.colorFormat = colorFormat;
-    settings.operation = operation;
-    settings.quality = quality;
-    return settings;
-}
-
 class ExportCellDataTest : public testing::Test {
 protected:
     ExportHost host;
@@ -49,7 +34,7 @@ TEST_F(ExportCellDataTest, FileEqualsThePlainForm) {
         for (const int operation : {245, 246})
             for (const int quality : {1, 44, 75, 100}) {
                 const TestBitmap bitmap = MakeSoft(33, 18);
-                const ExportSettings settings = Settings(colorFormat, operation, quality);
+                const ExportSettings settings = MakeSettings(colorFormat, operation, quality);
                 const ExportRun run = host.ExportToFile("a.jpg", bitmap, settings);
                 EXPECT_EQ(run.result, 0);
                 ASSERT_EQ(run.jpeg, PlainExport(bitmap, settings))
@@ -61,7 +46,7 @@ TEST_F(ExportCellDataTest, EverySmallSizeEqualsThePlainForm) {
     for (int width = 1; width <= 20; ++width)
         for (int height = 1; height <= 20; ++height) {
             const TestBitmap bitmap = MakeNoise(width, height, static_cast<uint32_t>(width));
-            const ExportSettings settings = Settings(212, 245 + width % 2, 90);
+            const ExportSettings settings = MakeSettings(212, 245 + width % 2, 90);
             const ExportRun run = host.ExportToMemory(bitmap, settings);
             ASSERT_EQ(run.jpeg, PlainExport(bitmap, settings)) << width << " x " << height;
         }
@@ -72,7 +57,7 @@ TEST_F(ExportCellDataTest, PaletteAndDeepBitmapsEqualThePlainForm) {
         for (const int colorFormat : {212, 222, 215}) {
             const TestBitmap bitmap =
                 depth == 32 ? MakeNoise(37, 22, 5, 32) : MakeIndexed(depth, 37, 22);
-            const ExportSettings settings = Settings(colorFormat);
+            const ExportSettings settings = MakeSettings(colorFormat);
             const ExportRun run = host.ExportToMemory(bitmap, settings);
             ASSERT_EQ(run.jpeg, PlainExport(bitmap, settings)) << depth << ", " << colorFormat;
             EXPECT_EQ(run.pixelsAfter, bitmap.pixels); // converted: the host's stay
@@ -84,7 +69,7 @@ TEST_F(ExportCellDataTest, SizesAndResolutionsOfTheSettingsEqualThePlainForm) {
     for (const int sizeMode : {600, 601, 602, 603})
         for (const int resolutionMode : {307, 308, 309, 310})
             for (const int resolution : {0, 75, 300}) {
-                ExportSettings settings = Settings(212);
+                ExportSettings settings = MakeSettings(212);
                 settings.sizeMode = sizeMode;
                 settings.resolutionMode = resolutionMode;
                 settings.xResolution = 50;
@@ -103,7 +88,7 @@ TEST_F(ExportCellDataTest, SizesAndResolutionsOfTheSettingsEqualThePlainForm) {
 
 TEST_F(ExportCellDataTest, DisplayModesTakeTheCellsPage) {
     const TestBitmap bitmap = MakeSoft(40, 24);
-    ExportSettings settings = Settings(212);
+    ExportSettings settings = MakeSettings(212);
     settings.sizeMode = 600;
     settings.resolutionMode = 307;
     CellRecord cell = CellFor(bitmap);
@@ -130,8 +115,8 @@ TEST_F(ExportCellDataTest, ShrunkAndStretchedBitmapsEqualThePlainForm) {
             CellRecord cell = CellFor(bitmap);
             cell.targetWidth = target[0];
             cell.targetHeight = target[1];
-            const ExportRun run = host.ExportToMemory(bitmap, Settings(212), cell);
-            ASSERT_EQ(run.jpeg, PlainExport(bitmap, Settings(212), cell))
+            const ExportRun run = host.ExportToMemory(bitmap, MakeSettings(212), cell);
+            ASSERT_EQ(run.jpeg, PlainExport(bitmap, MakeSettings(212), cell))
                 << depth << ": " << target[0] << " x " << target[1];
             EXPECT_EQ(run.pixelsAfter, bitmap.pixels);
         }
@@ -139,9 +124,9 @@ TEST_F(ExportCellDataTest, ShrunkAndStretchedBitmapsEqualThePlainForm) {
 
 // A host that asked for the file twice gets the same file: nothing of the first export is left.
 TEST_F(ExportCellDataTest, ExportsOfOneSetupDoNotDisturbEachOther) {
-    const MemoryHandle setup = host.MakeSetup(Settings(222));
+    const MemoryHandle setup = host.MakeSetup(MakeSettings(222));
     const TestBitmap bitmap = MakeNoise(19, 12);
-    const Bytes expected = PlainExport(bitmap, Settings(222));
+    const Bytes expected = PlainExport(bitmap, MakeSettings(222));
     for (int i = 0; i < 3; ++i) {
         ExportRecord record = {};
         EXPECT_EQ(host.Export("", bitmap, CellFor(bitmap), setup, &record).jpeg, expected) << i;
@@ -152,13 +137,13 @@ TEST_F(ExportCellDataTest, ExportsOfOneSetupDoNotDisturbEachOther) {
 TEST_F(ExportCellDataTest, FileIsReplacedWhole) {
     host.directory.Write("a.jpg", std::string(100000, 'x'));
     const TestBitmap bitmap = MakeNoise(16, 8);
-    const ExportRun run = host.ExportToFile("a.jpg", bitmap, Settings(212));
-    EXPECT_EQ(run.jpeg, PlainExport(bitmap, Settings(212)));
+    const ExportRun run = host.ExportToFile("a.jpg", bitmap, MakeSettings(212));
+    EXPECT_EQ(run.jpeg, PlainExport(bitmap, MakeSettings(212)));
 }
 
 TEST_F(ExportCellDataTest, PassedThroughPixelsAreMappedInTheHostsMemory) {
     const TestBitmap bitmap = MakeNoise(5, 4);
-    const ExportRun run = host.ExportToMemory(bitmap, Settings(222));
+    const ExportRun run = host.ExportToMemory(bitmap, MakeSettings(222));
     TestBitmap after = bitmap;
     after.pixels = run.pixelsAfter;
     for (int row = 0; row < 4; ++row) {
@@ -171,70 +156,12 @@ TEST_F(ExportCellDataTest, PassedThroughPixelsAreMappedInTheHostsMemory) {
     }
 }
 
-// ---- Memory output
-
-// The JPEG, one byte 255, zeros to the end.
-TEST_F(ExportCellDataTest, MemoryBlockHoldsTheFileAByte255AndZeros) {
-    for (const int width : {1, 16, 64, 200, 400}) {
-        const TestBitmap bitmap = MakeNoise(width, 40);
-        const ExportRun run = host.ExportToMemory(bitmap, Settings(212, 245, 95));
-        EXPECT_EQ(run.result, 0);
-        const Bytes jpeg = PlainExport(bitmap, Settings(212, 245, 95));
-        ASSERT_GT(run.block.size(), jpeg.size());
-        EXPECT_TRUE(BeginsWith(run.block, jpeg));
-        EXPECT_EQ(run.block[jpeg.size()], 255);
-        for (size_t i = jpeg.size() + 1; i < run.block.size(); ++i)
-            ASSERT_EQ(run.block[i], 0) << i;
-        EXPECT_TRUE(EndsWith(run.jpeg, kEndOfImage));
-    }
-}
-
-// 4096 bytes at first, 4096 more whenever they are full.
-TEST_F(ExportCellDataTest, MemoryBlockGrowsBy4096) {
-    size_t largest = 0;
-    for (int width = 8; width <= 640; width += 8) {
-        const ExportRun run = host.ExportToMemory(MakeNoise(width, 32), Settings(222, 245, 100));
-        const size_t content = run.jpeg.size() + 1;
-        ASSERT_EQ(run.block.size() % 4096, 0u);
-        ASSERT_GE(run.block.size(), content);
-        ASSERT_LE(run.block.size(), content + 4096);
-        largest = std::max(largest, run.block.size());
-    }
-    EXPECT_GT(largest, 10 * 4096u);
-}
-
-// Sizes around each growth: the handle is that of the block that the close left.
-TEST_F(ExportCellDataTest, MemoryHandleIsRightJustAfterAGrowth) {
-    std::vector<size_t> remainders;
-    for (int width = 1; width <= 400; ++width) {
-        const TestBitmap bitmap = MakeNoise(width, 16, static_cast<uint32_t>(width));
-        const ExportSettings settings = Settings(215, 245, 100);
-        const ExportRun run = host.ExportToMemory(bitmap, settings);
-        ASSERT_EQ(run.jpeg, PlainExport(bitmap, settings)) << width;
-        remainders.push_back(run.jpeg.size() % 4096);
-    }
-    // Some of them end within 40 bytes of a growth, on either side.
-    EXPECT_TRUE(std::any_of(remainders.begin(), remainders.end(), [](size_t r) { return r < 40; }));
-    EXPECT_TRUE(
-        std::any_of(remainders.begin(), remainders.end(), [](size_t r) { return r >= 4056; }));
-}
-
-TEST_F(ExportCellDataTest, NullNameIsMemoryOutputToo) {
-    const TestBitmap bitmap = MakeNoise(16, 8);
-    const MemoryHandle setup = host.MakeSetup(Settings(212));
-    ExportRecord record = {};
-    const ExportRun run = host.Export(nullptr, bitmap, CellFor(bitmap), setup, &record);
-    host.destroySetup(setup);
-    EXPECT_EQ(run.result, 0);
-    EXPECT_EQ(run.jpeg, PlainExport(bitmap, Settings(212)));
-}
-
 // ---- Progress and cancel
 
 TEST_F(ExportCellDataTest, StatusIsCalledOnceWithTheWholeBand) {
     StatusRecorder status;
     const TestBitmap bitmap = MakeNoise(40, 40);
-    const ExportRun run = host.ExportToFile("a.jpg", bitmap, Settings(212), &status);
+    const ExportRun run = host.ExportToFile("a.jpg", bitmap, MakeSettings(212), &status);
     EXPECT_EQ(run.result, 0);
     ASSERT_EQ(status.calls.size(), 1u);
     const auto context = reinterpret_cast<intptr_t>(&status);
@@ -247,12 +174,12 @@ TEST_F(ExportCellDataTest, RefusalIsAskedOnceMoreWithAClearReply) {
     StatusRecorder status;
     status.answers = {5, 0}; // refused, then taken back
     const TestBitmap bitmap = MakeNoise(40, 40);
-    const ExportRun run = host.ExportToFile("a.jpg", bitmap, Settings(212), &status);
+    const ExportRun run = host.ExportToFile("a.jpg", bitmap, MakeSettings(212), &status);
     ASSERT_EQ(status.calls.size(), 2u);
     const auto context = reinterpret_cast<intptr_t>(&status);
     EXPECT_EQ(status.calls[1], (StatusCall{context, 2, 61, 0, 0, 0}));
     EXPECT_TRUE(status.replyWasClearTenWords[1]);
-    EXPECT_EQ(run.jpeg, PlainExport(bitmap, Settings(212)));
+    EXPECT_EQ(run.jpeg, PlainExport(bitmap, MakeSettings(212)));
 }
 
 /// Headers and the whole bytes of the first and only band: no last bits, no end marker.
@@ -284,11 +211,12 @@ TEST(ExportCellData, ReturnsZeroWhenCancelled) {
         StatusRecorder status;
         status.answers = {1, 1};
         const TestBitmap bitmap = MakeNoise(40, 40);
-        const ExportRun run = host.ExportToFile("a.jpg", bitmap, Settings(212, operation), &status);
+        const ExportRun run =
+            host.ExportToFile("a.jpg", bitmap, MakeSettings(212, operation), &status);
         EXPECT_EQ(run.result, 0);
         EXPECT_EQ(status.Values(),
                   (std::vector<std::array<int32_t, 5>>{{0, 0, 0, 100, 0}, {2, 61, 0, 0, 0}}));
-        EXPECT_EQ(run.jpeg, CancelledFile(bitmap, Settings(212, operation)));
+        EXPECT_EQ(run.jpeg, CancelledFile(bitmap, MakeSettings(212, operation)));
         EXPECT_FALSE(EndsWith(run.jpeg, kEndOfImage));
     }
 }
@@ -297,26 +225,26 @@ TEST_F(ExportCellDataTest, CancelledMemoryOutputKeepsItsBlock) {
     StatusRecorder status;
     status.answers = {1, 1};
     const TestBitmap bitmap = MakeNoise(40, 40);
-    const ExportRun run = host.ExportToMemory(bitmap, Settings(212), CellFor(bitmap), &status);
+    const ExportRun run = host.ExportToMemory(bitmap, MakeSettings(212), CellFor(bitmap), &status);
     EXPECT_EQ(run.result, 0);
-    EXPECT_EQ(run.jpeg, CancelledFile(bitmap, Settings(212)));
+    EXPECT_EQ(run.jpeg, CancelledFile(bitmap, MakeSettings(212)));
 }
 
 TEST_F(ExportCellDataTest, WithoutAnExportRecordNobodyIsCalled) {
     const TestBitmap bitmap = MakeNoise(16, 8);
-    const MemoryHandle setup = host.MakeSetup(Settings(212));
+    const MemoryHandle setup = host.MakeSetup(MakeSettings(212));
     const std::string path = host.directory.File("a.jpg");
     EXPECT_EQ(host.Export(path.c_str(), bitmap, CellFor(bitmap), setup, nullptr).result, 0);
     host.destroySetup(setup);
     const std::string file = host.directory.Read("a.jpg");
-    EXPECT_EQ(Bytes(file.begin(), file.end()), PlainExport(bitmap, Settings(212)));
+    EXPECT_EQ(Bytes(file.begin(), file.end()), PlainExport(bitmap, MakeSettings(212)));
 }
 
 // The record of the export before is gone when the next has none.
 TEST_F(ExportCellDataTest, ExportRecordIsForgottenAtTheEnd) {
     StatusRecorder status;
     const TestBitmap bitmap = MakeNoise(16, 8);
-    const MemoryHandle setup = host.MakeSetup(Settings(212));
+    const MemoryHandle setup = host.MakeSetup(MakeSettings(212));
     const std::string path = host.directory.File("a.jpg");
     ExportRecord record = ExportHost::RecordFor(&status);
     host.Export(path.c_str(), bitmap, CellFor(bitmap), setup, &record);
@@ -324,135 +252,6 @@ TEST_F(ExportCellDataTest, ExportRecordIsForgottenAtTheEnd) {
     host.Export(path.c_str(), bitmap, CellFor(bitmap), setup, nullptr);
     EXPECT_EQ(status.calls.size(), 1u);
     host.destroySetup(setup);
-}
-
-// ---- The host's I/O procedure
-
-/// Serves one file, keeps every call.
-class IoRecorder {
-public:
-    struct Call {
-        int32_t operation;
-        int32_t count;
-        bool operator==(const Call &) const = default;
-    };
-
-    static intptr_t Procedure(uintptr_t handle, int32_t operation, void *argument, int32_t count) {
-        auto &self = *reinterpret_cast<IoRecorder *>(
-            operation == KOWEN_IO_OPEN ? handle : handle - kHandleOffset);
-        self.calls.push_back({operation, count});
-        if (operation == KOWEN_IO_OPEN) {
-            self.name = static_cast<const char *>(argument);
-            return self.refuses ? 0 : static_cast<intptr_t>(handle + kHandleOffset);
-        }
-        if (operation == KOWEN_IO_WRITE) {
-            const auto *bytes = static_cast<const uint8_t *>(argument);
-            self.bytes.insert(self.bytes.end(), bytes, bytes + count);
-            return count;
-        }
-        return 0;
-    }
-
-    std::string name = "not opened";
-    bool refuses = false;
-    std::vector<Call> calls;
-    Bytes bytes;
-
-private:
-    static constexpr uintptr_t kHandleOffset = 1; // a handle is not the context
-};
-
-void ServeOutput(const ExportHost &host, MemoryHandle setup, HostIoProcedure procedure) {
-    EXPECT_EQ(host.escapeSetup(setup, KOWEN_ESCAPE_SET_HOST_IO, 4,
-                               reinterpret_cast<const void *>(procedure), nullptr, 0),
-              1);
-}
-
-class HostServedOutput : public ExportCellDataTest {
-protected:
-    ~HostServedOutput() override {
-        if (setup != 0)
-            host.destroySetup(setup);
-    }
-
-    int32_t Export(const char *name, const TestBitmap &bitmap, const ExportSettings &settings) {
-        setup = host.MakeSetup(settings);
-        ServeOutput(host, setup, &IoRecorder::Procedure);
-        record.ioContext = reinterpret_cast<uintptr_t>(&io);
-        return host.Export(name, bitmap, CellFor(bitmap), setup, &record).result;
-    }
-
-    MemoryHandle setup = 0;
-    ExportRecord record = {};
-    IoRecorder io;
-};
-
-TEST_F(HostServedOutput, IsOpenedWrittenAndClosedInThatOrder) {
-    const TestBitmap bitmap = MakeNoise(40, 20);
-    EXPECT_EQ(Export("anything at all", bitmap, Settings(212)), 0);
-    EXPECT_EQ(io.name, "anything at all");
-    EXPECT_EQ(io.bytes, PlainExport(bitmap, Settings(212)));
-    ASSERT_GE(io.calls.size(), 3u);
-    EXPECT_EQ(io.calls.front(),
-              (IoRecorder::Call{KOWEN_IO_OPEN, KOWEN_MODE_CREATE | KOWEN_MODE_WRITE}));
-    EXPECT_EQ(io.calls.back(), (IoRecorder::Call{KOWEN_IO_CLOSE, 0}));
-    for (size_t i = 1; i + 1 < io.calls.size(); ++i)
-        EXPECT_EQ(io.calls[i].operation, KOWEN_IO_WRITE) << i;
-    EXPECT_EQ(record.memoryBlock, 0u);
-}
-
-// The end of the calls: each group of rows in one write, the last bits, the end marker.
-TEST_F(HostServedOutput, GetsEachGroupOfRowsInOneWrite) {
-    const TestBitmap bitmap = MakeNoise(40, 20);
-    EXPECT_EQ(Export("x", bitmap, Settings(212)), 0);
-    kowen::reference::Coder coder(245, 75);
-    const auto picture = kowen::reference::MappedPicture(bitmap.pixels, 40, 20, 212);
-    std::vector<int32_t> sizes;
-    size_t before = 0;
-    for (const int rows : {8, 8, 4}) {
-        kowen::reference::CodeBand422(coder,
-                                      picture.Rows(static_cast<int>(sizes.size()) * 8, rows));
-        sizes.push_back(static_cast<int32_t>(coder.bits.Bytes().size() - before));
-        before = coder.bits.Bytes().size();
-    }
-    coder.bits.PadWithOnes();
-    if (coder.bits.Bytes().size() > before)
-        sizes.push_back(static_cast<int32_t>(coder.bits.Bytes().size() - before));
-    sizes.push_back(2); // the end marker
-    ASSERT_GT(io.calls.size(), sizes.size() + 1);
-    const size_t first = io.calls.size() - 1 - sizes.size();
-    for (size_t i = 0; i < sizes.size(); ++i)
-        EXPECT_EQ(io.calls[first + i].count, sizes[i]) << i;
-}
-
-TEST_F(HostServedOutput, LargeBandsComeInPiecesOf32767) {
-    const TestBitmap bitmap = MakeNoise(640, 80);
-    EXPECT_EQ(Export("x", bitmap, Settings(212, 246, 100)), 0);
-    EXPECT_EQ(io.bytes, PlainExport(bitmap, Settings(212, 246, 100)));
-    const size_t scans = io.bytes.size() - (20 + 134 + 19 + 448) - 2;
-    ASSERT_GT(scans, 2 * 32767u);
-    std::vector<int32_t> sizes;
-    for (size_t left = scans; left > 0; left -= std::min<size_t>(left, 32767))
-        sizes.push_back(static_cast<int32_t>(std::min<size_t>(left, 32767)));
-    sizes.push_back(2); // the end marker
-    const size_t first = io.calls.size() - 1 - sizes.size();
-    for (size_t i = 0; i < sizes.size(); ++i)
-        EXPECT_EQ(io.calls[first + i].count, sizes[i]) << i;
-}
-
-TEST_F(HostServedOutput, EmptyNameGoesToTheProcedureNotToMemory) {
-    const TestBitmap bitmap = MakeNoise(16, 8);
-    EXPECT_EQ(Export("", bitmap, Settings(212)), 0);
-    EXPECT_EQ(io.name, "");
-    EXPECT_EQ(io.bytes, PlainExport(bitmap, Settings(212)));
-    EXPECT_EQ(record.memoryBlock, 0u);
-}
-
-TEST_F(HostServedOutput, RefusedOpenOfAnImpossibleNameGives303) {
-    io.refuses = true;
-    const std::string path = host.directory.File("absent/a.jpg");
-    EXPECT_EQ(Export(path.c_str(), MakeNoise(16, 8), Settings(212)), 303);
-    EXPECT_EQ(io.calls.size(), 1u);
 }
 
 // ---- Failures
@@ -502,7 +301,7 @@ TEST_F(ExportCellDataTest, WithoutASetupGives22) {
 }
 
 TEST_F(ExportCellDataTest, OutputThatCannotBeOpenedGives303) {
-    const MemoryHandle setup = host.MakeSetup(Settings(212));
+    const MemoryHandle setup = host.MakeSetup(MakeSettings(212));
     const std::vector<std::string> names = {
         host.directory.File("absent/a.jpg"), // no such directory
         host.directory.Path(),               // a directory
@@ -526,7 +325,7 @@ TEST_F(ExportCellDataTest, LongestPathIsTaken) {
         name += "/.";
     name += std::string(4095 - name.size() - file.size(), '/') + file;
     ASSERT_EQ(name.size(), 4095u);
-    const MemoryHandle setup = host.MakeSetup(Settings(212));
+    const MemoryHandle setup = host.MakeSetup(MakeSettings(212));
     ExportRecord record = {};
     EXPECT_EQ(host.Export(name.c_str(), MakeNoise(16, 8), CellFor(MakeBlank(16, 8)), setup, &record)
                   .result,
@@ -536,7 +335,7 @@ TEST_F(ExportCellDataTest, LongestPathIsTaken) {
 }
 
 TEST_F(ExportCellDataTest, MemoryOutputWithoutAnExportRecordGives303) {
-    const MemoryHandle setup = host.MakeSetup(Settings(212));
+    const MemoryHandle setup = host.MakeSetup(MakeSettings(212));
     Untouched untouched(host);
     EXPECT_EQ(untouched.Export("", setup, nullptr), 303);
     EXPECT_EQ(untouched.Export(nullptr, setup, nullptr), 303);
@@ -546,7 +345,7 @@ TEST_F(ExportCellDataTest, MemoryOutputWithoutAnExportRecordGives303) {
 
 // A bitmap that cannot be drawn is a file without a picture, or without an end; never a crash.
 TEST_F(ExportCellDataTest, ImpossibleBitmapsReturnZero) {
-    const MemoryHandle setup = host.MakeSetup(Settings(212));
+    const MemoryHandle setup = host.MakeSetup(MakeSettings(212));
     const auto run = [&](const TestBitmap &bitmap, int targetWidth, int targetHeight) {
         CellRecord cell = CellFor(bitmap);
         cell.targetWidth = targetWidth;
@@ -589,7 +388,8 @@ TEST_F(ExportCellDataTest, StrangeColorFormatsReturnZero) {
             for (const int depth : {1, 4, 8, 24, 32}) {
                 const TestBitmap bitmap =
                     depth < 24 ? MakeIndexed(depth, 37, 21) : MakeNoise(37, 21, 3, depth);
-                const ExportRun run = host.ExportToMemory(bitmap, Settings(colorFormat, operation));
+                const ExportRun run =
+                    host.ExportToMemory(bitmap, MakeSettings(colorFormat, operation));
                 EXPECT_EQ(run.result, 0) << colorFormat << ", " << operation << ", " << depth;
                 EXPECT_TRUE(BeginsWith(run.jpeg, FromHex("FF D8 FF E0")));
             }
@@ -630,7 +430,7 @@ void ExpectSame(const Guarded<Record> &now, const Guarded<Record> &then) {
 
 TEST_F(ExportCellDataTest, HostRecordsStayButForTheDocumentedFields) {
     for (const bool toMemory : {false, true}) {
-        const MemoryHandle setup = host.MakeSetup(Settings(212));
+        const MemoryHandle setup = host.MakeSetup(MakeSettings(212));
         const std::string path = toMemory ? "" : host.directory.File("a.jpg");
         Guarded<BitmapRecord> bitmap;
         bitmap.record.depth = 24;
@@ -707,9 +507,9 @@ int CountOpenFiles() {
 
 TEST_F(ExportCellDataTest, ThousandsOfExportsLeaveNothingBehind) {
     const TestBitmap bitmaps[] = {MakeNoise(24, 16), MakeNoise(24, 15), MakeIndexed(8, 24, 16)};
-    const MemoryHandle setups[] = {host.MakeSetup(Settings(212)), host.MakeSetup(Settings(222)),
-                                   host.MakeSetup(Settings(215)),
-                                   host.MakeSetup(Settings(212, 246))};
+    const MemoryHandle setups[] = {
+        host.MakeSetup(MakeSettings(212)), host.MakeSetup(MakeSettings(222)),
+        host.MakeSetup(MakeSettings(215)), host.MakeSetup(MakeSettings(212, 246))};
     const std::string path = host.directory.File("a.jpg");
     const auto exportOne = [&](int i) {
         StatusRecorder status;
@@ -743,7 +543,9 @@ TEST_F(ExportCellDataTest, ThousandsOfExportsLeaveNothingBehind) {
 
 TEST_F(ExportCellDataTest, ThousandsOfSetupsLeaveNothingBehind) {
     const TestBitmap bitmap = MakeNoise(16, 8);
-    const auto exportOne = [&] { ASSERT_EQ(host.ExportToMemory(bitmap, Settings(212)).result, 0); };
+    const auto exportOne = [&] {
+        ASSERT_EQ(host.ExportToMemory(bitmap, MakeSettings(212)).result, 0);
+    };
     for (int i = 0; i < 100; ++i)
         exportOne();
     const int files = CountOpenFiles();

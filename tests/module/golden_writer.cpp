@@ -41,14 +41,6 @@ public:
     const std::vector<GoldenPicture> &Pictures() const { return pictures_; }
 
 private:
-    static ExportSettings Settings(int colorFormat, int operation, int quality) {
-        ExportSettings settings;
-        settings.colorFormat = colorFormat;
-        settings.operation = operation;
-        settings.quality = quality;
-        return settings;
-    }
-
     void Add(const std::string &what, const TestBitmap &bitmap, const ExportSettings &settings,
              const CellRecord &cell) {
         pictures_.push_back({what + "-" + Form(settings) + ".jpg", bitmap, settings, cell});
@@ -63,7 +55,8 @@ private:
                 for (const int operation : {245, 246}) {
                     if (colorFormat != 212 && operation == 246 && quality != 75)
                         continue; // headers only
-                    Add("soft-33x18", MakeSoft(33, 18), Settings(colorFormat, operation, quality));
+                    Add("soft-33x18", MakeSoft(33, 18),
+                        MakeSettings(colorFormat, operation, quality));
                 }
     }
 
@@ -73,29 +66,29 @@ private:
         for (const auto &[width, height] : sizes)
             for (const int operation : {245, 246})
                 Add("noise-" + Size(width, height), MakeNoise(width, height),
-                    Settings(212, operation, 90));
+                    MakeSettings(212, operation, 90));
         for (const auto &[width, height] : {std::pair{1, 2}, std::pair{9, 10}, std::pair{17, 17}})
             for (const int colorFormat : {222, 215})
                 Add("checks-" + Size(width, height), MakeChecks(width, height),
-                    Settings(colorFormat, 245, 60));
+                    MakeSettings(colorFormat, 245, 60));
         // Long runs of empty blocks, and the largest coefficients.
-        Add("flat-640x480", MakeFlat(640, 480, 128, 128, 128), Settings(212, 246, 75));
-        Add("checks-240x160", MakeChecks(240, 160), Settings(212, 245, 100));
-        Add("checks-240x160", MakeChecks(240, 160), Settings(212, 246, 100));
+        Add("flat-640x480", MakeFlat(640, 480, 128, 128, 128), MakeSettings(212, 246, 75));
+        Add("checks-240x160", MakeChecks(240, 160), MakeSettings(212, 245, 100));
+        Add("checks-240x160", MakeChecks(240, 160), MakeSettings(212, 246, 100));
     }
 
     void AddDepths() {
         for (const int colorFormat : {212, 222, 215}) {
             for (const int depth : {1, 4, 8})
                 Add("palette" + std::to_string(depth) + "-37x22", MakeIndexed(depth, 37, 22),
-                    Settings(colorFormat, 245, 75));
-            Add("deep32-37x22", MakeNoise(37, 22, 5, 32), Settings(colorFormat, 245, 75));
+                    MakeSettings(colorFormat, 245, 75));
+            Add("deep32-37x22", MakeNoise(37, 22, 5, 32), MakeSettings(colorFormat, 245, 75));
         }
     }
 
     void AddPageSettings() {
         const TestBitmap bitmap = MakeGradient(40, 24);
-        ExportSettings page = Settings(212, 245, 75);
+        ExportSettings page = MakeSettings(212, 245, 75);
         page.sizeMode = 603;
         page.resolutionMode = 310;
         page.width = 0.5;
@@ -109,7 +102,7 @@ private:
         page.height = 1.0;
         Add("narrow-page", bitmap, page);
 
-        ExportSettings display = Settings(212, 245, 75);
+        ExportSettings display = MakeSettings(212, 245, 75);
         display.sizeMode = 600;
         display.resolutionMode = 307;
         CellRecord cell = CellFor(bitmap);
@@ -121,13 +114,13 @@ private:
         Add("display-resolution", bitmap, display, cell);
 
         CellRecord unknown = CellFor(bitmap, 0);
-        ExportSettings small = Settings(212, 245, 75);
+        ExportSettings small = MakeSettings(212, 245, 75);
         small.width = 1.0;
         small.height = 1.0;
         Add("unknown-resolution", bitmap, small, unknown);
         for (const int resolution : {75, 300})
             Add("resolution-" + std::to_string(resolution), MakeGradient(55, 40),
-                Settings(212, 245, 75), CellFor(MakeBlank(55, 40), resolution));
+                MakeSettings(212, 245, 75), CellFor(MakeBlank(55, 40), resolution));
     }
 
     void AddResampled() {
@@ -139,7 +132,7 @@ private:
                 cell.targetWidth = width;
                 cell.targetHeight = height;
                 Add("depth" + std::to_string(depth) + "-40x24-to-" + Size(width, height), bitmap,
-                    Settings(212, 245, 80), cell);
+                    MakeSettings(212, 245, 80), cell);
             }
     }
 

@@ -1,6 +1,7 @@
 // Literal bytes in tests: "FF D8 FF E0".
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -26,4 +27,12 @@ inline std::vector<uint8_t> FromHex(const std::string &text) {
 inline std::vector<uint8_t> operator+(std::vector<uint8_t> a, const std::vector<uint8_t> &b) {
     a.insert(a.end(), b.begin(), b.end());
     return a;
+}
+
+inline bool BeginsWith(const std::vector<uint8_t> &bytes, const std::vector<uint8_t> &head) {
+    return bytes.size() >= head.size() && std::equal(head.begin(), head.end(), bytes.begin());
+}
+
+inline bool EndsWith(const std::vector<uint8_t> &bytes, const std::vector<uint8_t> &tail) {
+    return bytes.size() >= tail.size() && std::equal(tail.rbegin(), tail.rend(), bytes.rbegin());
 }
