@@ -306,9 +306,15 @@ TEST_P(KernelForm, FullBuffersStayAsTheyAre) {
     EXPECT_EQ(GetParam()->codeDcs(&sink, &dcs, 1, 1), 0u);
     const int16_t coefficients[64] = {9};
     const uint64_t nonZero = 1;
-    ComponentBlocks blocks = {coefficients, &nonZero, 1, nullptr, nullptr, &predictor};
+    ComponentBlocks blocks = {.coefficients = coefficients,
+                              .nonZero = &nonZero,
+                              .blocksInMcu = 1,
+                              .differences = nullptr,
+                              .codes = nullptr,
+                              .shortCodes = nullptr,
+                              .predictor = &predictor};
     EXPECT_EQ(GetParam()->codeMcus(&sink, &blocks, 1, 1), 0u);
-    AcScan scan = {nullptr, 5};
+    AcScan scan = {.codes = nullptr, .shortCodes = nullptr, .eobRun = 5};
     const int16_t *packed = coefficients;
     EXPECT_EQ(GetParam()->codeAcs(&sink, &scan, &nonZero, &packed, 1), 0u);
     EXPECT_EQ(sink.accumulator, full.accumulator);
