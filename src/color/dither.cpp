@@ -17,14 +17,14 @@ namespace kowen {
 namespace {
 
 // The table of 1-bit targets.
-constexpr uint8_t kMonoTable[8][3] = {{0, 0, 0},       {255, 255, 255}, {64, 64, 64},
-                                      {128, 128, 128}, {160, 160, 160}, {192, 192, 192},
-                                      {208, 208, 208}, {224, 224, 224}};
+constexpr uint8_t MonoTable[8][3] = {{0, 0, 0},       {255, 255, 255}, {64, 64, 64},
+                                     {128, 128, 128}, {160, 160, 160}, {192, 192, 192},
+                                     {208, 208, 208}, {224, 224, 224}};
 
 // What follows the quantised colours of deeper targets.
-constexpr uint8_t kMustHaveColors[8][3] = {{255, 255, 255}, {255, 255, 0}, {255, 0, 255},
-                                           {0, 255, 255},   {255, 0, 0},   {0, 255, 0},
-                                           {0, 0, 255},     {0, 0, 0}};
+constexpr uint8_t must_have_colors[8][3] = {{255, 255, 255}, {255, 255, 0}, {255, 0, 255},
+                                            {0, 255, 255},   {255, 0, 0},   {0, 255, 0},
+                                            {0, 0, 255},     {0, 0, 0}};
 
 constexpr uint16_t kMonoColors = 8;
 constexpr uint16_t kMustHaves = 8;
@@ -65,7 +65,7 @@ bool IsMono(uint16_t to) noexcept {
 ChosenTable MakeMonoTable() noexcept {
     const MemoryHandle table = rlGetMemory(kMonoColors, kTableEntryBytes);
     if (table != 0)
-        std::memcpy(Lock<uint8_t>(table), kMonoTable, sizeof(kMonoTable));
+        std::memcpy(Lock<uint8_t>(table), MonoTable, sizeof(MonoTable));
     return {table, kMonoColors};
 }
 
@@ -81,8 +81,8 @@ ChosenTable MakeColorTable(const TrueColors &picture, uint32_t width, uint32_t h
         auto *entries = Lock<uint8_t>(table);
         const size_t bytes = size_t{quantised} * kTableEntryBytes;
         std::memcpy(entries, Lock<uint8_t>(reduced), bytes);
-        std::memcpy(entries + bytes, kMustHaveColors,
-                    std::min(sizeof(kMustHaveColors), GlobalSize(table) - bytes));
+        std::memcpy(entries + bytes, must_have_colors,
+                    std::min(sizeof(must_have_colors), GlobalSize(table) - bytes));
     }
     rlFreeNewData(reduced);
     return {table, colors};

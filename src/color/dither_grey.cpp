@@ -10,13 +10,12 @@ namespace {
 
 constexpr int kLag = 2; // passes of each row behind the one above
 
-constexpr int kLeast = -128;
-constexpr int kMost = 383;
+constexpr int kLeast = -128; // of the sums; the greatest is 383
 
-// Sums limited to 0..255, from kLeast to kMost.
-constexpr auto kLimits = [] {
-    std::array<uint8_t, kMost - kLeast + 1> limits = {};
-    for (int x = kLeast; x <= kMost; ++x)
+// Sums limited to 0..255.
+constexpr auto BOUNDARY_CHK = [] {
+    std::array<uint8_t, 512> limits = {};
+    for (int x = kLeast; x < kLeast + 512; ++x)
         limits[static_cast<size_t>(x - kLeast)] = static_cast<uint8_t>(x < 0     ? 0
                                                                        : x > 255 ? 255
                                                                                  : x);
@@ -24,7 +23,7 @@ constexpr auto kLimits = [] {
 }();
 
 int Limited(int x) noexcept {
-    return kLimits[static_cast<size_t>(x - kLeast)];
+    return BOUNDARY_CHK[static_cast<size_t>(x - kLeast)];
 }
 
 // What a row hands on from pass to pass; see RowPair in dither_band.cpp.

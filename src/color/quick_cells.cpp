@@ -1,5 +1,6 @@
 #include "color/quick_cells.h"
 
+#include "color/color_lists.h"
 #include "platform/global_memory.h"
 
 #include <cstring>
@@ -7,8 +8,9 @@
 namespace kowen {
 namespace {
 
-constexpr uint32_t kBoxes = 64 * 64 * 64;
-constexpr int kFinderBits = 5;
+constexpr int kFinderBits = 5; // of the cells' channels
+constexpr int kBoxBits = 6;    // of the boxes', eight of which make a cell
+constexpr uint32_t kBoxes = 1u << 3 * kBoxBits;
 
 // The kind of a leaf of the finder; 0 when it has none.
 uint8_t KindOf(uint32_t leaf) noexcept {
@@ -18,6 +20,18 @@ uint8_t KindOf(uint32_t leaf) noexcept {
     if (plane == 0)
         return static_cast<uint8_t>(kSingleKinds + (leaf & 0xFF));
     return static_cast<uint8_t>(plane < kSingleKinds ? plane : 0);
+}
+
+// Gives a kind to a box; to all eight boxes of its cell when they have the one leaf.
+void SetKind(QuickCells *cells, const uint8_t color[3], uint8_t kind) noexcept {
+    const uint32_t cell = cells->finder->cells[CubeNumber(color, kFinderBits)];
+    const uint32_t boxes = (cell & kCellDivided) != 0 ? 1 : 8;
+    for (uint32_t i = 0; i < boxes; ++i) {
+        uint8_t corner[3];
+        for (uint32_t c = 0; c < 3; ++c)
+            corner[c] = static_cast<uint8_t>(color[c] ^ (i >> c & 1) << 2);
+        cells->kinds[CubeNumber(corner, kBoxBits)] = kind;
+    }
 }
 
 } // namespace
@@ -35,8 +49,7 @@ void CloseQuickCells(QuickCells *cells) noexcept {
     rlFreeNewData(cells->block);
 }
 
-uint32_t FindInNewCell(QuickCells *cells, uint32_t box, uint8_t red, uint8_t green,
-                       uint8_t blue) noexcept {
+uint32_t FindInNewCell(QuickCells *cells, uint8_t red, uint8_t green, uint8_t blue) noexcept {
     const uint32_t index = FindNearestSlowly(cells->finder, red, green, blue);
     if (cells->finder->beginnings != cells->beginnings) {
         std::memset(cells->kinds, 0, kBoxes); // its planes have other numbers now
@@ -44,10 +57,12 @@ uint32_t FindInNewCell(QuickCells *cells, uint32_t box, uint8_t red, uint8_t gre
     }
     const uint32_t leaf = LeafOf<kFinderBits>(*cells->finder, red, green, blue);
     const uint8_t kind = KindOf(leaf);
-    cells->kinds[box] = kind;
-    if (kind != 0)
-        cells->kind[kind] = {cells->finder->planes[leaf >> 16 & (kPlanes - 1)],
-                             {static_cast<uint8_t>(leaf), static_cast<uint8_t>(leaf >> 8), 0, 0}};
+    if (kind == 0)
+        return index;
+    const uint8_t color[3] = {red, green, blue};
+    SetKind(cells, color, kind);
+    cells->kind[kind] = {cells->finder->planes[leaf >> 16 & (kPlanes - 1)],
+                         {static_cast<uint8_t>(leaf), static_cast<uint8_t>(leaf >> 8), 0, 0}};
     return index;
 }
 

@@ -40,9 +40,8 @@ void OpenQuickCells(QuickCells *cells, NearestFinder *finder) noexcept;
 /// Frees what OpenQuickCells took.
 void CloseQuickCells(QuickCells *cells) noexcept;
 
-/// The search in a box of kind 0; may give the box a kind.
-uint32_t FindInNewCell(QuickCells *cells, uint32_t box, uint8_t red, uint8_t green,
-                       uint8_t blue) noexcept;
+/// The search in a box of kind 0; may give the box and its neighbours a kind.
+uint32_t FindInNewCell(QuickCells *cells, uint8_t red, uint8_t green, uint8_t blue) noexcept;
 
 /// Returns what rlNearestRGBIndex returns for the finder's table.
 ///
@@ -58,7 +57,7 @@ inline uint32_t FindInCells(QuickCells *cells, uint64_t pixel) noexcept {
     const auto blue = static_cast<uint8_t>(pixel >> 32);
     const uint8_t kind = cells->kinds[box];
     if (kind == 0)
-        return FindInNewCell(cells, box, red, green, blue);
+        return FindInNewCell(cells, red, green, blue);
     const QuickKind &pair = cells->kind[kind];
     const PairPlane &plane = pair.plane;
     const int32_t side = red * plane.red + green * plane.green + blue * plane.blue + plane.offset;

@@ -166,8 +166,8 @@ TEST(HeapSort, SortsByItsChannelOnly) {
 }
 
 TEST(HeapSort, TheEntryAfterThePartTakesPart) {
-    // Part 5 3, then 9. Building sifts index 0 down to index 2: of 3 and 9 the right one is taken,
-    // 9 3 | 5. Then 9 goes to the end of the part: 3 9 | 5.
+    // The part is 5 3, and 9 follows. Building sifts index 0 down to index 2: of 3 and 9 the right
+    // one is taken, 9 3 | 5. Then 9 goes to the end of the part: 3 9 | 5.
     List list = Blues({5, 3, 9}, {1, 1, 1});
     HeapSort(list.data(), kAxisBlue, 2);
     EXPECT_EQ(BluesOf(list), Numbers({3, 9, 5, 0}));
