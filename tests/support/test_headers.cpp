@@ -1,0 +1,2 @@
+// Carries the headers that all test programs share; see CMakeLists.txt.
+int main() {}
