@@ -1,4 +1,6 @@
-# Makes a table of what export_bench measured: one line for each peer of a case.
+# Makes a table of what a benchmark program measured: a line for each peer of each case.
+#
+# Cases are named CASE/kowen and CASE/PEER (export_bench), or CASE and PeerCASE (color_bench).
 
 function value(line) {
     sub(/^[^:]*: */, "", line)
@@ -7,26 +9,51 @@ function value(line) {
     return line
 }
 
+# Sets name and who.
+function part(run, cut) {
+    sub(/\/(manual_time|iterations:).*$/, "", run)
+    cut = index(run, "/")
+    if (cut > 0) {
+        name = substr(run, 1, cut - 1)
+        who = substr(run, cut + 1)
+    } else if (match(run, /^(Leptonica|Pillow)/)) {
+        name = substr(run, RLENGTH + 1)
+        who = substr(run, 1, RLENGTH)
+    } else {
+        name = run
+        who = "kowen"
+    }
+}
+
+function keep(megapixels) {
+    speed[name, who] = megapixels
+    names[family] = name
+    whos[family] = who
+    if (family > last) last = family
+}
+
+function mp(number) {
+    return sprintf("%.1f", number)
+}
+
 /"family_index":/ { family = value($0) + 0 }
-/"run_name":/ { run = value($0); sub(/\/manual_time.*$/, "", run) }
-/"aggregate_name":/ { aggregate = value($0) }
-/"MP\/s":/ && aggregate == "median" { speed[run] = value($0) + 0; order[family] = run }
-/"bytes":/ && aggregate == "median" { bytes[run] = value($0) + 0 }
+/"run_name":/ { part(value($0)) }
+/"aggregate_name":/ { median = value($0) == "median" }
+/"MP\/s":/ && median { keep(value($0) + 0) }
+/"items_per_second":/ && median { keep(value($0) / 1e6) }
+/"bytes":/ && median { bytes[name, who] = value($0) + 0 }
 
 END {
-    line = "%-20s %-24s %10s %10s %7s %11s %11s\n"
-    printf line, "case", "peer", "kowen MP/s", "peer MP/s", "ratio", "kowen bytes", "peer bytes"
-    for (i = 0; i in order; i++) {
-        cut = index(order[i], "/")
-        name = substr(order[i], 1, cut - 1)
-        who = substr(order[i], cut + 1)
-        own = name "/kowen"
-        if (who == "kowen") continue
-        if (own in speed)
-            printf line, name, who, sprintf("%.1f", speed[own]), sprintf("%.1f", speed[order[i]]), \
-                sprintf("%.2f", speed[own] / speed[order[i]]), bytes[own], bytes[order[i]]
-        else
-            printf line, name, who, "-", sprintf("%.1f", speed[order[i]]), "-", "-", \
-                bytes[order[i]]
+    format = "%-20s %-24s %10s %10s %7s %11s %11s\n"
+    printf format, "case", "peer", "kowen MP/s", "peer MP/s", "ratio", "kowen bytes", "peer bytes"
+    for (i = 0; i <= last; i++) {
+        name = names[i]
+        who = whos[i]
+        if (who == "kowen" || !((name, who) in speed)) continue
+        own = speed[name, "kowen"]
+        printf format, name, who, own ? mp(own) : "-", mp(speed[name, who]),
+            own ? sprintf("%.2f", own / speed[name, who]) : "-",
+            bytes[name, "kowen"] ? bytes[name, "kowen"] : "-",
+            bytes[name, who] ? bytes[name, who] : "-"
     }
 }
