@@ -77,7 +77,7 @@ ComponentBlocks Coded(const ChunkBlocks &blocks, uint32_t blocksInMcu, CompressE
             blocksInMcu,
             env.huffmanTable[luminance ? kDcDiffLuminance : kDcDiffChrominance],
             env.huffmanTable[luminance ? kAcLuminance : kAcChrominance],
-            ShortCodesOf(env, luminance ? kAcLuminance : kAcChrominance),
+            AcCodesOf(env, luminance ? kAcLuminance : kAcChrominance),
             &env.dcPredictor[component]};
 }
 

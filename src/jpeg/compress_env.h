@@ -2,6 +2,7 @@
 #pragma once
 
 #include "io/file_handle.h"
+#include "jpeg/ac_codes.h"
 #include "jpeg/huffman_entry.h"
 #include "jpeg/quantize.h"
 
@@ -63,8 +64,8 @@ struct CompressEnv {
     // Derived from quantTable on first use; see QuantDivisors.
     QuantDivisors divisors[kQuantTables];
 
-    // Of the AC tables, on first use; the process's own. See ShortCodes.
-    const HuffmanEntry *shortCodes[2];
+    // Of the AC tables, on first use; the process's own. See AcCodesOf.
+    const AcCodes *acCodes[2];
 };
 
 /// Fills a fresh environment from the arguments and the current setup: sampling factors, padded

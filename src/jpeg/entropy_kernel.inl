@@ -46,11 +46,17 @@ inline void Put(BitSink &sink, const HuffmanEntry &entry) {
     Put(sink, entry.code, entry.length);
 }
 
-// EncodeDC.
-inline void PutDc(BitSink &sink, const HuffmanEntry *differences, int16_t dc, int16_t &predictor) {
+// The code of a DC coefficient's difference to the predictor, which follows it.
+inline const HuffmanEntry &DcDifference(const HuffmanEntry *differences, int16_t dc,
+                                        int16_t &predictor) {
     const int32_t difference = dc - predictor;
     predictor = dc;
-    Put(sink, differences[(difference >= 0 ? difference : difference + 4095) & 4095]);
+    return differences[(difference >= 0 ? difference : difference + 4095) & 4095];
+}
+
+// EncodeDC.
+inline void PutDc(BitSink &sink, const HuffmanEntry *differences, int16_t dc, int16_t &predictor) {
+    Put(sink, DcDifference(differences, dc, predictor));
 }
 
 // EncodeACCoef for any coefficient.
@@ -63,53 +69,19 @@ inline void PutLongAc(BitSink &sink, const HuffmanEntry *codes, uint32_t run, in
 }
 
 // EncodeZRL and EncodeACCoef.
-inline void PutAc(BitSink &sink, const HuffmanEntry *codes, const HuffmanEntry *shortCodes,
-                  uint32_t run, int32_t coefficient) {
+inline void PutAc(BitSink &sink, const HuffmanEntry *codes, const AcCodes &acCodes, uint32_t run,
+                  int32_t coefficient) {
     for (; run > 15; run -= 16)
         Put(sink, codes[kZeroRunSymbol]);
     const auto place = static_cast<uint32_t>(coefficient + kShortReach);
     if (place < kShortCoefficients) [[likely]]
-        Put(sink, shortCodes[run * kShortCoefficients + place]);
+        Put(sink, acCodes.ofCoefficient[run * kShortCoefficients + place]);
     else
         PutLongAc(sink, codes, run, coefficient);
 }
 
-// EncodeBlock.
-inline void PutBlock(BitSink &sink, const ComponentBlocks &component, const int16_t *block,
-                     uint64_t nonZero, int16_t &predictor) {
-    PutDc(sink, component.differences, block[0], predictor);
-    uint32_t next = 1;
-    for (uint64_t left = nonZero & ~uint64_t{1}; left != 0; left &= left - 1) {
-        const auto k = static_cast<uint32_t>(__builtin_ctzll(left));
-        PutAc(sink, component.codes, component.shortCodes, k - next, block[Place(k)]);
-        next = k + 1;
-    }
-    if (next != 64)
-        Put(sink, component.codes[kEndOfBlockSymbol]);
-    StoreBytes(sink);
-}
-
 inline bool HasRoom(const BitSink &sink, uint32_t bytes) {
     return sink.limit - sink.out >= static_cast<intptr_t>(bytes);
-}
-
-uint32_t CodeMcus(BitSink *sinkInOut, ComponentBlocks *components, uint32_t count, uint32_t mcus) {
-    BitSink sink = *sinkInOut;
-    uint32_t mcu = 0;
-    for (; mcu < mcus && HasRoom(sink, kMaxMcuBytes); ++mcu) {
-        for (uint32_t c = 0; c < count; ++c) {
-            ComponentBlocks &component = components[c];
-            int16_t predictor = *component.predictor;
-            for (uint32_t i = 0; i < component.blocksInMcu; ++i) {
-                PutBlock(sink, component, component.coefficients, *component.nonZero, predictor);
-                component.coefficients += 64;
-                ++component.nonZero;
-            }
-            *component.predictor = predictor;
-        }
-    }
-    *sinkInOut = sink;
-    return mcu;
 }
 
 int16_t *PackBlocks(const int16_t *coefficients, const uint64_t *nonZero, uint32_t blocks,
@@ -163,7 +135,7 @@ uint32_t CodeAcs(BitSink *sinkInOut, AcScan *scanInOut, const uint64_t *nonZero,
             FlushEobRun(sink, scan);
             for (; left != 0; left &= left - 1) {
                 const auto k = static_cast<uint32_t>(__builtin_ctzll(left));
-                PutAc(sink, scan.codes, scan.shortCodes, k - next, *packed++);
+                PutAc(sink, scan.codes, *scan.acCodes, k - next, *packed++);
                 next = k + 1;
             }
             StoreBytes(sink);

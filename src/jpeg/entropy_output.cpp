@@ -6,11 +6,11 @@
 
 namespace kowen {
 
-const HuffmanEntry *ShortCodesOf(CompressEnv &env, HuffmanSlot slot) noexcept {
-    const HuffmanEntry *&shortCodes = env.shortCodes[slot - kAcLuminance];
-    if (shortCodes == nullptr)
-        shortCodes = ShortCodes(env.huffmanTable[slot]);
-    return shortCodes;
+const AcCodes *AcCodesOf(CompressEnv &env, HuffmanSlot slot) noexcept {
+    const AcCodes *&acCodes = env.acCodes[slot - kAcLuminance];
+    if (acCodes == nullptr)
+        acCodes = AcCodesOf(env.huffmanTable[slot]);
+    return acCodes;
 }
 
 EntropyOutput::EntropyOutput(CompressEnv &env, uint32_t &fillCount) noexcept

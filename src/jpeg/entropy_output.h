@@ -8,8 +8,8 @@
 
 namespace kowen {
 
-/// The short codes that go with huffmanTable[slot], kAcLuminance or kAcChrominance.
-const HuffmanEntry *ShortCodesOf(CompressEnv &env, HuffmanSlot slot) noexcept;
+/// The forms of huffmanTable[slot], kAcLuminance or kAcChrominance.
+const AcCodes *AcCodesOf(CompressEnv &env, HuffmanSlot slot) noexcept;
 
 /// Takes over the environment's bit state from construction to End; between the two the
 /// environment's own is not valid. After a failed growth of the buffer, which loses it, coding goes

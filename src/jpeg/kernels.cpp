@@ -40,7 +40,8 @@ const Kernels *const *ListKernels() {
     const bool bits = __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") && HasLzcnt();
     if (bits && __builtin_cpu_supports("avx2"))
         list[count++] = &kAvx2Kernels;
-    if (bits && __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl"))
+    if (bits && __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512cd") &&
+        __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi2"))
         list[count++] = &kAvx512Kernels;
 #endif
     list[count] = nullptr;

@@ -5,9 +5,9 @@
 // flags, and they include nothing that other files share but plain declarations.
 #pragma once
 
+#include "jpeg/ac_codes.h"
 #include "jpeg/huffman_entry.h"
 #include "jpeg/quantize.h"
-#include "jpeg/short_codes.h"
 
 #include <cstdint>
 
@@ -34,7 +34,7 @@ struct ComponentBlocks {
     uint32_t blocksInMcu;
     const HuffmanEntry *differences; ///< whole DC differences
     const HuffmanEntry *codes;       ///< AC codes by symbol
-    const HuffmanEntry *shortCodes;  ///< the same for small coefficients: see ShortCodes
+    const AcCodes *acCodes;          ///< the same in other forms
     int16_t *predictor;
 };
 
@@ -48,9 +48,9 @@ struct ComponentDcs {
 
 /// A progressive AC scan on its way.
 struct AcScan {
-    const HuffmanEntry *codes;      ///< by symbol
-    const HuffmanEntry *shortCodes; ///< the same for small coefficients: see ShortCodes
-    uint32_t eobRun;                ///< blocks that ended on zeros and are not coded yet
+    const HuffmanEntry *codes; ///< by symbol
+    const AcCodes *acCodes;    ///< the same in other forms
+    uint32_t eobRun;           ///< blocks that ended on zeros and are not coded yet
 };
 
 struct Kernels {

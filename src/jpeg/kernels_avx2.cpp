@@ -70,7 +70,7 @@ inline uint32_t Place(uint32_t k) {
     return static_cast<uint32_t>(ZZ[k]);
 }
 
-#include "jpeg/entropy_kernel.inl"
+#include "jpeg/code_mcus.inl"
 
 } // namespace
 

@@ -1,4 +1,4 @@
-// Kernels for AVX-512 (BW, VL): four blocks at a time.
+// Kernels for AVX-512 with BW, CD, VL and VBMI2: four blocks at a time.
 #include "jpeg/dct_constants.h"
 #include "jpeg/kernels.h"
 #include "jpeg/quant_tables.h"
@@ -81,7 +81,7 @@ inline uint32_t Place(uint32_t k) {
     return k;
 }
 
-#include "jpeg/entropy_kernel.inl"
+#include "jpeg/code_mcus_avx512.inl"
 
 } // namespace
 

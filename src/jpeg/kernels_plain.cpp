@@ -29,7 +29,7 @@ inline uint32_t Place(uint32_t k) {
 }
 } // namespace
 
-#include "jpeg/entropy_kernel.inl"
+#include "jpeg/code_mcus.inl"
 
 void MapRgbToYcc(uint8_t *row, uint32_t width) {
     MapToYcc<0, 2>(row, width);

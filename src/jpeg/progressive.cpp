@@ -183,7 +183,7 @@ void CodeAcScan(const Store &store, CompressEnv &env, uint32_t &fillCount, int c
     const int16_t *packed = component.packed;
     EntropyOutput output(env, fillCount);
     const HuffmanSlot slot = c == 0 ? kAcLuminance : kAcChrominance;
-    AcScan scan = {env.huffmanTable[slot], ShortCodesOf(env, slot), 0};
+    AcScan scan = {env.huffmanTable[slot], AcCodesOf(env, slot), 0};
     for (uint32_t row = 0; across != 0 && row < store.mcusDown; ++row, nonZero += across) {
         output.CodeAcs(scan, nonZero, packed, across - skipped);
         packed += PackedCount(nonZero + across - skipped, skipped);

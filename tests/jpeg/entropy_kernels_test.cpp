@@ -115,7 +115,7 @@ TEST_P(EntropyKernelForm, CodeMcus) {
                              c == 0 ? 2u : 1u,
                              env->huffmanTable[c == 0 ? 4 : 5],
                              env->huffmanTable[c == 0 ? 2 : 3],
-                             ShortCodes(env->huffmanTable[c == 0 ? 2 : 3]),
+                             AcCodesOf(env->huffmanTable[c == 0 ? 2 : 3]),
                              &predictors[c]};
         for (size_t mcu = 0; mcu < kMcus; ++mcu)
             for (int c = 0; c < 3; ++c)
@@ -150,7 +150,7 @@ TEST_P(EntropyKernelForm, CodeMcusNeedsRoom) {
                                  1,
                                  env->huffmanTable[4],
                                  env->huffmanTable[2],
-                                 ShortCodes(env->huffmanTable[2]),
+                                 AcCodesOf(env->huffmanTable[2]),
                                  &predictor};
     Sink output(kMaxMcuBytes - 1);
     EXPECT_EQ(kernels.codeMcus(&output.sink, &component, 1, 1), 0u);
@@ -230,7 +230,7 @@ TEST_P(EntropyKernelForm, CodeAcs) {
             kernels.packBlocks(transformed.coefficients.data(), transformed.nonZero.data(), kBlocks,
                                dcs.data(), packed.data());
             AcScan scan = {env->huffmanTable[2 + component],
-                           ShortCodes(env->huffmanTable[2 + component]), 0};
+                           AcCodesOf(env->huffmanTable[2 + component]), 0};
             const int16_t *next = packed.data();
             Sink output(kMaxBlockBytes + 20);
             std::vector<uint8_t> bytes;

@@ -311,10 +311,10 @@ TEST_P(KernelForm, FullBuffersStayAsTheyAre) {
                               .blocksInMcu = 1,
                               .differences = nullptr,
                               .codes = nullptr,
-                              .shortCodes = nullptr,
+                              .acCodes = nullptr,
                               .predictor = &predictor};
     EXPECT_EQ(GetParam()->codeMcus(&sink, &blocks, 1, 1), 0u);
-    AcScan scan = {.codes = nullptr, .shortCodes = nullptr, .eobRun = 5};
+    AcScan scan = {.codes = nullptr, .acCodes = nullptr, .eobRun = 5};
     const int16_t *packed = coefficients;
     EXPECT_EQ(GetParam()->codeAcs(&sink, &scan, &nonZero, &packed, 1), 0u);
     EXPECT_EQ(sink.accumulator, full.accumulator);

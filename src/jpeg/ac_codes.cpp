@@ -1,4 +1,4 @@
-#include "jpeg/short_codes.h"
+#include "jpeg/ac_codes.h"
 
 #include "jpeg/huffman_tables.h"
 
@@ -8,13 +8,12 @@ namespace kowen {
 
 namespace {
 
-constexpr std::size_t kSymbols = 256;
 constexpr std::size_t kTablesKept = 4;
 
 struct KeptTable {
-    bool made;
-    HuffmanEntry codes[kSymbols]; // what it was made of
-    HuffmanEntry shortCodes[kShortCodes];
+    bool isMade;
+    HuffmanEntry codes[kAcSymbols];
+    AcCodes made; // of the codes
 };
 
 // Constant once made, as the filter's code tables are: nothing that a picture can change.
@@ -22,8 +21,8 @@ KeptTable kept[kTablesKept] = {};
 std::size_t nextPlace = 0;
 
 bool IsMadeOf(const KeptTable &table, const HuffmanEntry *codes) {
-    bool same = table.made;
-    for (std::size_t i = 0; i < kSymbols && same; ++i)
+    bool same = table.isMade;
+    for (std::size_t i = 0; i < kAcSymbols && same; ++i)
         same = table.codes[i].code == codes[i].code && table.codes[i].length == codes[i].length;
     return same;
 }
@@ -38,10 +37,12 @@ HuffmanEntry ShortCode(const HuffmanEntry *codes, uint32_t run, int32_t coeffici
 }
 
 void Make(KeptTable &table, const HuffmanEntry *codes) {
-    table.made = true;
-    for (std::size_t i = 0; i < kSymbols; ++i)
+    table.isMade = true;
+    for (std::size_t i = 0; i < kAcSymbols; ++i) {
         table.codes[i] = codes[i];
-    HuffmanEntry *entry = table.shortCodes;
+        table.made.ofSymbol[i] = codes[i].code << 8 | codes[i].length;
+    }
+    HuffmanEntry *entry = table.made.ofCoefficient;
     for (uint32_t run = 0; run < kShortRuns; ++run)
         for (int32_t coefficient = -kShortReach; coefficient < kShortReach; ++coefficient)
             *entry++ = ShortCode(codes, run, coefficient);
@@ -49,14 +50,14 @@ void Make(KeptTable &table, const HuffmanEntry *codes) {
 
 } // namespace
 
-const HuffmanEntry *ShortCodes(const HuffmanEntry *codes) noexcept {
+const AcCodes *AcCodesOf(const HuffmanEntry *codes) noexcept {
     for (const KeptTable &table : kept)
         if (IsMadeOf(table, codes))
-            return table.shortCodes;
+            return &table.made;
     KeptTable &table = kept[nextPlace];
     nextPlace = (nextPlace + 1) % kTablesKept;
     Make(table, codes);
-    return table.shortCodes;
+    return &table.made;
 }
 
 } // namespace kowen

@@ -1,5 +1,5 @@
-// Short codes against the coder of single coefficients.
-#include "jpeg/short_codes.h"
+// AC codes of small coefficients against the coder of single coefficients.
+#include "jpeg/ac_codes.h"
 
 #include "jpeg/block_coder.h"
 #include "jpeg/picture_env.h"
@@ -19,11 +19,11 @@ std::string BitsOf(const HuffmanEntry &entry) {
     return bits;
 }
 
-TEST(ShortCodes, AreWhatACoefficientIsCodedAs) {
+TEST(AcCodes, AreWhatACoefficientIsCodedAs) {
     for (const int32_t operation : {245, 246})
         for (const int slot : {2, 3}) {
             PictureEnv env(212, operation, 75, 16, 8);
-            const HuffmanEntry *shortCodes = ShortCodes(env->huffmanTable[slot]);
+            const HuffmanEntry *ofCoefficient = AcCodesOf(env->huffmanTable[slot])->ofCoefficient;
             for (uint32_t run = 0; run < kShortRuns; ++run)
                 for (int32_t c = -kShortReach; c < kShortReach; ++c) {
                     if (c == 0)
@@ -33,26 +33,27 @@ TEST(ShortCodes, AreWhatACoefficientIsCodedAs) {
                     auto zeroRun = static_cast<int32_t>(run);
                     EncodeACCoef(nullptr, &count, &zeroRun, static_cast<int16_t>(c), plain.Get(),
                                  plain->huffmanTable[slot]);
-                    const HuffmanEntry &entry = shortCodes[run * kShortCoefficients +
-                                                           static_cast<uint32_t>(c + kShortReach)];
+                    const HuffmanEntry &entry =
+                        ofCoefficient[run * kShortCoefficients +
+                                      static_cast<uint32_t>(c + kShortReach)];
                     ASSERT_EQ(BitsOf(entry), plain.Bits(count)) << run << ", " << c;
                 }
         }
 }
 
 // T.81 table K.5: run 0, size 1 is 00, and the coefficient 1 appends 1, -1 appends 0.
-TEST(ShortCodes, OneAfterNoZerosHasThreeBits) {
+TEST(AcCodes, OneAfterNoZerosHasThreeBits) {
     PictureEnv env(212, 245, 75, 16, 8);
-    const HuffmanEntry *shortCodes = ShortCodes(env->huffmanTable[2]);
-    EXPECT_EQ(BitsOf(shortCodes[kShortReach + 1]), "001");
-    EXPECT_EQ(BitsOf(shortCodes[kShortReach - 1]), "000");
+    const HuffmanEntry *ofCoefficient = AcCodesOf(env->huffmanTable[2])->ofCoefficient;
+    EXPECT_EQ(BitsOf(ofCoefficient[kShortReach + 1]), "001");
+    EXPECT_EQ(BitsOf(ofCoefficient[kShortReach - 1]), "000");
 }
 
-TEST(ShortCodes, OfTheSameTableAreMadeOnce) {
+TEST(AcCodes, OfTheSameTableAreMadeOnce) {
     PictureEnv first(212, 245, 75, 16, 8);
     PictureEnv second(212, 245, 30, 16, 8);
-    EXPECT_EQ(ShortCodes(first->huffmanTable[2]), ShortCodes(second->huffmanTable[2]));
-    EXPECT_NE(ShortCodes(first->huffmanTable[2]), ShortCodes(first->huffmanTable[3]));
+    EXPECT_EQ(AcCodesOf(first->huffmanTable[2]), AcCodesOf(second->huffmanTable[2]));
+    EXPECT_NE(AcCodesOf(first->huffmanTable[2]), AcCodesOf(first->huffmanTable[3]));
 }
 
 } // namespace
