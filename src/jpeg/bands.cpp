@@ -81,6 +81,17 @@ ComponentBlocks Coded(const ChunkBlocks &blocks, uint32_t blocksInMcu, CompressE
             &env.dcPredictor[component]};
 }
 
+// Asks for the pixels that the next chunk begins with, while this one is coded.
+template <typename Byte> void AskForChunk(const PixelRows<Byte> &band, uint32_t x) {
+    constexpr std::size_t kLineBytes = 64;
+    if (x >= band.width)
+        return;
+    const std::size_t bytes = std::size_t{std::min(kChunkSamples, band.width - x)} * kPixelBytes;
+    for (uint32_t y = 0; y < band.rows; ++y)
+        for (std::size_t i = 0; i < bytes; i += kLineBytes)
+            __builtin_prefetch(band.Row(y) + std::size_t{x} * kPixelBytes + i, 1);
+}
+
 // Codes columns x .. x + columns - 1 of a band, colour format 212.
 template <typename Byte>
 void CodeChunk422(EntropyOutput &output, CompressEnv &env, const PixelRows<Byte> &band, uint32_t x,
@@ -135,6 +146,7 @@ int32_t CodeBand(const PixelRows<Byte> &band, CompressEnv &env, bool halved) {
     EntropyOutput output(env, fillCount);
     for (uint32_t x = 0; x < band.width; x += kChunkSamples) {
         const uint32_t columns = std::min(kChunkSamples, band.width - x);
+        AskForChunk(band, x + columns);
         if (halved)
             CodeChunk422(output, env, band, x, columns);
         else
