@@ -27,7 +27,8 @@ inline constexpr uint32_t kMaxBlockBytes = 512;
 /// The most blocks of an MCU, and so the room that coding one more MCU needs.
 inline constexpr uint32_t kMaxMcuBytes = 4 * kMaxBlockBytes;
 
-/// One component's transformed blocks in MCU order, and what they are coded with.
+/// One component's transformed blocks in MCU order, and what they are coded with. Coefficients are
+/// what transformBlocks can give: AC -1023 to 1023, DC differences -2047 to 2047.
 struct ComponentBlocks {
     const int16_t *coefficients; ///< 64 a block, in the order of the kernels
     const uint64_t *nonZero;     ///< a bit per zig-zag position

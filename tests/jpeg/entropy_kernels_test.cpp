@@ -19,14 +19,15 @@ namespace {
 
 using reference::Block;
 
-enum Filling { kSparse, kDense, kLargest, kEmpty, kLastOnly, kFillings };
+enum Filling { kSparse, kRare, kDense, kLargest, kEmpty, kLastOnly, kFillings };
 
 /// A quantised block: DC within reach of any other, AC as the filling says.
 Block MakeBlock(TestRandom &random, int filling) {
     Block block = {};
     block[0] = static_cast<int16_t>(random.Between(-1023, 1023));
     for (size_t i = 1; i < 64; ++i) {
-        if (filling == kDense || (filling == kSparse && random.Next() % 6 == 0))
+        if (filling == kDense || (filling == kSparse && random.Next() % 6 == 0) ||
+            (filling == kRare && random.Next() % 20 == 0)) // gaps of more than 15 and 31 zeros
             block[i] = static_cast<int16_t>(random.Between(-1023, 1023) >> random.Between(0, 10));
         else if (filling == kLargest)
             block[i] = random.Next() % 4 == 0 ? -1023 : 1023;
@@ -94,40 +95,47 @@ void Append(std::vector<uint8_t> &all, const std::vector<uint8_t> &more) {
 
 class EntropyKernelForm : public testing::TestWithParam<const Kernels *> {};
 
-// Two luminance blocks and one of each chroma, as colour format 212 has them. The buffer holds
-// little more than the room of one MCU, so that the kernel stops and goes on often.
-TEST_P(EntropyKernelForm, CodeMcus) {
-    constexpr uint32_t kMcus = 60;
-    const Kernels &kernels = *GetParam();
-    PictureEnv env(212, 245, 100, 16, 8);
-    for (int filling = 0; filling <= kFillings; ++filling) {
-        reference::Coder coder(245, 100);
-        const std::vector<Block> blocks[3] = {MakeBlocks(2 * kMcus, filling, 1),
-                                              MakeBlocks(kMcus, filling, 2),
-                                              MakeBlocks(kMcus, filling, 3)};
-        const Transformed transformed[3] = {
-            {blocks[0], kernels.zigZag}, {blocks[1], kernels.zigZag}, {blocks[2], kernels.zigZag}};
+/// Codes MCUs of up to three components in a form and in the reference, and compares the bytes, the
+/// bits left and the predictors.
+struct McuComparison {
+    const Kernels &kernels;
+    uint32_t componentCount;
+    uint32_t firstsBlocks; ///< of the first component, in an MCU; the others have one
+    bool asTheFirst;       ///< every component has the tables and the predictor of the first
+
+    uint32_t Blocks(uint32_t c) const { return c == 0 ? firstsBlocks : 1; }
+    uint32_t Role(uint32_t c) const { return asTheFirst ? 0 : c; }
+
+    void Run(uint32_t mcus, int filling, size_t roomBytes) const {
+        PictureEnv env(212, 245, 100, 16, 8);
+        std::vector<std::vector<Block>> blocks;
+        std::vector<Transformed> transformed;
         int16_t predictors[3] = {};
-        ComponentBlocks components[3];
-        for (int c = 0; c < 3; ++c)
-            components[c] = {transformed[c].coefficients.data(),
-                             transformed[c].nonZero.data(),
-                             c == 0 ? 2u : 1u,
-                             env->huffmanTable[c == 0 ? 4 : 5],
-                             env->huffmanTable[c == 0 ? 2 : 3],
-                             AcCodesOf(env->huffmanTable[c == 0 ? 2 : 3]),
-                             &predictors[c]};
-        for (size_t mcu = 0; mcu < kMcus; ++mcu)
-            for (int c = 0; c < 3; ++c)
-                for (size_t i = 0; i < (c == 0 ? 2u : 1u); ++i) {
-                    const Block &block = blocks[c][mcu * (c == 0 ? 2 : 1) + i];
-                    coder.CodeDc(block, c);
-                    coder.CodeAc(block, c);
+        std::vector<ComponentBlocks> components;
+        for (uint32_t c = 0; c < componentCount; ++c) {
+            blocks.push_back(MakeBlocks(Blocks(c) * mcus, filling, c + 1));
+            transformed.emplace_back(blocks[c], kernels.zigZag);
+        }
+        for (uint32_t c = 0; c < componentCount; ++c) {
+            const int chroma = Role(c) == 0 ? 0 : 1;
+            components.push_back({transformed[c].coefficients.data(), transformed[c].nonZero.data(),
+                                  Blocks(c), env->huffmanTable[4 + chroma],
+                                  env->huffmanTable[2 + chroma],
+                                  AcCodesOf(env->huffmanTable[2 + chroma]), &predictors[Role(c)]});
+        }
+        reference::Coder coder(245, 100);
+        for (size_t mcu = 0; mcu < mcus; ++mcu)
+            for (uint32_t c = 0; c < componentCount; ++c)
+                for (size_t i = 0; i < Blocks(c); ++i) {
+                    const Block &block = blocks[c][mcu * Blocks(c) + i];
+                    coder.CodeDc(block, static_cast<int>(Role(c)));
+                    coder.CodeAc(block, static_cast<int>(Role(c)));
                 }
-        Sink output(kMaxMcuBytes + 100);
+        Sink output(roomBytes);
         std::vector<uint8_t> bytes;
-        for (uint32_t left = kMcus; left > 0;) {
-            const uint32_t coded = kernels.codeMcus(&output.sink, components, 3, left);
+        for (uint32_t left = mcus; left > 0;) {
+            const uint32_t coded =
+                kernels.codeMcus(&output.sink, components.data(), componentCount, left);
             ASSERT_GT(coded, 0u);
             left -= coded;
             Append(bytes, output.Take());
@@ -135,8 +143,36 @@ TEST_P(EntropyKernelForm, CodeMcus) {
         }
         EXPECT_EQ(bytes, coder.bits.Bytes()) << filling;
         EXPECT_EQ(output.sink.pending, static_cast<uint32_t>(coder.bits.PendingBits())) << filling;
-        for (int c = 0; c < 3; ++c)
-            EXPECT_EQ(predictors[c], coder.predictor[c]) << filling;
+        EXPECT_EQ(output.sink.accumulator & ((1u << output.sink.pending) - 1),
+                  coder.bits.PendingValue())
+            << filling;
+        for (uint32_t c = 0; c < componentCount; ++c)
+            EXPECT_EQ(predictors[Role(c)], coder.predictor[Role(c)]) << filling;
+    }
+};
+
+// Two luminance blocks and one of each chroma, as colour format 212 has them. The buffer holds
+// little more than the room of one MCU, so that the kernel stops and goes on often.
+TEST_P(EntropyKernelForm, CodeMcus) {
+    const McuComparison comparison = {*GetParam(), 3, 2, false};
+    for (int filling = 0; filling <= kFillings; ++filling)
+        comparison.Run(60, filling, kMaxMcuBytes + 100);
+}
+
+TEST_P(EntropyKernelForm, CodeMcusManyAtATime) {
+    const McuComparison comparison = {*GetParam(), 3, 2, false};
+    for (int filling = 0; filling <= kFillings; ++filling)
+        for (const uint32_t mcus : {1u, 2u, 7u, 8u, 9u, 32u, 61u})
+            comparison.Run(mcus, filling, mcus * std::size_t{kMaxMcuBytes});
+}
+
+// Grey, and three components that share the first's predictor.
+TEST_P(EntropyKernelForm, CodeMcusOfOtherFormats) {
+    for (const uint32_t components : {1u, 3u}) {
+        const McuComparison comparison = {*GetParam(), components, 1, true};
+        for (int filling = 0; filling <= kFillings; ++filling)
+            for (const uint32_t mcus : {31u, 32u, 33u, 100u})
+                comparison.Run(mcus, filling, 5 * std::size_t{kMaxMcuBytes});
     }
 }
 

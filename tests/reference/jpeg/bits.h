@@ -42,6 +42,7 @@ public:
 
     const std::vector<uint8_t> &Bytes() const { return bytes_; }
     int PendingBits() const { return count_; }
+    uint32_t PendingValue() const { return static_cast<uint32_t>(pending_); }
 
 private:
     std::vector<uint8_t> bytes_;
