@@ -1,31 +1,13 @@
 #include "jpeg/ac_codes.h"
 
 #include "jpeg/huffman_tables.h"
-
-#include <cstddef>
+#include "jpeg/kept_tables.h"
 
 namespace kowen {
 
 namespace {
 
-constexpr std::size_t kTablesKept = 4;
-
-struct KeptTable {
-    bool isMade;
-    HuffmanEntry codes[kAcSymbols];
-    AcCodes made; // of the codes
-};
-
-// Constant once made, as the filter's code tables are: nothing that a picture can change.
-KeptTable kept[kTablesKept] = {};
-std::size_t nextPlace = 0;
-
-bool IsMadeOf(const KeptTable &table, const HuffmanEntry *codes) {
-    bool same = table.isMade;
-    for (std::size_t i = 0; i < kAcSymbols && same; ++i)
-        same = table.codes[i].code == codes[i].code && table.codes[i].length == codes[i].length;
-    return same;
-}
+constinit KeptTables<AcCodes, kAcSymbols, 4> tables;
 
 HuffmanEntry ShortCode(const HuffmanEntry *codes, uint32_t run, int32_t coefficient) {
     const int32_t category = CSize(coefficient);
@@ -36,13 +18,10 @@ HuffmanEntry ShortCode(const HuffmanEntry *codes, uint32_t run, int32_t coeffici
     return {entry.code << category | appended, static_cast<uint8_t>(entry.length + category)};
 }
 
-void Make(KeptTable &table, const HuffmanEntry *codes) {
-    table.isMade = true;
-    for (std::size_t i = 0; i < kAcSymbols; ++i) {
-        table.codes[i] = codes[i];
-        table.made.ofSymbol[i] = codes[i].code << 8 | codes[i].length;
-    }
-    HuffmanEntry *entry = table.made.ofCoefficient;
+void Make(AcCodes &table, const HuffmanEntry *codes) {
+    for (uint32_t i = 0; i < kAcSymbols; ++i)
+        table.ofSymbol[i] = codes[i].code << 8 | codes[i].length;
+    HuffmanEntry *entry = table.ofCoefficient;
     for (uint32_t run = 0; run < kShortRuns; ++run)
         for (int32_t coefficient = -kShortReach; coefficient < kShortReach; ++coefficient)
             *entry++ = ShortCode(codes, run, coefficient);
@@ -51,13 +30,7 @@ void Make(KeptTable &table, const HuffmanEntry *codes) {
 } // namespace
 
 const AcCodes *AcCodesOf(const HuffmanEntry *codes) noexcept {
-    for (const KeptTable &table : kept)
-        if (IsMadeOf(table, codes))
-            return &table.made;
-    KeptTable &table = kept[nextPlace];
-    nextPlace = (nextPlace + 1) % kTablesKept;
-    Make(table, codes);
-    return &table.made;
+    return &tables.Of(codes, Make);
 }
 
 } // namespace kowen

@@ -3,6 +3,7 @@
 #include "filter/setup.h"
 #include "filter/state.h"
 #include "jpeg/compress_env.h"
+#include "jpeg/kept_tables.h"
 
 #include <bit>
 #include <cstring>
@@ -89,7 +90,7 @@ int32_t CreateHuffCodes(HuffmanEntry *const *tables, const uint8_t *codeLengths,
 namespace {
 
 // The differences d and -d of a category: its code, then the category's low bits of d, or of the
-// negative one less 1 (T.81 F.1.2.1.1). Category by category, since every export does it.
+// negative one less 1 (T.81 F.1.2.1.1).
 void JoinCodeAndBits(HuffmanEntry *differences, const HuffmanEntry &dcCode, int32_t category) {
     const int32_t end = 1 << category;
     const uint32_t code = dcCode.code << category;
@@ -101,11 +102,23 @@ void JoinCodeAndBits(HuffmanEntry *differences, const HuffmanEntry &dcCode, int3
     }
 }
 
+struct DcDifferences {
+    HuffmanEntry entries[kDcDifferences - 1];
+};
+
+void Make(DcDifferences &table, const HuffmanEntry *dcCodes) {
+    for (int32_t category = 0; category < kDcCategories; ++category)
+        JoinCodeAndBits(table.entries, dcCodes[category], category);
+}
+
+// Every export needs both; copying is much faster than making.
+constinit KeptTables<DcDifferences, kDcCategories, 2> dcDifferences;
+
 } // namespace
 
 int32_t CreateDCDiffTbl(HuffmanEntry *differences, const HuffmanEntry *dcCodes) noexcept {
-    for (int32_t category = 0; category < kDcCategories; ++category)
-        JoinCodeAndBits(differences, dcCodes[category], category);
+    const DcDifferences &table = dcDifferences.Of(dcCodes, Make);
+    std::memcpy(differences, table.entries, sizeof(table.entries));
     return 0;
 }
 
