@@ -1,5 +1,7 @@
 // The colour library on any depths, sizes, tables and pixels, next to its plain forms. The first
 // bytes choose the operation and its settings, the others are tables and pixels.
+#include "fuzz/input.h"
+
 #include "color/depth.h"
 #include "color/dither.h"
 #include "color/median_cut.h"
@@ -11,44 +13,15 @@
 #include "reference/color/resample.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <optional>
 
 namespace {
 
 using namespace kowen;
-using reference::Bytes;
-
-class Input {
-public:
-    Input(const uint8_t *start, size_t count) : data(start), size(count) {}
-
-    uint8_t Byte() {
-        const uint8_t value = size > 0 ? *data : 0;
-        data += size > 0;
-        size -= size > 0;
-        return value;
-    }
-    uint32_t Below(uint32_t limit) { return (Byte() | uint32_t{Byte()} << 8) % limit; }
-
-    /// count bytes; when the input ends, those before again.
-    Bytes Take(size_t count) {
-        Bytes bytes(count);
-        for (size_t i = 0; i < count; ++i)
-            bytes[i] = size > 0 ? Byte() : i >= 61 ? bytes[i - 61] : static_cast<uint8_t>(i * 37);
-        return bytes;
-    }
-
-private:
-    const uint8_t *data;
-    size_t size;
-};
-
-void Require(bool condition) {
-    if (!condition)
-        std::abort();
-}
+using fuzz::Bytes;
+using fuzz::Input;
+using fuzz::Require;
 
 // A block of exactly these bytes, so that a read past its end is seen.
 MemoryHandle MakeBlock(const Bytes &bytes) {
@@ -85,7 +58,7 @@ Picture AnyPicture(Input *input) {
     size_t bytes = reference::MakeBitmap(picture.width, picture.height, picture.depth).size();
     if (input->Byte() % 16 == 0)
         bytes = input->Below(static_cast<uint32_t>(bytes) + 1);
-    picture.pixels = input->Take(bytes);
+    picture.pixels = input->Fill(bytes);
     picture.block = MakeBlock(picture.pixels);
     picture.isWhole = BitmapFits(picture.block, picture.width, picture.height, picture.depth);
     // The plain forms want padding, also that of the last row.
@@ -106,7 +79,7 @@ Table AnyTable(Input *input, bool mayBeNone) {
     const uint8_t kind = input->Byte();
     if (mayBeNone && kind % 4 == 0)
         return table;
-    table.entries = input->Take(3 * input->Below(kind % 4 == 1 ? 300 : 20));
+    table.entries = input->Fill(3 * input->Below(kind % 4 == 1 ? 300 : 20));
     for (size_t i = 0; kind % 3 == 0 && i + 2 < table.entries->size(); i += 6) // greys
         (*table.entries)[i + 1] = (*table.entries)[i + 2] = (*table.entries)[i];
     table.block = MakeBlock(*table.entries);
@@ -121,11 +94,12 @@ void Convert(Input *input) {
     const MemoryHandle result =
         rlConvertBitmapDepth(picture.block, picture.width, picture.height, picture.depth, to,
                              source.block, target.block, count);
-    Require((result != 0) == picture.isWhole);
+    Require((result != 0) == picture.isWhole, "a result for whole pictures only");
     if (result != 0)
         Require(Contents(result) == reference::ConvertBitmapDepth(
                                         picture.pixels, picture.width, picture.height,
-                                        picture.depth, to, source.Get(), target.Get(), count));
+                                        picture.depth, to, source.Get(), target.Get(), count),
+                "what the plain form gives");
     for (MemoryHandle block : {result, picture.block, source.block, target.block})
         GlobalFree(block);
 }
@@ -138,11 +112,12 @@ void Dither(Input *input) {
     const MemoryHandle result =
         rlDitherGivenCT(picture.block, picture.width, picture.height, picture.depth, to,
                         palette.block, table.block, count);
-    Require((result != 0) == picture.isWhole);
+    Require((result != 0) == picture.isWhole, "a result for whole pictures only");
     if (result != 0)
         Require(Contents(result) == reference::DitherGivenCT(picture.pixels, picture.width,
                                                              picture.height, picture.depth, to,
-                                                             palette.Get(), *table.entries, count));
+                                                             palette.Get(), *table.entries, count),
+                "what the plain form gives");
     for (MemoryHandle block : {result, picture.block, palette.block, table.block})
         GlobalFree(block);
 }
@@ -155,15 +130,16 @@ void DitherFreely(Input *input) {
     MemoryHandle table = 0;
     const MemoryHandle result = rlDitherBitmap(picture.block, picture.width, picture.height,
                                                picture.depth, to, palette.block, &table);
-    Require((result != 0) == picture.isWhole);
+    Require((result != 0) == picture.isWhole, "a result for whole pictures only");
     if (result != 0) {
         const reference::Table expected = reference::DitherGetCT(
             picture.pixels, picture.width, picture.height, picture.depth, to, palette.Get());
-        Require(Contents(table) == expected.entries);
+        Require(Contents(table) == expected.entries, "what the plain form gives");
         Require(Contents(result) == reference::DitherGivenCT(picture.pixels, picture.width,
                                                              picture.height, picture.depth, to,
                                                              palette.Get(), expected.entries,
-                                                             expected.count));
+                                                             expected.count),
+                "what the plain form gives");
     }
     for (MemoryHandle block : {result, picture.block, palette.block, table})
         GlobalFree(block);
@@ -177,14 +153,14 @@ void Reduce(Input *input) {
     const MemoryHandle table =
         rlReduceColorTable(picture.block, static_cast<uint16_t>(picture.width),
                            static_cast<uint16_t>(picture.height), &count);
-    Require((table != 0) == picture.isWhole);
+    Require((table != 0) == picture.isWhole, "a result for whole pictures only");
     if (table != 0) {
         Bytes padded = Contents(picture.block);
         padded.resize(reference::MakeBitmap(picture.width, picture.height, 24).size());
         Bytes expected = reference::ReduceColors(padded, picture.width, picture.height, wanted);
-        Require(count == expected.size() / 3);
+        Require(count == expected.size() / 3, "what the plain form gives");
         expected.resize(size_t{wanted} * 3);
-        Require(Contents(table) == expected);
+        Require(Contents(table) == expected, "what the plain form gives");
     }
     GlobalFree(table);
     GlobalFree(picture.block);
@@ -195,11 +171,12 @@ void Resample(Input *input) {
     const Picture picture = AnyPicture(input);
     const MemoryHandle result = rlStretchBitmap(picture.block, picture.depth, picture.width,
                                                 picture.height, targetWidth, targetHeight);
-    Require((result != 0) == picture.isWhole);
+    Require((result != 0) == picture.isWhole, "a result for whole pictures only");
     if (result != 0 && picture.width != 0 && picture.height != 0)
         Require(Contents(result) == reference::Resample(picture.pixels, picture.depth,
                                                         picture.width, picture.height, targetWidth,
-                                                        targetHeight));
+                                                        targetHeight),
+                "what the plain form gives");
     GlobalFree(result);
     GlobalFree(picture.block);
 }
@@ -212,11 +189,11 @@ void Flip(Input *input) {
         expected.size() >= rlCalcNewSize(picture.width, picture.height, picture.depth);
     const MemoryHandle result = rlFlipBitmap(picture.block, picture.depth, picture.width,
                                              picture.height, flags & 1, flags & 2);
-    Require(result == (isWhole ? picture.block : 0));
+    Require(result == (isWhole ? picture.block : 0), "a result for whole pictures only");
     if (isWhole)
         reference::Flip(expected, picture.depth, picture.width, picture.height, (flags & 1) != 0,
                         (flags & 2) != 0);
-    Require(Contents(picture.block) == expected);
+    Require(Contents(picture.block) == expected, "what the plain form gives");
     GlobalFree(picture.block);
 }
 
@@ -228,11 +205,11 @@ void Change(Input *input) {
     MemoryHandle table = own.block;
     const MemoryHandle result = rlChangeColorResolution(picture.block, picture.width,
                                                         picture.height, picture.depth, to, &table);
-    Require((result != 0) == picture.isWhole);
+    Require((result != 0) == picture.isWhole, "a result for whole pictures only");
     rlCMYKtoRGB(result, input->Byte(), input->Byte());
     rlALPHAtoRGB(result, input->Byte(), input->Byte());
     rlRGB4toCMYK(result, input->Byte(), input->Byte());
-    Require(table == 0 || table != own.block);
+    Require(table == 0 || table != own.block, "a table of its own");
     for (MemoryHandle block : {result, picture.block, own.block, table})
         GlobalFree(block);
 }

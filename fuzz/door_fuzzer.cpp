@@ -5,6 +5,8 @@
 // for, in a block of its own, so that the sanitizers see every byte read or written beyond it.
 // Beside that: the state is one of the documented ones, the return area never holds more than its
 // size, and the doors answer documented codes.
+#include "fuzz/module_state.h"
+
 #include "export/common_record.h"
 #include "filter/setup.h"
 #include "filter/state.h"
@@ -13,43 +15,31 @@
 #include "raster/device_record.h"
 #include "raster/door.h"
 #include "raster/opcode_table.h"
+#include "support/temp_directory.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fuzzer/FuzzedDataProvider.h>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 namespace {
 
 using namespace kowen;
-using Bytes = std::vector<uint8_t>;
+using fuzz::Bytes;
+using fuzz::Input;
+using fuzz::Require;
 
-// More than this much memory for one block is not there: sizes below 2^32 are all allowed, but
-// filling them would take most of the time.
-constexpr uint64_t kLargestBlock = 8 << 20;
 constexpr size_t kLargestRequest = 1 << 20;
 constexpr int kMostSteps = 60;
 
-FuzzedDataProvider *play = nullptr;
-std::string workingDirectory;
+Input *play = nullptr;
+const TempDirectory *workingDirectory = nullptr;
 CommonRecord commonRecord;
 
-void Require(bool holds, const char *what) {
-    if (holds)
-        return;
-    std::fprintf(stderr, "violated: %s\n", what);
-    std::abort();
-}
-
 int32_t Status(uintptr_t, int32_t, int32_t, int32_t, int32_t, int32_t, void *) {
-    if (play->ConsumeProbability<float>() < 0.05f)
+    if (play->Seldom(20))
         RASTER_dd_entry32(0, KOWEN_DD_TERMINATE, nullptr); // a host that does not wait
-    return play->ConsumeProbability<float>() < 0.2f;
+    return play->Seldom(5);
 }
 
 intptr_t HostIo(uintptr_t, int32_t operation, void *argument, int32_t count) {
@@ -57,9 +47,9 @@ intptr_t HostIo(uintptr_t, int32_t operation, void *argument, int32_t count) {
         uint32_t sum = 0; // reads what it is given
         for (int32_t i = 0; i < count; ++i)
             sum += static_cast<uint8_t *>(argument)[i];
-        return play->ConsumeBool() ? count : static_cast<int32_t>(sum & 1);
+        return play->Bool() ? count : static_cast<int32_t>(sum & 1);
     }
-    return play->ConsumeIntegralInRange(-1, 2);
+    return play->Between(-1, 2);
 }
 
 template <typename T> void Append(Bytes &bytes, T value) {
@@ -69,26 +59,26 @@ template <typename T> void Append(Bytes &bytes, T value) {
 
 // Mostly small, so that pictures come about; sometimes anything.
 uint32_t Count() {
-    if (play->ConsumeIntegralInRange(0, 15) == 0)
-        return play->ConsumeIntegral<uint32_t>();
-    return play->ConsumeIntegralInRange<uint32_t>(0, 70);
+    if (play->Seldom(16))
+        return play->Number<uint32_t>();
+    return play->Below(71);
 }
 
 double Coordinate() {
-    if (play->ConsumeIntegralInRange(0, 15) == 0)
-        return play->ConsumeFloatingPoint<double>();
-    return play->ConsumeIntegralInRange(-4, 70);
+    if (play->Seldom(16))
+        return play->Number<double>();
+    return play->Between(-4, 70);
 }
 
 int32_t Precision() {
     static constexpr int32_t kUsual[] = {1, 4, 8, 24, 32, -1, -4, -8, -24, -32, -32768};
-    if (play->ConsumeIntegralInRange(0, 15) == 0)
-        return play->ConsumeIntegral<int32_t>();
-    return play->PickValueInArray(kUsual);
+    if (play->Seldom(16))
+        return play->Number<int32_t>();
+    return play->Pick(kUsual);
 }
 
 Bytes Content(size_t count) {
-    Bytes bytes = play->ConsumeBytes<uint8_t>(std::min<size_t>(count, 64));
+    Bytes bytes = play->Take(std::min<size_t>(count, 64));
     bytes.resize(count);
     for (size_t i = 64; i < count; ++i)
         bytes[i] = static_cast<uint8_t>(bytes[i % 64] + i / 64);
@@ -112,14 +102,14 @@ Bytes Doubles(uint32_t opcode) {
 
 Bytes ViewportMode() {
     Bytes request = Head(KOWEN_REQUEST_SET_VIEWPORT_MODE);
-    Append(request, static_cast<int16_t>(play->ConsumeIntegralInRange(-1, 4)));
+    Append(request, static_cast<int16_t>(play->Between(-1, 4)));
     request.resize(24);
-    Append(request, play->ConsumeBool() ? 25.4 / 100 : play->ConsumeFloatingPoint<double>());
+    Append(request, play->Bool() ? 25.4 / 100 : play->Number<double>());
     return request;
 }
 
 Bytes Colors() {
-    const auto arguments = play->ConsumeIntegralInRange<uint32_t>(0, 900);
+    const auto arguments = play->Below(901);
     Bytes request = Head(KOWEN_REQUEST_SET_COLORS, arguments);
     Append(request, Count());
     const Bytes colors = Content(arguments < 2 ? 0 : (arguments - 2) / 3 * 3);
@@ -147,20 +137,20 @@ Bytes Cells() {
     Append(request, precision);
     Append(request, uint16_t{0});
     // What a host has: rows of its own, complete.
-    const unsigned __int128 size = static_cast<unsigned __int128>(RowBytes(columns, depth)) * rows;
     const bool here = precision >= 0 || precision == -32768;
-    if (size > kLargestRequest) {
+    const uint64_t rowBytes = RowBytes(columns, depth);
+    if (rows != 0 && rowBytes > kLargestRequest / rows) {
         // No host has that many; the driver must not look at a size that wraps.
         request[0] = KOWEN_REQUEST_END_PICTURE, request[1] = 0;
         return request;
     }
-    const Bytes cells = Content(static_cast<size_t>(size));
+    const Bytes cells = Content(static_cast<size_t>(rowBytes * rows));
     if (here) {
         request.insert(request.end(), cells.begin(), cells.end());
     } else {
         farCells = cells;
         farCells.shrink_to_fit();
-        Append(request, play->ConsumeIntegralInRange(0, 31) == 0 ? nullptr : farCells.data());
+        Append(request, play->Seldom(32) ? nullptr : farCells.data());
     }
     return request;
 }
@@ -168,25 +158,25 @@ Bytes Cells() {
 Bytes Primitive() {
     Bytes request = Head(KOWEN_REQUEST_PRIMITIVE);
     static constexpr int32_t kPrimitives[] = {-5, -6, -5, -6, -5, -6, -7, -1, 0, 1};
-    Append(request, play->PickValueInArray(kPrimitives));
-    const auto points = play->ConsumeIntegralInRange<uint32_t>(0, 3);
+    Append(request, play->Pick(kPrimitives));
+    const auto points = play->Below(4);
     Append(request, points);
     request.resize(request.size() + size_t{points} * 24);
-    const auto length = play->ConsumeBool() ? 28u : play->ConsumeIntegralInRange<uint32_t>(0, 40);
+    const auto length = play->Bool() ? 28u : play->Below(41);
     Append(request, length);
     Bytes data;
     Append(data, Count());
     Append(data, Count());
     Append(data, Precision());
-    Append(data, play->ConsumeIntegral<uint32_t>());
+    Append(data, play->Number<uint32_t>());
     data.resize(length);
     request.insert(request.end(), data.begin(), data.end());
     return request;
 }
 
 Bytes AnyRow() {
-    const auto row = play->ConsumeIntegralInRange<size_t>(0, kDdFuncCount - 1);
-    Bytes request = Head(ddFuncTable[row].opcode, play->ConsumeBool() ? 0 : 4);
+    const auto row = play->Below(kDdFuncCount);
+    Bytes request = Head(ddFuncTable[row].opcode, play->Bool() ? 0 : 4);
     switch (ddFuncTable[row].opcode) {
     case KOWEN_REQUEST_CELL_ARRAY:
         return Cells();
@@ -207,11 +197,11 @@ Bytes NextRequest() {
                                           KOWEN_REQUEST_BEGIN_PICTURE, KOWEN_REQUEST_BEGIN_BODY,
                                           KOWEN_REQUEST_END_PICTURE,   KOWEN_REQUEST_QUERY_VIEWPORT,
                                           KOWEN_REQUEST_QUERY_WINDOW,  KOWEN_REQUEST_EMPTY_ERRORS};
-    switch (play->ConsumeIntegralInRange(0, 7)) {
+    switch (play->Between(0, 7)) {
     case 0:
-        return Head(play->PickValueInArray(kPlain));
+        return Head(play->Pick(kPlain));
     case 1:
-        return Doubles(play->ConsumeBool() ? KOWEN_REQUEST_SET_WINDOW : KOWEN_REQUEST_SET_VIEWPORT);
+        return Doubles(play->Bool() ? KOWEN_REQUEST_SET_WINDOW : KOWEN_REQUEST_SET_VIEWPORT);
     case 2:
         return ViewportMode();
     case 3:
@@ -237,7 +227,7 @@ void RequireSaneDevice() {
 
 void Dispatch(Bytes request) {
     request.shrink_to_fit();
-    const auto door = play->ConsumeIntegralInRange(0, 7) == 0 ? dd_entry32 : RASTER_dd_entry32;
+    const auto door = play->Seldom(8) ? dd_entry32 : RASTER_dd_entry32;
     const int32_t code = door(0, KOWEN_DD_DISPATCH, request.data());
     Require(code == 0 || code == -1 || code == 27 || code == 300 || code == 303 || code == 901,
             "a documented code");
@@ -265,26 +255,26 @@ public:
 
     void Initialise() {
         NameOutput();
-        exportRecord.statusCallback = play->ConsumeBool() ? Status : nullptr;
-        exportRecord.context = play->ConsumeIntegralInRange<uintptr_t>(0, 1);
-        record.setup = play->ConsumeIntegralInRange(0, 15) == 0 ? 0 : setup;
-        record.exportRecord = play->ConsumeIntegralInRange(0, 7) == 0 ? nullptr : &exportRecord;
+        exportRecord.statusCallback = play->Bool() ? Status : nullptr;
+        exportRecord.context = play->Below(2);
+        record.setup = play->Seldom(16) ? 0 : setup;
+        record.exportRecord = play->Seldom(8) ? nullptr : &exportRecord;
         record.returnAreaSize = Count();
-        Lock<SetupRecord>(setup)->ioProcedure = play->ConsumeBool() ? HostIo : nullptr;
-        const bool raster = play->ConsumeIntegralInRange(0, 3) != 0;
+        Lock<SetupRecord>(setup)->ioProcedure = play->Bool() ? HostIo : nullptr;
+        const bool raster = !play->Seldom(4);
         (raster ? RASTER_dd_entry32 : dd_entry32)(0, KOWEN_DD_INITIALISE, &record);
     }
 
     // Memory, a file, a file that cannot be made, a name of any length. Cancelled outputs are
     // deleted, so there is no name but in the fuzzer's own directory.
     void NameOutput() {
-        std::string path = workingDirectory + "/a.jpg";
-        switch (play->ConsumeIntegralInRange(0, 7)) {
+        std::string path = workingDirectory->File("a.jpg");
+        switch (play->Between(0, 7)) {
         case 0:
-            path = workingDirectory + "/no/a.jpg";
+            path = workingDirectory->File("no/a.jpg");
             break;
         case 1:
-            path += std::string(play->ConsumeIntegralInRange<size_t>(0, 200), 'n');
+            path += std::string(play->Below(201), 'n');
             break;
         case 2:
         case 3:
@@ -308,19 +298,19 @@ public:
     }
 
     void Step() {
-        switch (play->ConsumeIntegralInRange(0, 15)) {
+        switch (play->Between(0, 15)) {
         case 0:
             return Initialise();
         case 1:
         case 2:
             return OpenPicture();
         case 3:
-            lpCommon = play->ConsumeBool() ? &commonRecord : nullptr;
-            commonRecord.stateWord = play->ConsumeIntegralInRange(-1, 2);
-            commonRecord.statusRecord = play->ConsumeBool() ? &exportRecord : nullptr;
+            lpCommon = play->Bool() ? &commonRecord : nullptr;
+            commonRecord.stateWord = play->Between(-1, 2);
+            commonRecord.statusRecord = play->Bool() ? &exportRecord : nullptr;
             return;
         case 4:
-            (play->ConsumeBool() ? RASTER_dd_entry32 : dd_entry32)(0, KOWEN_DD_TERMINATE, nullptr);
+            (play->Bool() ? RASTER_dd_entry32 : dd_entry32)(0, KOWEN_DD_TERMINATE, nullptr);
             return;
         case 5:
             return Choose(*Lock<SetupRecord>(setup));
@@ -332,14 +322,14 @@ public:
 private:
     static void Choose(SetupRecord &choices) {
         UseDefaultSettings(&choices);
-        choices.colorMode = play->ConsumeIntegralInRange(102, 108);
-        choices.colorFormat = play->ConsumeBool() ? 212 : play->ConsumeIntegralInRange(210, 223);
-        choices.operation = play->ConsumeIntegralInRange(245, 247);
-        choices.sizeMode = play->ConsumeIntegralInRange(600, 603);
-        choices.resolutionMode = play->ConsumeIntegralInRange(307, 310);
-        choices.quality = play->ConsumeIntegralInRange<int16_t>(0, 101);
-        choices.width = play->ConsumeFloatingPointInRange(0.0, 1.0);
-        choices.height = play->ConsumeFloatingPointInRange(0.0, 1.0);
+        choices.colorMode = play->Between(102, 108);
+        choices.colorFormat = play->Bool() ? 212 : play->Between(210, 223);
+        choices.operation = play->Between(245, 247);
+        choices.sizeMode = play->Between(600, 603);
+        choices.resolutionMode = play->Between(307, 310);
+        choices.quality = static_cast<int16_t>(play->Below(102));
+        choices.width = play->Byte() / 255.0;
+        choices.height = play->Byte() / 255.0;
     }
 
     MemoryHandle setup;
@@ -351,26 +341,20 @@ private:
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int *, char ***) {
-    workingDirectory = (std::filesystem::temp_directory_path() / "kowen-fuzz-XXXXXX").string();
-    Require(mkdtemp(workingDirectory.data()) != nullptr, "a directory to work in");
-    std::atexit([] { std::filesystem::remove_all(workingDirectory); });
-    allocationGate = [](uint64_t bytes) noexcept { return bytes <= kLargestBlock; };
-    // Refused blocks are announced there.
-    Require(std::freopen("/dev/null", "w", stdout) != nullptr, "a place for messages");
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    FuzzedDataProvider provider(data, size);
-    play = &provider;
+    static const TempDirectory directory;
+    workingDirectory = &directory;
+    const fuzz::MemoryLimit limit;
+    Input input(data, size);
+    play = &input;
     {
         Host host;
-        for (int step = 0; step < kMostSteps && provider.remaining_bytes() > 0; ++step) {
+        for (int step = 0; step < kMostSteps && input.Left() > 0; ++step) {
             host.Step();
             RequireSaneDevice();
         }
     }
     play = nullptr;
+    fuzz::RequireNothingIsCurrent();
     return 0;
 }

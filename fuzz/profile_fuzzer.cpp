@@ -1,16 +1,18 @@
 // A profile of any bytes, read and rewritten in any order.
 //
+// The input is text: a line for each operation, an empty line, the profile; without the empty line
+// there is no profile at first. An operation is a letter, a sign for the size of a buffer (0 for
+// none, 1 for one byte, 2 for three), and the section, the key and the value, parted by tabs.
+//
 // Beside what the sanitizers see: a read stays inside its buffer and result range, a rewrite loses
 // no line that it has no business with, the same write twice changes nothing more, and a delete
 // request for what is not there leaves every byte.
+#include "fuzz/input.h"
+
 #include "platform/profile_file.h"
+#include "support/temp_directory.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <fuzzer/FuzzedDataProvider.h>
 #include <memory>
 #include <string>
 #include <unistd.h>
@@ -23,48 +25,28 @@ extern "C" int fsync(int) {
 
 namespace {
 
+using kowen::fuzz::Require;
 using Lines = std::vector<std::string>;
 
-void Require(bool holds, const char *what) {
-    if (holds)
-        return;
-    std::fprintf(stderr, "violated: %s\n", what);
-    std::abort();
-}
+constexpr int kMostOperations = 8;
+
+struct Operation {
+    char letter;
+    int32_t size;
+    std::string section, key, value;
+};
 
 class ProfileUnderTest {
 public:
-    ProfileUnderTest() {
-        directory = (std::filesystem::temp_directory_path() / "kowen-fuzz-XXXXXX").string();
-        Require(mkdtemp(directory.data()) != nullptr, "a directory to work in");
-        path = directory + "/a.ini";
-    }
-    ~ProfileUnderTest() { std::filesystem::remove_all(directory); }
-
     const char *Path() const { return path.c_str(); }
     void Remove() const { unlink(path.c_str()); }
-
-    void Set(const std::string &bytes) const {
-        std::FILE *file = std::fopen(path.c_str(), "wb");
-        Require(file != nullptr, "a profile that can be made");
-        std::fwrite(bytes.data(), 1, bytes.size(), file);
-        std::fclose(file);
-    }
-
-    std::string Get() const {
-        std::string bytes;
-        if (std::FILE *file = std::fopen(path.c_str(), "rb")) {
-            char piece[4096];
-            for (std::size_t n; (n = std::fread(piece, 1, sizeof piece, file)) != 0;)
-                bytes.append(piece, n);
-            std::fclose(file);
-        }
-        return bytes;
-    }
+    void Set(const std::string &bytes) const { directory.Write(kName, bytes); }
+    std::string Get() const { return directory.Read(kName); }
 
 private:
-    std::string directory;
-    std::string path;
+    static constexpr const char *kName = "a.ini";
+    TempDirectory directory;
+    std::string path = directory.File(kName);
 };
 
 Lines SplitLines(const std::string &text) {
@@ -105,117 +87,104 @@ bool IsTame(const std::string &name) {
     });
 }
 
-// Often a name that is there, else any bytes; zero bytes end it.
-std::string Name(FuzzedDataProvider &input) {
-    static const char *const kNames[] = {"S", "JPG Export", "A", "Quality", "", "\"\"", "[S] ;x"};
-    if (input.ConsumeBool())
-        return input.PickValueInArray(kNames);
-    return input.ConsumeRandomLengthString(600).c_str();
+// Zero bytes end a name, as they do in a call.
+std::string Name(std::string text) {
+    return text.c_str();
 }
 
-// Pieces of a profile in any order, runs that reach the length of a piece, and any bytes.
-std::string Text(FuzzedDataProvider &input) {
-    static const char *const kPieces[] = {
-        "[S]", "[JPG Export]", "S",  "[",   "A",  "Quality=", "=",
-        " ",   "\"",           ";x", "0xF", "\n", "\r",       "\r\n"};
-    std::string text;
-    const int pieces = input.ConsumeIntegralInRange(0, 40);
-    for (int i = 0; i < pieces; ++i) {
-        const int kind = input.ConsumeIntegralInRange(0, 15);
-        if (kind == 0)
-            text += std::string(input.ConsumeIntegralInRange<std::size_t>(0, 600), 'x');
-        else if (kind == 1)
-            text += input.ConsumeRandomLengthString(300);
-        else
-            text += input.PickValueInArray(kPieces);
-    }
-    return text;
+Operation Parse(const std::string &line) {
+    kowen::fuzz::Input input(reinterpret_cast<const uint8_t *>(line.data()), line.size());
+    Operation operation;
+    operation.letter = static_cast<char>(input.Byte());
+    operation.size = 2 * (input.Byte() - '0') - 1;
+    operation.section = Name(input.Text("\t"));
+    operation.key = Name(input.Text("\t"));
+    operation.value = Name(input.Text(""));
+    return operation;
 }
 
-void Read(FuzzedDataProvider &input, const ProfileUnderTest &profile, bool listKeys) {
-    const std::string section = Name(input);
-    const std::string key = Name(input);
-    const std::string fallback = Name(input);
-    const int32_t size = input.ConsumeIntegralInRange<int32_t>(-1, 300);
+void Read(const Operation &read, const ProfileUnderTest &profile, bool listKeys) {
     // A block of its own of exactly that size, so that one byte too many is seen.
-    const auto bytes = static_cast<std::size_t>(std::max(size, 0));
+    const auto bytes = static_cast<std::size_t>(std::max(read.size, 0));
     const std::unique_ptr<char[]> buffer(new char[bytes]);
     const int32_t result =
-        kowen::GetPrivateProfileString(section.c_str(), listKeys ? nullptr : key.c_str(),
-                                       fallback.c_str(), buffer.get(), size, profile.Path());
+        kowen::GetPrivateProfileString(read.section.c_str(), listKeys ? nullptr : read.key.c_str(),
+                                       read.value.c_str(), buffer.get(), read.size, profile.Path());
     Require(result >= 0, "a result that is no negative count");
-    Require(listKeys || result <= std::max(size, 0), "a value inside the buffer");
+    Require(listKeys || result <= std::max(read.size, 0), "a value inside the buffer");
 }
 
-void ReadNumber(FuzzedDataProvider &input, const ProfileUnderTest &profile) {
-    const std::string section = Name(input);
-    const std::string key = Name(input);
-    kowen::GetPrivateProfileInt(section.c_str(), key.c_str(), -1, profile.Path());
-}
-
-void Write(FuzzedDataProvider &input, const ProfileUnderTest &profile) {
-    const std::string section = Name(input);
-    const std::string key = Name(input);
-    const std::string value = Name(input);
+// The same again, and deletes of what is not there.
+void WriteNothingNew(const Operation &write, const ProfileUnderTest &profile) {
     const std::string before = profile.Get();
-    kowen::WritePrivateProfileString(section.c_str(), key.c_str(), value.c_str(), profile.Path());
-    const std::string after = profile.Get();
-    Require(KeepsLines(SplitLines(before), SplitLines(after), false), "lines kept by a write");
-    if (!IsTame(section) || !IsTame(key) || value.find_first_of("\r\n") != std::string::npos)
-        return;
-    kowen::WritePrivateProfileString(section.c_str(), key.c_str(), value.c_str(), profile.Path());
-    Require(profile.Get() == after, "the same write twice");
-    const std::string absent = section + "NotThereAtAll";
-    kowen::WritePrivateProfileString(absent.c_str(), key.c_str(), nullptr, profile.Path());
+    kowen::WritePrivateProfileString(write.section.c_str(), write.key.c_str(), write.value.c_str(),
+                                     profile.Path());
+    Require(profile.Get() == before, "the same write twice");
+    const std::string absent = write.section + "NotThereAtAll";
+    kowen::WritePrivateProfileString(absent.c_str(), write.key.c_str(), nullptr, profile.Path());
     kowen::WritePrivateProfileString(absent.c_str(), nullptr, nullptr, profile.Path());
-    if (after.find(absent) == std::string::npos)
-        Require(profile.Get() == after, "a delete of what is not there");
+    if (before.find(absent) == std::string::npos)
+        Require(profile.Get() == before, "a delete of what is not there");
 }
 
-void DeleteKey(FuzzedDataProvider &input, const ProfileUnderTest &profile) {
-    const std::string section = Name(input);
-    const std::string key = Name(input);
+void Write(const Operation &write, const ProfileUnderTest &profile) {
     const Lines before = SplitLines(profile.Get());
-    kowen::WritePrivateProfileString(section.c_str(), key.c_str(), nullptr, profile.Path());
+    kowen::WritePrivateProfileString(write.section.c_str(), write.key.c_str(), write.value.c_str(),
+                                     profile.Path());
+    Require(KeepsLines(before, SplitLines(profile.Get()), false), "lines kept by a write");
+    if (IsTame(write.section) && IsTame(write.key) &&
+        write.value.find_first_of("\r\n") == std::string::npos)
+        WriteNothingNew(write, profile);
+}
+
+void DeleteKey(const Operation &remove, const ProfileUnderTest &profile) {
+    const Lines before = SplitLines(profile.Get());
+    kowen::WritePrivateProfileString(remove.section.c_str(), remove.key.c_str(), nullptr,
+                                     profile.Path());
     Require(KeepsLines(before, SplitLines(profile.Get()), true), "lines kept by a delete");
 }
 
-void DeleteSection(FuzzedDataProvider &input, const ProfileUnderTest &profile) {
-    const std::string section = Name(input);
-    kowen::WritePrivateProfileString(section.c_str(), nullptr, nullptr, profile.Path());
+void Run(const Operation &operation, const ProfileUnderTest &profile) {
+    switch (operation.letter) {
+    case 'r':
+        return Read(operation, profile, false);
+    case 'l':
+        return Read(operation, profile, true);
+    case 'n':
+        kowen::GetPrivateProfileInt(operation.section.c_str(), operation.key.c_str(), -1,
+                                    profile.Path());
+        return;
+    case 'w':
+        return Write(operation, profile);
+    case 'd':
+        return DeleteKey(operation, profile);
+    case 'D':
+        kowen::WritePrivateProfileString(operation.section.c_str(), nullptr, nullptr,
+                                         profile.Path());
+        return;
+    default:
+        return;
+    }
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, std::size_t size) {
     static const ProfileUnderTest profile;
-    FuzzedDataProvider input(data, size);
-    const int operations = input.ConsumeIntegralInRange(1, 8);
-    if (input.ConsumeBool())
-        profile.Set(Text(input));
-    else
-        profile.Remove();
-    for (int i = 0; i < operations; ++i) {
-        switch (input.ConsumeIntegralInRange(0, 5)) {
-        case 0:
-            Read(input, profile, false);
-            break;
-        case 1:
-            Read(input, profile, true);
-            break;
-        case 2:
-            ReadNumber(input, profile);
-            break;
-        case 3:
-            Write(input, profile);
-            break;
-        case 4:
-            DeleteKey(input, profile);
-            break;
-        default:
-            DeleteSection(input, profile);
-            break;
-        }
+    kowen::fuzz::Input input(data, size);
+    std::vector<Operation> operations;
+    bool hasProfile = false;
+    while (!hasProfile && input.Left() > 0) {
+        const std::string line = input.Text("\n");
+        hasProfile = line.empty();
+        if (!hasProfile)
+            operations.push_back(Parse(line));
     }
+    operations.resize(std::min<std::size_t>(operations.size(), kMostOperations));
+    profile.Remove();
+    if (hasProfile)
+        profile.Set(input.Text(""));
+    for (const Operation &operation : operations)
+        Run(operation, profile);
     return 0;
 }
