@@ -8,19 +8,24 @@
 
 namespace kowen::fuzz {
 
-/// While it lives, a block of more than 8 MiB is not there: sizes below 2^32 are all allowed, but
-/// filling them would take most of the time.
+/// While it lives, a block beyond the largest is not there: sizes below 2^32 are all allowed, but
+/// filling them would take most of the time. One block more may be refused: the n-th; 0 for none.
 class MemoryLimit {
 public:
-    MemoryLimit() {
-        allocationGate = [](uint64_t bytes) noexcept { return bytes <= kLargestBlock; };
+    explicit MemoryLimit(uint64_t largestBlock = 8 << 20, int refused = 0) {
+        largest = largestBlock;
+        untilRefused = refused;
+        allocationGate = [](uint64_t bytes) noexcept {
+            return bytes <= largest && (untilRefused == 0 || --untilRefused != 0);
+        };
     }
     ~MemoryLimit() { allocationGate = nullptr; }
     MemoryLimit(const MemoryLimit &) = delete;
     MemoryLimit &operator=(const MemoryLimit &) = delete;
 
 private:
-    static constexpr uint64_t kLargestBlock = 8 << 20;
+    static inline uint64_t largest;
+    static inline int untilRefused;
 };
 
 /// After an input: no setup is current, no device is open.
