@@ -1,22 +1,16 @@
-// The entropy loops with a coder of whole MCUs for AVX-512 with VBMI2, whose blocks are in zig-zag
-// order. CodeMcus gives the bits of the loop in code_mcus.inl, which goes symbol by symbol and
-// waits for branches that nobody can foretell. Here a batch of blocks goes through four loops whose
-// branches do not depend on its coefficients: list the symbols, find their bits, join the bits,
-// stuff the bytes.
+// The coder of whole MCUs for AVX-512 with VBMI2, whose blocks are in zig-zag order. Blocks are
+// listed and symbols turned into bits by vectors, so that no branch depends on a coefficient but
+// those for runs of 16 zeros and for stuffing.
 
-#include "jpeg/entropy_kernel.inl"
+#include "jpeg/mcu_batches.inl"
 
 constexpr uint32_t kMaxComponents = 4;
-constexpr uint32_t kBatchBlocks = 32;
-constexpr uint32_t kBatchSymbols = kBatchBlocks * 64; // a DC, and an AC or the end at each place
-constexpr uint32_t kBatchBytes = kBatchBlocks * (22 + 63 * 26) / 8;
 
-// A batch's symbols, in file order. Run 15 before value 0 is ZRL, run 0 before value 0 is EOB.
+// A batch's symbols in file order.
 struct Symbols {
-    // Zig-zag position, and the component in the upper two bits; one byte in front.
-    alignas(64) uint8_t place[64 + kBatchSymbols + 64];
+    alignas(64) uint8_t place[kBatchSymbols + 64]; // zig-zag, and the component in the top bits
     alignas(64) int16_t value[kBatchSymbols + 64];
-    alignas(64) uint32_t dcWord[kBatchBlocks + 16];
+    alignas(64) uint32_t dcWord[kBatchBlocks + 16]; // whole DC differences: see AcCodes::ofSymbol
     uint32_t count;
     uint32_t dcCount;
 };
@@ -27,24 +21,7 @@ struct SymbolPairs {
     alignas(64) uint8_t length[kBatchSymbols / 2 + 8];
 };
 
-// The positions where a code for 16 zeros stands: each 16th of a gap before a coefficient.
-inline uint64_t ZeroRuns(uint64_t nonZero) {
-    uint64_t within = nonZero; // of 15 places behind a coefficient
-    within |= within << 1;
-    within |= within << 2;
-    within |= within << 4;
-    within |= within << 8;
-    uint64_t runs = 0;
-    for (uint64_t far = nonZero & ~(within << 1) & ~uint64_t{1}; far != 0; far &= far - 1) {
-        const uint64_t before = nonZero & ((far & -far) - 1);
-        const auto last = 63 - static_cast<uint32_t>(__builtin_clzll(before));
-        for (uint32_t k = last + 16; k < static_cast<uint32_t>(__builtin_ctzll(far)); k += 16)
-            runs |= uint64_t{1} << k;
-    }
-    return runs;
-}
-
-inline __m512i Places() {
+inline __m512i EachPlace() {
     alignas(64) static constexpr uint8_t kPlaces[64] = {
         0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21,
         22, 23, 24, 25, 26, 27, 28, 29, 30, 31, 32, 33, 34, 35, 36, 37, 38, 39, 40, 41, 42, 43,
@@ -52,165 +29,137 @@ inline __m512i Places() {
     return _mm512_load_si512(kPlaces);
 }
 
-inline void ListBlock(Symbols &symbols, const int16_t *block, uint64_t nonZero, uint32_t c) {
-    uint64_t coded = nonZero | 1;
-    coded |= ZeroRuns(coded);
-    coded |= uint64_t{2} << (63 - static_cast<uint32_t>(__builtin_clzll(coded))); // end of block
+// Lists the next block of component c.
+inline void ListBlock(Symbols &symbols, ComponentBlocks &component, uint32_t c) {
+    const int16_t *block = component.coefficients;
+    const HuffmanEntry &dc = DcDifference(component.differences, block[0], *component.predictor);
+    symbols.dcWord[symbols.dcCount++] = dc.code << 8 | dc.length;
+
+    const uint64_t coded = SymbolPlaces(*component.nonZero);
     const auto low = static_cast<__mmask32>(coded);
     const auto high = static_cast<__mmask32>(coded >> 32);
-    const __m512i places = _mm512_or_si512(Places(), _mm512_set1_epi8(static_cast<char>(c << 6)));
-    uint8_t *place = symbols.place + 64 + symbols.count;
+    const __m512i places =
+        _mm512_add_epi8(EachPlace(), _mm512_set1_epi8(static_cast<char>(c << 6)));
+    _mm512_storeu_si512(symbols.place + symbols.count, _mm512_maskz_compress_epi8(coded, places));
     int16_t *value = symbols.value + symbols.count;
-    _mm512_storeu_si512(place, _mm512_maskz_compress_epi8(coded, places));
     _mm512_storeu_si512(value, _mm512_maskz_compress_epi16(low, _mm512_loadu_si512(block)));
     value += __builtin_popcount(low);
     _mm512_storeu_si512(value, _mm512_maskz_compress_epi16(high, _mm512_loadu_si512(block + 32)));
     symbols.count += static_cast<uint32_t>(__builtin_popcountll(coded));
+
+    component.coefficients += 64;
+    ++component.nonZero;
 }
 
-inline uint32_t DcWord(const HuffmanEntry *differences, int16_t dc, int16_t &predictor) {
-    const HuffmanEntry &entry = DcDifference(differences, dc, predictor);
-    return entry.code << 8 | entry.length;
-}
-
-void ListSymbols(Symbols &symbols, ComponentBlocks *components, uint32_t count, uint32_t mcus) {
-    symbols.count = symbols.dcCount = 0;
-    for (; mcus > 0; --mcus)
-        for (uint32_t c = 0; c < count; ++c) {
-            ComponentBlocks &component = components[c];
-            for (uint32_t i = 0; i < component.blocksInMcu; ++i) {
-                symbols.dcWord[symbols.dcCount++] =
-                    DcWord(component.differences, *component.coefficients, *component.predictor);
-                ListBlock(symbols, component.coefficients, *component.nonZero, c);
-                component.coefficients += 64;
-                ++component.nonZero;
-            }
-        }
-}
-
-// 16 symbols: their bits, right-aligned, and how many.
+// 16 symbols side by side.
 struct SymbolBits {
-    __m512i bits, length;
+    __m512i bits, length; // right-aligned; 0 behind the last symbol
 };
 
+// The place in acWords of each symbol's code: component, run and category. What stands there for a
+// DC is not used.
+inline __m512i WordIndex(const Symbols &symbols, uint32_t first, __m512i category) {
+    const __m128i place = _mm_load_si128(reinterpret_cast<const __m128i *>(symbols.place + first));
+    const __m128i before =
+        first == 0 ? _mm_slli_si128(place, 1)
+                   : _mm_loadu_si128(reinterpret_cast<const __m128i *>(symbols.place + first - 1));
+    const __m128i run = _mm_sub_epi8(_mm_sub_epi8(place, before), _mm_set1_epi8(1));
+    const __m512i component =
+        _mm512_cvtepu8_epi32(_mm_and_si128(place, _mm_set1_epi8(static_cast<char>(0xC0))));
+    return _mm512_or_si512(
+        _mm512_or_si512(_mm512_slli_epi32(component, 2), category),
+        _mm512_slli_epi32(_mm512_cvtepu8_epi32(_mm_and_si128(run, _mm_set1_epi8(15))), 4));
+}
+
+// Joins code and appended bits; a DC's word, which has both, goes with category 0.
+inline SymbolBits JoinCodeAndBits(__m512i word, __m512i value, __m512i category) {
+    const __m512i shifted = _mm512_add_epi32(value, _mm512_srai_epi32(value, 31));
+    const __m512i above = _mm512_sllv_epi32(_mm512_set1_epi32(-1), category);
+    const __m512i code = _mm512_sllv_epi32(_mm512_srli_epi32(word, 8), category);
+    return {_mm512_or_si512(code, _mm512_andnot_si512(above, shifted)),
+            _mm512_add_epi32(_mm512_and_si512(word, _mm512_set1_epi32(0xFF)), category)};
+}
+
+// dcs: the DCs before these 16 symbols; counts on.
 inline SymbolBits FindBits(const Symbols &symbols, uint32_t first, uint32_t &dcs,
                            const uint32_t *acWords) {
-    const __m512i one = _mm512_set1_epi32(1);
     const uint32_t left = symbols.count - first;
     const auto live = static_cast<__mmask16>(left >= 16 ? 0xFFFF : (1u << left) - 1);
-
-    const uint8_t *at = symbols.place + 64 + first;
-    const __m128i place = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at));
-    const __m128i before = _mm_loadu_si128(reinterpret_cast<const __m128i *>(at - 1));
+    const __m128i place = _mm_load_si128(reinterpret_cast<const __m128i *>(symbols.place + first));
     const __mmask16 isDc = live & _mm_testn_epi8_mask(place, _mm_set1_epi8(63));
-    const __m512i run = _mm512_cvtepu8_epi32(_mm_and_si128(
-        _mm_sub_epi8(_mm_sub_epi8(place, before), _mm_set1_epi8(1)), _mm_set1_epi8(15)));
-    const __m512i component = _mm512_cvtepu8_epi32(_mm_and_si128(place, _mm_set1_epi8(-64)));
-
     const __m512i value = _mm512_cvtepi16_epi32(
-        _mm256_loadu_si256(reinterpret_cast<const __m256i *>(symbols.value + first)));
+        _mm256_load_si256(reinterpret_cast<const __m256i *>(symbols.value + first)));
     const __m512i category =
         _mm512_maskz_sub_epi32(static_cast<__mmask16>(live & ~isDc), _mm512_set1_epi32(32),
                                _mm512_lzcnt_epi32(_mm512_abs_epi32(value)));
-    const __m512i index = _mm512_or_si512(_mm512_slli_epi32(component, 2),
-                                          _mm512_or_si512(_mm512_slli_epi32(run, 4), category));
-    __m512i word = _mm512_mask_i32gather_epi32(_mm512_setzero_si512(), live, index, acWords, 4);
+    __m512i word = _mm512_mask_i32gather_epi32(_mm512_setzero_si512(), live,
+                                               WordIndex(symbols, first, category), acWords, 4);
     word = _mm512_mask_expand_epi32(word, isDc, _mm512_loadu_si512(symbols.dcWord + dcs));
     dcs += static_cast<uint32_t>(__builtin_popcount(isDc));
-
-    const __m512i minusOneIfNegative = _mm512_srai_epi32(value, 31);
-    const __m512i appended = _mm512_andnot_si512(
-        _mm512_sllv_epi32(_mm512_sub_epi32(_mm512_setzero_si512(), one), category),
-        _mm512_add_epi32(value, minusOneIfNegative));
-    return {_mm512_or_si512(_mm512_sllv_epi32(_mm512_srli_epi32(word, 8), category), appended),
-            _mm512_add_epi32(_mm512_and_si512(word, _mm512_set1_epi32(255)), category)};
+    return JoinCodeAndBits(word, value, category);
 }
 
-void FindPairs(const Symbols &symbols, const uint32_t *acWords, SymbolPairs &pairs) {
+inline void FindPairs(const Symbols &symbols, const uint32_t *acWords, SymbolPairs &pairs) {
     const __m512i lowHalf = _mm512_set1_epi64(0xFFFFFFFF);
     uint32_t dcs = 0;
     for (uint32_t i = 0; i < symbols.count; i += 16) {
         const SymbolBits s = FindBits(symbols, i, dcs, acWords);
         const __m512i secondLength = _mm512_srli_epi64(s.length, 32);
-        const __m512i bits =
-            _mm512_or_si512(_mm512_sllv_epi64(_mm512_and_si512(s.bits, lowHalf), secondLength),
-                            _mm512_srli_epi64(s.bits, 32));
-        const __m512i length = _mm512_add_epi64(s.length, secondLength);
-        _mm512_store_si512(pairs.bits + i / 2, bits);
+        const __m512i first = _mm512_sllv_epi64(_mm512_and_si512(s.bits, lowHalf), secondLength);
+        _mm512_store_si512(pairs.bits + i / 2,
+                           _mm512_or_si512(first, _mm512_srli_epi64(s.bits, 32)));
+        const __m512i length = _mm512_and_si512(_mm512_add_epi64(s.length, secondLength), lowHalf);
         _mm_storel_epi64(reinterpret_cast<__m128i *>(pairs.length + i / 2),
-                         _mm512_cvtepi64_epi8(_mm512_and_si512(length, lowHalf)));
+                         _mm512_cvtepi64_epi8(length));
     }
-}
-
-// Appends the pairs to the sink's pending bits; what does not fill a byte is pending again.
-// Returns the end of the whole bytes.
-uint8_t *JoinPairs(BitSink &sink, const SymbolPairs &pairs, uint32_t count, uint8_t *out) {
-    uint32_t pending = sink.pending;
-    uint64_t bits = pending == 0 ? 0 : sink.accumulator << (64 - pending); // left-aligned
-    for (uint32_t i = 0; i < count; ++i) {
-        const uint32_t used = pending + pairs.length[i]; // at most 7 + 26 + 26
-        bits |= pairs.bits[i] << (64 - used);
-        const uint64_t word = __builtin_bswap64(bits);
-        __builtin_memcpy(out, &word, sizeof(word));
-        out += used / 8;
-        bits <<= used & ~7u;
-        pending = used % 8;
-    }
-    sink.pending = pending;
-    sink.accumulator = pending == 0 ? 0 : bits >> (64 - pending);
-    return out;
 }
 
 // T.81 F.1.2.3, byte stuffing. Reads and writes up to 63 bytes more.
-uint8_t *StuffBytes(const uint8_t *bytes, const uint8_t *end, uint8_t *out) {
+inline uint8_t *StuffBytes(const uint8_t *bytes, const uint8_t *end, uint8_t *out) {
     while (bytes < end) {
         const __m512i next = _mm512_loadu_si512(bytes);
-        const auto left = static_cast<uint64_t>(end - bytes);
         const uint64_t ones = _mm512_cmpeq_epi8_mask(next, _mm512_set1_epi8(-1));
-        const uint64_t plain = ones == 0 ? 64 : static_cast<uint64_t>(__builtin_ctzll(ones));
+        const int64_t plain = ones == 0 ? 64 : __builtin_ctzll(ones);
         _mm512_storeu_si512(out, next);
-        if (plain >= left)
-            return out + left;
-        if (plain == 64) {
-            bytes += 64;
-            out += 64;
-        } else {
-            bytes += plain + 1;
-            out += plain + 1;
+        if (plain >= end - bytes)
+            return out + (end - bytes);
+        const int64_t taken = plain == 64 ? 64 : plain + 1;
+        bytes += taken;
+        out += taken;
+        if (plain != 64)
             *out++ = 0;
-        }
     }
     return out;
 }
 
-// How many MCUs are coded together: what a batch and the room hold.
-inline uint32_t BatchMcus(const BitSink &sink, uint32_t blocksInMcu, uint32_t mcus) {
-    const auto room = static_cast<uint32_t>((sink.limit - sink.out) / kMaxMcuBytes);
-    const uint32_t most = room < mcus ? room : mcus;
-    const uint32_t batch = kBatchBlocks / blocksInMcu;
-    return batch < most ? batch : most;
-}
+class McuCoder {
+public:
+    McuCoder(const ComponentBlocks *components, uint32_t count) {
+        for (uint32_t c = 0; c < count; ++c)
+            __builtin_memcpy(acWords_ + c * kAcSymbols, components[c].acCodes->ofSymbol,
+                             sizeof(AcCodes::ofSymbol));
+    }
+
+    void Code(BitSink &sink, ComponentBlocks *components, uint32_t count, uint32_t mcus) {
+        symbols_.count = symbols_.dcCount = 0;
+        for (; mcus > 0; --mcus)
+            for (uint32_t c = 0; c < count; ++c)
+                for (uint32_t i = 0; i < components[c].blocksInMcu; ++i)
+                    ListBlock(symbols_, components[c], c);
+        FindPairs(symbols_, acWords_, pairs_);
+        BitJoiner joiner(sink, bytes_);
+        for (uint32_t i = 0; i < (symbols_.count + 1) / 2; ++i)
+            joiner.Append(pairs_.bits[i], pairs_.length[i]);
+        sink.out = StuffBytes(bytes_, joiner.End(), sink.out);
+    }
+
+private:
+    alignas(64) uint32_t acWords_[kMaxComponents * kAcSymbols];
+    Symbols symbols_;
+    SymbolPairs pairs_;
+    uint8_t bytes_[kBatchBytes + 64];
+};
 
 uint32_t CodeMcus(BitSink *sink, ComponentBlocks *components, uint32_t count, uint32_t mcus) {
-    if (!HasRoom(*sink, kMaxMcuBytes))
-        return 0;
-    alignas(64) uint32_t acWords[kMaxComponents * kAcSymbols];
-    uint32_t blocksInMcu = 0;
-    for (uint32_t c = 0; c < count; ++c) {
-        __builtin_memcpy(acWords + c * kAcSymbols, components[c].acCodes->ofSymbol,
-                         sizeof(AcCodes::ofSymbol));
-        blocksInMcu += components[c].blocksInMcu;
-    }
-    Symbols symbols;
-    SymbolPairs pairs;
-    uint8_t bytes[kBatchBytes + 64];
-    uint32_t done = 0;
-    while (const uint32_t batch = BatchMcus(*sink, blocksInMcu, mcus - done)) {
-        ListSymbols(symbols, components, count, batch);
-        FindPairs(symbols, acWords, pairs);
-        const uint8_t *end = JoinPairs(*sink, pairs, (symbols.count + 1) / 2, bytes);
-        sink->out = StuffBytes(bytes, end, sink->out);
-        done += batch;
-    }
-    return done;
+    return CodeBatches<McuCoder>(sink, components, count, mcus);
 }

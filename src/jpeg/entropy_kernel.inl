@@ -3,7 +3,6 @@
 // namespace of its own by the kernels of each instruction set, whose Place(k) tells where zig-zag
 // position k stands in a block.
 
-constexpr uint32_t kEndOfBlockSymbol = 0x00;
 constexpr uint32_t kZeroRunSymbol = 0xF0;
 constexpr uint32_t kLongestEobRun = 32767;
 
@@ -11,19 +10,26 @@ inline uint32_t BitWidth(uint32_t value) {
     return value == 0 ? 0 : 32 - static_cast<uint32_t>(__builtin_clz(value));
 }
 
+inline void StoreBigEndian(uint8_t *out, uint64_t word) {
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    word = __builtin_bswap64(word);
+#endif
+    __builtin_memcpy(out, &word, sizeof(word));
+}
+
+// Whether a byte is 0xFF: its top bit is set and adding 1 clears it.
+inline bool HasStuffing(uint64_t word) {
+    constexpr uint64_t kTops = 0x8080808080808080u;
+    return (word & kTops & ~(word + 0x0101010101010101u)) != 0;
+}
+
 // Stores the whole bytes among the pending bits, all at once when none of them is 0xFF.
 inline void StoreBytes(BitSink &sink) {
     uint64_t word = sink.pending == 0 ? 0 : sink.accumulator << (64 - sink.pending);
     uint32_t bytes = sink.pending / 8;
     sink.pending %= 8;
-    // A byte is 0xFF if its top bit is set and adding 1 clears it.
-    constexpr uint64_t kTops = 0x8080808080808080u;
-    const bool stuffing = (word & kTops & ~(word + 0x0101010101010101u)) != 0;
-    if (!stuffing) [[likely]] {
-#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-        word = __builtin_bswap64(word);
-#endif
-        __builtin_memcpy(sink.out, &word, sizeof(word));
+    if (!HasStuffing(word)) [[likely]] {
+        StoreBigEndian(sink.out, word);
         sink.out += bytes;
         return;
     }
@@ -59,13 +65,22 @@ inline void PutDc(BitSink &sink, const HuffmanEntry *differences, int16_t dc, in
     Put(sink, DcDifference(differences, dc, predictor));
 }
 
-// EncodeACCoef for any coefficient.
-inline void PutLongAc(BitSink &sink, const HuffmanEntry *codes, uint32_t run, int32_t coefficient) {
+// What EncodeACCoef emits, for any coefficient.
+inline HuffmanEntry LongAcCode(const HuffmanEntry *codes, uint32_t run, int32_t coefficient) {
     const int32_t sign = coefficient >> 31;
     const uint32_t category = BitWidth(static_cast<uint32_t>((coefficient ^ sign) - sign));
     const uint32_t appended = static_cast<uint32_t>(coefficient + sign) & ((1u << category) - 1u);
     const HuffmanEntry entry = codes[run * 16 + category];
-    Put(sink, entry.code << category | appended, entry.length + category);
+    return {entry.code << category | appended, static_cast<uint8_t>(entry.length + category)};
+}
+
+// What EncodeACCoef emits, for a run of at most 15.
+inline HuffmanEntry AcCode(const HuffmanEntry *codes, const AcCodes &acCodes, uint32_t run,
+                           int32_t coefficient) {
+    const auto place = static_cast<uint32_t>(coefficient + kShortReach);
+    if (place < kShortCoefficients) [[likely]]
+        return acCodes.ofCoefficient[run * kShortCoefficients + place];
+    return LongAcCode(codes, run, coefficient);
 }
 
 // EncodeZRL and EncodeACCoef.
@@ -73,11 +88,7 @@ inline void PutAc(BitSink &sink, const HuffmanEntry *codes, const AcCodes &acCod
                   int32_t coefficient) {
     for (; run > 15; run -= 16)
         Put(sink, codes[kZeroRunSymbol]);
-    const auto place = static_cast<uint32_t>(coefficient + kShortReach);
-    if (place < kShortCoefficients) [[likely]]
-        Put(sink, acCodes.ofCoefficient[run * kShortCoefficients + place]);
-    else
-        PutLongAc(sink, codes, run, coefficient);
+    Put(sink, AcCode(codes, acCodes, run, coefficient));
 }
 
 inline bool HasRoom(const BitSink &sink, uint32_t bytes) {
