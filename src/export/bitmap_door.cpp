@@ -9,8 +9,6 @@
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
 
-#include <cstring>
-
 namespace kowen {
 
 namespace {
@@ -22,17 +20,6 @@ struct Export {
     void *block = nullptr; // cell of OpenOutput
     OutputFile output = {};
 };
-
-// Keeps the name in the setup; false when it does not fit, a shortened name would be another file.
-bool KeepOutputName(SetupRecord &setup, const char *name) {
-    const std::size_t length = name != nullptr ? std::strlen(name) : 0;
-    setup.outputName[0] = '\0';
-    if (length >= sizeof(setup.outputName))
-        return false;
-    if (length > 0)
-        std::memcpy(setup.outputName, name, length + 1);
-    return true;
-}
 
 bool Open(Export &current, const char *name) {
     SetupRecord &setup = *current.setup;

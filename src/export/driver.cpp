@@ -10,8 +10,6 @@
 #include "platform/text.h"
 #include "raster/cancel_poll.h"
 
-#include <cstring>
-
 namespace kowen {
 namespace {
 
@@ -75,17 +73,6 @@ CapabilityCallback StartMetafileLayer(const OpenRecord &record) noexcept {
     return callback;
 }
 
-/// Keeps the name in the setup. Returns false, and keeps none, when it does not fit.
-bool KeepOutputName(const char *name) noexcept {
-    const size_t length = name ? std::strlen(name) : 0;
-    lpRaster->outputName[0] = '\0';
-    if (length >= kOutputNameBytes)
-        return false;
-    if (length > 0)
-        std::memcpy(lpRaster->outputName, name, length + 1);
-    return true;
-}
-
 int32_t OpenSetupOutput() noexcept {
     const ExportRecord *host = lpRaster->exportRecord;
     const OutputTarget target = {lpRaster->outputName, lpRaster->ioProcedure,
@@ -128,7 +115,7 @@ int32_t initdvr(OpenRecord *record) noexcept {
     openExport.begun = true;
     lpRaster->exportRecord = record->exportRecord;
     const CapabilityCallback callback = StartMetafileLayer(*record);
-    if (!KeepOutputName(record->outputName))
+    if (!KeepOutputName(*lpRaster, record->outputName))
         return KOWEN_ERR_OUTPUT;
     if (const int32_t failed = OpenSetupOutput())
         return failed;

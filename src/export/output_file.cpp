@@ -5,6 +5,8 @@
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
 
+#include <cstring>
+
 namespace kowen {
 namespace {
 
@@ -42,6 +44,16 @@ void ForgetIn(SetupRecord *setup, FileHandle file) noexcept {
 }
 
 } // namespace
+
+bool KeepOutputName(SetupRecord &setup, const char *name) noexcept {
+    const std::size_t length = name ? std::strlen(name) : 0;
+    setup.outputName[0] = '\0';
+    if (length >= sizeof(setup.outputName))
+        return false;
+    if (length > 0)
+        std::memcpy(setup.outputName, name, length + 1);
+    return true;
+}
 
 int32_t OpenOutput(const OutputTarget &target, void **block, OutputFile *output) noexcept {
     *output = {0, KindOf(target)};

@@ -7,6 +7,8 @@
 
 namespace kowen {
 
+struct SetupRecord;
+
 /// Where an output goes, in the order in which the choice is made.
 enum class OutputKind : uint8_t {
     kHost,  ///< there is an I/O procedure: the name and all bytes go to it
@@ -25,6 +27,10 @@ struct OutputFile {
     FileHandle file; ///< 0 when the open failed; closed by the caller with CloseOutput
     OutputKind kind;
 };
+
+/// Keeps a file's name, null counting as empty, in a setup. Returns false, and keeps none, when it
+/// does not fit: a shortened name would be another file.
+bool KeepOutputName(SetupRecord &setup, const char *name) noexcept;
 
 /// Opens an output for writing, emptied if it existed.
 ///
