@@ -71,8 +71,6 @@ int32_t CodeBand(const uint8_t *rows, uint32_t width, uint32_t rowCount, Compres
 
 // One group of a sequential band, coded and written; the buffer serves the next group too.
 int32_t WriteGroup(FileHandle output, const SourceRows &group, CompressEnv *env) {
-    if (env->outputBuffer == nullptr && !AllocateBand(*env, group.width, kBandRows))
-        return KOWEN_ERR_MEMORY;
     const int32_t count = MapAndCompressBand(group, env);
     if (env->outputBuffer == nullptr)
         return KOWEN_ERR_MEMORY;
@@ -80,9 +78,10 @@ int32_t WriteGroup(FileHandle output, const SourceRows &group, CompressEnv *env)
     return 0;
 }
 
+// Ends at the first group that is lost: with a gap in it the picture would look whole.
 int32_t WriteGroups(FileHandle output, const SourceRows &band, CompressEnv *env) {
     int32_t result = 0;
-    for (uint32_t first = 0; first < band.rows; first += kBandRows) {
+    for (uint32_t first = 0; first < band.rows && result == 0; first += kBandRows) {
         const SourceRows group = {band.Row(first), band.stepBytes,
                                   std::min(kBandRows, band.rows - first), band.width};
         result = WriteGroup(output, group, env);

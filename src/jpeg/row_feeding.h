@@ -37,8 +37,8 @@ int32_t CompAndWriteNRows(FileHandle output, const uint8_t *rows, uint32_t width
 /// go, padded to whole MCUs. One band buffer serves all groups.
 ///
 /// band  its pixels are mapped in place, also where nothing is coded.
-/// Returns 0; KOWEN_ERR_MEMORY (300) if the band buffer cannot be had, or if it is lost in the
-/// last group; -1 if the progressive coefficient store cannot be allocated.
+/// Returns 0; KOWEN_ERR_MEMORY (300) if the band buffer cannot be had, or if it is lost in a group,
+/// which is then the last; -1 if the progressive coefficient store cannot be allocated.
 int32_t MapAndWriteBand(FileHandle output, const SourceRows &band, CompressEnv *env) noexcept;
 
 } // namespace kowen
