@@ -16,12 +16,12 @@ namespace {
 
 constexpr uint32_t kWritePiece = 32767;
 
-// Writes through a bounce buffer in pieces; nothing when it cannot be had.
-void WriteInPieces(FileHandle output, const uint8_t *bytes, uint32_t count) {
+// Writes through a bounce buffer in pieces; nothing and an error when it cannot be had.
+int32_t WriteInPieces(FileHandle output, const uint8_t *bytes, uint32_t count) {
     const MemoryHandle bounce = GlobalAlloc(kGlobalFlags, kWritePiece);
     auto *piece = Lock<uint8_t>(bounce);
     if (piece == nullptr)
-        return;
+        return KOWEN_ERR_MEMORY;
     while (count > 0) {
         const uint32_t length = std::min(count, kWritePiece);
         HugeMemcpy(piece, bytes, length);
@@ -31,13 +31,15 @@ void WriteInPieces(FileHandle output, const uint8_t *bytes, uint32_t count) {
     }
     GlobalUnlock(bounce);
     GlobalFree(bounce);
+    return 0;
 }
 
-void WriteBand(FileHandle output, const CompressEnv &env, uint32_t count) {
-    if (count <= kWritePiece)
-        qivWriteChar(output, env.outputBuffer, static_cast<int32_t>(count));
-    else
-        WriteInPieces(output, env.outputBuffer, count);
+// Safe departure: bytes that nobody has written are reported, so that no end mark follows them.
+int32_t WriteBand(FileHandle output, const CompressEnv &env, uint32_t count) {
+    if (count > kWritePiece)
+        return WriteInPieces(output, env.outputBuffer, count);
+    qivWriteChar(output, env.outputBuffer, static_cast<int32_t>(count));
+    return 0;
 }
 
 // Makes the band buffer; its capacity is less than its size for short bands, deliberately.
@@ -74,8 +76,7 @@ int32_t WriteGroup(FileHandle output, const SourceRows &group, CompressEnv *env)
     const int32_t count = MapAndCompressBand(group, env);
     if (env->outputBuffer == nullptr)
         return KOWEN_ERR_MEMORY;
-    WriteBand(output, *env, static_cast<uint32_t>(count));
-    return 0;
+    return WriteBand(output, *env, static_cast<uint32_t>(count));
 }
 
 // Ends at the first group that is lost: with a gap in it the picture would look whole.
@@ -95,8 +96,7 @@ int32_t WriteProgressive(FileHandle output, const SourceRows &band, CompressEnv 
         return count;
     if (env->outputBuffer == nullptr)
         return KOWEN_ERR_MEMORY;
-    WriteBand(output, *env, static_cast<uint32_t>(count));
-    return 0;
+    return WriteBand(output, *env, static_cast<uint32_t>(count));
 }
 
 void MapRows(const SourceRows &band, const CompressEnv &env) {
@@ -139,14 +139,12 @@ int32_t CompAndWriteNRows(FileHandle output, const uint8_t *rows, uint32_t width
         return -1;
     }
     const int32_t count = CodeBand(rows, width, rowCount, env);
-    const bool lost = env->outputBuffer == nullptr;
+    int32_t result = count < 0 ? count : KOWEN_ERR_MEMORY;
     // A band that completes no byte is still one write, which an output served by the host sees.
-    if (count >= 0 && !lost)
-        WriteBand(output, *env, static_cast<uint32_t>(count));
+    if (count >= 0 && env->outputBuffer != nullptr)
+        result = WriteBand(output, *env, static_cast<uint32_t>(count));
     FreeBand(*env);
-    if (count < 0)
-        return count;
-    return lost ? KOWEN_ERR_MEMORY : 0;
+    return result;
 }
 
 int32_t MapAndWriteBand(FileHandle output, const SourceRows &band, CompressEnv *env) noexcept {

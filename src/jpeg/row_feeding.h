@@ -27,8 +27,9 @@ int32_t HugeMemcpy(void *destination, const void *source, uint32_t count) noexce
 /// Returns 0; -1 if the band buffer or the progressive coefficient store cannot be allocated,
 /// nothing is written then.
 ///
-/// Safe departure: 300 if the band buffer could not be grown and the band's bytes are lost; an
-/// operation or colour format that codes nothing returns 0.
+/// Safe departure: 300 if the band buffer could not be grown, or its bytes could not be written for
+/// want of memory, and the band is lost; an operation or colour format that codes nothing returns
+/// 0.
 int32_t CompAndWriteNRows(FileHandle output, const uint8_t *rows, uint32_t width, uint32_t rowCount,
                           CompressEnv *env) noexcept;
 
@@ -37,8 +38,8 @@ int32_t CompAndWriteNRows(FileHandle output, const uint8_t *rows, uint32_t width
 /// go, padded to whole MCUs. One band buffer serves all groups.
 ///
 /// band  its pixels are mapped in place, also where nothing is coded.
-/// Returns 0; KOWEN_ERR_MEMORY (300) if the band buffer cannot be had, or if it is lost in a group,
-/// which is then the last; -1 if the progressive coefficient store cannot be allocated.
+/// Returns 0; KOWEN_ERR_MEMORY (300) if the band buffer cannot be had, or if a group is lost, which
+/// is then the last; -1 if the progressive coefficient store cannot be allocated.
 int32_t MapAndWriteBand(FileHandle output, const SourceRows &band, CompressEnv *env) noexcept;
 
 } // namespace kowen

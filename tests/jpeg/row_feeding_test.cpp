@@ -245,7 +245,7 @@ TEST(CompAndWriteNRows, EveryFailedAllocationLosesTheWholeBand) {
     }
     ASSERT_GE(results.size(), 2u);
     EXPECT_EQ(results.front(), -1); // the band buffer
-    EXPECT_EQ(results.back(), 0);   // the bounce buffer
+    EXPECT_EQ(results.back(), 300); // the bounce buffer
 }
 
 TEST(CompAndWriteNRows, LostGrowthIsReported) {
@@ -394,6 +394,27 @@ TEST(MapAndWriteBand, ALostGroupIsTheLast) {
         EXPECT_TRUE(memory.Failed());
         EXPECT_TRUE(output.WriteSizes().empty()) << rows;
         EXPECT_EQ(env->outputHandle, 0u);
+    }
+}
+
+TEST(MapAndWriteBand, AGroupWithoutABounceBufferIsLost) {
+    const auto write = [](int32_t operation, int failing, std::vector<int32_t> *sizes) {
+        TestBitmap bitmap = MakeNoise(2000, 16);
+        const int32_t colorFormat = operation == 245 ? 222 : 212;
+        PictureEnv env(colorFormat, operation, 100, 2000, 16, 0);
+        const HostOutput output;
+        const FailingMemory memory(failing);
+        const int32_t result = MapAndWriteBand(output.File(), BottomUp(bitmap), env.Get());
+        *sizes = output.WriteSizes();
+        return failing == 0 ? memory.Calls() : result;
+    };
+    std::vector<int32_t> sizes;
+    for (const int32_t operation : {245, 246}) {
+        const int bounce = write(operation, 0, &sizes); // the last allocation of all
+        ASSERT_GT(sizes.size(), 1u);
+        ASSERT_EQ(sizes.front(), 32767);
+        EXPECT_EQ(write(operation, bounce, &sizes), 300) << operation;
+        EXPECT_EQ(sizes.size(), operation == 245 ? 2u : 0u) << "the first group's, or none";
     }
 }
 
