@@ -147,7 +147,7 @@ void ConvertDepth(Conversion &picture, const BitmapRecord &bitmap, const Offscre
 
 // Brings the whole bitmap to the off-screen's size and depth. What a shrink has done, in one
 // direction or both, a stretch does not do again.
-MemoryHandle Draw(const OffscreenRecord &record, PrivateDrawing &drawing) {
+MemoryHandle Draw(OffscreenRecord &record, PrivateDrawing &drawing) {
     const auto &bitmap = *static_cast<const BitmapRecord *>(record.picture);
     // Safe departure: an off-screen without columns has no pixels, however many rows.
     if (record.width == 0)
@@ -166,6 +166,7 @@ MemoryHandle Draw(const OffscreenRecord &record, PrivateDrawing &drawing) {
                                         record.width, record.bandHeight));
     rlFreeNewData(drawing.bitmap);
     drawing.bitmap = picture.own ? picture.bits : 0;
+    record.bandLost = picture.own && picture.bits == 0;
     return picture.bits;
 }
 

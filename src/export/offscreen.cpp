@@ -25,7 +25,7 @@ OffscreenRecord *InitPlatformOffscreen(uint32_t width, uint32_t *bandHeight, uin
         *bandHeight = 0;
         return nullptr;
     }
-    *record = {picture, routine, paletteCount, palette, width, *bandHeight, depth, 0, *flag};
+    *record = {picture, routine, paletteCount, palette, width, *bandHeight, depth, 0, *flag, false};
     OffscreenFormat format = {width, *bandHeight, depth, paletteCount, palette};
     *bandHeight = static_cast<uint32_t>(routine(kDrawOpen, record, AsArgument(&format), 0));
     record->bandHeight = *bandHeight;

@@ -52,6 +52,7 @@ struct OffscreenRecord {
     uint16_t depth;
     MemoryHandle privateBlock; ///< the drawing routine's
     uint8_t flag;              ///< the caller's; 0
+    bool bandLost;             ///< the routine could not draw the band, for want of memory
 };
 
 /// Has the routine fill the query. Returns its answer.

@@ -91,6 +91,10 @@ int32_t OutputBands(Picture &picture, uint32_t bandHeight) {
     uint32_t rows = bandHeight;
     for (uint32_t band = 0; band < bands; ++band) {
         const MemoryHandle pixels = DrawPlatformOffscreen(picture.offscreen, first, first + rows);
+        // Safe departure: a routine may draw nothing, but what it could not draw is not passed
+        // over.
+        if (picture.offscreen->bandLost)
+            return KOWEN_ERR_WORK_MEMORY;
         int32_t result = WriteCellBits(picture.output, pixels, picture.width, rows, depth,
                                        picture.query->pixelOrder, picture.environment);
         if (result == 0)
@@ -122,6 +126,9 @@ int32_t OutputPicture(FileHandle output, void *record, DrawingRoutine routine) n
     // The direction it answers is always downward: bands are numbered from the picture's top.
     BeginCellBitmap(output, picture.width, picture.height, picture.depth, picture.palette,
                     &picture.environment);
+    // Safe departure: a picture that cannot be coded is not said to be written.
+    if (picture.environment == 0)
+        return KOWEN_ERR_WORK_MEMORY;
     const int32_t result = OutputBands(picture, bandHeight);
     if (result != 0)
         return result;

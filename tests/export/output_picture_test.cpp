@@ -449,9 +449,9 @@ TEST(OutputPicture, LeaksNothingOnAnyExit) {
     ExpectNoLeak(
         27, [](BandedPicture &) {}, 0, 212, 2);
     ExpectNoLeak(
-        0, [](BandedPicture &picture) { picture.drawsNothing = true; }, 0, 212, 3);
+        27, [](BandedPicture &picture) { picture.drawsNothing = true; }, 0, 212, 3);
     ExpectNoLeak(
-        0, [](BandedPicture &picture) { picture.drawsNothing = true; }, 0, 212, 6);
+        27, [](BandedPicture &picture) { picture.drawsNothing = true; }, 0, 212, 6);
 }
 
 /// A host's bitmap as ExportCellData hands it to the drawing routine.
@@ -488,6 +488,43 @@ TEST(OutputPicture, BitmapThatNeedsNoConversionIsPassedThroughWithoutACopy) {
     const uint8_t *mapped = after.Pixel(3, 5);
     EXPECT_EQ((reference::Pixel{mapped[0], mapped[1], mapped[2]}),
               reference::Mapped({before[0], before[1], before[2]}, 212));
+}
+
+// The environment and its six tables; the host is not told that anything was written.
+TEST(OutputPicture, WithoutAnEnvironmentGives27) {
+    for (int failing = 3; failing <= 9; ++failing) {
+        const CurrentSetup setup;
+        StatusHost host(setup);
+        const HostOutput output;
+        BandedPicture picture(MakeNoise(16, 24));
+        const FailingMemory memory(failing);
+        EXPECT_EQ(OutputPicture(output.File(), &picture, &BandedPicture::Routine), 27) << failing;
+        EXPECT_TRUE(host.percents.empty());
+        EXPECT_EQ(picture.calls, (std::vector<std::string>{"query", "open", "close"}));
+        EXPECT_FALSE(EndsWith(output.Bytes(), FromHex("FF D9")));
+    }
+}
+
+// The three steps of a conversion each need a bitmap of their own.
+TEST(OutputPicture, ABitmapThatCannotBeConvertedGives27AndNoEndMarker) {
+    for (int k = 1;; ++k) {
+        const CurrentSetup setup;
+        StatusHost host(setup);
+        const HostOutput output;
+        CellPicture picture(MakeNoise(20, 16, 1, 32));
+        picture.record.targetWidth = 10;
+        picture.record.targetHeight = 32;
+        const FailingMemory memory(k);
+        const int32_t result = OutputPicture(output.File(), &picture.record, DrawExportCellData);
+        if (!memory.Failed()) {
+            EXPECT_GT(k, 13);
+            EXPECT_TRUE(EndsWith(output.Bytes(), FromHex("FF D9")));
+            break;
+        }
+        EXPECT_TRUE(result == 27 || result == 300) << k << ": " << result;
+        EXPECT_TRUE(host.percents.empty()) << k;
+        EXPECT_FALSE(EndsWith(output.Bytes(), FromHex("FF D9"))) << k;
+    }
 }
 
 TEST(OutputPicture, BitmapOfOddHeightIsConvertedAndStaysAsItWas) {
