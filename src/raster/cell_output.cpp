@@ -5,6 +5,7 @@
 #include "color/resample.h"
 #include "export/cell_writer.h"
 #include "filter/state.h"
+#include "jpeg/compress_env.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
 #include "platform/status.h"
@@ -189,7 +190,11 @@ int32_t Write(CellPicture &picture) noexcept {
     const int32_t result =
         WriteCellBits(output, picture.bitmap, picture.targetWidth, picture.targetHeight,
                       picture.targetDepth, static_cast<uint16_t>(picture.colors), environment);
-    EndCellBitmap(output, environment);
+    // Safe departure: a picture whose rows are not all there gets no end mark.
+    if (result != KOWEN_OK)
+        FreeCompressEnv(environment);
+    else
+        EndCellBitmap(output, environment);
     return result;
 }
 
