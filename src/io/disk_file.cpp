@@ -135,8 +135,11 @@ int32_t WriteDisk(QivFile &file, const void *buffer, int32_t count) noexcept {
     for (int32_t left = count;;) {
         if (file.bufPos > file.bufMax) {
             const int32_t room = NextBuffer(file);
-            if (room < 1)
+            if (room < 1) {
+                // Safe departure: the close tells of it, also when the disk works again.
+                file.lost = left > 0;
                 return room;
+            }
         }
         if (left == 0)
             return count;
@@ -173,15 +176,14 @@ int32_t FlushDisk(QivFile &file) noexcept {
     if (file.bufBase > INT32_MAX - count || !MoveStream(file, file.bufBase))
         return Fail(file);
     const int32_t written = diskOperations->write(file.fp, GlobalLock(file.hBuf), count);
-    const bool complete = written == count;
-    if (complete) {
-        EmptyBuffer(file, file.bufBase + count);
-        file.dirty = 0;
-    } else if (file.sequential) {
+    if (file.sequential)
         file.filePos += written; // so that what has gone out is never sent again
-    }
-    if (!MeasureLength(file) || !complete)
+    const bool measured = MeasureLength(file);
+    // A buffer that stays full keeps out what comes behind it: the file would have a gap there.
+    if (!measured || written != count)
         return Fail(file);
+    EmptyBuffer(file, file.bufBase + count);
+    file.dirty = 0;
     return count;
 }
 
@@ -204,7 +206,7 @@ int32_t CloseDisk(QivFile &file) noexcept {
     const int32_t flushed = FlushDisk(file);
     const int32_t closed = file.external ? 0 : diskOperations->close(file.fp);
     GlobalFree(file.hBuf);
-    return flushed == -1 ? -1 : closed;
+    return flushed == -1 || file.lost ? -1 : closed;
 }
 
 void ReleaseDisk(QivFile &file) noexcept {

@@ -53,8 +53,9 @@ enum Whence : int32_t { kFromStart = 0, kFromCurrent = 1, kFromEnd = 2 };
 intptr_t qivOpen(const char *name, QivIODesc *descriptor, int32_t mode) noexcept;
 
 /// Closes the file and ends the handle, whatever the result.
-/// Returns 0; -1 for handle 0 and when the last bytes or a memory file's end marker could not be
-/// written; the stream close's result; for a host-served file the procedure's answer.
+/// Returns 0; -1 for handle 0 and when bytes of the file, the last ones or earlier ones, or a
+/// memory file's end marker could not be written; the stream close's result; for a host-served file
+/// the procedure's answer.
 ///
 /// Kept deliberately: a memory file opened with WRITE or UPDATE gets one byte 255 after its last.
 /// Test: QivCloseMemory.AppendsTheEndMarker.

@@ -40,6 +40,7 @@ struct QivFile {
     uint16_t numberFormat;
     uint16_t lineFormat;
     int32_t named;      ///< 1: opened by file name
+    int32_t lost;       ///< 1: bytes were to be written that the file has not taken
     int32_t sequential; ///< 1: fp cannot seek; it always stands at filePos
 
     // Set by whoever opens a document stream over a file; see document_file.cpp.

@@ -81,8 +81,30 @@ TEST(WriteDisk, AfterAnErrorTheBufferStillTakesWhatFits) {
     EXPECT_EQ(WriteText(file, "hello"), 5);
     EXPECT_EQ(WriteText(file, Pattern(12288)), 0) << "this one would need the buffer emptied";
     EXPECT_EQ(disk.Writes(), Sizes{});
-    EXPECT_EQ(qivClose(file), 0);
+    EXPECT_EQ(qivClose(file), -1) << "5 bytes are missing";
     EXPECT_EQ(directory.Read("a"), "hello" + Pattern(12283));
+}
+
+// Each call of the disk fails once and works again afterwards.
+TEST(WriteDisk, ADiskThatRecoversGetsTheBeginningOrAllAndTheCloseSaysWhich) {
+    TempDirectory directory;
+    const std::string all = Pattern(30000);
+    for (const auto operation :
+         {FailingDisk::kWrite, FailingDisk::kSeek, FailingDisk::kTell, FailingDisk::kClose}) {
+        for (int k = 1;; ++k) {
+            FailingDisk disk;
+            const FileHandle file = Open(directory.File("a"), kCreateMode);
+            disk.Fail(operation, k);
+            for (size_t first = 0; first < all.size(); first += 100)
+                WriteText(file, all.substr(first, 100));
+            const int32_t closed = qivClose(file);
+            if (!disk.Failed())
+                break;
+            const std::string text = directory.Read("a");
+            EXPECT_TRUE(all.starts_with(text)) << "operation " << operation << ", call " << k;
+            EXPECT_TRUE(closed == -1 || text == all) << "operation " << operation << ", " << k;
+        }
+    }
 }
 
 TEST(WriteDisk, GoesOnBehindABufferThatWasReadToItsEnd) {
