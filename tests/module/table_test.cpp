@@ -1,4 +1,5 @@
 // The table of entries, as a host receives it.
+#include "support/emulator.h"
 #include "support/module_host.h"
 
 #include <gtest/gtest.h>
@@ -57,7 +58,10 @@ TEST(LoadPointers, TheFunctionsAreTheExportedOnes) {
         const void *exported = host.Symbol<const void *>(kRows[i].name);
         EXPECT_NE(exported, nullptr);
         EXPECT_EQ(host.Table().entries[i].address, exported) << kRows[i].name;
-        EXPECT_EQ(AccessOf(exported), "r-xp");
+        // An emulator reads the code only; what runs is its own.
+        if (kEmulator.empty()) {
+            EXPECT_EQ(AccessOf(exported), "r-xp");
+        }
     }
 }
 

@@ -1,4 +1,5 @@
 // The example host, as a newcomer runs it.
+#include "support/emulator.h"
 #include "support/temp_directory.h"
 
 #include <gtest/gtest.h>
@@ -13,10 +14,10 @@ std::string Quoted(const std::string &text) {
 
 TEST(ExportBothDoors, WritesTheSameFileTwice) {
     TempDirectory directory;
-    const std::string command = Quoted(KOWEN_EXAMPLE) + " " + Quoted(KOWEN_EXAMPLE_MODULE) + " " +
-                                Quoted(directory.File("cell.jpg")) + " " +
-                                Quoted(directory.File("device.jpg")) + " > " +
-                                Quoted(directory.File("log"));
+    const std::string command =
+        std::string(kEmulator) + Quoted(KOWEN_EXAMPLE) + " " + Quoted(KOWEN_EXAMPLE_MODULE) + " " +
+        Quoted(directory.File("cell.jpg")) + " " + Quoted(directory.File("device.jpg")) + " > " +
+        Quoted(directory.File("log"));
     ASSERT_EQ(std::system(command.c_str()), 0);
     const std::string cell = directory.Read("cell.jpg");
     ASSERT_GT(cell.size(), 2000u);

@@ -1,0 +1,4 @@
+# 32-bit PowerPC, most significant byte first.
+set(KOWEN_MACHINE powerpc-linux-gnu)
+set(CMAKE_SYSTEM_PROCESSOR ppc)
+include(${CMAKE_CURRENT_LIST_DIR}/cross.cmake)
