@@ -3,6 +3,7 @@
  *
  * What holds everywhere:
  * - Strings are zero-terminated bytes. Handle 0 is none.
+ * - Numbers in records, requests and escape values are in the host's byte order.
  * - All state is process-wide: calls come from one thread at a time. Callbacks run on the calling
  *   thread, inside the call that caused them.
  * - Functions report by integer result; nothing throws.

@@ -6,7 +6,8 @@
 // high nibble), 8, 24 (red, green, blue) and 32. Every other depth reads as 0 and is not written.
 //
 // Pixel values are exchanged as 32 bits: the number itself up to 8 bits per pixel; with 24 and 32
-// bits the pixel's bytes from the highest down, the lowest 0 with 24.
+// bits the pixel's bytes from the highest down, the lowest 0 with 24. Bitmaps are bytes, the same
+// on every host.
 #pragma once
 
 #include "kowen/records.h"

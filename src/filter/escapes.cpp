@@ -40,7 +40,8 @@ struct EscapeCall {
     bool persist;
 };
 
-// False: the size is wrong or there is no value.
+// In and out are in the host's byte order and need no alignment. False: the size is wrong or there
+// is no value.
 template <typename T> bool ReadInput(const EscapeCall &call, T *value) noexcept {
     if (call.size != sizeof *value || call.in == nullptr)
         return false;

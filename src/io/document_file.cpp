@@ -28,6 +28,7 @@ bool Contains(const SectorTable &table, int32_t sector) {
     return sector >= 0 && sector < table.count;
 }
 
+// Entries are in the host's byte order: who opened the document has converted them.
 int32_t Successor(const SectorTable &table, int32_t sector) {
     if (!Contains(table, sector))
         return kNoSector;

@@ -4,6 +4,7 @@
 //   C chars, S 16-bit integers, L 32-bit integers, F floats, D doubles (8 bytes);
 //   { } a nested structure; ( | ) a union, never transferred;
 //   [ ] members that are in memory but not in the file; P nothing (reading only).
+// Memory is in the host's byte order, the file in the one that qivSetDataFormat chose.
 // Members are aligned to their size in memory, structures and unions to their pad width, and the
 // record's end to the whole description's. Offsets go on from record to record.
 #pragma once
