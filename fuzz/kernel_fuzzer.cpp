@@ -2,7 +2,7 @@
 // next to the plain reference.
 //
 // All inputs and outputs are blocks of exactly the bytes that a kernel may touch. Output buffers
-// hold little more than one step needs, so that the kernels stop and go on often.
+// often hold little more than one step needs, so that the kernels stop and go on.
 #include "fuzz/input.h"
 
 #include "jpeg/compress_env.h"
@@ -330,7 +330,7 @@ void CodeMcus(const Kernels &form, const Tables &tables, const Picture &picture,
                          picture.blocksInMcu[c],
                          tables.Differences(component),
                          tables.Codes(component),
-                         ShortCodes(tables.Codes(component)),
+                         AcCodesOf(tables.Codes(component)),
                          &predictors[c]};
     }
     Sink sink(kMaxMcuBytes, more);
@@ -346,8 +346,9 @@ void CodeMcus(const Kernels &form, const Tables &tables, const Picture &picture,
 
 void Mcus(Input *input) {
     const Tables &tables = Tables::Of(input->Between(245, 246));
-    const uint32_t more = input->Below(700);
-    const Picture picture(input, 1 + input->Below(kMostMcus));
+    // Room for one MCU and little more, or for many: some forms take a batch at a time.
+    const uint32_t more = input->Below(input->Bool() ? 700 : 20 * kMaxMcuBytes);
+    const Picture picture(input, 1 + input->Below(input->Seldom(4) ? 70 : kMostMcus));
     reference::Coder &coder = FreshCoder(tables.operation);
     picture.ForEachBlock([&](const Block &block, int component) {
         coder.CodeDc(block, component);
@@ -396,7 +397,7 @@ void CodeAcs(const Kernels &form, int component, int run, const std::vector<Bloc
                         dcs.data(), packed.Get());
     for (uint32_t b = 0; b < count; ++b)
         Require(dcs[b] == blocks[b][0], "the DC coefficients");
-    AcScan scan = {codes, ShortCodes(codes), static_cast<uint32_t>(run)};
+    AcScan scan = {codes, AcCodesOf(codes), static_cast<uint32_t>(run)};
     Sink sink(kMaxBlockBytes, more);
     const int16_t *next = packed.Get();
     for (uint32_t done = 0; done < count; sink.Take()) {
