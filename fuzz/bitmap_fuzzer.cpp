@@ -93,9 +93,11 @@ void ChooseBitmap(Input *input, Job *job) {
     bitmap.depth = input->Seldom(24) ? input->Byte() : input->Pick(kDepths);
     bitmap.width = input->Seldom(24) ? input->Number<uint16_t>() : input->Between(0, 70);
     bitmap.height = input->Seldom(24) ? input->Number<uint16_t>() : input->Between(0, 30);
-    const size_t row = (static_cast<size_t>(bitmap.width) * bitmap.depth + 31) / 32 * 4;
-    size_t bytes = std::min<size_t>(row * bitmap.height, kLargestBlock / 2);
-    job->hasWholePixels = HasDepth(bitmap.depth) && bytes == row * bitmap.height;
+    const uint64_t row = (static_cast<uint64_t>(bitmap.width) * bitmap.depth + 31) / 32 * 4;
+    auto bytes = static_cast<size_t>(
+        std::min(row * static_cast<uint64_t>(bitmap.height), kLargestBlock / 2));
+    job->hasWholePixels =
+        HasDepth(bitmap.depth) && bytes == row * static_cast<uint64_t>(bitmap.height);
     if (input->Seldom(24)) {
         bytes = input->Below(static_cast<uint32_t>(bytes) + 1);
         job->hasWholePixels = false;

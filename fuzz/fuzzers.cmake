@@ -1,0 +1,19 @@
+# The fuzzers and what they are made of: kowen_fuzzer(name source...), sources from the top of the
+# tree. Included by fuzz/, for which that is a libFuzzer program, and by tests/fuzz/, for which it is
+# a test.
+set(reference tests/reference/color)
+
+kowen_fuzzer(profile_fuzzer fuzz/profile_fuzzer.cpp)
+kowen_fuzzer(escape_fuzzer fuzz/escape_fuzzer.cpp)
+kowen_fuzzer(bitmap_fuzzer fuzz/bitmap_fuzzer.cpp
+  ${reference}/bitmap.cpp ${reference}/resample.cpp)
+kowen_fuzzer(door_fuzzer fuzz/door_fuzzer.cpp)
+kowen_fuzzer(file_fuzzer fuzz/file_fuzzer.cpp)
+kowen_fuzzer(struct_fuzzer fuzz/struct_fuzzer.cpp)
+kowen_fuzzer(document_fuzzer fuzz/document_fuzzer.cpp)
+kowen_fuzzer(kernel_fuzzer fuzz/kernel_fuzzer.cpp)
+kowen_fuzzer(search_fuzzer fuzz/search_fuzzer.cpp
+  ${reference}/bitmap.cpp ${reference}/dither.cpp ${reference}/median_cut.cpp)
+kowen_fuzzer(color_fuzzer fuzz/color_fuzzer.cpp
+  ${reference}/bitmap.cpp ${reference}/dither.cpp ${reference}/median_cut.cpp
+  ${reference}/resample.cpp)
