@@ -8,6 +8,7 @@
 #include "export/bitmap_door.h"
 #include "export/display_info.h"
 #include "filter/setup.h"
+#include "jpeg/kernels.h"
 #include "kowen/codes.h"
 #include "reference/jpeg/door.h"
 #include "support/temp_directory.h"
@@ -32,6 +33,7 @@ enum class Output { kMemory, kDisk, kHost, kNowhere, kOutputs };
 struct Job {
     Output output;
     int refusedBlock;
+    uint8_t kernels; ///< which form
     reference::DoorSettings settings;
     int32_t colorMode;
     int32_t qualityMode;
@@ -114,6 +116,7 @@ Job AnyJob(Input *input) {
     job.output = static_cast<Output>(input->Below(static_cast<uint32_t>(Output::kOutputs)));
     job.refusedBlock = input->Seldom(8) ? input->Between(1, 40) : 0;
     job.hasCallback = input->Seldom(4);
+    job.kernels = input->Byte();
     ChooseSettings(input, &job);
     ChooseCell(input, &job.cell);
     ChooseBitmap(input, &job);
@@ -163,6 +166,14 @@ bool HasPlainForm(const Job &job) {
     return Between(size.width, 1, kMostPixels) && Between(size.height, 1, kMostPixels);
 }
 
+// One of those that this machine has, the best one for 0.
+const Kernels *FormOf(const Job &job) {
+    size_t count = 0;
+    while (AvailableKernels()[count] != nullptr)
+        ++count;
+    return AvailableKernels()[count - 1 - job.kernels % count];
+}
+
 MemoryHandle Block(const Bytes &bytes) {
     const MemoryHandle block = GlobalAlloc(kGlobalFlags, static_cast<uint32_t>(bytes.size()));
     if (!bytes.empty())
@@ -199,7 +210,10 @@ public:
 
     int32_t Export() {
         const fuzz::MemoryLimit limit(kLargestBlock, job.refusedBlock);
-        return ExportCellData(Name().c_str(), &bitmap, &job.cell, &host);
+        UseKernels(FormOf(job));
+        const int32_t result = ExportCellData(Name().c_str(), &bitmap, &job.cell, &host);
+        UseKernels(nullptr);
+        return result;
     }
 
     Bytes Written() const {
