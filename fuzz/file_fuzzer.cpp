@@ -11,6 +11,7 @@
 #include "support/failing_disk.h"
 #include "support/temp_directory.h"
 
+#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -242,6 +243,8 @@ public:
             failing.Fail(static_cast<FailingDisk::Operation>(input->Below(FailingDisk::kRemove)),
                          input->Between(1, 12),
                          input->Bool() ? FailingDisk::kOnlyThat : FailingDisk::kThatAndAllLater);
+        if (contents && input->Seldom(6))
+            return RunWrapped(input, fails);
         const auto file = static_cast<FileHandle>(qivOpen(Path().c_str(), nullptr, mode));
         Require(fails || (file != 0) == (starts || contents.has_value()), "whether it opens");
         if (file != 0)
@@ -251,6 +254,19 @@ public:
     }
 
 private:
+    // A stream of the caller's, which stays open.
+    void RunWrapped(Input *input, bool fails) {
+        std::FILE *stream = std::fopen(Path().c_str(), "r+b");
+        QivIODesc descriptor = {};
+        descriptor.stream = stream;
+        const auto file = static_cast<FileHandle>(qivOpen(nullptr, &descriptor, KOWEN_MODE_WRAP));
+        Require(fails || file != 0, "a stream that can be wrapped");
+        if (file != 0)
+            RunOpen(input, file, KOWEN_MODE_WRAP, false, fails);
+        std::fclose(stream);
+        contents = ReadBack();
+    }
+
     void RunOpen(Input *input, FileHandle file, int32_t mode, bool starts, bool fails) {
         Plain plain;
         plain.room = starts ? "" : *contents;
@@ -379,12 +395,24 @@ void HostStep(Input *input, FileHandle file, uintptr_t handle) {
     Require(lastCall.argument == buffer, "the buffer");
 }
 
+// Whether a file exists, and its delete.
+void AskHost(Input *input, QivIODesc *descriptor) {
+    hostAnswer = input->Number<int32_t>();
+    const bool asksForIt = input->Bool();
+    const intptr_t answer =
+        qivOpen(kName, descriptor, asksForIt ? KOWEN_MODE_EXISTS : KOWEN_MODE_DELETE);
+    RequireCall(0, asksForIt ? KOWEN_IO_EXISTS : KOWEN_IO_DELETE, 0, static_cast<int32_t>(answer));
+    Require(lastCall.argument == kName, "the name");
+}
+
 void RunHost(Input *input) {
     const int32_t mode = AnyMode(input);
     QivIODesc descriptor = {};
     descriptor.location = &descriptor;
     descriptor.procedure = Procedure;
     hostCalls = 0;
+    if (input->Seldom(8))
+        return AskHost(input, &descriptor);
     const uintptr_t handle = hostAnswer = input->Byte();
     const auto file = static_cast<FileHandle>(qivOpen("", &descriptor, mode));
     Require((file != 0) == (handle != 0), "a file that the host opens");
