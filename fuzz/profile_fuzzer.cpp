@@ -5,8 +5,8 @@
 // none, 1 for one byte, 2 for three), and the section, the key and the value, parted by tabs.
 //
 // Beside what the sanitizers see: a read stays inside its buffer and result range, a rewrite loses
-// no line that it has no business with, the same write twice changes nothing more, and a delete
-// request for what is not there leaves every byte.
+// no line that it has no business with, what was written is read, the same write twice changes
+// nothing more, and a delete request for what is not there leaves every byte.
 #include "fuzz/input.h"
 
 #include "platform/profile_file.h"
@@ -29,6 +29,8 @@ using kowen::fuzz::Require;
 using Lines = std::vector<std::string>;
 
 constexpr int kMostOperations = 8;
+// Longer lines are read in pieces, each of them a line.
+constexpr std::size_t kMostInOnePiece = 200;
 
 struct Operation {
     char letter;
@@ -114,6 +116,27 @@ void Read(const Operation &read, const ProfileUnderTest &profile, bool listKeys)
     Require(listKeys || result <= std::max(read.size, 0), "a value inside the buffer");
 }
 
+bool ContainsName(const std::string &line, const std::string &name) {
+    return std::search(line.begin(), line.end(), name.begin(), name.end(),
+                       [](char a, char b) { return (a | 32) == (b | 32); }) != line.end();
+}
+
+// Reading takes a line for a header that writing does not: one without brackets. Pieces of long
+// lines are lines for reading only.
+bool IsReadAsWritten(const Lines &lines, const std::string &section) {
+    return std::all_of(lines.begin(), lines.end(), [&section](const std::string &line) {
+        return line.size() < kMostInOnePiece && (line[0] == '[' || !ContainsName(line, section));
+    });
+}
+
+void RequireValue(const Operation &write, const ProfileUnderTest &profile) {
+    char value[256];
+    const int32_t length = kowen::GetPrivateProfileString(write.section.c_str(), write.key.c_str(),
+                                                          "", value, sizeof value, profile.Path());
+    Require(std::string(value, static_cast<std::size_t>(length)) == write.value,
+            "the value that was written");
+}
+
 // The same again, and deletes of what is not there.
 void WriteNothingNew(const Operation &write, const ProfileUnderTest &profile) {
     const std::string before = profile.Get();
@@ -132,8 +155,12 @@ void Write(const Operation &write, const ProfileUnderTest &profile) {
     kowen::WritePrivateProfileString(write.section.c_str(), write.key.c_str(), write.value.c_str(),
                                      profile.Path());
     Require(KeepsLines(before, SplitLines(profile.Get()), false), "lines kept by a write");
-    if (IsTame(write.section) && IsTame(write.key) &&
-        write.value.find_first_of("\r\n") == std::string::npos)
+    if (!IsTame(write.section) || !IsTame(write.key))
+        return;
+    if (IsTame(write.value) && write.key.size() + write.value.size() < kMostInOnePiece &&
+        IsReadAsWritten(before, write.section))
+        RequireValue(write, profile);
+    if (write.value.find_first_of("\r\n") == std::string::npos)
         WriteNothingNew(write, profile);
 }
 
