@@ -1,14 +1,11 @@
 #include "filter/setting_store.h"
 
 #include "filter/filter_fixture.h"
+#include "support/comma_locale.h"
 
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <cstdio>
-#include <cstdlib>
-#include <optional>
-#include <string>
 
 namespace kowen {
 namespace {
@@ -49,28 +46,6 @@ TEST_F(SettingStoreTest, AProfileThatHasGoneIsMadeAnew) {
     WriteSetting(*setup, kStringQuality, "%d", 77);
     EXPECT_EQ(directory.Read("p.ini"), "\n[S]\nQuality=77\n");
 }
-
-// A process locale whose numbers have a decimal comma.
-class CommaLocale {
-public:
-    explicit CommaLocale(const TempDirectory &directory) {
-        directory.Write("comma", "LC_NUMERIC\ndecimal_point \",\"\nthousands_sep \"\"\n"
-                                 "grouping -1\nEND LC_NUMERIC\nLC_CTYPE\nEND LC_CTYPE\n");
-        const std::string command = "localedef -c --no-archive -i " + directory.File("comma") +
-                                    " -f ANSI_X3.4-1968 " + directory.File("xx") +
-                                    " >/dev/null 2>&1";
-        made = std::system(command.c_str()) != -1;
-        path.emplace("LOCPATH", directory.Path().c_str());
-        made = made && std::setlocale(LC_NUMERIC, "xx") != nullptr;
-    }
-    ~CommaLocale() { std::setlocale(LC_NUMERIC, "C"); }
-
-    bool IsThere() const { return made; }
-
-private:
-    std::optional<ScopedEnvironment> path;
-    bool made = false;
-};
 
 TEST_F(SettingStoreTest, NumbersHaveADecimalPointInEveryLocale) {
     const CommaLocale locale(directory);

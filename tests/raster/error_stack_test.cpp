@@ -2,6 +2,8 @@
 
 #include "raster/device.h"
 
+#include <memory>
+
 namespace kowen {
 namespace {
 
