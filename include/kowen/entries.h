@@ -52,8 +52,8 @@ KOWEN_API MemoryHandle CreateSetup(uint32_t reserved, const char *profilePath, c
 
 /**
  * Frees a setup. Ordinal 1002. Returns 0, or 1 for handle 0. The handle is void afterwards, and
- * no setup is current, whichever was. From inside the status callback of an export with this setup
- * it returns 1 and frees nothing.
+ * no setup is current, whichever was. From inside a callback of an export or a device that is at
+ * work with this setup it returns 1 and frees nothing.
  */
 KOWEN_API int32_t DestroySetup(MemoryHandle setup);
 
@@ -95,8 +95,9 @@ KOWEN_API int32_t EscapeSetup(MemoryHandle setup, int32_t code, uint32_t size, c
  * host        in. Names the setup and the export record; both must outlive the call.
  *
  * Returns 0; KOWEN_ERR_SETUP (22) for a setup handle of 0; KOWEN_ERR_OUTPUT (303) when the output
- * could not be opened, then nothing was written.
- * Calls back the export record's status callback after each band, with the percentage done.
+ * could not be opened, then nothing was written. From inside a callback of an export or a device
+ * that is at work with this setup it returns 303 as well. Calls back the export record's status
+ * callback after each band, with the percentage done.
  *
  * Memory output: on return the export record's memoryBlock names the block, which the host frees
  * with GlobalFree. Its content is the JPEG, one byte 255, zeros to the end: the JPEG's length is

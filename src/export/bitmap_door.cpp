@@ -65,15 +65,14 @@ int32_t ExportCellData(const char *outputName, BitmapRecord *bitmap, const CellR
     auto *setup = Lock<SetupRecord>(handle);
     if (setup == nullptr)
         return KOWEN_ERR_SETUP;
-    // Safe departure: a status callback that exports once more with the same setup is refused.
-    if (setup->exporting != 0)
+    // Safe departure: a callback that exports once more with the same setup is refused.
+    if (setup->hostCalls != 0)
         return KOWEN_ERR_OUTPUT;
     hRaster = handle;
     lpRaster = setup;
     if (bitmap == nullptr || cell == nullptr)
         return KOWEN_ERR_MEMORY;
 
-    setup->exporting = 1;
     setup->exportRecord = host->exportRecord;
     Export current = {setup, host->exportRecord};
     int32_t result = KOWEN_ERR_OUTPUT;
@@ -88,7 +87,6 @@ int32_t ExportCellData(const char *outputName, BitmapRecord *bitmap, const CellR
     }
     // No stale host record is ever called.
     setup->exportRecord = nullptr;
-    setup->exporting = 0;
     return result;
 }
 

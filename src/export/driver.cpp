@@ -189,13 +189,8 @@ int32_t UpdateStatus(int32_t percent) noexcept {
     const ExportRecord *host = lpRaster ? lpRaster->exportRecord : nullptr;
     if (!host || !host->statusCallback)
         return KOWEN_OK;
-    // Safe departure: a callback that makes another setup current does not move this export to it.
-    const MemoryHandle setup = hRaster;
-    SetupRecord *record = lpRaster;
     const int32_t refused = CallGetSet_Status(host->statusCallback, host->context,
                                               KOWEN_STATUS_PROGRESS, 0, 0, percent, 0, nullptr);
-    hRaster = setup;
-    lpRaster = record;
     return refused != 0 ? KOWEN_ERR_CANCELLED : KOWEN_OK;
 }
 

@@ -45,7 +45,7 @@ struct SetupRecord {
     int32_t printerAvailable; ///< nothing sets it, so it stays 0
 
     // Working fields of an export.
-    uint32_t exporting;          ///< 1 while ExportCellData works on this setup
+    uint32_t hostCalls;          ///< calls into the host underway that must leave it as it is
     HostIoProcedure ioProcedure; ///< set by escape 81; non-null = the output goes through it
     ExportRecord *exportRecord;  ///< the host's; valid during one export only
     uintptr_t exportHostValue;   ///< copied from the export record by initdvr
@@ -84,8 +84,8 @@ int32_t EditSetup(MemoryHandle setup, uint32_t value) noexcept;
 /// Frees a setup; no setup is current then, and a device that was opened with it has none.
 /// Returns 0; 1 for handle 0.
 ///
-/// Safe departure: 1, and nothing is freed, while ExportCellData works on the setup; it is current
-/// then. Test: DestroySetupTest.ASetupWhoseExportIsUnderWayStays.
+/// Safe departure: 1, and nothing is freed, from inside a call of the host's that keeps the setup
+/// (HostCall). Test: DestroySetupTest.ASetupWhoseExportIsUnderWayStays.
 int32_t DestroySetup(MemoryHandle setup) noexcept;
 
 /// Fills a record with the built-in settings and empties its section and paths. Returns 0.

@@ -1,9 +1,12 @@
 #include "io/host_file.h"
 
+#include "filter/host_call.h"
+
 namespace kowen {
 namespace {
 
 int32_t Call(const QivFile &file, int32_t operation, void *argument, int32_t count) {
+    const HostCall call;
     return static_cast<int32_t>(file.ioProc(file.ioHandle, operation, argument, count));
 }
 
@@ -14,12 +17,14 @@ bool HasProcedure(const QivIODesc *descriptor) noexcept {
 }
 
 intptr_t AskHost(const QivIODesc &descriptor, int32_t operation, const char *name) noexcept {
+    const HostCall call;
     return descriptor.procedure(0, operation, const_cast<char *>(name), 0);
 }
 
 bool OpenOnHost(QivFile &file, const char *name, const QivIODesc &descriptor) noexcept {
     file.ioProc = descriptor.procedure;
     const auto context = reinterpret_cast<uintptr_t>(descriptor.location);
+    const HostCall call;
     file.ioHandle = static_cast<uintptr_t>(
         file.ioProc(context, KOWEN_IO_OPEN, const_cast<char *>(name), file.mode));
     return file.ioHandle != 0;

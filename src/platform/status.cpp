@@ -1,5 +1,6 @@
 #include "platform/status.h"
 
+#include "filter/host_call.h"
 #include "kowen/codes.h"
 
 namespace kowen {
@@ -12,6 +13,7 @@ int32_t CallGetSet_Status(StatusCallback callback, uintptr_t context, int32_t co
                           int32_t value1, int32_t value2, int32_t value3, void *reply) noexcept {
     if (callback == nullptr)
         return 0;
+    const HostCall call;
     const int32_t answer = callback(context, command, code, value1, value2, value3, reply);
     const bool refusedPoll = answer != 0 && command == KOWEN_STATUS_PROGRESS && code == 0;
     if (!refusedPoll)

@@ -3,6 +3,7 @@
 #include "export/common_record.h"
 #include "export/driver.h"
 #include "filter/entry_table.h"
+#include "filter/host_call.h"
 #include "filter/state.h"
 #include "kowen/codes.h"
 #include "raster/device_record.h"
@@ -19,24 +20,12 @@ using DeviceDoor = int32_t (*)(uint32_t, uint16_t, void *);
 
 constexpr int32_t kVersionBytes = 4;
 
-/// True while a door is at work.
-bool doorBusy = false;
-
 /// Safe departure: a host that calls a door from inside its own callback finds it shut. Its
-/// records would otherwise be freed under the request that is running. Only the version, which
-/// touches no record, is told all the same.
-class DoorVisit {
-public:
-    DoorVisit() noexcept : entered(!doorBusy) { doorBusy = true; }
-    ~DoorVisit() {
-        if (entered)
-            doorBusy = false;
-    }
-    DoorVisit(const DoorVisit &) = delete;
-    DoorVisit &operator=(const DoorVisit &) = delete;
-
-    const bool entered;
-};
+/// records would otherwise be freed under the work that goes on. Only the version, which touches
+/// no record, is told all the same.
+bool IsShut() noexcept {
+    return HostCall::Underway();
+}
 
 int32_t CopyVersion(void *out) noexcept {
     if (!out)
@@ -120,8 +109,7 @@ int32_t RASTER_dd_entry(int16_t function, void *out, int16_t) noexcept {
 int32_t dd_entry32(uint32_t, uint16_t function, void *record) noexcept {
     if (function == KOWEN_DD_VERSION)
         return CopyVersion(record);
-    const DoorVisit visit;
-    if (!visit.entered)
+    if (IsShut())
         return 0;
     switch (function) {
     case KOWEN_DD_INITIALISE:
@@ -138,8 +126,7 @@ int32_t dd_entry32(uint32_t, uint16_t function, void *record) noexcept {
 int32_t RASTER_dd_entry32(uint32_t, uint16_t function, void *record) noexcept {
     if (function == KOWEN_DD_VERSION)
         return CopyVersion(record);
-    const DoorVisit visit;
-    if (!visit.entered)
+    if (IsShut())
         return 0;
     switch (function) {
     case KOWEN_DD_INITIALISE:

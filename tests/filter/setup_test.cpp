@@ -346,12 +346,12 @@ TEST_F(DestroySetupTest, HandleZeroGivesOne) {
 // Safe departure: the export goes on with the record when its status callback returns.
 TEST_F(DestroySetupTest, ASetupWhoseExportIsUnderWayStays) {
     SetupRecord *setup = CreateWithoutProfile();
-    setup->exporting = 1;
+    setup->hostCalls = 1;
     EXPECT_EQ(DestroySetup(handle), 1);
     EXPECT_EQ(hRaster, handle);
     EXPECT_EQ(lpRaster, setup);
     EXPECT_EQ(setup->quality, 100);
-    setup->exporting = 0;
+    setup->hostCalls = 0;
     EXPECT_EQ(DestroySetup(handle), 0);
     handle = 0;
 }

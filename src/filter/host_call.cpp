@@ -1,0 +1,30 @@
+#include "filter/host_call.h"
+
+#include "filter/setup.h"
+#include "filter/state.h"
+
+namespace kowen {
+
+namespace {
+int32_t callsUnderway = 0;
+} // namespace
+
+HostCall::HostCall() noexcept : handle(hRaster), record(lpRaster) {
+    ++callsUnderway;
+    if (record != nullptr)
+        ++record->hostCalls;
+}
+
+HostCall::~HostCall() {
+    hRaster = handle;
+    lpRaster = record;
+    if (record != nullptr)
+        --record->hostCalls;
+    --callsUnderway;
+}
+
+bool HostCall::Underway() noexcept {
+    return callsUnderway != 0;
+}
+
+} // namespace kowen

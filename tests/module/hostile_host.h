@@ -1,0 +1,232 @@
+// What the hosts of the hostile_..._test.cpp files have in common: the loaded module, two setups
+// with worked exports of their own, callbacks that do mischief, devices, guarded memory. After each
+// test the next ordinary exports, through both doors, must still have every byte.
+#pragma once
+
+#include "kowen/kowen.h"
+#include "module/export_host.h"
+#include "module/worked_export.h"
+#include "support/requests.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <sys/mman.h>
+#include <unistd.h>
+
+/// An export record whose status callback does what a test says.
+struct Mischief {
+    Mischief() {
+        record.context = reinterpret_cast<uintptr_t>(this);
+        record.statusCallback = [](uintptr_t context, int32_t command, int32_t, int32_t, int32_t,
+                                   int32_t, void *) {
+            auto &self = *reinterpret_cast<Mischief *>(context);
+            self.commands += std::to_string(command);
+            return self.onStatus ? self.onStatus() : 0;
+        };
+    }
+    Mischief(const Mischief &) = delete;
+    Mischief &operator=(const Mischief &) = delete;
+
+    ExportRecord record = {};
+    std::function<int32_t()> onStatus;
+    std::string commands; ///< of the status calls, one digit each
+};
+
+/// A host I/O procedure that keeps the file and does what a test says before each operation. The
+/// export record's ioContext must be its address.
+struct MischiefFile {
+    std::function<void(int32_t operation)> onOperation;
+    std::string bytes;
+    std::string operations; ///< one digit each
+
+    uintptr_t Context() { return reinterpret_cast<uintptr_t>(this); }
+
+    /// What EscapeSetup takes with KOWEN_ESCAPE_SET_HOST_IO.
+    static const void *Procedure() { return reinterpret_cast<const void *>(&Serve); }
+
+private:
+    static intptr_t Serve(uintptr_t context, int32_t operation, void *argument, int32_t count) {
+        if (context == 0)
+            return 0; // a deletion by name
+        auto &self = *reinterpret_cast<MischiefFile *>(context);
+        self.operations += std::to_string(operation);
+        if (self.onOperation)
+            self.onOperation(operation);
+        if (operation == KOWEN_IO_OPEN)
+            return static_cast<intptr_t>(context);
+        if (operation == KOWEN_IO_CLOSE)
+            return 0;
+        if (operation != KOWEN_IO_WRITE)
+            return -1;
+        self.bytes.append(static_cast<const char *>(argument), static_cast<size_t>(count));
+        return count;
+    }
+};
+
+/// Bytes that end right before a page that nobody may touch, and begin right behind one when they
+/// fill whole pages.
+class GuardedBytes {
+public:
+    explicit GuardedBytes(const ExportBytes &bytes) : GuardedBytes(bytes.data(), bytes.size()) {}
+    GuardedBytes(const void *bytes, size_t count) : size(count) {
+        const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+        const size_t inside = (count + page - 1) / page * page;
+        mapped = inside + 2 * page;
+        begin = static_cast<uint8_t *>(
+            mmap(nullptr, mapped, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+        if (begin == MAP_FAILED ||
+            (inside != 0 && mprotect(begin + page, inside, PROT_READ | PROT_WRITE) != 0))
+            std::abort();
+        data = begin + page + inside - count;
+        if (count != 0)
+            std::memcpy(data, bytes, count);
+    }
+    ~GuardedBytes() { munmap(begin, mapped); }
+    GuardedBytes(const GuardedBytes &) = delete;
+    GuardedBytes &operator=(const GuardedBytes &) = delete;
+
+    uint8_t *Data() const { return data; }
+    char *Text() const { return reinterpret_cast<char *>(data); }
+    uint32_t Size() const { return static_cast<uint32_t>(size); }
+
+private:
+    size_t size;
+    size_t mapped;
+    uint8_t *begin;
+    uint8_t *data;
+};
+
+/// A device behind one of the short doors, and the record it is initialised with.
+class HostileDevice {
+public:
+    HostileDevice(const ModuleHost &module, const char *door) {
+        module.Entry<ShortDoorFunction>(door)(KOWEN_DOOR_ADDRESS, &address, 0);
+    }
+
+    int32_t Call(uint16_t function, void *argument) const { return address(0, function, argument); }
+    /// Initialises it; path empty for memory.
+    int32_t Initialise(MemoryHandle setup, const std::string &path,
+                       ExportRecord *exportRecord = nullptr) {
+        record = {};
+        std::memcpy(name, path.c_str(), path.size() + 1);
+        record.outputName = name;
+        record.setup = setup;
+        record.exportRecord = exportRecord;
+        record.returnAreaSize = 64;
+        return Call(KOWEN_DD_INITIALISE, &record);
+    }
+    int32_t Run(kowen::test::Request request) const {
+        return Call(KOWEN_DD_DISPATCH, request.Data());
+    }
+    int32_t Run(uint32_t opcode) const { return Run(kowen::test::Request(opcode)); }
+    int32_t Terminate() const { return Call(KOWEN_DD_TERMINATE, nullptr); }
+
+    OpenRecord record = {};
+
+private:
+    DeviceDoorFunction address = nullptr;
+    char name[8192] = "";
+};
+
+/// The requests that draw a 24-bit picture at 96 dots per inch, in order.
+inline std::vector<kowen::test::Request> DrawingRequests(const TestBitmap &picture) {
+    using namespace kowen::test;
+    const auto width = static_cast<uint32_t>(picture.width);
+    const auto height = static_cast<uint32_t>(picture.height);
+    return {Request(kOpenDevice),
+            Request(kBeginPicture),
+            WindowRequest(0, 0, picture.width - 1, picture.height - 1),
+            ResolutionRequest(96),
+            Request(kBeginBody),
+            OpenPictureRequest(width, height, 24),
+            CellsRequest(width, height, 24, picture.pixels),
+            WritePictureRequest(),
+            Request(kEndPicture),
+            Request(kCloseDevice)};
+}
+
+/// What a device answers to each of the requests.
+inline std::vector<int32_t> RunAll(const HostileDevice &device,
+                                   const std::vector<kowen::test::Request> &requests) {
+    std::vector<int32_t> answers;
+    for (const kowen::test::Request &request : requests)
+        answers.push_back(device.Run(request));
+    return answers;
+}
+
+class HostileHost : public testing::Test {
+protected:
+    HostileHost() : setup(MakeSetup(plain)), otherSetup(MakeSetup(steps)) {}
+    ~HostileHost() override {
+        host.destroySetup(setup);
+        host.destroySetup(otherSetup);
+    }
+    void TearDown() override { ExpectOrdinaryExports(); }
+
+    /// A setup from the profile of a worked export; the caller destroys it.
+    MemoryHandle MakeSetup(const WorkedExport &worked) const {
+        const std::string name = std::to_string(worked.index) + ".ini";
+        const std::string profile =
+            host.directory.Has(name) ? Path(name) : host.directory.Write(name, worked.profile);
+        return host.createSetup(0, profile.c_str(), worked.section.c_str(), nullptr);
+    }
+
+    std::string Path(const std::string &name) const { return host.directory.File(name); }
+    ExportBytes FileBytes(const std::string &name) const {
+        const std::string bytes = host.directory.Read(name);
+        return {bytes.begin(), bytes.end()};
+    }
+
+    /// A worked export through the bitmap door; to memory without a name.
+    ExportRun Export(const WorkedExport &worked, MemoryHandle with, const std::string &path = "",
+                     ExportRecord *record = nullptr) const {
+        ExportRecord quiet = {};
+        return host.Export(path.c_str(), worked.bitmap, worked.cell, with,
+                           record != nullptr ? record : &quiet);
+    }
+    /// The plain export with this test's setup and mischief, to a file.
+    int32_t ExportTo(const std::string &name) {
+        return Export(plain, setup, Path(name), &mischief.record).result;
+    }
+
+    /// A worked export through the raster device. Every step must answer 0.
+    ExportBytes Draw(const WorkedExport &worked, MemoryHandle with,
+                     ExportRecord *record = nullptr) const {
+        HostileDevice device(host.module, "RASTER_dd_entry");
+        bool whole = device.Initialise(with, Path("drawn.jpg"), record) == 0;
+        for (const int32_t answer : RunAll(device, DrawingRequests(worked.bitmap)))
+            whole = whole && answer == 0;
+        whole = device.Terminate() == 0 && whole;
+        return whole ? FileBytes("drawn.jpg") : ExportBytes{};
+    }
+
+    /// True when the worked exports have every byte: both setups on the bitmap door, one on the
+    /// raster device. With fresh setups, so that no test spoils them.
+    bool OrdinaryExportsAreWhole() const {
+        bool whole = true;
+        for (const WorkedExport *worked : {&plain, &steps}) {
+            const MemoryHandle fresh = MakeSetup(*worked);
+            const ExportRun run = Export(*worked, fresh);
+            whole = whole && run.result == 0 && run.jpeg == worked->jpeg;
+            if (worked == &plain)
+                whole = whole && Draw(*worked, fresh) == worked->jpeg;
+            whole = whole && host.destroySetup(fresh) == 0;
+        }
+        return whole;
+    }
+    void ExpectOrdinaryExports() const {
+        EXPECT_TRUE(OrdinaryExportsAreWhole()) << "the next ordinary exports";
+    }
+
+    const WorkedExport &plain = Worked(0); ///< 16 x 8, luminance and chroma, sequential
+    const WorkedExport &steps = Worked(1); ///< 16 x 8, progressive
+    const ExportHost host;
+    const EditSetupFunction editSetup = host.module.Entry<EditSetupFunction>("EditSetup");
+    MemoryHandle setup;      ///< of the plain export
+    MemoryHandle otherSetup; ///< of the progressive one
+    Mischief mischief;
+};
