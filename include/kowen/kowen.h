@@ -7,6 +7,8 @@
  * - All state is process-wide: calls come from one thread at a time. Callbacks run on the calling
  *   thread, inside the call that caused them.
  * - Functions report by integer result; nothing throws.
+ * - The host's locale, rounding mode and floating-point traps change no byte of the output. They
+ * are as the host set them when a call returns, and inside its callbacks.
  * - The module writes only what is documented as out, and the pixels that ExportCellData names.
  */
 #ifndef KOWEN_KOWEN_H

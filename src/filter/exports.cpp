@@ -10,6 +10,7 @@
 #include "filter/setup.h"
 #include "kowen/kowen.h"
 #include "platform/global_memory.h"
+#include "platform/plain_floats.h"
 #include "raster/door.h"
 #include "raster/opcode_table.h"
 
@@ -25,6 +26,7 @@ uint32_t QIVGetFilterVersion(void) {
 
 MemoryHandle CreateSetup(uint32_t reserved, const char *profilePath, const char *section,
                          const char *filterName) {
+    const kowen::PlainFloats floats;
     return kowen::CreateSetup(reserved, profilePath, section, filterName);
 }
 
@@ -38,11 +40,13 @@ int32_t EditSetup(MemoryHandle setup, uint32_t value) {
 
 int32_t EscapeSetup(MemoryHandle setup, int32_t code, uint32_t size, const void *in, void *out,
                     int32_t persist) {
+    const kowen::PlainFloats floats;
     return kowen::xEscapeSetup(setup, code, size, in, out, persist);
 }
 
 int32_t ExportCellData(const char *outputName, BitmapRecord *bitmap, const CellRecord *cell,
                        const HostRecord *host) {
+    const kowen::PlainFloats floats;
     return kowen::ExportCellData(outputName, bitmap, cell, host);
 }
 
@@ -67,6 +71,7 @@ void SetPrinterInfo(double width, double height, int16_t xResolution, int16_t yR
 }
 
 int32_t GetDisplayInfo(double *width, double *height, int16_t *xResolution, int16_t *yResolution) {
+    const kowen::PlainFloats floats;
     return kowen::GetDisplayInfo(width, height, xResolution, yResolution);
 }
 
@@ -75,6 +80,7 @@ int32_t GetPrinterInfo(double *width, double *height, int16_t *xResolution, int1
 }
 
 int32_t ScaleImageSize(double *width, double *height) {
+    const kowen::PlainFloats floats;
     return kowen::ScaleImageSize(width, height);
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "kowen/records.h"
+#include "platform/plain_floats.h"
 
 namespace kowen {
 
@@ -26,6 +27,7 @@ public:
 private:
     MemoryHandle handle;
     SetupRecord *record;
+    HostFloats floats;
 };
 
 } // namespace kowen

@@ -6,6 +6,7 @@
 #include "filter/host_call.h"
 #include "filter/state.h"
 #include "kowen/codes.h"
+#include "platform/plain_floats.h"
 #include "raster/device_record.h"
 #include "raster/device_state.h"
 #include "raster/opcode_table.h"
@@ -111,6 +112,7 @@ int32_t dd_entry32(uint32_t, uint16_t function, void *record) noexcept {
         return CopyVersion(record);
     if (IsShut())
         return 0;
+    const PlainFloats floats;
     switch (function) {
     case KOWEN_DD_INITIALISE:
         return InitialiseExport(static_cast<OpenRecord *>(record));
@@ -128,6 +130,7 @@ int32_t RASTER_dd_entry32(uint32_t, uint16_t function, void *record) noexcept {
         return CopyVersion(record);
     if (IsShut())
         return 0;
+    const PlainFloats floats;
     switch (function) {
     case KOWEN_DD_INITIALISE:
         return InitialiseRaster(static_cast<OpenRecord *>(record));
