@@ -50,7 +50,8 @@ KOWEN_API MemoryHandle GlobalHandle(const void *data);
 
 /**
  * Wraps memory that stays the caller's, so that it can be passed where a handle is wanted.
- * Returns the handle, 0 when memory is exhausted. GlobalFree frees the handle only.
+ * Returns the handle, 0 when memory is exhausted. GlobalFree frees the handle only. Null is wrapped
+ * as a block of no bytes.
  */
 KOWEN_API MemoryHandle GlobalPointerToHandle(void *data, uint32_t size);
 

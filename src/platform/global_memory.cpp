@@ -155,7 +155,7 @@ MemoryHandle GlobalPointerToHandle(void *data, uint32_t size) noexcept {
     if (wrapper == nullptr)
         return 0;
     GlobalHeader header = {};
-    header.size = size;
+    header.size = data != nullptr ? size : 0;
     header.data = data;
     header.dataOffset = sizeof(GlobalHeader);
     std::memcpy(wrapper, &header, sizeof header);

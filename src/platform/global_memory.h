@@ -90,6 +90,9 @@ MemoryHandle GlobalHandle(const void *data) noexcept;
 
 /// Wraps size bytes that stay the caller's. Returns the handle, to be freed with GlobalFree; 0
 /// when memory is exhausted, without a message.
+///
+/// Safe departure: memory that is not there has a size of 0, so that nothing is read from it. Test:
+/// HostilePictures.MemoryThatIsNotThereIsNoPicture.
 MemoryHandle GlobalPointerToHandle(void *data, uint32_t size) noexcept;
 
 /// Returns the request itself, or 65536 for 0; nothing is compacted.

@@ -99,6 +99,20 @@ public:
         module.NameModule();
     }
 
+    /// Exports a host's own records to a name. Memory output is collected.
+    ExportRun ExportRecords(const char *outputName, BitmapRecord &bitmap, const CellRecord &cell,
+                            MemoryHandle setup) const {
+        ExportRecord record = {};
+        HostRecord host = {};
+        host.setup = setup;
+        host.exportRecord = &record;
+        ExportRun run;
+        run.result = exportCellData(outputName, &bitmap, &cell, &host);
+        if (record.memoryBlock != 0)
+            TakeBlock(run, &record);
+        return run;
+    }
+
     /// A setup made of a profile section; the caller destroys it.
     MemoryHandle MakeSetup(const ExportSettings &settings) const {
         char text[512];
