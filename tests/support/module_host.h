@@ -33,12 +33,12 @@ public:
     ModuleHost &operator=(const ModuleHost &) = delete;
 
     /// Tells the module its own path, as every host does before it makes a setup.
-    void NameModule(const std::string &name) {
+    void NameModule(const std::string &name) const {
         auto *buffer = static_cast<char *>(const_cast<void *>(Find("szDLLName")));
         std::memset(buffer, 0, kModuleNameBytes);
         std::memcpy(buffer, name.data(), name.size() < kModuleNameBytes ? name.size() : 0);
     }
-    void NameModule() { NameModule(path); }
+    void NameModule() const { NameModule(path); }
 
     const EntryPointRecord &Table() const { return record; }
 
