@@ -135,21 +135,22 @@ TEST_F(HostileNumbers, AnExportWithAnyOddSettingEnds) {
                             "215", "218", "219",        "221",        "222",        "242",
                             "243", "246", "nan",        "inf",        "1e-300",     ""};
     const char *kRests[] = {"", "Size Mode=600\n", "Resolution Mode=307\nSize Mode=603\n"};
-    std::string profile;
-    std::vector<std::string> settings;
-    for (const char *key : kKeys)
+    for (const char *key : kKeys) {
+        std::vector<std::string> settings;
+        std::string profile;
         for (const char *text : kTexts)
             for (const char *rest : kRests) {
                 settings.push_back(std::string(key) + "=" + text + "\n" + rest);
                 profile +=
                     "[" + std::to_string(settings.size()) + "]\nDriver=d\n" + settings.back();
             }
-    const std::string path = host.directory.Write("n.ini", profile);
-    for (size_t i = 0; i < settings.size(); ++i) {
-        const std::string section = std::to_string(i + 1);
-        const MemoryHandle handle = host.createSetup(0, path.c_str(), section.c_str(), nullptr);
-        EXPECT_EQ(Export(plain, handle).result, 0) << settings[i];
-        EXPECT_EQ(host.destroySetup(handle), 0);
+        const std::string path = host.directory.Write("n.ini", profile);
+        for (size_t i = 0; i < settings.size(); ++i) {
+            const std::string section = std::to_string(i + 1);
+            const MemoryHandle handle = host.createSetup(0, path.c_str(), section.c_str(), nullptr);
+            EXPECT_EQ(Export(plain, handle).result, 0) << settings[i];
+            EXPECT_EQ(host.destroySetup(handle), 0);
+        }
     }
 }
 
