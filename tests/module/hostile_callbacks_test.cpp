@@ -258,6 +258,40 @@ TEST_F(HostileCallbacks, CallbacksInsideCallbacksEndInOrder) {
     EXPECT_EQ(inner.commands, "0");
 }
 
+TEST_F(HostileCallbacks, AnIoProcedureMayAnswerAnything) {
+    ServeOutputOf(setup);
+    for (const int32_t operation : {KOWEN_IO_WRITE, KOWEN_IO_SEEK, KOWEN_IO_CLOSE})
+        for (const intptr_t nonsense :
+             {intptr_t{0}, intptr_t{-1}, intptr_t{1}, intptr_t{4711}, intptr_t{INT32_MAX},
+              intptr_t{INT32_MIN}, INTPTR_MAX, INTPTR_MIN}) {
+            file.bytes.clear();
+            file.answer = [=](int32_t asked, intptr_t honest) {
+                return asked == operation ? nonsense : honest;
+            };
+            EXPECT_EQ(ExportTo("a.jpg"), 0);
+            EXPECT_TRUE(operation == KOWEN_IO_WRITE || Served() == plain.jpeg) << nonsense;
+            HostileDevice device(host.module, "RASTER_dd_entry");
+            ASSERT_EQ(device.Initialise(setup, Path("a.jpg"), &mischief.record), 0);
+            EXPECT_EQ(device.Run(kOpenDevice), 0);
+            EXPECT_EQ(device.Run(kCloseDevice),
+                      operation == KOWEN_IO_CLOSE && static_cast<int32_t>(nonsense) != 0 ? 303 : 0);
+            EXPECT_EQ(device.Terminate(), 0);
+        }
+}
+
+TEST_F(HostileCallbacks, AStatusCallbackMayAnswerAnything) {
+    for (const int32_t nonsense : {INT32_MIN, -1, 2, INT32_MAX}) {
+        mischief.commands.clear();
+        mischief.onStatus = [&] { return mischief.commands.back() == '2' ? 0 : nonsense; };
+        EXPECT_EQ(ExportTo("a.jpg"), 0);
+        EXPECT_EQ(FileBytes("a.jpg"), plain.jpeg) << "not confirmed";
+        mischief.onStatus = [&] { return nonsense; };
+        EXPECT_EQ(ExportTo("a.jpg"), 0);
+        EXPECT_NE(FileBytes("a.jpg"), plain.jpeg) << "confirmed";
+        EXPECT_EQ(mischief.commands, "0202");
+    }
+}
+
 TEST_F(HostileCallbacks, ACallbackThatChangesTheHostsRecordsChangesNoByteOutsideThem) {
     const GuardedBytes pixels(plain.bitmap.pixels);
     const auto wrap = host.module.Symbol<GlobalPointerToHandleFunction>("GlobalPointerToHandle");

@@ -39,6 +39,7 @@ struct Mischief {
 /// export record's ioContext must be its address.
 struct MischiefFile {
     std::function<void(int32_t operation)> onOperation;
+    std::function<intptr_t(int32_t operation, intptr_t honest)> answer; ///< null: the honest one
     std::string bytes;
     std::string operations; ///< one digit each
 
@@ -55,13 +56,18 @@ private:
         self.operations += std::to_string(operation);
         if (self.onOperation)
             self.onOperation(operation);
+        const intptr_t honest = self.Answer(operation, argument, count);
+        return self.answer ? self.answer(operation, honest) : honest;
+    }
+
+    intptr_t Answer(int32_t operation, void *argument, int32_t count) {
         if (operation == KOWEN_IO_OPEN)
-            return static_cast<intptr_t>(context);
+            return static_cast<intptr_t>(Context());
         if (operation == KOWEN_IO_CLOSE)
             return 0;
         if (operation != KOWEN_IO_WRITE)
             return -1;
-        self.bytes.append(static_cast<const char *>(argument), static_cast<size_t>(count));
+        bytes.append(static_cast<const char *>(argument), static_cast<size_t>(count));
         return count;
     }
 };
