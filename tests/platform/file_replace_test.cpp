@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <deque>
 #include <fcntl.h>
 #include <filesystem>
 #include <functional>
@@ -26,6 +27,12 @@ std::function<void(const char *)> beforeRename;
 std::function<void(int)> beforeChown;
 int fsyncError = 0;
 int renameError = 0;
+bool chownRefused = false;
+// What the next writes answer instead of writing: an error, or 0 for nothing written.
+std::deque<int> writeErrors;
+// What the next random bytes are; unset: random. kNoRandomness: there are none.
+std::deque<int> randomBytes;
+constexpr int kNoRandomness = -1;
 
 int Refuse(int error) {
     errno = error;
@@ -43,6 +50,8 @@ extern "C" int fsync(int file) {
 extern "C" int fchown(int file, uid_t user, gid_t group) noexcept {
     if (beforeChown)
         beforeChown(file);
+    if (chownRefused)
+        return Refuse(EPERM);
     return static_cast<int>(syscall(SYS_fchown, file, user, group));
 }
 
@@ -51,6 +60,25 @@ extern "C" int rename(const char *from, const char *to) noexcept {
         beforeRename(from);
     return renameError != 0 ? Refuse(renameError)
                             : static_cast<int>(syscall(SYS_renameat, AT_FDCWD, from, AT_FDCWD, to));
+}
+
+extern "C" ssize_t write(int file, const void *bytes, size_t count) {
+    if (writeErrors.empty())
+        return syscall(SYS_write, file, bytes, count);
+    const int error = writeErrors.front();
+    writeErrors.pop_front();
+    return error == 0 ? 0 : Refuse(error);
+}
+
+extern "C" int getentropy(void *bytes, size_t count) {
+    if (randomBytes.empty())
+        return syscall(SYS_getrandom, bytes, count, 0) == static_cast<long>(count) ? 0 : -1;
+    const int byte = randomBytes.front();
+    randomBytes.pop_front();
+    if (byte == kNoRandomness)
+        return Refuse(ENOSYS);
+    std::memset(bytes, byte, count);
+    return 0;
 }
 
 namespace kowen {
@@ -94,6 +122,9 @@ protected:
         beforeChown = nullptr;
         fsyncError = 0;
         renameError = 0;
+        chownRefused = false;
+        writeErrors.clear();
+        randomBytes.clear();
     }
     // The old file is as it was and nothing lies beside it.
     void ExpectUntouched(const std::string &content) {
@@ -176,10 +207,10 @@ TEST_F(ReplaceFileTest, LinksThatLeadInACircleLeadNowhere) {
 
 TEST_F(ReplaceFileTest, WorksOnABareNameInTheWorkingDirectory) {
     directory.Write("a.ini", "old");
-    EXPECT_EQ(InChild([&] {
-                  return chdir(directory.Path().c_str()) == 0 && Existing("a.ini", "new") ? 0 : 1;
-              }),
-              0);
+    const fs::path before = fs::current_path();
+    fs::current_path(directory.Path());
+    EXPECT_TRUE(Existing("a.ini", "new"));
+    fs::current_path(before);
     ExpectUntouched("new");
 }
 
@@ -271,6 +302,91 @@ TEST_F(ReplaceFileTest, AFailingRenameLeavesTheOldFile) {
     EXPECT_FALSE(Existing(path, "new"));
     ExpectUntouched("old");
     EXPECT_FALSE(New(directory.File("b.ini"), "new"));
+    ExpectUntouched("old");
+}
+
+TEST_F(ReplaceFileTest, AnInterruptedWriteIsTriedAgain) {
+    const std::string path = directory.Write("a.ini", "old");
+    writeErrors = {EINTR, EINTR};
+    EXPECT_TRUE(Existing(path, "new"));
+    EXPECT_TRUE(writeErrors.empty());
+    ExpectUntouched("new");
+}
+
+TEST_F(ReplaceFileTest, AWriteThatWritesNothingLeavesTheOldFile) {
+    const std::string path = directory.Write("a.ini", "old");
+    for (const int error : {ENOSPC, 0}) {
+        writeErrors = {error};
+        EXPECT_FALSE(Existing(path, "new")) << error;
+        ExpectUntouched("old");
+    }
+}
+
+TEST_F(ReplaceFileTest, AnOwnerWhoCannotBeKeptIsNoFailure) {
+    const std::string path = directory.Write("a.ini", "old");
+    chmod(path.c_str(), 0640);
+    chownRefused = true;
+    EXPECT_TRUE(Existing(path, "new"));
+    EXPECT_EQ(ModeOf(path), 0640u);
+    ExpectUntouched("new");
+}
+
+// The names have 12 letters, each one of 32 by the lowest five bits of a random byte.
+TEST_F(ReplaceFileTest, ANameThatIsTakenIsLeftAlone) {
+    const std::string path = directory.Write("a.ini", "old");
+    directory.Write(".kowen-aaaaaaaaaaaa", "somebody's");
+    directory.Write(".kowen-bbbbbbbbbbbb", "somebody's");
+    randomBytes = {0, 33, 2};
+    std::string name;
+    beforeRename = [&](const char *from) { name = from; };
+    EXPECT_TRUE(Existing(path, "new"));
+    EXPECT_EQ(name, directory.File(".kowen-cccccccccccc"));
+    EXPECT_EQ(directory.Read(".kowen-aaaaaaaaaaaa"), "somebody's");
+    EXPECT_EQ(directory.Read(".kowen-bbbbbbbbbbbb"), "somebody's");
+    EXPECT_EQ(directory.Read("a.ini"), "new");
+}
+
+TEST_F(ReplaceFileTest, AHundredNamesAreTried) {
+    const std::string path = directory.Write("a.ini", "old");
+    directory.Write(".kowen-555555555555", "somebody's");
+    randomBytes.assign(101, 31);
+    EXPECT_FALSE(Existing(path, "new"));
+    EXPECT_EQ(randomBytes.size(), 1u);
+    EXPECT_EQ(directory.Read(".kowen-555555555555"), "somebody's");
+    EXPECT_EQ(directory.Read("a.ini"), "old");
+}
+
+TEST_F(ReplaceFileTest, WithoutRandomnessTheOldFileStays) {
+    const std::string path = directory.Write("a.ini", "old");
+    randomBytes = {kNoRandomness};
+    EXPECT_FALSE(Existing(path, "new"));
+    ExpectUntouched("old");
+}
+
+// A path has at most 4095 bytes.
+TEST_F(ReplaceFileTest, ALinkThatMakesThePathTooLongFails) {
+    const std::string path = directory.File("a.ini");
+    const std::size_t room = 4095 - (path.size() - std::strlen("a.ini"));
+    fs::create_symlink(std::string(room + 1, 'x'), path);
+    EXPECT_FALSE(New(path, "new"));
+    EXPECT_EQ(FilesIn(directory.Path()), 1);
+}
+
+TEST_F(ReplaceFileTest, AFileWithoutRoomForALongerNameBesideItFails) {
+    std::string deep = directory.Path();
+    while (deep.size() < 4095 - 2 - 200)
+        deep += "/" + std::string(199, 'd');
+    deep += "/" + std::string(4095 - 3 - deep.size(), 'd');
+    fs::create_directories(deep);
+    const std::string path = deep + "/a";
+    ASSERT_EQ(path.size(), 4095u);
+    EXPECT_FALSE(New(path, "new"));
+    EXPECT_EQ(FilesIn(deep), 0);
+}
+
+TEST_F(ReplaceFileTest, AFileIsNoDirectory) {
+    directory.Write("a.ini", "old");
+    EXPECT_FALSE(New(directory.File("a.ini/b.ini"), "new"));
     ExpectUntouched("old");
 }
 
