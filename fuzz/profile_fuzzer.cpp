@@ -6,9 +6,12 @@
 //
 // Beside what the sanitizers see: a read stays inside its buffer and result range, a rewrite loses
 // no line that it has no business with, what was written is read, the same write twice changes
-// nothing more, and a delete request for what is not there leaves every byte.
-#include "fuzz/input.h"
+// nothing more, a delete request for what is not there leaves every byte, and a setup can be made
+// of anything.
+#include "fuzz/module_state.h"
 
+#include "filter/limits.h"
+#include "filter/setup.h"
 #include "platform/profile_file.h"
 #include "support/temp_directory.h"
 
@@ -171,6 +174,36 @@ void DeleteKey(const Operation &remove, const ProfileUnderTest &profile) {
     Require(KeepsLines(before, SplitLines(profile.Get()), true), "lines kept by a delete");
 }
 
+bool IsTerminated(const char *text, std::size_t size) {
+    return std::find(text, text + size, '\0') != text + size;
+}
+
+// Qualities and sizes that a profile can choose; of other modes they stay what they were.
+void RequireRanges(const kowen::SetupRecord &setup) {
+    if (setup.qualityMode == KOWEN_QUALITY_FIXED || setup.qualityMode == KOWEN_QUALITY_USER)
+        Require(kowen::QualityIsValid(setup.quality), "a quality in range");
+    Require(kowen::InchesAreValid(setup.width) && kowen::InchesAreValid(setup.height),
+            "a size in range");
+    if (setup.sizeMode != KOWEN_SIZE_FROM_DISPLAY)
+        Require(kowen::ResolutionIsValid(setup.header.xResolution) &&
+                    kowen::ResolutionIsValid(setup.header.yResolution),
+                "resolutions in range");
+}
+
+// A setup of the section; the key gives its filter's name.
+void MakeSetup(const Operation &operation, const ProfileUnderTest &profile) {
+    const MemoryHandle handle =
+        kowen::CreateSetup(0, profile.Path(), operation.section.c_str(), operation.key.c_str());
+    Require(handle != 0, "a setup of any profile");
+    const auto &setup = *kowen::Lock<kowen::SetupRecord>(handle);
+    for (const auto &text : {setup.filterName, setup.section, setup.profilePath})
+        Require(IsTerminated(text, kowen::kSetupTextBytes), "a text that ends in its field");
+    if (setup.driverName[0] != '\0')
+        RequireRanges(setup);
+    kowen::DestroySetup(handle);
+    kowen::fuzz::RequireNothingIsCurrent();
+}
+
 void Run(const Operation &operation, const ProfileUnderTest &profile) {
     switch (operation.letter) {
     case 'r':
@@ -181,6 +214,8 @@ void Run(const Operation &operation, const ProfileUnderTest &profile) {
         kowen::GetPrivateProfileInt(operation.section.c_str(), operation.key.c_str(), -1,
                                     profile.Path());
         return;
+    case 's':
+        return MakeSetup(operation, profile);
     case 'w':
         return Write(operation, profile);
     case 'd':
