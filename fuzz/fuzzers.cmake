@@ -9,6 +9,7 @@ kowen_fuzzer(bitmap_fuzzer fuzz/bitmap_fuzzer.cpp
   ${reference}/bitmap.cpp ${reference}/resample.cpp)
 kowen_fuzzer(door_fuzzer fuzz/door_fuzzer.cpp)
 kowen_fuzzer(file_fuzzer fuzz/file_fuzzer.cpp)
+kowen_fuzzer(line_fuzzer fuzz/line_fuzzer.cpp)
 kowen_fuzzer(struct_fuzzer fuzz/struct_fuzzer.cpp)
 kowen_fuzzer(document_fuzzer fuzz/document_fuzzer.cpp)
 kowen_fuzzer(kernel_fuzzer fuzz/kernel_fuzzer.cpp)
