@@ -58,6 +58,14 @@ void FlushLastBits(FileHandle output, CompressEnv *env) {
         qivWriteChar(output, bytes, static_cast<int32_t>(count));
 }
 
+// Safe departure: with bytes missing the file must not look whole.
+void WriteEnd(FileHandle output, CompressEnv *env) {
+    if (env->operation == KOWEN_OPERATION_SEQUENTIAL)
+        FlushLastBits(output, env);
+    if (!qivHasLost(output))
+        qivWriteShort(output, &kEndOfImage, 1);
+}
+
 uint8_t ComponentCount(int32_t colorFormat, uint8_t otherwise) {
     switch (colorFormat) {
     case KOWEN_FORMAT_YCC422:
@@ -185,12 +193,8 @@ int32_t EndCellBitmap(FileHandle, MemoryHandle environment) noexcept {
     auto *env = Lock<CompressEnv>(environment);
     if (env == nullptr)
         return 0;
-    if (lpRaster != nullptr) {
-        const FileHandle output = lpRaster->header.outputFile;
-        if (env->operation == KOWEN_OPERATION_SEQUENTIAL)
-            FlushLastBits(output, env);
-        qivWriteShort(output, &kEndOfImage, 1);
-    }
+    if (lpRaster != nullptr)
+        WriteEnd(lpRaster->header.outputFile, env);
     FreeCompressEnv(environment);
     return 0;
 }

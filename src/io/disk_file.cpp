@@ -206,7 +206,7 @@ int32_t CloseDisk(QivFile &file) noexcept {
     const int32_t flushed = FlushDisk(file);
     const int32_t closed = file.external ? 0 : diskOperations->close(file.fp);
     GlobalFree(file.hBuf);
-    return flushed == -1 || file.lost ? -1 : closed;
+    return flushed == -1 || HasLost(file) ? -1 : closed;
 }
 
 void ReleaseDisk(QivFile &file) noexcept {

@@ -47,7 +47,8 @@ int32_t CloseTarget(FileHandle handle, QivFile &file) {
     if (file.ioProc) {
         const int32_t answer = CloseOnHost(file);
         ReleaseDisk(file);
-        return answer;
+        // Safe departure: a host that took only a part is not said to have the file.
+        return answer == 0 && HasLost(file) ? -1 : answer;
     }
     return IsMemoryFile(file) ? CloseMemory(handle, file) : CloseDisk(file);
 }
@@ -81,6 +82,11 @@ intptr_t qivOpen(const char *name, QivIODesc *descriptor, int32_t mode) noexcept
         return static_cast<intptr_t>(handle);
     GlobalFree(handle);
     return 0;
+}
+
+bool qivHasLost(FileHandle file) noexcept {
+    const LockedFile record(file);
+    return record && HasLost(*record);
 }
 
 int32_t qivClose(FileHandle file) noexcept {

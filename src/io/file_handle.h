@@ -52,10 +52,14 @@ enum Whence : int32_t { kFromStart = 0, kFromCurrent = 1, kFromEnd = 2 };
 /// Test: QivOpenHost.ARefusedNameOpensTheDiskFileAndStillAsksTheProcedure.
 intptr_t qivOpen(const char *name, QivIODesc *descriptor, int32_t mode) noexcept;
 
+/// Whether bytes that were to be written are known to be missing from the file; false for handle 0.
+/// A memory file does not tell: without memory it is empty.
+bool qivHasLost(FileHandle file) noexcept;
+
 /// Closes the file and ends the handle, whatever the result.
 /// Returns 0; -1 for handle 0 and when bytes of the file, the last ones or earlier ones, or a
 /// memory file's end marker could not be written; the stream close's result; for a host-served file
-/// the procedure's answer.
+/// the procedure's answer, but -1 instead of 0 when it has taken less than it was given.
 ///
 /// Kept deliberately: a memory file opened with WRITE or UPDATE gets one byte 255 after its last.
 /// Test: QivCloseMemory.AppendsTheEndMarker.

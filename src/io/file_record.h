@@ -40,7 +40,8 @@ struct QivFile {
     uint16_t numberFormat;
     uint16_t lineFormat;
     int32_t named;      ///< 1: opened by file name
-    int32_t lost;       ///< 1: bytes were to be written that the file has not taken
+    int32_t lost;       ///< 1: bytes were to be written that the file has not taken; see HasLost
+    int32_t hostCounts; ///< 1: ioProc has answered a write with what it was asked for
     int32_t sequential; ///< 1: fp cannot seek; it always stands at filePos
 
     // Set by whoever opens a document stream over a file; see document_file.cpp.
@@ -77,6 +78,13 @@ inline bool IsMemoryFile(const QivFile &file) noexcept {
 /// Whether the open mode allows writing: seeks past the end, and the end marker of memory files.
 inline bool IsWritable(const QivFile &file) noexcept {
     return (file.mode & (KOWEN_MODE_WRITE | KOWEN_MODE_UPDATE)) != 0;
+}
+
+/// Whether bytes are missing from the file. A host's procedure that answers no write with its
+/// count, always 0 or 1 for instance, does not tell how much it has written and is believed to take
+/// all.
+inline bool HasLost(const QivFile &file) noexcept {
+    return file.lost && (!file.ioProc || file.hostCounts);
 }
 
 /// Enters the error state; returns -1 for the caller to hand on.

@@ -34,8 +34,15 @@ int32_t ReadFromHost(const QivFile &file, void *buffer, int32_t count) noexcept 
     return count < 0 ? 0 : Call(file, KOWEN_IO_READ, buffer, count);
 }
 
-int32_t WriteToHost(const QivFile &file, const void *buffer, int32_t count) noexcept {
-    return count < 0 ? 0 : Call(file, KOWEN_IO_WRITE, const_cast<void *>(buffer), count);
+int32_t WriteToHost(QivFile &file, const void *buffer, int32_t count) noexcept {
+    if (count < 0)
+        return 0;
+    const int32_t answer = Call(file, KOWEN_IO_WRITE, const_cast<void *>(buffer), count);
+    if (count > 0 && answer < count)
+        file.lost = 1;
+    else if (count > 1) // 1 may also mean "done"
+        file.hostCounts = 1;
+    return answer;
 }
 
 int32_t SeekOnHost(const QivFile &file, int32_t offset, int32_t whence) noexcept {

@@ -17,9 +17,10 @@ bool OpenOnHost(QivFile &file, const char *name, const QivIODesc &descriptor) no
 
 /// Each hands on the procedure's answer.
 ///
-/// Safe departure: a negative count gives 0 and never reaches the procedure.
+/// Safe departure: a negative count gives 0 and never reaches the procedure. Of a write that is
+/// answered with less than its count the record keeps that bytes are lost.
 int32_t ReadFromHost(const QivFile &file, void *buffer, int32_t count) noexcept;
-int32_t WriteToHost(const QivFile &file, const void *buffer, int32_t count) noexcept;
+int32_t WriteToHost(QivFile &file, const void *buffer, int32_t count) noexcept;
 int32_t SeekOnHost(const QivFile &file, int32_t offset, int32_t whence) noexcept;
 int32_t CloseOnHost(const QivFile &file) noexcept;
 int32_t DeleteOnHost(const QivFile &file) noexcept;

@@ -13,6 +13,7 @@
 #include "support/memory_output.h"
 
 #include <algorithm>
+#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -474,6 +475,44 @@ TEST(EndCellBitmap, PictureWithoutBandsIsHeadersAndTheEndMarker) {
         EXPECT_EQ(picture.Write(0, 8, 8), 0);
         EXPECT_EQ(picture.End(), 0);
         EXPECT_EQ(picture.Written(), FromHex("FF D9"));
+    }
+}
+
+/// A host that takes one byte less of one write, and all of the others.
+struct ShortHost {
+    static intptr_t Procedure(uintptr_t context, int32_t operation, void *bytes, int32_t count) {
+        auto &self = *reinterpret_cast<ShortHost *>(context);
+        if (operation == KOWEN_IO_OPEN)
+            return static_cast<intptr_t>(context);
+        if (operation != KOWEN_IO_WRITE)
+            return 0;
+        const int32_t taken = ++self.writes == self.shortWrite ? count - 1 : count;
+        self.file.append(static_cast<const char *>(bytes), static_cast<size_t>(taken));
+        return taken;
+    }
+    int shortWrite = 0; ///< 1: the first; 0: none
+    int writes = 0;
+    std::string file;
+};
+
+TEST(EndCellBitmap, AFileThatHasLostBytesGetsNoEndMarker) {
+    const CurrentSetup setup(222, 245, 75);
+    for (int shortWrite = 0, writes = 1; shortWrite <= writes; ++shortWrite) {
+        const PixelBlock pixels(MakeNoise(16, 8));
+        ShortHost host = {shortWrite, 0, ""};
+        QivIODesc descriptor = {};
+        descriptor.location = &host;
+        descriptor.procedure = &ShortHost::Procedure;
+        const auto output = static_cast<FileHandle>(qivOpen("a", &descriptor, 4097));
+        MemoryHandle environment = 0;
+        BeginCellBitmap(output, 16, 8, 24, nullptr, &environment);
+        EXPECT_EQ(WriteCellBits(output, pixels.Handle(), 16, 8, 24, 1, environment), 0);
+        EXPECT_EQ(EndCellBitmap(output, environment), 0);
+        EXPECT_EQ(qivClose(output), shortWrite != 0 ? -1 : 0) << shortWrite;
+        EXPECT_EQ(host.file.ends_with("\xFF\xD9"), shortWrite == 0) << shortWrite;
+        if (shortWrite == 0)
+            writes = host.writes;
+        EXPECT_GT(writes, 40);
     }
 }
 

@@ -192,6 +192,42 @@ TEST_F(HostFile, EveryOperationIsOneCallAndHandsTheAnswerOn) {
     EXPECT_EQ(calls.size(), 6u);
 }
 
+TEST_F(HostFile, AWriteCutShortIsLostAndTheCloseSaysSo) {
+    struct {
+        std::vector<intptr_t> answers; ///< to writes of 1, 2 and 8 bytes
+        bool lost;
+    } const hosts[] = {{{1, 2, 8}, false}, {{1, 2, 9}, false}, {{1, 2, 7}, true},
+                       {{1, 2, -1}, true}, {{1, 2, 0}, true},  {{0, 2, 8}, true},
+                       {{-1, -1, 8}, true}};
+    for (const auto &host : hosts) {
+        answer = 7;
+        const FileHandle file = OpenNamed("a", kCreateMode);
+        const int32_t counts[] = {1, 2, 8};
+        for (size_t i = 0; i < 3; ++i) {
+            answer = host.answers[i];
+            qivWrite(file, "12345678", counts[i]);
+        }
+        EXPECT_EQ(qivHasLost(file), host.lost);
+        answer = 0;
+        EXPECT_EQ(qivClose(file), host.lost ? -1 : 0);
+    }
+    EXPECT_FALSE(qivHasLost(0));
+}
+
+// "Done" and "well", whatever was asked.
+TEST_F(HostFile, AProcedureThatDoesNotCountIsBelieved) {
+    for (const intptr_t always : {0, 1, -1}) {
+        answer = 7;
+        const FileHandle file = OpenNamed("a", kCreateMode);
+        answer = always;
+        for (const int32_t count : {2, 1, 16, 0, 1})
+            qivWrite(file, "0123456789ABCDEF", count);
+        EXPECT_FALSE(qivHasLost(file)) << always;
+        answer = 0;
+        EXPECT_EQ(qivClose(file), 0);
+    }
+}
+
 TEST_F(HostFile, CountsOfZeroReachTheHostAndNegativeOnesDoNot) {
     answer = 7;
     const FileHandle file = OpenNamed("a", kCreateMode);
