@@ -1,0 +1,39 @@
+// That the sweep sees everything: what the built module takes from the C library is known, and what
+// can fail of it is wrapped.
+#include "module/elf_file.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+
+namespace {
+
+// Wrapped by the faults library's link options.
+const std::set<std::string> kWrapped = {KOWEN_WRAPPED_FUNCTIONS};
+
+// Cannot fail, or not in a way that a file or a picture could notice; compilers differ in what they
+// call.
+const std::set<std::string> kHarmless = {
+    "__errno_location", "bcmp",   "ceil",    "feof",     "fileno",    "fprintf",  "fputc",
+    "freelocale",       "getenv", "memchr",  "memcmp",   "memcpy",    "memmove",  "memset",
+    "putchar",          "puts",   "setvbuf", "snprintf", "stderr",    "stdin",    "stdout",
+    "strchr",           "strcmp", "strcpy",  "strcspn",  "strlen",    "strnlen",  "strrchr",
+    "strtod",           "strtol", "tolower", "toupper",  "uselocale", "vsnprintf"};
+
+bool IsOfTheStartup(const std::string &name) {
+    return name.starts_with("_ITM_") || name == "__gmon_start__" || name == "__cxa_finalize";
+}
+
+TEST(ModuleImports, WhatCanFailIsSwept) {
+    int wrapped = 0;
+    for (const DynamicSymbol &symbol : ElfFile(KOWEN_MODULE_PATH).DynamicSymbols()) {
+        if (symbol.defined || IsOfTheStartup(symbol.name))
+            continue;
+        wrapped += kWrapped.count(symbol.name) != 0 ? 1 : 0;
+        EXPECT_TRUE(kWrapped.count(symbol.name) + kHarmless.count(symbol.name) == 1) << symbol.name;
+    }
+    EXPECT_GE(wrapped, 20);
+}
+
+} // namespace
