@@ -197,11 +197,13 @@ Bytes NextRequest() {
                                           KOWEN_REQUEST_BEGIN_PICTURE, KOWEN_REQUEST_BEGIN_BODY,
                                           KOWEN_REQUEST_END_PICTURE,   KOWEN_REQUEST_QUERY_VIEWPORT,
                                           KOWEN_REQUEST_QUERY_WINDOW,  KOWEN_REQUEST_EMPTY_ERRORS};
+    static constexpr uint32_t kNumbers[] = {KOWEN_REQUEST_SET_WINDOW, KOWEN_REQUEST_SET_VIEWPORT,
+                                            KOWEN_REQUEST_SET_BACKGROUND, KOWEN_REQUEST_POP_ERRORS};
     switch (play->Between(0, 7)) {
     case 0:
         return Head(play->Pick(kPlain));
     case 1:
-        return Doubles(play->Bool() ? KOWEN_REQUEST_SET_WINDOW : KOWEN_REQUEST_SET_VIEWPORT);
+        return Doubles(play->Pick(kNumbers));
     case 2:
         return ViewportMode();
     case 3:
@@ -223,6 +225,19 @@ void RequireSaneDevice() {
     const ReturnArea &area = lpEMData->returnArea;
     Require(area.fillPosition <= area.size, "answers that fit into the return area");
     Require(lpEMData->errorStack.count == 0, "an error stack without capacity");
+}
+
+// What changes nothing: the short doors, whether a request would run, functions that do nothing.
+void Ask() {
+    uint8_t out[sizeof(void *)];
+    const auto function = static_cast<int16_t>(play->Between(-4, 3));
+    Require((play->Bool() ? RASTER_dd_entry : dd_entry)(function, out, 0) == 0, "the short doors");
+    const int32_t support = InquireSupport(play->Between(0, 4100), play->Number<int32_t>());
+    Require(support == 0 || support == 2, "a documented answer");
+    uint32_t version = 0;
+    const auto door = play->Bool() ? RASTER_dd_entry32 : dd_entry32;
+    Require(door(0, KOWEN_DD_VERSION, &version) == 4 && version == 0x02000005, "the version");
+    Require(door(0, KOWEN_DD_NOTHING, nullptr) == 0, "nothing");
 }
 
 void Dispatch(Bytes request) {
@@ -314,6 +329,8 @@ public:
             return;
         case 5:
             return Choose(*Lock<SetupRecord>(setup));
+        case 6:
+            return Ask();
         default:
             return Dispatch(NextRequest());
         }
