@@ -228,8 +228,7 @@ private:
         const SetupRecord &record = *setup.operator->();
         if (!(UserSettings(record) == *settings))
             *wrong += " a setting has changed;";
-        if (record.exporting != 0 || record.exportRecord != nullptr ||
-            record.header.outputFile != 0)
+        if (record.exportRecord != nullptr || record.header.outputFile != 0)
             *wrong += " the setup still names an export;";
         if (lpEMData != nullptr)
             *wrong += " a device is left;";
