@@ -1,5 +1,6 @@
 #include "io/disk_operations.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
@@ -13,6 +14,18 @@ bool IsDirectory(std::FILE *stream) {
     return fstat(fileno(stream), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
+// The same file, open at a descriptor that is not a standard stream's; null on error.
+std::FILE *MovedBehindStandardStreams(std::FILE *stream, const char *mode) {
+    const int moved = fcntl(fileno(stream), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    std::fclose(stream);
+    if (moved < 0)
+        return nullptr;
+    std::FILE *own = fdopen(moved, mode);
+    if (!own)
+        close(moved);
+    return own;
+}
+
 std::FILE *Open(const char *name, const char *mode) noexcept {
     std::FILE *stream = std::fopen(name, mode);
     if (!stream)
@@ -21,6 +34,10 @@ std::FILE *Open(const char *name, const char *mode) noexcept {
         std::fclose(stream);
         return nullptr;
     }
+    // Safe departure: in a process that has closed its standard output the file would take that
+    // place, and whatever anybody prints would land in it.
+    if (fileno(stream) <= STDERR_FILENO && !(stream = MovedBehindStandardStreams(stream, mode)))
+        return nullptr;
     // The file record has its own buffer. A second one would hide a full disk until the close.
     std::setvbuf(stream, nullptr, _IONBF, 0);
     return stream;

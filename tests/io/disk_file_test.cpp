@@ -1,11 +1,14 @@
 #include "io/files.h"
+#include "support/child_process.h"
 #include "support/failing_disk.h"
 #include "support/temp_directory.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace kowen {
@@ -45,6 +48,22 @@ TEST(WriteDisk, OneLongWriteIsCutIntoBuffers) {
     EXPECT_EQ(qivClose(file), 0);
     EXPECT_EQ(disk.Writes(), (Sizes{12288, 12288, 12288, 3136}));
     EXPECT_EQ(directory.Read("a"), Pattern(40000));
+}
+
+// What the process prints does not land in a file, where its standard output is closed.
+TEST(WriteDisk, NoFileTakesThePlaceOfAStandardStream) {
+    TempDirectory directory;
+    const std::string name = directory.File("a");
+    const ChildResult child = RunInChild([&] {
+        close(STDOUT_FILENO);
+        const FileHandle file = Open(name, kCreateMode);
+        std::printf("printed");
+        std::fflush(stdout);
+        const bool written = WriteText(file, Pattern(12289)) == 12289;
+        return qivClose(file) == 0 && written ? 0 : 1;
+    });
+    EXPECT_EQ(child.exitCode, 0);
+    EXPECT_EQ(directory.Read("a"), Pattern(12289));
 }
 
 TEST(WriteDisk, CountsBelowOneWriteNothing) {
