@@ -57,9 +57,9 @@ TEST(WriteDisk, NoFileTakesThePlaceOfAStandardStream) {
     const ChildResult child = RunInChild([&] {
         close(STDOUT_FILENO);
         const FileHandle file = Open(name, kCreateMode);
+        const bool written = WriteText(file, Pattern(12289)) == 12289;
         std::printf("printed");
         std::fflush(stdout);
-        const bool written = WriteText(file, Pattern(12289)) == 12289;
         return qivClose(file) == 0 && written ? 0 : 1;
     });
     EXPECT_EQ(child.exitCode, 0);
