@@ -14,7 +14,6 @@
 #include "support/temp_directory.h"
 
 #include <algorithm>
-#include <cstring>
 #include <string>
 
 namespace {
@@ -22,6 +21,7 @@ namespace {
 using namespace kowen;
 using fuzz::Bytes;
 using fuzz::Input;
+using fuzz::MakeBlock;
 using fuzz::Require;
 
 constexpr uint64_t kLargestBlock = 1 << 20; // about 590 x 590 pixels
@@ -174,13 +174,6 @@ const Kernels *FormOf(const Job &job) {
     return AvailableKernels()[count - 1 - job.kernels % count];
 }
 
-MemoryHandle Block(const Bytes &bytes) {
-    const MemoryHandle block = GlobalAlloc(kGlobalFlags, static_cast<uint32_t>(bytes.size()));
-    if (!bytes.empty())
-        std::memcpy(GlobalLock(block), bytes.data(), bytes.size());
-    return block;
-}
-
 /// One export from the host's side.
 class Host {
 public:
@@ -191,8 +184,8 @@ public:
         bitmap.depth = static_cast<uint16_t>(job.bitmap.depth);
         bitmap.width = static_cast<uint16_t>(job.bitmap.width);
         bitmap.height = static_cast<uint16_t>(job.bitmap.height);
-        bitmap.palette = job.bitmap.palette.empty() ? 0 : Block(job.bitmap.palette);
-        bitmap.pixels = Block(job.bitmap.pixels);
+        bitmap.palette = job.bitmap.palette.empty() ? 0 : MakeBlock(job.bitmap.palette);
+        bitmap.pixels = MakeBlock(job.bitmap.pixels);
         record.statusCallback = job.hasCallback ? Status : nullptr;
         host.setup = setup;
         host.exportRecord = &record;

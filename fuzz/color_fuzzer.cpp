@@ -1,6 +1,6 @@
 // The colour library on any depths, sizes, tables and pixels, next to its plain forms. The first
 // bytes choose the operation and its settings, the others are tables and pixels.
-#include "fuzz/input.h"
+#include "fuzz/module_state.h"
 
 #include "color/depth.h"
 #include "color/dither.h"
@@ -13,7 +13,6 @@
 #include "reference/color/resample.h"
 
 #include <cstdint>
-#include <cstring>
 #include <optional>
 
 namespace {
@@ -21,15 +20,8 @@ namespace {
 using namespace kowen;
 using fuzz::Bytes;
 using fuzz::Input;
+using fuzz::MakeBlock;
 using fuzz::Require;
-
-// A block of exactly these bytes, so that a read past its end is seen.
-MemoryHandle MakeBlock(const Bytes &bytes) {
-    const MemoryHandle block = GlobalAlloc(kGlobalFlags, static_cast<uint32_t>(bytes.size()));
-    if (!bytes.empty())
-        std::memcpy(GlobalLock(block), bytes.data(), bytes.size());
-    return block;
-}
 
 Bytes Contents(MemoryHandle block) {
     const auto *data = Lock<const uint8_t>(block);

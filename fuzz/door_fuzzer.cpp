@@ -18,13 +18,13 @@
 #include "support/temp_directory.h"
 
 #include <algorithm>
-#include <cstring>
 #include <string>
 #include <vector>
 
 namespace {
 
 using namespace kowen;
+using fuzz::Append;
 using fuzz::Bytes;
 using fuzz::Input;
 using fuzz::Require;
@@ -50,11 +50,6 @@ intptr_t HostIo(uintptr_t, int32_t operation, void *argument, int32_t count) {
         return play->Bool() ? count : static_cast<int32_t>(sum & 1);
     }
     return play->Between(-1, 2);
-}
-
-template <typename T> void Append(Bytes &bytes, T value) {
-    const auto *first = reinterpret_cast<const uint8_t *>(&value);
-    bytes.insert(bytes.end(), first, first + sizeof value);
 }
 
 // Mostly small, so that pictures come about; sometimes anything.

@@ -25,6 +25,7 @@ extern "C" int fsync(int) {
 namespace {
 
 using namespace kowen;
+using fuzz::Append;
 using fuzz::Bytes;
 using fuzz::Input;
 using fuzz::Require;
@@ -58,11 +59,6 @@ template <typename T> T Value(const void *bytes) {
     T value;
     std::memcpy(&value, bytes, sizeof value);
     return value;
-}
-
-template <typename T> void Append(Bytes *bytes, T value) {
-    const auto *first = reinterpret_cast<const uint8_t *>(&value);
-    bytes->insert(bytes->end(), first, first + sizeof value);
 }
 
 template <typename T> std::string Formatted(const char *format, T value) {
@@ -148,21 +144,21 @@ Outcome Answer(const Call &call, const SetupRecord &setup) {
     Bytes answer;
     if (call.code == 16) {
         const bool isPictures = setup.resolutionMode == 309;
-        Append(&answer, isPictures ? 0 : int32_t{setup.header.xResolution});
-        Append(&answer, isPictures ? 0 : int32_t{setup.header.yResolution});
+        Append(answer, isPictures ? 0 : int32_t{setup.header.xResolution});
+        Append(answer, isPictures ? 0 : int32_t{setup.header.yResolution});
     } else if (call.code == 17) {
-        Append(&answer, setup.sizeMode == 602 ? 0.0 : setup.width);
-        Append(&answer, setup.sizeMode == 602 ? 0.0 : setup.height);
+        Append(answer, setup.sizeMode == 602 ? 0.0 : setup.width);
+        Append(answer, setup.sizeMode == 602 ? 0.0 : setup.height);
     } else if (call.code == 26) {
-        Append(&answer, setup.hostValue);
+        Append(answer, setup.hostValue);
     } else if (call.code == 45) {
-        Append(&answer, int32_t{setup.quality});
+        Append(answer, int32_t{setup.quality});
     } else if (call.size != 4) {
         return {kHandled};
     } else if (setup.colorMode < 103 || setup.colorMode > 107) {
         return {kRejected};
     } else {
-        Append(&answer, setup.colorMode - 2);
+        Append(answer, setup.colorMode - 2);
     }
     return Answered(call, answer);
 }
@@ -312,13 +308,13 @@ private:
             return AnyQuery();
         if (size == 4) {
             const uint8_t kind = input->Byte() % 8;
-            Append(&value, kind == 7   ? input->Number<int32_t>()
-                           : kind == 6 ? int32_t{input->Number<int16_t>()}
-                           : kind == 5 ? input->Between(30, 402)
-                           : kind == 4 ? input->Between(-1, 4)
-                                       : input->Between(99, 148));
+            Append(value, kind == 7   ? input->Number<int32_t>()
+                          : kind == 6 ? int32_t{input->Number<int16_t>()}
+                          : kind == 5 ? input->Between(30, 402)
+                          : kind == 4 ? input->Between(-1, 4)
+                                      : input->Between(99, 148));
         } else if (size == 8) {
-            Append(&value, input->Seldom(4) ? input->Number<double>() : input->Byte() / 8.0);
+            Append(value, input->Seldom(4) ? input->Number<double>() : input->Byte() / 8.0);
         }
         value.resize(std::min<uint32_t>(size, 64));
         return value;
@@ -327,7 +323,7 @@ private:
     Bytes AnyQuery() {
         Bytes query;
         for (size_t i = 0; i < sizeof(RasterQuery) / 4; ++i)
-            Append(&query,
+            Append(query,
                    input->Seldom(8) ? input->Number<int32_t>() : int32_t{input->Number<int16_t>()});
         return query;
     }

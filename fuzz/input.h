@@ -26,6 +26,12 @@ inline void Require(bool holds, const char *what) {
     std::abort();
 }
 
+/// Adds a value's bytes, as they stand in memory.
+template <typename T> void Append(Bytes &bytes, T value) {
+    const auto *first = reinterpret_cast<const uint8_t *>(&value);
+    bytes.insert(bytes.end(), first, first + sizeof value);
+}
+
 class Input {
 public:
     Input(const uint8_t *start, size_t count) : next(start), left(count) {}

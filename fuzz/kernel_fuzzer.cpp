@@ -3,24 +3,26 @@
 //
 // All inputs and outputs are blocks of exactly the bytes that a kernel may touch. Output buffers
 // often hold little more than one step needs, so that the kernels stop and go on.
+#include "fuzz/exactly.h"
 #include "fuzz/input.h"
 
 #include "jpeg/compress_env.h"
 #include "jpeg/kernels.h"
 #include "jpeg/picture_env.h"
 #include "jpeg/quant_tables.h"
+#include "jpeg/transformed_blocks.h"
 #include "reference/jpeg/coder.h"
 #include "reference/jpeg/colors.h"
 #include "reference/jpeg/progressive.h"
 
 #include <algorithm>
-#include <memory>
 #include <vector>
 
 namespace {
 
 using namespace kowen;
 using fuzz::Bytes;
+using fuzz::Exactly;
 using fuzz::Input;
 using fuzz::Require;
 using reference::Block;
@@ -34,21 +36,6 @@ template <typename Run> void WithEachForm(Run run) {
     for (const Kernels *const *form = AvailableKernels(); *form != nullptr; ++form)
         run(**form);
 }
-
-/// Memory without anything behind it.
-template <typename T> class Exactly {
-public:
-    explicit Exactly(size_t count) : room(new T[count]()), size(count) {}
-    explicit Exactly(const std::vector<T> &values) : Exactly(values.size()) {
-        std::copy(values.begin(), values.end(), room.get());
-    }
-    T *Get() const { return room.get(); }
-    std::vector<T> Values() const { return {room.get(), room.get() + size}; }
-
-private:
-    std::unique_ptr<T[]> room;
-    size_t size;
-};
 
 void RequireSame(const Bytes &bytes, const Bytes &expected) {
     Require(bytes == expected, "the bytes of the plain form");
@@ -159,23 +146,6 @@ void Rows(Input *input) {
         return TakeGrey(row);
     }
 }
-
-/// Quantised blocks as a form's transform leaves them.
-struct Transformed {
-    Transformed(const std::vector<Block> &blocks, bool zigZag) {
-        for (const Block &block : blocks) {
-            uint64_t bits = 0;
-            for (size_t k = 0; k < 64; ++k) {
-                const auto place = static_cast<size_t>(ZZ[k]);
-                coefficients.push_back(block[zigZag ? place : k]);
-                bits |= block[place] != 0 ? uint64_t{1} << k : 0;
-            }
-            nonZero.push_back(bits);
-        }
-    }
-    std::vector<int16_t> coefficients;
-    std::vector<uint64_t> nonZero;
-};
 
 /// Blocks of samples that lie side by side, transformed by the reference.
 std::vector<Block> TransformedPlainly(const Bytes &samples, size_t stride, size_t blocks,

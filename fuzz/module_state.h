@@ -1,10 +1,12 @@
-// What a fuzzer holds the module's process-wide state to.
+// What fuzzers have to do with the module's memory and its process-wide state.
 #pragma once
 
 #include "fuzz/input.h"
 
 #include "filter/state.h"
 #include "platform/global_memory.h"
+
+#include <cstring>
 
 namespace kowen::fuzz {
 
@@ -27,6 +29,14 @@ private:
     static inline uint64_t largest;
     static inline int untilRefused;
 };
+
+/// A block of global memory with exactly these bytes, so that a read past its end is seen.
+inline MemoryHandle MakeBlock(const Bytes &bytes) {
+    const MemoryHandle block = GlobalAlloc(kGlobalFlags, static_cast<uint32_t>(bytes.size()));
+    if (!bytes.empty())
+        std::memcpy(GlobalLock(block), bytes.data(), bytes.size());
+    return block;
+}
 
 /// After an input: no setup is current, no device is open.
 inline void RequireNothingIsCurrent() {

@@ -1,5 +1,6 @@
 // The colour library's fast searches on any tables and colours: finders, quick cells and bands of
 // dithering, next to the plain search and the plain row.
+#include "fuzz/exactly.h"
 #include "fuzz/input.h"
 
 #include "color/dither_band.h"
@@ -10,13 +11,13 @@
 
 #include <algorithm>
 #include <cstring>
-#include <memory>
 #include <vector>
 
 namespace {
 
 using namespace kowen;
 using fuzz::Bytes;
+using fuzz::Exactly;
 using fuzz::Input;
 using fuzz::Require;
 
@@ -37,20 +38,6 @@ Bytes AnyTable(Input *input) {
     }
     return table;
 }
-
-/// Memory without anything behind it.
-class Row {
-public:
-    explicit Row(const Bytes &bytes) : room(new uint8_t[bytes.size()]), size(bytes.size()) {
-        std::copy(bytes.begin(), bytes.end(), room.get());
-    }
-    uint8_t *Get() const { return room.get(); }
-    Bytes Contents() const { return {room.get(), room.get() + size}; }
-
-private:
-    std::unique_ptr<uint8_t[]> room;
-    size_t size;
-};
 
 /// A finder and its cells over a table, for as many searches as the input says.
 class Searcher {
@@ -77,7 +64,7 @@ public:
                                       : FindNearest<0>(&finder, red, green, blue);
     }
 
-    Row table;
+    Exactly<uint8_t> table;
     ColorTable view;
     NearestFinder finder;
     QuickCells cells;
@@ -137,7 +124,7 @@ public:
                 Require(std::equal(&plain[y][x * 3], &plain[y][x * 3] + 3,
                                    &table[size_t{band.indices[y][x]} * 3]),
                         "the colours of the plain rows");
-        const Bytes after = carried.Contents();
+        const Bytes after = carried.Values();
         for (size_t i = 0; i < after.size(); ++i)
             Require(after[i] == plain[indices.size()][i * step], "the errors of the plain rows");
     }
@@ -145,9 +132,9 @@ public:
     DitherBand band = {};
 
 private:
-    Row carried;
-    std::vector<Row> below;
-    std::vector<Row> indices;
+    Exactly<uint8_t> carried;
+    std::vector<Exactly<uint8_t>> below;
+    std::vector<Exactly<uint8_t>> indices;
 };
 
 void DitherColors(Input *input) {
@@ -168,7 +155,7 @@ void DitherColors(Input *input) {
 void DitherGreys(Input *input) {
     const Bytes table = AnyTable(input);
     GreyChoices choices;
-    const Row entries(table);
+    const Exactly<uint8_t> entries(table);
     if (!ChooseGreys(&choices, {entries.Get(), static_cast<uint32_t>(table.size() / 3)}))
         return;
     const uint32_t width = 1 + input->Below(60);

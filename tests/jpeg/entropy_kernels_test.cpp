@@ -4,6 +4,7 @@
 
 #include "jpeg/picture_env.h"
 #include "jpeg/quant_tables.h"
+#include "jpeg/transformed_blocks.h"
 #include "reference/jpeg/coder.h"
 #include "reference/jpeg/progressive.h"
 #include "support/bitmaps.h"
@@ -45,24 +46,6 @@ std::vector<Block> MakeBlocks(size_t count, int filling, uint32_t seed) {
             random, filling == kFillings ? static_cast<int>(random.Next() % kFillings) : filling));
     return blocks;
 }
-
-/// Blocks as a form's transform leaves them.
-struct Transformed {
-    Transformed(const std::vector<Block> &blocks, bool zigZag) {
-        for (const Block &block : blocks) {
-            uint64_t bits = 0;
-            for (size_t k = 0; k < 64; ++k) {
-                const auto place = static_cast<size_t>(ZZ[k]);
-                coefficients.push_back(zigZag ? block[place] : block[k]);
-                if (block[place] != 0)
-                    bits |= uint64_t{1} << k;
-            }
-            nonZero.push_back(bits);
-        }
-    }
-    std::vector<int16_t> coefficients;
-    std::vector<uint64_t> nonZero;
-};
 
 /// A buffer of so many bytes with a guard behind it, and the bits that go there.
 class Sink {
