@@ -10,6 +10,7 @@
 // width only complete the last two pixels below.
 #pragma once
 
+#include "color/kernels.h"
 #include "color/nearest_finder.h"
 #include "color/quick_cells.h"
 
@@ -18,15 +19,6 @@
 namespace kowen {
 
 inline constexpr uint32_t kBandRows = 4;
-
-/// Four rows, and what they need and give.
-struct DitherBand {
-    uint32_t width;                  ///< pixels, at least 1
-    uint8_t *carried;                ///< in: the first row, with the errors of the row above.
-                                     ///< Out: the row after the band, likewise
-    const uint8_t *below[kBandRows]; ///< the rows after each, as they are in the picture
-    uint8_t *indices[kBandRows];     ///< out: the index of each pixel's colour
-};
 
 /// Whether a finder serves for colour bands: prepared, with 1 to 256 entries.
 bool ServesBands(const NearestFinder &finder) noexcept;

@@ -46,7 +46,7 @@ DitherBand BandAt(const RowDitherer &ditherer, uint32_t y, uint32_t rows) noexce
     for (uint32_t i = 0; i < rows; ++i) {
         const uint32_t below = y + 1 + i;
         band.below[i] = below < ditherer.height ? Fetched(ditherer, below, ditherer.below[i])
-                                                : ditherer.below[i];
+                                                : ditherer.below[0];
         band.indices[i] = ditherer.indices[i];
     }
     return band;
@@ -61,8 +61,20 @@ void DitherOneRow(RowDitherer *ditherer, uint32_t y) noexcept {
     DitherRow(&ditherer->finder, ditherer->carried, next, ditherer->width, ditherer->indices[0]);
 }
 
+bool IsForWaves(const RowDitherer &ditherer) noexcept {
+    const uint32_t entries = ditherer.finder.table.count;
+    return ActiveColorKernels().waveRows != 0 && !ditherer.turnsGrey && entries >= 1 &&
+           entries <= kWaveEntries;
+}
+
 // Dithers a band of rows from y on or, where there is none, one row; returns how many.
 uint32_t DitherSome(RowDitherer *ditherer, uint32_t y) noexcept {
+    if (ditherer->bandRows > kBandRows && ditherer->height - y >= ditherer->bandRows) {
+        const ColorTable &table = ditherer->finder.table;
+        ActiveColorKernels().ditherWave(table.entries, table.count,
+                                        BandAt(*ditherer, y, ditherer->bandRows));
+        return ditherer->bandRows;
+    }
     const bool hasBand = ditherer->height - y >= kBandRows;
     if (hasBand && ditherer->isGrey) {
         DitherGreyBand(ditherer->greys, BandAt(*ditherer, y, kBandRows));
@@ -85,16 +97,20 @@ bool OpenRowDitherer(RowDitherer *ditherer, const uint8_t *picture, uint32_t wid
     ditherer->width = width;
     ditherer->height = height;
     ditherer->stride = rlBytesPerLine(width, 24);
-    ditherer->room = rlGetMemory(2 * kBandRows + 1, ditherer->stride);
+    ditherer->turnsGrey = turnsGrey;
+    ditherer->finder.table = table;
+    ditherer->bandRows = IsForWaves(*ditherer) ? ActiveColorKernels().waveRows : kBandRows;
+    const uint64_t spacing = uint64_t{ditherer->stride} + kBandSlack;
+    const uint64_t bytes = kBandSlack + spacing * (1 + kBandRows + ditherer->bandRows);
+    ditherer->room = bytes <= UINT32_MAX ? rlGetMemory(1, static_cast<uint32_t>(bytes)) : 0;
     if (ditherer->room == 0)
         return false;
-    auto *row = Lock<uint8_t>(ditherer->room);
+    uint8_t *row = Lock<uint8_t>(ditherer->room) + kBandSlack;
     ditherer->carried = row;
-    for (uint32_t i = 0; i < kBandRows; ++i) {
-        ditherer->below[i] = row += ditherer->stride;
-        ditherer->indices[i] = row += ditherer->stride;
-    }
-    ditherer->turnsGrey = turnsGrey;
+    for (uint32_t i = 0; i < kBandRows; ++i)
+        ditherer->below[i] = row += spacing;
+    for (uint32_t i = 0; i < ditherer->bandRows; ++i)
+        ditherer->indices[i] = row += spacing;
     ditherer->isGrey = turnsGrey && ChooseGreys(&ditherer->greys, table);
     OpenFinder(&ditherer->finder, table, ditherer->isGrey ? 0 : uint64_t{width} * height);
     OpenQuickCells(&ditherer->cells, &ditherer->finder);

@@ -20,10 +20,11 @@ struct RowDitherer {
     uint32_t stride;
     bool turnsGrey;    ///< rows are turned grey first
     bool isGrey;       ///< and stay grey: they are held with one byte per pixel
+    uint32_t bandRows; ///< rows that are dithered at a time while there are as many
     MemoryHandle room; ///< the block of the rows below
     uint8_t *carried;  ///< the next row to be dithered, with the errors of the one before
     uint8_t *below[kBandRows];
-    uint8_t *indices[kBandRows];
+    uint8_t *indices[kMostBandRows];
     NearestFinder finder;
     QuickCells cells;
     GreyChoices greys;

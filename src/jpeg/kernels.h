@@ -8,6 +8,7 @@
 #include "jpeg/ac_codes.h"
 #include "jpeg/huffman_entry.h"
 #include "jpeg/quantize.h"
+#include "platform/instruction_sets.h"
 
 #include <cstdint>
 
@@ -128,8 +129,7 @@ void UseKernels(const Kernels *form) noexcept;
 const Kernels *const *AvailableKernels() noexcept;
 
 extern const Kernels kPlainKernels;
-#if !defined(KOWEN_PLAIN_KERNELS) && (defined(__x86_64__) || defined(__i386__))
-#define KOWEN_X86_KERNELS 1
+#ifdef KOWEN_X86_KERNELS
 extern const Kernels kSse2Kernels;
 extern const Kernels kAvx2Kernels;
 extern const Kernels kAvx512Kernels;

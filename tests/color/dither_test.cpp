@@ -2,6 +2,7 @@
 
 #include "color/bitmaps.h"
 #include "color/depth.h"
+#include "color/each_form.h"
 #include "color/pixel.h"
 #include "reference/color/dither.h"
 #include "support/failing_memory.h"
@@ -151,6 +152,59 @@ TEST(RlDitherGivenCT, GivesTheBytesOfThePlainForm) {
                     << from << " to " << to << ", " << width << " x " << height << ", " << count
                     << " colours";
             }
+        }
+    }
+}
+
+Bytes RepeatedExtremes(Random &random, uint32_t entries) {
+    Bytes table(size_t{entries} * 3);
+    for (uint8_t &channel : table)
+        channel = random.Below(2) == 0 ? 0 : 255;
+    return table;
+}
+
+Bytes WithoutGreys(Bytes table) {
+    for (size_t i = 0; i < table.size(); i += 3)
+        if (table[i] == table[i + 1] && table[i] == table[i + 2])
+            table[i] ^= 0x10;
+    return table;
+}
+
+Bytes OnlyGreys(Bytes table) {
+    for (size_t i = 0; i < table.size(); i += 3)
+        table[i + 1] = table[i + 2] = table[i];
+    return table;
+}
+
+void CompareWithPlainForm(Random &random, const Bytes &table, uint32_t width, uint32_t height) {
+    const auto count = static_cast<uint16_t>(table.size() / 3);
+    const Bytes bitmap = RandomBitmap(random, width, height, 24);
+    const Bytes expected =
+        reference::DitherGivenCT(bitmap, width, height, 24, 8, nullptr, table, count);
+    WithEachColorForm([&] {
+        ASSERT_TRUE(DitheredTo(bitmap, width, height, 24, 8, {}, table, count) == expected)
+            << count << " colours, " << width << " x " << height;
+    });
+}
+
+// Bands as high as an instruction set allows: every width of which steps and rows make a case.
+TEST(RlDitherGivenCT, EveryFormGivesTheBytesOfThePlainFormAtEveryWidth) {
+    Random random(47);
+    for (uint32_t width = 0; width <= 140; ++width) {
+        const uint32_t height = 16 + random.Below(20);
+        const Bytes table = RandomTable(random, 1 + random.Below(16));
+        CompareWithPlainForm(random, table, width, height);
+    }
+}
+
+TEST(RlDitherGivenCT, EveryFormGivesTheBytesOfThePlainFormForEverySmallTable) {
+    Random random(48);
+    for (uint32_t entries = 1; entries <= 18; ++entries) {
+        const Bytes table = RandomTable(random, entries);
+        for (const Bytes &kind :
+             {table, RepeatedExtremes(random, entries), WithoutGreys(table), OnlyGreys(table)}) {
+            CompareWithPlainForm(random, kind, 150, 16);
+            CompareWithPlainForm(random, kind, 35, 49);
         }
     }
 }
@@ -318,6 +372,23 @@ TEST(RlDitherBitmap, GivesTheTableAndBytesOfThePlainForm) {
                 << from << " to " << to;
         }
     }
+}
+
+TEST(RlDitherBitmap, EveryFormGivesTheBytesOfThePlainFormOnLargePictures) {
+    Random random(49);
+    constexpr uint32_t kWidth = 701, kHeight = 203;
+    const Bytes bitmap = RandomBitmap(random, kWidth, kHeight, 24);
+    const reference::Table table = reference::DitherGetCT(bitmap, kWidth, kHeight, 24, 4, nullptr);
+    const Bytes expected = reference::DitherGivenCT(bitmap, kWidth, kHeight, 24, 4, nullptr,
+                                                    table.entries, table.count);
+    const Block bits(bitmap);
+    WithEachColorForm([&] {
+        MemoryHandle chosen = 0;
+        const Block result(rlDitherBitmap(bits, kWidth, kHeight, 24, 4, 0, &chosen));
+        const Block owned(chosen);
+        EXPECT_EQ(Contents(owned), table.entries);
+        EXPECT_TRUE(Contents(result) == expected);
+    });
 }
 
 TEST(RlDitherBitmap, GivesNoneOrTheSameBytesWithoutMemory) {

@@ -1,0 +1,57 @@
+// The loops that take the colour library's time, in one form per instruction set.
+//
+// Every form gives the same bytes. Only the files named after an instruction set are built with its
+// flags, and they include nothing that other files share but plain declarations.
+#pragma once
+
+#include "platform/instruction_sets.h"
+
+#include <cstdint>
+
+namespace kowen {
+
+inline constexpr uint32_t kMostBandRows = 16;
+
+/// Bytes on both sides of a band's carried row and indices that ditherWave may read and overwrite.
+inline constexpr uint32_t kBandSlack = 128;
+
+/// Rows that are dithered side by side, and what they need and give. How many there are is told by
+/// who takes it.
+struct DitherBand {
+    uint32_t width;                      ///< pixels, at least 1
+    uint8_t *carried;                    ///< in: the first row, with the errors of the row above.
+                                         ///< Out: the row after the band, likewise
+    const uint8_t *below[kMostBandRows]; ///< the rows after each, as they are in the picture
+    uint8_t *indices[kMostBandRows];     ///< out: the index of each pixel's colour
+};
+
+/// Most entries of a table that ditherWave searches.
+inline constexpr uint32_t kWaveEntries = 16;
+
+struct ColorKernels {
+    const char *name;
+
+    /// Rows of a band of ditherWave; 0 when the form has none.
+    uint32_t waveRows;
+    /// Dithers a band of 24-bit rows as DitherRow dithers one, each row two pixels behind the one
+    /// above. Where there is no row after the band, the last of below is any row of its width, and
+    /// carried is of no use afterwards. The table has 1 to kWaveEntries entries of 3 bytes.
+    void (*ditherWave)(const uint8_t *table, uint32_t entries, const DitherBand &band);
+};
+
+/// The kernels for this machine, chosen on first use.
+const ColorKernels &ActiveColorKernels() noexcept;
+
+/// Uses one form from here on, for tests and benchmarks; null for the machine's best.
+void UseColorKernels(const ColorKernels *form) noexcept;
+
+/// All forms this machine can run, the plain one first; ends with a null pointer.
+const ColorKernels *const *AvailableColorKernels() noexcept;
+
+extern const ColorKernels kPlainColorKernels;
+#ifdef KOWEN_X86_KERNELS
+extern const ColorKernels kAvx2ColorKernels;
+extern const ColorKernels kAvx512ColorKernels;
+#endif
+
+} // namespace kowen
