@@ -1,8 +1,9 @@
-// The colour library's fast searches on any tables and colours: finders, quick cells and bands of
-// dithering, next to the plain search and the plain row.
+// The colour library's fast searches on any tables and colours: finders, quick cells, cubes and
+// bands of dithering, next to the plain search and the plain row.
 #include "fuzz/exactly.h"
 #include "fuzz/input.h"
 
+#include "color/color_cubes.h"
 #include "color/dither_band.h"
 #include "color/nearest_finder.h"
 #include "color/quick_cells.h"
@@ -50,8 +51,10 @@ public:
         if (finder.block != 0 && input->Seldom(4)) // begins anew soon
             finder.candidatesRoom = std::min(finder.candidatesRoom, 1000 + input->Below(4000));
         OpenQuickCells(&cells, &finder);
+        OpenColorCubes(&cubes, view, input->Seldom(4) ? kFineSearches : 0);
     }
     ~Searcher() {
+        CloseColorCubes(&cubes);
         CloseQuickCells(&cells);
         CloseFinder(&finder);
     }
@@ -68,6 +71,7 @@ public:
     ColorTable view;
     NearestFinder finder;
     QuickCells cells;
+    ColorCubes cubes;
 };
 
 void Search(Input *input) {
@@ -89,10 +93,12 @@ void Search(Input *input) {
                                                      uint64_t{blue} << 32 | uint64_t{kind} << 48) ==
                         expected,
                     "the entry of the quick cells");
-        uint32_t misses = 0;
-        if (searcher.finder.known != nullptr && searcher.finder.cellBits == 6)
-            Require(FindKnown<6>(&searcher.finder, red, green, blue, &misses) == expected % 256,
-                    "the entry that is remembered");
+        if (ServesPixels(searcher.cubes)) {
+            const uint8_t pixel[3] = {red, green, blue};
+            uint8_t index;
+            FindInCubes(&searcher.cubes, pixel, 1, &index);
+            Require(index == expected, "the entry of the cubes");
+        }
     }
 }
 

@@ -3,8 +3,6 @@
 namespace kowen {
 namespace {
 
-constexpr uint32_t kLongList = 64;
-
 int Squared(int x) noexcept {
     return x * x;
 }
@@ -74,25 +72,6 @@ void DropTheBeaten(const ColorCube &cube, NearestCandidate best, NearestCandidat
     list->index = kept;
 }
 
-bool SameColor(const NearestCandidate &a, const NearestCandidate &b) noexcept {
-    return std::equal(a.color, a.color + 3, b.color);
-}
-
-// Drops what has the color of an earlier entry. Long lists are left alone: it is only for speed.
-void DropRepeated(NearestCandidate *list) noexcept {
-    const uint32_t count = list->index;
-    if (count > kLongList)
-        return;
-    uint16_t kept = 0;
-    for (uint32_t i = 1; i <= count; ++i) {
-        const NearestCandidate entry = list[i];
-        if (std::none_of(list + 1, list + 1 + kept,
-                         [&](const NearestCandidate &other) { return SameColor(other, entry); }))
-            list[++kept] = entry;
-    }
-    list->index = kept;
-}
-
 } // namespace
 
 ColorCube CubeOf(const uint8_t color[3], int bits) noexcept {
@@ -129,7 +108,6 @@ void ChooseCandidates(const ColorCube &cube, const NearestCandidate *list,
     const NearestCandidate *best = KeepTheNear(cube, list, out);
     if (out->index != 0)
         DropTheBeaten(cube, *best, out);
-    DropRepeated(out);
 }
 
 uint32_t NearestOfList(const NearestCandidate *list, int red, int green, int blue) noexcept {

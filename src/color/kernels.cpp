@@ -23,8 +23,6 @@ const ColorKernels *const *ListKernels() noexcept {
 
 } // namespace
 
-constinit const ColorKernels kPlainColorKernels = {"plain", 0, nullptr};
-
 const ColorKernels *const *AvailableColorKernels() noexcept {
     static const ColorKernels *const *available = nullptr;
     if (available == nullptr)

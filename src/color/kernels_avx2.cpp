@@ -33,6 +33,7 @@ struct Vector {
     static Vector Add32(Vector a, Vector b) { return {_mm256_add_epi32(a.v, b.v)}; }
     static Vector Min32(Vector a, Vector b) { return {_mm256_min_epi32(a.v, b.v)}; }
     static Vector MultiplyAdd(Vector a, Vector b) { return {_mm256_madd_epi16(a.v, b.v)}; }
+    static Vector MultiplyAddBytes(Vector a, Vector b) { return {_mm256_maddubs_epi16(a.v, b.v)}; }
     static Vector Less32(Vector a, Vector b) { return {_mm256_cmpgt_epi32(b.v, a.v)}; }
     static Vector Select(Vector mask, Vector yes, Vector no) {
         return {_mm256_blendv_epi8(no.v, yes.v, mask.v)};
@@ -70,13 +71,26 @@ struct Vector {
     // The pixel that each row takes first: in step -1.
     static Vector FirstPlaces() { return {_mm256_setr_epi32(-1, -3, -5, -7, -9, -11, -13, -15)}; }
 
+    void StoreLowBytes(uint8_t *bytes) const {
+        const Vector lowest = Shuffled(
+            *this, _mm_setr_epi8(0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1));
+        const __m128i together = _mm_unpacklo_epi32(_mm256_castsi256_si128(lowest.v),
+                                                    _mm256_extracti128_si256(lowest.v, 1));
+        _mm_storel_epi64(reinterpret_cast<__m128i *>(bytes), together);
+    }
+    // 8 pixels of 3 bytes as words. 28 bytes are read.
+    static Vector Pixels(const uint8_t *pixels) {
+        return Shuffled(
+            {_mm256_inserti128_si256(_mm256_castsi128_si256(Bytes(pixels)), Bytes(pixels + 12), 1)},
+            PixelWords());
+    }
+
     // Four pixels of each row, each row lag bytes before the one above, as four steps take them.
     static void Transpose(const uint8_t *const rows[], int64_t offset, int64_t lag,
                           Vector pixels[4]) {
-        const __m128i words = _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
         __m256i v[4];
         for (int i = 0; i < 4; ++i)
-            v[i] = Shuffled({TwoRows(rows + i, offset - i * lag, lag)}, words).v;
+            v[i] = Shuffled({TwoRows(rows + i, offset - i * lag, lag)}, PixelWords()).v;
         const __m256i a = _mm256_unpacklo_epi32(v[0], v[1]), b = _mm256_unpacklo_epi32(v[2], v[3]);
         const __m256i c = _mm256_unpackhi_epi32(v[0], v[1]), d = _mm256_unpackhi_epi32(v[2], v[3]);
         pixels[0].v = _mm256_unpacklo_epi64(a, b);
@@ -86,6 +100,9 @@ struct Vector {
     }
 
 private:
+    static __m128i PixelWords() {
+        return _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
+    }
     static __m128i Bytes(const uint8_t *bytes) {
         return _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes));
     }
@@ -99,11 +116,13 @@ private:
     }
 };
 
+#include "color/cubes.inl"
 #include "color/dither_wave.inl"
 
 } // namespace
 
-const ColorKernels kAvx2ColorKernels = {"AVX2", Vector::kRows, DitherWave};
+const ColorKernels kAvx2ColorKernels = {"AVX2",       CountColors,   FillCube,
+                                        LookUpColors, Vector::kRows, DitherWave};
 
 } // namespace kowen
 

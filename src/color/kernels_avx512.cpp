@@ -31,6 +31,7 @@ struct Vector {
     static Vector Add32(Vector a, Vector b) { return {_mm512_add_epi32(a.v, b.v)}; }
     static Vector Min32(Vector a, Vector b) { return {_mm512_min_epi32(a.v, b.v)}; }
     static Vector MultiplyAdd(Vector a, Vector b) { return {_mm512_madd_epi16(a.v, b.v)}; }
+    static Vector MultiplyAddBytes(Vector a, Vector b) { return {_mm512_maddubs_epi16(a.v, b.v)}; }
     static Vector Less32(Vector a, Vector b) {
         return {_mm512_maskz_set1_epi32(_mm512_cmplt_epi32_mask(a.v, b.v), -1)};
     }
@@ -69,13 +70,22 @@ struct Vector {
                                   -29, -31)};
     }
 
+    void StoreLowBytes(uint8_t *bytes) const {
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(bytes), _mm512_cvtepi32_epi8(v));
+    }
+    // 16 pixels of 3 bytes as words. 64 bytes are read.
+    static Vector Pixels(const uint8_t *pixels) {
+        const __m512i lanes = _mm512_setr_epi32(0, 1, 2, 2, 3, 4, 5, 5, 6, 7, 8, 8, 9, 10, 11, 11);
+        return Shuffled({_mm512_permutexvar_epi32(lanes, _mm512_loadu_si512(pixels))},
+                        PixelWords());
+    }
+
     // Four pixels of each row, each row lag bytes before the one above, as four steps take them.
     static void Transpose(const uint8_t *const rows[], int64_t offset, int64_t lag,
                           Vector pixels[4]) {
-        const __m128i words = _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
         __m512i v[4];
         for (int i = 0; i < 4; ++i)
-            v[i] = Shuffled({FourRows(rows + i, offset - i * lag, lag)}, words).v;
+            v[i] = Shuffled({FourRows(rows + i, offset - i * lag, lag)}, PixelWords()).v;
         const __m512i a = _mm512_unpacklo_epi32(v[0], v[1]), b = _mm512_unpacklo_epi32(v[2], v[3]);
         const __m512i c = _mm512_unpackhi_epi32(v[0], v[1]), d = _mm512_unpackhi_epi32(v[2], v[3]);
         pixels[0].v = _mm512_unpacklo_epi64(a, b);
@@ -85,6 +95,9 @@ struct Vector {
     }
 
 private:
+    static __m128i PixelWords() {
+        return _mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1);
+    }
     static __m128i Bytes(const uint8_t *bytes) {
         return _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes));
     }
@@ -100,11 +113,13 @@ private:
     }
 };
 
+#include "color/cubes.inl"
 #include "color/dither_wave.inl"
 
 } // namespace
 
-const ColorKernels kAvx512ColorKernels = {"AVX-512", Vector::kRows, DitherWave};
+const ColorKernels kAvx512ColorKernels = {"AVX-512",    CountColors,   FillCube,
+                                          LookUpColors, Vector::kRows, DitherWave};
 
 } // namespace kowen
 

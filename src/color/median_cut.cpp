@@ -1,5 +1,6 @@
 #include "color/median_cut.h"
 
+#include "color/kernels.h"
 #include "color/pixel.h"
 #include "platform/global_memory.h"
 
@@ -42,21 +43,14 @@ uint16_t CountColors(uint16_t *histogram, const uint8_t *pixels, uint32_t width,
     return distinct;
 }
 
-// As CountColors, for many pixels: counted in full, in two turns so that a run of one colour does
-// not wait for its own count, and limited at the end. Counts of a block of 4 GB fit 32 bits.
+// As CountColors, for many pixels: counted in full, and limited at the end. Counts of a block of 4
+// GB fit 32 bits.
 uint16_t CountManyColors(uint16_t *histogram, uint32_t *counts, const uint8_t *pixels,
                          uint32_t width, uint32_t height) noexcept {
     const size_t stride = rlBytesPerLine(width, 24);
     uint32_t *const others = counts + kColorKeys;
-    for (uint32_t y = 0; y < height; ++y) {
-        const uint8_t *pixel = pixels + y * stride;
-        for (uint32_t x = 0; x < width / 2; ++x, pixel += 6) {
-            ++counts[ColorKey(pixel[0], pixel[1], pixel[2])];
-            ++others[ColorKey(pixel[3], pixel[4], pixel[5])];
-        }
-        if (width % 2 != 0)
-            ++counts[ColorKey(pixel[0], pixel[1], pixel[2])];
-    }
+    for (uint32_t y = 0; y < height; ++y)
+        ActiveColorKernels().countColors(pixels + y * stride, width, counts, others);
     uint16_t distinct = 0;
     for (uint32_t key = 0; key < kColorKeys; ++key) {
         const uint32_t count = counts[key] + others[key];

@@ -16,10 +16,9 @@ constexpr uint32_t kLeavesRoom = 262144;
 
 // Finer cells are worth their building for large tables and pictures.
 constexpr uint32_t kFineColors = 32;
-constexpr uint64_t kFineSearches = 262144;
 
-constexpr uint32_t kWhite = 0xFFFFFF;
-static_assert(KnownPlace(kWhite) != KnownPlace(0));
+// Entries up to which repeated colours are left out of all lists.
+constexpr uint32_t kLongList = 256;
 
 // Twice the planes, so that the hash table always has gaps.
 constexpr uint32_t kPlaneHashes = 2 * kPlanes;
@@ -51,7 +50,10 @@ const NearestCandidate *ListAround(NearestFinder *finder, const uint8_t color[3]
     return finder->candidates + place;
 }
 
-void ForgetPlanes(NearestFinder *finder) noexcept {
+void ForgetCells(NearestFinder *finder) noexcept {
+    std::memset(finder->cells, 0, CubesOf(finder->cellBits) * sizeof(uint32_t));
+    std::memset(finder->leaves, 0, kLeavesRoom * sizeof(uint32_t));
+    finder->leavesUsed = 1;
     std::memset(finder->planeOfPair, 0, kPlaneHashes * sizeof(uint16_t));
     finder->planesUsed = 1;
 }
@@ -59,11 +61,9 @@ void ForgetPlanes(NearestFinder *finder) noexcept {
 void Forget(NearestFinder *finder) noexcept {
     for (int i = 0; i < finder->levelCount; ++i)
         std::memset(finder->levels[i].lists, 0, CubesOf(finder->levels[i].bits) * sizeof(uint32_t));
-    std::memset(finder->cells, 0, CubesOf(finder->cellBits) * sizeof(uint32_t));
-    std::memset(finder->leaves, 0, kLeavesRoom * sizeof(uint32_t));
-    finder->leavesUsed = 1;
     finder->candidatesUsed = 2u + finder->candidates[1].index;
-    ForgetPlanes(finder);
+    if (finder->cellBits != 0)
+        ForgetCells(finder);
     ++finder->beginnings;
 }
 
@@ -166,12 +166,23 @@ uint32_t BuildLeaf(NearestFinder *finder, const uint8_t color[3]) noexcept {
                MakeLeaf(finder, CubeOf(color, finder->cellBits + 1), list, false);
 }
 
+bool SameColor(const NearestCandidate &entry, const uint8_t *color) noexcept {
+    return entry.color[0] == color[0] && entry.color[1] == color[1] && entry.color[2] == color[2];
+}
+
+// Whether a list has a colour already, for lists that are not long: it is only for speed.
+bool IsRepeated(const NearestCandidate *list, const uint8_t *color) noexcept {
+    return list->index <= kLongList &&
+           std::any_of(list + 1, list + 1 + list->index,
+                       [&](const NearestCandidate &entry) { return SameColor(entry, color); });
+}
+
 // The first list stands at place 1, since 0 means that there is none.
 void ListColors(NearestFinder *finder) noexcept {
     NearestCandidate *list = finder->candidates + 1;
     for (uint32_t i = 0; i < finder->table.count; ++i) {
         const uint8_t *entry = finder->table.entries + size_t{i} * kTableEntryBytes;
-        if (!IsGreyEntry(entry))
+        if (!IsGreyEntry(entry) && !IsRepeated(list, entry))
             list[++list->index] = {static_cast<uint16_t>(i), {entry[0], entry[1], entry[2]}};
     }
     finder->candidatesUsed = 2u + list->index;
@@ -212,16 +223,30 @@ uint32_t LayOut(NearestFinder *finder) noexcept {
     };
     for (int i = 0; i < finder->levelCount; ++i)
         finder->levels[i].lists = words(CubesOf(finder->levels[i].bits));
-    finder->cells = words(CubesOf(finder->cellBits));
-    finder->leaves = words(kLeavesRoom);
-    finder->known = finder->remembers ? words(kKnownColors) : nullptr;
-    finder->planes = reinterpret_cast<PairPlane *>(take(kPlanes, sizeof(PairPlane)));
-    finder->planeOfPair = reinterpret_cast<uint16_t *>(take(kPlaneHashes, sizeof(uint16_t)));
-    finder->pairOfPlane = reinterpret_cast<uint16_t *>(take(kPlanes, sizeof(uint16_t)));
+    if (finder->cellBits != 0) {
+        finder->cells = words(CubesOf(finder->cellBits));
+        finder->leaves = words(kLeavesRoom);
+        finder->planes = reinterpret_cast<PairPlane *>(take(kPlanes, sizeof(PairPlane)));
+        finder->planeOfPair = reinterpret_cast<uint16_t *>(take(kPlaneHashes, sizeof(uint16_t)));
+        finder->pairOfPlane = reinterpret_cast<uint16_t *>(take(kPlanes, sizeof(uint16_t)));
+    }
     finder->greyBySum = reinterpret_cast<uint16_t *>(take(kGreySums, sizeof(uint16_t)));
     finder->candidates = reinterpret_cast<NearestCandidate *>(
         take(finder->candidatesRoom, sizeof(NearestCandidate)));
     return static_cast<uint32_t>(bytes);
+}
+
+void TakeRoom(NearestFinder *finder, int levels) noexcept {
+    finder->levelCount = levels;
+    for (int i = 0; i < levels; ++i)
+        finder->levels[i].bits = 3 + i;
+    finder->candidatesRoom = kSpareCandidates + 4 * (finder->table.count + 2);
+    finder->block = GlobalAlloc(kGlobalFlags, LayOut(finder));
+    if (finder->block == 0)
+        return CloseFinder(finder);
+    LayOut(finder);
+    ListColors(finder);
+    FindGreys(finder);
 }
 
 } // namespace
@@ -232,26 +257,25 @@ void OpenFinder(NearestFinder *finder, const ColorTable &table, uint64_t searche
     if (searches < kWorthwhileSearches || table.count > 65535)
         return;
     const bool fine = table.count > kFineColors && searches >= kFineSearches;
-    finder->remembers = searches >= kFineSearches;
     finder->cellBits = fine ? 6 : 5;
-    finder->levelCount = fine ? 2 : 1;
-    finder->levels[0].bits = 3;
-    finder->levels[1].bits = 5;
-    finder->candidatesRoom = kSpareCandidates + 4 * (table.count + 2);
-    finder->block = GlobalAlloc(kGlobalFlags, LayOut(finder));
-    if (finder->block == 0)
-        return CloseFinder(finder);
-    LayOut(finder);
-    ListColors(finder);
-    FindGreys(finder);
-    if (finder->remembers)
-        finder->known[KnownPlace(0)] = kWhite << 8; // 0 would say that black is known
+    TakeRoom(finder, fine ? kLevels : 1);
+}
+
+void OpenLists(NearestFinder *finder, const ColorTable &table) noexcept {
+    *finder = {};
+    finder->table = table;
+    TakeRoom(finder, kLevels);
 }
 
 void CloseFinder(NearestFinder *finder) noexcept {
     rlFreeNewData(finder->block);
     finder->block = 0;
     finder->cellBits = 0;
+}
+
+const NearestCandidate *CandidatesAround(NearestFinder *finder, const uint8_t color[3]) noexcept {
+    MakeRoom(finder);
+    return ListAround(finder, color);
 }
 
 uint32_t FindNearestSlowly(NearestFinder *finder, uint8_t red, uint8_t green,

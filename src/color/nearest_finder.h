@@ -9,18 +9,13 @@
 #pragma once
 
 #include "color/color_table.h"
+#include "color/kernels.h"
 #include "color/nearest.h"
 
 #include <algorithm>
 #include <cstdint>
 
 namespace kowen {
-
-/// An entry that a search looks at. The head of a list has the list's length as index.
-struct NearestCandidate {
-    uint16_t index;
-    uint8_t color[3];
-};
 
 /// Boxes of one size; for each the place of the list of candidates for all of it, 0 at first.
 struct ListLevel {
@@ -41,6 +36,12 @@ inline constexpr uint32_t kPairEntries = 256;
 /// Planes that a leaf can name: 14 bits.
 inline constexpr uint32_t kPlanes = 16384;
 
+/// Most levels of lists.
+inline constexpr int kLevels = 3;
+
+/// Finer searches are worth their preparation from here on.
+inline constexpr uint64_t kFineSearches = 262144;
+
 /// A table prepared for searches. Opened, used and closed within one call of the library.
 struct NearestFinder {
     ColorTable table;
@@ -49,10 +50,8 @@ struct NearestFinder {
     uint32_t *cells;    ///< see kCellLeaf
     uint32_t *leaves;   ///< see kLeafPair
     uint32_t leavesUsed;
-    ListLevel levels[2]; ///< boxes larger than cells, from coarse to fine
+    ListLevel levels[kLevels]; ///< boxes larger than cells or as large, from coarse to fine
     int levelCount;
-    bool remembers;               ///< whether there is known
-    uint32_t *known;              ///< searches that were done, see FindKnown; null for few searches
     uint16_t *greyBySum;          ///< the nearest grey for each r + g + b
     NearestCandidate *candidates; ///< lists; the first, at 1, holds all entries but the greys
     uint32_t candidatesUsed;
@@ -81,8 +80,16 @@ inline constexpr uint32_t kLeafList = 0x3FFFFFFF;
 /// finder searches plainly. At most 65535 entries.
 void OpenFinder(NearestFinder *finder, const ColorTable &table, uint64_t searches) noexcept;
 
-/// Frees what OpenFinder took.
+/// Prepares the lists of a table alone, for CandidatesAround and greyBySum; block is 0 when memory
+/// is exhausted. At most 65535 entries.
+void OpenLists(NearestFinder *finder, const ColorTable &table) noexcept;
+
+/// Frees what OpenFinder or OpenLists took.
 void CloseFinder(NearestFinder *finder) noexcept;
+
+/// A list of the entries, greys aside, that can be nearest to any colour of a box of 8 x 8 x 8, for
+/// a finder with all levels. color is one of the box's. Good until the next call.
+const NearestCandidate *CandidatesAround(NearestFinder *finder, const uint8_t color[3]) noexcept;
 
 /// The search in all leaves but the quick ones; builds the leaf of the colour when need be.
 uint32_t FindNearestSlowly(NearestFinder *finder, uint8_t red, uint8_t green,
@@ -122,28 +129,6 @@ inline uint32_t FindNearest(NearestFinder *finder, uint8_t red, uint8_t green,
             return NearestOfPair(*finder, leaf, red, green, blue);
         return FindNearestSlowly(finder, red, green, blue);
     }
-}
-
-/// Number of searches that are remembered.
-inline constexpr uint32_t kKnownColors = 65536;
-
-/// The place where a colour (red, green, blue from bit 16 down) is remembered.
-constexpr uint32_t KnownPlace(uint32_t color) noexcept {
-    return color * 2654435761u >> 16;
-}
-
-/// As FindNearest, modulo 256 and with a memory: pictures repeat their colours. Each entry is a
-/// colour above the low byte of its index. Counts in misses the searches that were not known.
-template <int Bits>
-inline uint8_t FindKnown(NearestFinder *finder, uint8_t red, uint8_t green, uint8_t blue,
-                         uint32_t *misses) noexcept {
-    const uint32_t color = uint32_t{red} << 16 | uint32_t{green} << 8 | blue;
-    uint32_t &known = finder->known[KnownPlace(color)];
-    if (known >> 8 != color) {
-        ++*misses;
-        known = color << 8 | (FindNearest<Bits>(finder, red, green, blue) & 0xFF);
-    }
-    return static_cast<uint8_t>(known);
 }
 
 } // namespace kowen

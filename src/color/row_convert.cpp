@@ -11,9 +11,6 @@ namespace {
 // at whole bytes at every depth.
 constexpr uint32_t kPiece = 1024;
 
-// Pieces for which searches are not remembered after one where they were of little use.
-constexpr uint32_t kPause = 31;
-
 const uint8_t *PixelAt(const uint8_t *row, uint32_t x, uint16_t bits) noexcept {
     return row + static_cast<size_t>(uint64_t{x} * bits / 8);
 }
@@ -34,27 +31,25 @@ void LookUp(const uint8_t table[256], const uint8_t *values, uint32_t count,
 }
 
 template <int Bits>
-void SearchPlainly(NearestFinder *finder, const uint8_t *source, uint32_t step, uint32_t count,
-                   uint8_t *indices) noexcept {
+void SearchOneByOne(NearestFinder *finder, const uint8_t *source, uint32_t step, uint32_t count,
+                    uint8_t *indices) noexcept {
     for (uint32_t i = 0; i < count; ++i, source += step)
         indices[i] =
             static_cast<uint8_t>(FindNearest<Bits>(finder, source[0], source[1], source[2]));
 }
 
-// Remembering pays while most colours are known; else it pauses for some pieces of row.
-template <int Bits>
-void SearchWith(RowConverter *converter, const uint8_t *source, uint32_t count,
-                uint8_t *indices) noexcept {
-    NearestFinder *finder = &converter->finder;
-    const uint32_t step = converter->from / 8u;
-    if (finder->known == nullptr || converter->pause > 0) {
-        converter->pause -= converter->pause > 0;
-        return SearchPlainly<Bits>(finder, source, step, count, indices);
-    }
-    uint32_t misses = 0;
-    for (uint32_t i = 0; i < count; ++i, source += step)
-        indices[i] = FindKnown<Bits>(finder, source[0], source[1], source[2], &misses);
-    converter->pause = misses > count / 2 ? kPause : 0;
+template <int From, int To>
+void CopyColors(const uint8_t *source, uint8_t *target, uint32_t count) noexcept {
+    for (uint32_t i = 0; i < count; ++i, source += From, target += To)
+        std::memcpy(target, source, std::min(From, To));
+}
+
+void SearchCubes(RowConverter *converter, const uint8_t *source, uint32_t count,
+                 uint8_t *indices) noexcept {
+    uint8_t room[kPiece * 3];
+    if (converter->from == 32)
+        CopyColors<4, 3>(source, room, count);
+    FindInCubes(&converter->cubes, converter->from == 32 ? room : source, count, indices);
 }
 
 // As LookUp, for true colours: the nearest entry of the table, or without one the value's lowest
@@ -66,12 +61,14 @@ void Search(RowConverter *converter, const uint8_t *source, uint32_t count,
         indices[i] = step == 4 ? source[i * 4 + 3] : 0;
     if (!converter->searches)
         return;
-    if (converter->finder.cellBits == 6)
-        SearchWith<6>(converter, source, count, indices);
+    if (ServesPixels(converter->cubes))
+        SearchCubes(converter, source, count, indices);
+    else if (converter->finder.cellBits == 6)
+        SearchOneByOne<6>(&converter->finder, source, step, count, indices);
     else if (converter->finder.cellBits == 5)
-        SearchWith<5>(converter, source, count, indices);
+        SearchOneByOne<5>(&converter->finder, source, step, count, indices);
     else
-        SearchPlainly<0>(&converter->finder, source, step, count, indices);
+        SearchOneByOne<0>(&converter->finder, source, step, count, indices);
 }
 
 void Indices(RowConverter *converter, const uint8_t *source, uint32_t count,
@@ -117,12 +114,6 @@ void ToColors(const RowConverter &converter, const uint8_t *source, uint8_t *tar
         ToColors32(converter.color, values, count, target);
 }
 
-template <int From, int To>
-void CopyColors(const uint8_t *source, uint8_t *target, uint32_t count) noexcept {
-    for (uint32_t i = 0; i < count; ++i, source += From, target += To)
-        std::memcpy(target, source, std::min(From, To));
-}
-
 void CopyColors(uint16_t from, uint16_t to, const uint8_t *source, uint8_t *target,
                 uint32_t width) noexcept {
     if (from == to)
@@ -141,8 +132,10 @@ void OpenRowConverter(RowConverter *converter, uint16_t from, uint16_t to, const
     converter->from = from;
     converter->to = to;
     converter->searches = IsTrueColor(from) && to < 24 && table.entries != nullptr;
-    if (converter->searches)
-        OpenFinder(&converter->finder, table, pixels);
+    if (converter->searches) {
+        OpenColorCubes(&converter->cubes, table, pixels);
+        OpenFinder(&converter->finder, table, ServesPixels(converter->cubes) ? 0 : pixels);
+    }
     for (uint32_t value = 0; !IsTrueColor(from) && value < PixelValues(from); ++value) {
         const uint32_t stored = StoredValue(to, value, indexMap, table.entries, table.count);
         converter->index[value] = LowByteOf(stored);
@@ -154,6 +147,7 @@ void OpenRowConverter(RowConverter *converter, uint16_t from, uint16_t to, const
 }
 
 void CloseRowConverter(RowConverter *converter) noexcept {
+    CloseColorCubes(&converter->cubes);
     CloseFinder(&converter->finder);
 }
 
@@ -165,6 +159,8 @@ void ConvertRow(RowConverter *converter, const uint8_t *source, uint8_t *target,
         return CopyColors(from, to, source, target, width);
     if (!IsTrueColor(to) && PixelValues(to) == 1)
         return; // a depth that is not written
+    if (from == 24 && to == 8 && ServesPixels(converter->cubes))
+        return FindInCubes(&converter->cubes, source, width, target);
     for (uint32_t x = 0; x < width; x += kPiece) {
         const uint32_t count = std::min(width - x, kPiece);
         const uint8_t *piece = PixelAt(source, x, from);

@@ -2,9 +2,10 @@
 //
 // The plain form reads each pixel with rlGetPixel and writes it with rlSetPixel. These give the
 // same bytes: what an indexed pixel becomes is worked out once per value, and true colours are
-// searched with a NearestFinder.
+// searched with ColorCubes or a NearestFinder.
 #pragma once
 
+#include "color/color_cubes.h"
 #include "color/color_table.h"
 #include "color/nearest_finder.h"
 
@@ -12,7 +13,8 @@
 
 namespace kowen {
 
-/// What rows are converted by. Opened, used and closed within one call of the library.
+/// What rows are converted by; it must stay where it is. Opened, used and closed within one call of
+/// the library.
 struct RowConverter {
     uint16_t from;         ///< depth of the source
     uint16_t to;           ///< depth of the target
@@ -20,7 +22,7 @@ struct RowConverter {
     uint8_t index[256];    ///< of each source value: the byte stored up to 8 bits per pixel
     uint8_t color[256][4]; ///< of each source value: the bytes stored with 24 and 32
     NearestFinder finder;
-    uint32_t pause; ///< pieces of row until searches are remembered again
+    ColorCubes cubes;
 };
 
 /// Number of values that a pixel of an indexed depth can have; 1 for depths that read as 0 only.

@@ -8,6 +8,7 @@
 
 #include <cstring>
 #include <initializer_list>
+#include <vector>
 
 namespace kowen {
 
@@ -77,6 +78,19 @@ inline Bytes RandomTable(Random &random, uint32_t entries) {
             std::memmove(entry, &table[size_t{3} * random.Below(i + 1)], 3);
     }
     return table;
+}
+
+/// Tables of one size: random, of repeated extremes, without greys, of greys only, and on a lattice
+/// as quantised colours are.
+inline std::vector<Bytes> TableKinds(Random &random, uint32_t entries) {
+    std::vector<Bytes> kinds(5, RandomTable(random, entries));
+    for (size_t i = 0; i < kinds[0].size(); ++i) {
+        kinds[1][i] = random.Below(2) == 0 ? 0 : 255;
+        kinds[2][i] = static_cast<uint8_t>(i % 3 == 0 ? kinds[0][i] | 1 : kinds[0][i] & ~1);
+        kinds[3][i] = kinds[0][i / 3 * 3];
+        kinds[4][i] = static_cast<uint8_t>(random.Below(5) * 8 + 103);
+    }
+    return kinds;
 }
 
 /// A padded bitmap of random bytes, the padding too. True colours are often near grey.

@@ -63,11 +63,6 @@ TEST(ChooseCandidates, KeepsTheLowerOfEquallyNearOnTheBorder) {
     EXPECT_EQ(Chosen({{13, 0, 0}, {20, 7, 7}}, colors), std::vector<int>({0}));
 }
 
-TEST(ChooseCandidates, RepeatedColoursCountOnce) {
-    const Candidates colors = {{3, {10, 0, 1}}, {5, {30, 0, 1}}, {6, {10, 0, 1}}, {9, {30, 0, 1}}};
-    EXPECT_EQ(Chosen({{16, 0, 0}, {31, 15, 15}}, colors), std::vector<int>({3, 5}));
-}
-
 TEST(ChooseCandidates, AnEmptyListStaysEmpty) {
     EXPECT_EQ(Chosen({{0, 0, 0}, {7, 7, 7}}, {}), std::vector<int>());
 }

@@ -156,26 +156,6 @@ TEST(RlDitherGivenCT, GivesTheBytesOfThePlainForm) {
     }
 }
 
-Bytes RepeatedExtremes(Random &random, uint32_t entries) {
-    Bytes table(size_t{entries} * 3);
-    for (uint8_t &channel : table)
-        channel = random.Below(2) == 0 ? 0 : 255;
-    return table;
-}
-
-Bytes WithoutGreys(Bytes table) {
-    for (size_t i = 0; i < table.size(); i += 3)
-        if (table[i] == table[i + 1] && table[i] == table[i + 2])
-            table[i] ^= 0x10;
-    return table;
-}
-
-Bytes OnlyGreys(Bytes table) {
-    for (size_t i = 0; i < table.size(); i += 3)
-        table[i + 1] = table[i + 2] = table[i];
-    return table;
-}
-
 void CompareWithPlainForm(Random &random, const Bytes &table, uint32_t width, uint32_t height) {
     const auto count = static_cast<uint16_t>(table.size() / 3);
     const Bytes bitmap = RandomBitmap(random, width, height, 24);
@@ -200,9 +180,7 @@ TEST(RlDitherGivenCT, EveryFormGivesTheBytesOfThePlainFormAtEveryWidth) {
 TEST(RlDitherGivenCT, EveryFormGivesTheBytesOfThePlainFormForEverySmallTable) {
     Random random(48);
     for (uint32_t entries = 1; entries <= 18; ++entries) {
-        const Bytes table = RandomTable(random, entries);
-        for (const Bytes &kind :
-             {table, RepeatedExtremes(random, entries), WithoutGreys(table), OnlyGreys(table)}) {
+        for (const Bytes &kind : TableKinds(random, entries)) {
             CompareWithPlainForm(random, kind, 150, 16);
             CompareWithPlainForm(random, kind, 35, 49);
         }

@@ -47,12 +47,6 @@ void CompareWithPlainSearch(NearestFinder *finder, const Bytes &table, Random &r
         const Rgb c = RandomColor(random);
         const uint32_t expected = reference::NearestRGBIndex(c.red, c.green, c.blue, table, 65535);
         ASSERT_EQ(Find(finder, c), expected) << Text(c) << ", " << table.size() / 3 << " entries";
-        if (finder->known != nullptr) {
-            uint32_t misses = 0;
-            ASSERT_EQ(FindKnown<6>(finder, c.red, c.green, c.blue, &misses), expected % 256);
-            ASSERT_EQ(FindKnown<6>(finder, c.red, c.green, c.blue, &misses), expected % 256);
-            ASSERT_LE(misses, 1u);
-        }
     }
 }
 
@@ -70,8 +64,6 @@ TEST(FindNearest, AnswersAsThePlainSearch) {
             EXPECT_EQ(finder.cellBits, searches == kFew                      ? 0
                                        : searches == kMany || entries <= 32u ? 5
                                                                              : 6);
-            if (finder.cellBits == 5)
-                finder.known = nullptr; // the comparison reads it for 6 bits
             CompareWithPlainSearch(&finder, table, random, 4000);
             CloseFinder(&finder);
         }
@@ -124,20 +116,6 @@ TEST(FindNearest, BeginsAnewWhenItsRoomIsFull) {
     }
     EXPECT_GT(finder.beginnings, 0u);
     CompareWithPlainSearch(&finder, table, random, 20000);
-    CloseFinder(&finder);
-}
-
-TEST(FindKnown, RemembersBlackOnlyAfterItWasSearched) {
-    const Bytes table = {255, 255, 255, 0, 0, 0};
-    NearestFinder finder;
-    OpenFinder(&finder, View(table), kVeryMany);
-    uint32_t misses = 0;
-    EXPECT_EQ(FindKnown<5>(&finder, 0, 0, 0, &misses), 1);
-    EXPECT_EQ(FindKnown<5>(&finder, 255, 255, 255, &misses), 0);
-    EXPECT_EQ(misses, 2u);
-    EXPECT_EQ(FindKnown<5>(&finder, 0, 0, 0, &misses), 1);
-    EXPECT_EQ(FindKnown<5>(&finder, 255, 255, 255, &misses), 0);
-    EXPECT_EQ(misses, 2u);
     CloseFinder(&finder);
 }
 
