@@ -2,7 +2,8 @@
 //
 // The colour cube is cut into cubes of 4 x 4 x 4 colours. The first pixel of a cube has the nearest
 // entries of all its colours found, 64 bytes. Where they are the same, as they are in most cubes,
-// the cube shares the bytes with others, so that few bytes are looked at over and over.
+// the cube shares the bytes with others, so that few bytes are looked at over and over. When memory
+// is exhausted, all cubes begin anew.
 #pragma once
 
 #include "color/nearest_finder.h"
@@ -20,7 +21,8 @@ struct ColorCubes {
     NearestFinder lists;
     MemoryHandle places; ///< the blocks of what table points to
     MemoryHandle choices;
-    uint32_t used;       ///< of choices
+    uint32_t used; ///< of choices, in bytes
+    uint32_t room;
     uint32_t alike[256]; ///< the place of 64 choices of one entry; 0 for none
 };
 

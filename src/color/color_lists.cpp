@@ -49,27 +49,27 @@ const NearestCandidate *KeepTheNear(const ColorCube &cube, const NearestCandidat
         bound = std::min(distance, bound);
     }
     const NearestCandidate *best = out + 1;
-    uint16_t kept = 0;
+    uint32_t kept = 0; // counted without branches, which nobody could foretell
     for (uint32_t i = 1; i <= count; ++i) {
-        if (LeastDistance(cube, list[i]) > bound)
-            continue;
-        out[++kept] = list[i];
-        best = i == nearest ? out + kept : best;
+        out[kept + 1] = list[i];
+        best = i == nearest ? out + kept + 1 : best;
+        kept += LeastDistance(cube, list[i]) <= bound;
     }
-    out->index = kept;
+    out->index = static_cast<uint16_t>(kept);
     return best;
 }
 
 // Drops the entries of a list that best beats everywhere in the box.
 void DropTheBeaten(const ColorCube &cube, NearestCandidate best, NearestCandidate *list) noexcept {
     const uint32_t count = list->index;
-    uint16_t kept = 0;
+    uint32_t kept = 0;
     for (uint32_t i = 1; i <= count; ++i) {
-        const int advantage = GreatestAdvantage(cube, best, list[i]);
-        if (advantage > 0 || (advantage == 0 && list[i].index <= best.index))
-            list[++kept] = list[i];
+        const NearestCandidate entry = list[i];
+        const int advantage = GreatestAdvantage(cube, best, entry);
+        list[kept + 1] = entry;
+        kept += advantage > 0 || (advantage == 0 && entry.index <= best.index);
     }
-    list->index = kept;
+    list->index = static_cast<uint16_t>(kept);
 }
 
 } // namespace

@@ -81,6 +81,12 @@ inline uint32_t LookUp(const CubeTable &table, const uint32_t *cube, const uint3
     return filled;
 }
 
+inline void FillCubes(CubeTable *table, const uint32_t *cube) {
+    for (uint32_t i = 0; i < kLookUps; ++i)
+        if (table->places[cube[i]] == 0)
+            table->fill(table->owner, cube[i]);
+}
+
 inline void LookUpColors(CubeTable *table, const uint8_t *pixels, uint32_t count,
                          uint8_t *indices) {
     constexpr uint32_t kOverread = 6; // pixels of which the last vector touches bytes
@@ -91,12 +97,8 @@ inline void LookUpColors(CubeTable *table, const uint8_t *pixels, uint32_t count
     for (uint32_t done = 0; done < end; done += kLookUps) {
         done = done < end - kLookUps ? done : end - kLookUps; // some twice, rather than plainly
         NumberColors(pixels + size_t{done} * 3, cube, color);
-        if (LookUp(*table, cube, color, indices + done) != 0)
-            continue;
-        for (uint32_t i = 0; i < kLookUps; ++i)
-            if (table->places[cube[i]] == 0)
-                table->fill(table->owner, cube[i]);
-        LookUp(*table, cube, color, indices + done);
+        while (LookUp(*table, cube, color, indices + done) == 0)
+            FillCubes(table, cube);
     }
     plain::LookUpColors(table, pixels + size_t{end} * 3, kOverread, indices + end);
 }

@@ -45,8 +45,9 @@ DitherBand BandAt(const RowDitherer &ditherer, uint32_t y, uint32_t rows) noexce
     band.carried = ditherer.carried;
     for (uint32_t i = 0; i < rows; ++i) {
         const uint32_t below = y + 1 + i;
-        band.below[i] = below < ditherer.height ? Fetched(ditherer, below, ditherer.below[i])
-                                                : ditherer.below[0];
+        band.below[i] = below < ditherer.height
+                            ? Fetched(ditherer, below, ditherer.below[i % kBandRows])
+                            : ditherer.below[0];
         band.indices[i] = ditherer.indices[i];
     }
     return band;

@@ -44,7 +44,8 @@ struct CubeTable {
     uint32_t *places; ///< of cubes, odd numbers; 0 for one that is not filled
     uint8_t *choices; ///< kCubeColors from each place on, and from 0 on
     void *owner;
-    void (*fill)(void *owner, uint32_t cube); ///< gives a cube a place
+    /// Gives a cube a place. All others may lose theirs, but seldom: not within a thousand cubes.
+    void (*fill)(void *owner, uint32_t cube);
 };
 
 struct ColorKernels {

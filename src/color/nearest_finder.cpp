@@ -239,8 +239,10 @@ uint32_t LayOut(NearestFinder *finder) noexcept {
 void TakeRoom(NearestFinder *finder, int levels) noexcept {
     finder->levelCount = levels;
     for (int i = 0; i < levels; ++i)
-        finder->levels[i].bits = 3 + i;
-    finder->candidatesRoom = kSpareCandidates + 4 * (finder->table.count + 2);
+        finder->levels[i].bits = levels == 1 ? 3 : 2 + i;
+    // The first list, those that building one leaf may add, and the spare ones.
+    const auto lists = static_cast<uint32_t>(levels + 2);
+    finder->candidatesRoom = kSpareCandidates + lists * (finder->table.count + 2);
     finder->block = GlobalAlloc(kGlobalFlags, LayOut(finder));
     if (finder->block == 0)
         return CloseFinder(finder);

@@ -37,7 +37,7 @@ inline constexpr uint32_t kPairEntries = 256;
 inline constexpr uint32_t kPlanes = 16384;
 
 /// Most levels of lists.
-inline constexpr int kLevels = 3;
+inline constexpr int kLevels = 4;
 
 /// Finer searches are worth their preparation from here on.
 inline constexpr uint64_t kFineSearches = 262144;

@@ -88,26 +88,49 @@ TEST(FindInCubes, EveryFormAnswersAsThePlainSearchForEveryColour) {
     });
 }
 
-TEST(FindInCubes, HasRoomForAllCubes) {
-    // A lattice of colours, so that hardly any cube has one nearest entry only.
-    Bytes table;
-    for (uint32_t i = 0; i < 256; ++i)
-        table.insert(table.end(), {static_cast<uint8_t>((i & 7) * 36),
-                                   static_cast<uint8_t>((i >> 3 & 7) * 36 + 1),
-                                   static_cast<uint8_t>((i >> 6) * 85)});
-    Bytes pixels;
-    for (uint32_t cube = 0; cube < kCubes; ++cube)
-        pixels.insert(pixels.end(),
-                      {static_cast<uint8_t>(cube << 2), static_cast<uint8_t>(cube >> 6 << 2),
-                       static_cast<uint8_t>(cube >> 12 << 2)});
-    Cubes cubes(table);
-    const Bytes found = cubes.Find(pixels);
-    for (uint32_t cube = 0; cube < kCubes; cube += 101) {
-        const uint8_t *pixel = &pixels[size_t{cube} * 3];
-        ASSERT_EQ(found[cube],
-                  reference::NearestRGBIndex(pixel[0], pixel[1], pixel[2], table, 65535))
-            << cube;
+// A pixel of every cube, with a table of which hardly any cube has one nearest entry only.
+class AllCubes : public testing::Test {
+protected:
+    AllCubes() {
+        for (uint32_t i = 0; i < 256; ++i)
+            table.insert(table.end(), {static_cast<uint8_t>((i & 7) * 36),
+                                       static_cast<uint8_t>((i >> 3 & 7) * 36 + 1),
+                                       static_cast<uint8_t>((i >> 6) * 85)});
+        for (uint32_t cube = 0; cube < kCubes; ++cube)
+            pixels.insert(pixels.end(),
+                          {static_cast<uint8_t>(cube << 2), static_cast<uint8_t>(cube >> 6 << 2),
+                           static_cast<uint8_t>(cube >> 12 << 2)});
     }
+
+    void ExpectFound(const Bytes &found) const {
+        for (uint32_t cube = 0; cube < kCubes; cube += 101) {
+            const uint8_t *pixel = &pixels[size_t{cube} * 3];
+            ASSERT_EQ(found[cube],
+                      reference::NearestRGBIndex(pixel[0], pixel[1], pixel[2], table, 65535))
+                << cube;
+        }
+    }
+
+    Bytes table, pixels;
+};
+
+TEST_F(AllCubes, HaveRoom) {
+    WithEachColorForm([&] {
+        Cubes cubes(table);
+        ExpectFound(cubes.Find(pixels));
+    });
+}
+
+TEST_F(AllCubes, BeginAnewWhenThereIsNoMemoryForMoreRoom) {
+    testing::internal::CaptureStdout();
+    WithEachColorForm([&] {
+        FailingMemory memory(4, FailingMemory::kThatAndAllLater);
+        Cubes cubes(table);
+        ASSERT_TRUE(cubes.Serve());
+        ExpectFound(cubes.Find(pixels));
+        EXPECT_TRUE(memory.Failed());
+    });
+    testing::internal::GetCapturedStdout();
 }
 
 TEST(OpenColorCubes, DoNotServeFewSearchesLargeTablesOrWithoutMemory) {

@@ -119,6 +119,22 @@ TEST(FindNearest, BeginsAnewWhenItsRoomIsFull) {
     CloseFinder(&finder);
 }
 
+TEST(OpenFinder, HasRoomForAllListsOfOneLeafOfTheLargestTable) {
+    Bytes colors(size_t{65535} * 3); // each another one, and none grey
+    for (size_t i = 0; i < 65535; ++i) {
+        colors[3 * i] = static_cast<uint8_t>(1 + i % 255);
+        colors[3 * i + 1] = static_cast<uint8_t>(i / 255);
+    }
+    NearestFinder finder;
+    OpenFinder(&finder, View(colors), kVeryMany);
+    ASSERT_NE(finder.block, 0u);
+    const uint32_t longest = 1u + finder.candidates[1].index;
+    EXPECT_EQ(longest, 65536u);
+    EXPECT_GE(finder.candidatesRoom - finder.candidatesUsed,
+              static_cast<uint32_t>(finder.levelCount + 1) * longest);
+    CloseFinder(&finder);
+}
+
 TEST(OpenFinder, SearchesPlainlyWithoutMemory) {
     testing::internal::CaptureStdout();
     Random random(15);
