@@ -64,7 +64,9 @@ struct Vector {
 };
 
 #include "jpeg/block_transform.inl"
-#include "jpeg/pixel_rows_avx2.inl"
+#include "jpeg/pixels_avx2.inl"
+
+#include "jpeg/pixel_rows.inl"
 
 inline uint32_t Place(uint32_t k) {
     return static_cast<uint32_t>(ZZ[k]);

@@ -60,21 +60,24 @@ struct Vector {
 };
 
 #include "jpeg/block_transform.inl"
+#include "jpeg/pixels_sse2.inl"
+
+#include "jpeg/pixel_rows.inl"
 
 } // namespace
 
 const Kernels kSse2Kernels = {
     .name = "sse2",
     .zigZag = false,
-    .mapRgbToYcc = plain::MapRgbToYcc,
-    .mapBgrToYcc = plain::MapBgrToYcc,
-    .mapToGrey = plain::MapToGrey,
-    .swapFirstAndThird = plain::SwapFirstAndThird,
-    .splitRow422 = plain::SplitRow422,
-    .splitRow444 = plain::SplitRow444,
-    .takeRow422 = plain::TakeRow422,
-    .takeRow444 = plain::TakeRow444,
-    .takeRowGrey = plain::TakeRowGrey,
+    .mapRgbToYcc = MapRgbToYcc,
+    .mapBgrToYcc = MapBgrToYcc,
+    .mapToGrey = MapToGrey,
+    .swapFirstAndThird = SwapFirstAndThird,
+    .splitRow422 = SplitRow422,
+    .splitRow444 = SplitRow444,
+    .takeRow422 = TakeRow422,
+    .takeRow444 = TakeRow444,
+    .takeRowGrey = TakeRowGrey,
     .transformBlocks = TransformBlocks<Vector>,
     .codeMcus = plain::CodeMcus,
     .packBlocks = plain::PackBlocks,
