@@ -53,7 +53,8 @@ function(kowen_test name)
   target_compile_definitions(${name} PRIVATE KOWEN_TEST_DATA="${CMAKE_SOURCE_DIR}/tests/data")
   if(CMAKE_CROSSCOMPILING_EMULATOR)
     list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
-    target_compile_definitions(${name} PRIVATE KOWEN_EMULATOR="${emulator} ")
+    # The shell is this machine's, so what is loaded before the other machine's programs is not its.
+    target_compile_definitions(${name} PRIVATE KOWEN_EMULATOR="unset LD_PRELOAD && ${emulator} ")
   endif()
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
     PROPERTIES TIMEOUT 300 LABELS ${name})

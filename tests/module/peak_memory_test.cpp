@@ -1,5 +1,6 @@
 // How much memory an export takes at most, beside the picture that the host holds.
 #include "support/child_process.h"
+#include "support/emulator.h"
 #include "support/module_host.h"
 #include "support/temp_directory.h"
 
@@ -103,6 +104,8 @@ protected:
 #ifdef KOWEN_SANITIZED
         GTEST_SKIP() << "the sanitizer's own memory counts too";
 #endif
+        if (!kEmulator.empty())
+            GTEST_SKIP() << "the emulator's own memory counts too";
         if (!ForgetPeak())
             GTEST_SKIP() << "the system does not tell the peak";
     }
