@@ -40,7 +40,8 @@ uint64_t Fnv1a(const std::string &bytes) {
 
 std::string NameOf(const ExportCase &given) {
     constexpr const char *kDoors[] = {"bitmap", "raster", "raster-blunt", "raster-cells", "export"};
-    constexpr const char *kOutputs[] = {"file", "memory", "host", "unnamed-host"};
+    constexpr const char *kOutputs[] = {"file", "file-without-input", "memory", "host",
+                                        "unnamed-host"};
     std::string name = kDoors[static_cast<int>(given.door)];
     name += std::string("-to-") + kOutputs[static_cast<int>(given.output)];
     if (given.door == DoorKind::kExport)

@@ -7,6 +7,7 @@
 
 #include <cstring>
 #include <optional>
+#include <unistd.h>
 
 namespace kowen::test {
 namespace {
@@ -65,7 +66,7 @@ public:
             return true;
         if (kind == FaultKind::kCancel)
             return given.door != DoorKind::kExport;
-        return given.output == Output::kFile;
+        return IsToFile();
     }
 
     void Begin() override {
@@ -73,9 +74,8 @@ public:
         memory.clear();
         answers.clear();
         std::remove(directory.File(kFileName).c_str());
-        name = given.output == Output::kFile || given.output == Output::kHost
-                   ? directory.File(kFileName)
-                   : std::string();
+        name =
+            IsToFile() || given.output == Output::kHost ? directory.File(kFileName) : std::string();
         exportRecord = {};
         exportRecord.context = 1;
         exportRecord.statusCallback = FaultyHost::Status;
@@ -83,6 +83,10 @@ public:
         exportRecord.ioContext = 9;
         BeginBitmap();
         BeginDevice();
+        if (given.output == Output::kFileWithoutInput) {
+            savedInput = dup(STDIN_FILENO);
+            close(STDIN_FILENO);
+        }
     }
 
     void Run() override {
@@ -126,6 +130,11 @@ public:
     }
 
     void End() override {
+        if (savedInput != -1) {
+            dup2(savedInput, STDIN_FILENO);
+            close(savedInput);
+            savedInput = -1;
+        }
         GlobalFree(exportRecord.memoryBlock);
         GlobalFree(bitmapRecord.pixels);
         GlobalFree(bitmapRecord.palette);
@@ -135,6 +144,9 @@ public:
 private:
     bool IsToHost() const {
         return given.output == Output::kHost || given.output == Output::kHostUnnamed;
+    }
+    bool IsToFile() const {
+        return given.output == Output::kFile || given.output == Output::kFileWithoutInput;
     }
     bool IsRaster() const {
         return given.door != DoorKind::kBitmap && given.door != DoorKind::kExport;
@@ -187,6 +199,7 @@ private:
     std::string TakeOutput(std::string *wrong) {
         switch (given.output) {
         case Output::kFile:
+        case Output::kFileWithoutInput:
             return directory.Read(kFileName);
         case Output::kMemory:
             if (given.door == DoorKind::kBitmap)
@@ -228,7 +241,8 @@ private:
         const SetupRecord &record = *setup.operator->();
         if (!(UserSettings(record) == *settings))
             *wrong += " a setting has changed;";
-        if (record.exportRecord != nullptr || record.header.outputFile != 0)
+        if (record.hostCalls != 0 || record.exportRecord != nullptr ||
+            record.header.outputFile != 0)
             *wrong += " the setup still names an export;";
         if (lpEMData != nullptr)
             *wrong += " a device is left;";
@@ -280,7 +294,7 @@ private:
             *wrong += " the output was finished after the stop;";
         if (!IsRaster() || report.mode != FaultMode::kThatAndAllLater)
             return;
-        if (given.output == Output::kFile && HasFile())
+        if (IsToFile() && HasFile())
             *wrong += " the file of a cancelled device is still there;";
         if (IsToHost() && !host->deleted)
             *wrong += " the host was not told to delete its file;";
@@ -310,6 +324,7 @@ private:
     std::string memory; ///< the block of memory output
     StepAnswers answers;
     int64_t heapCallsAtEnd = 0;
+    int savedInput = -1; ///< while the standard input is closed
 };
 
 } // namespace

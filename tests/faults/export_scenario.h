@@ -18,7 +18,13 @@ enum class DoorKind {
     kRasterCells, ///< the raster device, one cell array without a picture bitmap
     kExport       ///< the export device: opens and closes, draws nothing
 };
-enum class Output { kFile, kMemory, kHost, kHostUnnamed };
+enum class Output {
+    kFile,
+    kFileWithoutInput, ///< in a process that has closed its standard input
+    kMemory,
+    kHost,
+    kHostUnnamed
+};
 enum class Pattern { kSoft, kNoise };
 
 /// A row of the tables in scenarios.cpp.

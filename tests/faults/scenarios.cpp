@@ -28,6 +28,8 @@ constexpr Output kUnnamed = Output::kHostUnnamed;
 // than a disk buffer.
 const std::vector<ExportCase> kSmallExports = {
     {kBitmap, kFile, 24, 16, 10, kSoft, k422, kSeq, 75, 0, 0, 644, 0x61401C24A6CC573Bu},
+    {kBitmap, Output::kFileWithoutInput, 24, 16, 10, kSoft, k422, kSeq, 75, 0, 0, 644,
+     0x61401C24A6CC573Bu},
     {kBitmap, kFile, 1, 16, 10, kNoise, k422, kSeq, 75, 0, 0, 658, 0x9BC7EB1AC1EC4C78u},
     {kBitmap, kFile, 24, 16, 10, kSoft, k422, kProg, 75, 0, 0, 703, 0xEC1C905BC48CD8D1u},
     {kBitmap, kFile, 24, 20, 12, kSoft, k422, kSeq, 75, 10, 6, 631, 0xE21E5BE87782C1F7u},
