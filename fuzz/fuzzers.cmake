@@ -8,6 +8,8 @@ kowen_fuzzer(escape_fuzzer fuzz/escape_fuzzer.cpp)
 kowen_fuzzer(bitmap_fuzzer fuzz/bitmap_fuzzer.cpp
   ${reference}/bitmap.cpp ${reference}/resample.cpp)
 kowen_fuzzer(door_fuzzer fuzz/door_fuzzer.cpp)
+kowen_fuzzer(device_fuzzer fuzz/device_fuzzer.cpp
+  ${reference}/bitmap.cpp ${reference}/resample.cpp)
 kowen_fuzzer(file_fuzzer fuzz/file_fuzzer.cpp)
 kowen_fuzzer(line_fuzzer fuzz/line_fuzzer.cpp)
 kowen_fuzzer(struct_fuzzer fuzz/struct_fuzzer.cpp)
