@@ -23,7 +23,11 @@ std::FILE *StandardStream(const char *name) {
     return std::strcmp(name, "stdout") == 0 ? stdout : nullptr;
 }
 
+// What a write-back that failed has left in the buffer is lost with it.
 void EmptyBuffer(QivFile &file, int32_t base) {
+    if (file.dirty)
+        file.lost = 1;
+    file.dirty = 0;
     file.bufPos = 0;
     file.bufLast = -1;
     file.bufMax = kDiskBufferBytes - 1;
@@ -137,7 +141,8 @@ int32_t WriteDisk(QivFile &file, const void *buffer, int32_t count) noexcept {
             const int32_t room = NextBuffer(file);
             if (room < 1) {
                 // Safe departure: the close tells of it, also when the disk works again.
-                file.lost = left > 0;
+                if (left > 0)
+                    file.lost = 1;
                 return room;
             }
         }
@@ -182,8 +187,8 @@ int32_t FlushDisk(QivFile &file) noexcept {
     // A buffer that stays full keeps out what comes behind it: the file would have a gap there.
     if (!measured || written != count)
         return Fail(file);
-    EmptyBuffer(file, file.bufBase + count);
     file.dirty = 0;
+    EmptyBuffer(file, file.bufBase + count);
     return count;
 }
 

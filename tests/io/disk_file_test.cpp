@@ -126,6 +126,31 @@ TEST(WriteDisk, ADiskThatRecoversGetsTheBeginningOrAllAndTheCloseSaysWhich) {
     }
 }
 
+TEST(WriteDisk, ALostByteStaysLostWhenTheBufferIsFilledOnceMore) {
+    TempDirectory directory;
+    FailingDisk disk;
+    const FileHandle file = Open(directory.File("a"), kCreateMode);
+    disk.Fail(FailingDisk::kWrite, 1);
+    EXPECT_EQ(WriteText(file, Pattern(12288)), -1);
+    EXPECT_EQ(WriteText(file, "x"), 0) << "this byte is lost";
+    EXPECT_EQ(qivSeek(file, 0, kFromStart), 0);
+    EXPECT_EQ(WriteText(file, Pattern(12288)), 0);
+    EXPECT_EQ(qivClose(file), -1);
+    EXPECT_EQ(directory.Read("a"), Pattern(12288));
+}
+
+TEST(WriteDisk, BytesThatASeekLeavesUnwrittenAreToldByTheClose) {
+    TempDirectory directory;
+    FailingDisk disk;
+    const FileHandle file = Open(directory.File("a"), kCreateMode);
+    EXPECT_EQ(WriteText(file, "hello"), 5);
+    disk.Fail(FailingDisk::kWrite, 1);
+    EXPECT_EQ(qivSeek(file, 20000, kFromStart), 20000);
+    EXPECT_EQ(WriteText(file, "x"), 1);
+    EXPECT_EQ(qivClose(file), -1);
+    EXPECT_EQ(directory.Read("a"), std::string(20000, '\0') + "x");
+}
+
 TEST(WriteDisk, GoesOnBehindABufferThatWasReadToItsEnd) {
     TempDirectory directory;
     directory.Write("a", Pattern(12290));
