@@ -149,8 +149,9 @@ void ConvertDepth(Conversion &picture, const BitmapRecord &bitmap, const Offscre
 // direction or both, a stretch does not do again.
 MemoryHandle Draw(OffscreenRecord &record, PrivateDrawing &drawing) {
     const auto &bitmap = *static_cast<const BitmapRecord *>(record.picture);
-    // Safe departure: an off-screen without columns has no pixels, however many rows.
-    if (record.width == 0)
+    // Safe departure: an off-screen without columns has no pixels, however many rows. Nor has a
+    // bitmap without a block.
+    if (record.width == 0 || bitmap.pixels == 0)
         return 0;
     Conversion picture = {bitmap.pixels, false, bitmap.width, bitmap.height};
     if (record.width < picture.width || record.bandHeight < picture.height) {

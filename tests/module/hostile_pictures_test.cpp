@@ -168,11 +168,14 @@ TEST_F(HostilePictures, OneRowMoreThanAFrameCanSay) {
 }
 
 TEST_F(HostilePictures, WithoutPixelsThereIsNoPicture) {
-    BitmapRecord bitmap = {24, 16, 8, 0, 0, 0, 0, 0};
-    const ExportRun run = host.ExportRecords("", bitmap, CellOf(16, 8), setup);
-    EXPECT_EQ(run.result, 0);
-    EXPECT_EQ(run.jpeg.size(), kHeaderBytes + 2);
-    EXPECT_TRUE(EndsWith(run.jpeg, kEndMarker));
+    for (const uint16_t depth : {1, 4, 8, 24, 32})
+        for (const int32_t side : {8, 16, 32}) {
+            BitmapRecord bitmap = {depth, 16, 8, 0, 0, 0, 0, 0};
+            const ExportRun run = host.ExportRecords("", bitmap, CellOf(side, side), setup);
+            EXPECT_EQ(run.result, 0);
+            EXPECT_EQ(run.jpeg.size(), kHeaderBytes + 2) << depth << " bits to " << side;
+            EXPECT_TRUE(EndsWith(run.jpeg, kEndMarker));
+        }
 }
 
 TEST_F(HostilePictures, MemoryThatIsNotThereIsNoPicture) {
