@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -451,6 +452,16 @@ TEST(WriteCellBits, SetupOfZerosWritesHeadersWithoutComponents) {
     EXPECT_EQ(bytes, ReferenceBegin({17, 9, 0, 0, 0, 0, 0}) + FromHex("FF D9"));
     const Bytes frame = FromHex("FF C2 00 08 00 00 09 00 11 00 FF C4");
     EXPECT_NE(std::search(bytes.begin(), bytes.end(), frame.begin(), frame.end()), bytes.end());
+}
+
+TEST(EndCellBitmap, WithoutASetupOnlyTheEnvironmentEnds) {
+    ExpectNothingLeaks([] {
+        Begun begun(212, 245, 8, 8);
+        SetupRecord *const setup = std::exchange(lpRaster, nullptr);
+        EXPECT_EQ(begun.End(), 0);
+        lpRaster = setup;
+        EXPECT_TRUE(begun.Written().empty());
+    });
 }
 
 TEST(WriteCellBits, UnknownColorFormatCodesNothing) {

@@ -33,6 +33,16 @@ protected:
     ScopedEnvironment noDisplay{"DISPLAYINFO", nullptr};
 };
 
+TEST(QueryCellFormat, WithoutASetupTheQuestionStays) {
+    ASSERT_EQ(lpRaster, nullptr);
+    Query query = {640, 480, 8, 96};
+    query.Ask();
+    EXPECT_EQ(query.width, 640);
+    EXPECT_EQ(query.height, 480);
+    EXPECT_EQ(query.depth, 8);
+    EXPECT_EQ(query.resolution, 96);
+}
+
 TEST_F(QueryCellFormatTest, PictureModesGiveThePicturesOwnPixels) {
     Query query{2.5, 1.25, 0, 200};
     query.Ask();
