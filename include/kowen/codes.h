@@ -24,9 +24,9 @@ enum {
     KOWEN_OK = 0,
     KOWEN_ERR_MEMORY_OUTPUT = 21, /**< the block for memory output could not be allocated */
     KOWEN_ERR_SETUP = 22,         /**< no setup: the handle is 0 or could not be locked */
-    KOWEN_ERR_WORK_MEMORY = 27,   /**< a working block could not be allocated while drawing */
+    KOWEN_ERR_WORK_MEMORY = 27,   /**< no working memory while drawing or coding */
     KOWEN_ERR_MEMORY = 300,       /**< memory could not be allocated, or nothing to output */
-    KOWEN_ERR_OUTPUT = 303,       /**< the output could not be opened or closed */
+    KOWEN_ERR_OUTPUT = 303,       /**< the output could not be opened or closed, or lacks bytes */
     KOWEN_ERR_CANCELLED = 901     /**< the status callback asked to stop */
 };
 

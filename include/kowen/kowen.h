@@ -8,7 +8,7 @@
  *   thread, inside the call that caused them.
  * - Functions report by integer result; nothing throws.
  * - The host's locale, rounding mode and floating-point traps change no byte of the output. They
- * are as the host set them when a call returns, and inside its callbacks.
+ *   are as the host set them when a call returns, and inside its callbacks.
  * - The module writes only what is documented as out, and the pixels that ExportCellData names.
  */
 #ifndef KOWEN_KOWEN_H

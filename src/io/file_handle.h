@@ -59,7 +59,8 @@ bool qivHasLost(FileHandle file) noexcept;
 /// Closes the file and ends the handle, whatever the result.
 /// Returns 0; -1 for handle 0 and when bytes of the file, the last ones or earlier ones, or a
 /// memory file's end marker could not be written; the stream close's result; for a host-served file
-/// the procedure's answer, but -1 instead of 0 when it has taken less than it was given.
+/// the procedure's answer, but -1 instead of 0 when it has taken less than it was given, as far as
+/// it tells.
 ///
 /// Kept deliberately: a memory file opened with WRITE or UPDATE gets one byte 255 after its last.
 /// Test: QivCloseMemory.AppendsTheEndMarker.

@@ -178,6 +178,15 @@ TEST_F(HostilePictures, WithoutPixelsThereIsNoPicture) {
         }
 }
 
+// What is shrunk keeps its depth, and then its pixels are zeros like any other's.
+TEST_F(HostilePictures, NothingShrunkHasTheFirstColourOfItsPalette) {
+    const std::vector<uint8_t> palette = {200, 100, 50, 1, 2, 3};
+    const TestBitmap nothing{1, 0, 16, {}, palette};
+    const TestBitmap zeros{1, 8, 8, std::vector<uint8_t>(32), palette};
+    const CellRecord cell = CellOf(8, 8);
+    EXPECT_EQ(ExportGuarded(nothing, cell).jpeg, Expected(zeros, cell));
+}
+
 TEST_F(HostilePictures, MemoryThatIsNotThereIsNoPicture) {
     const auto wrap = host.module.Symbol<GlobalPointerToHandleFunction>("GlobalPointerToHandle");
     for (const uint32_t size : {0u, 384u, 0xFFFFFFFFu})
