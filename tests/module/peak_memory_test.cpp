@@ -9,6 +9,7 @@
 #include <cstring>
 #include <fstream>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -112,11 +113,15 @@ protected:
 };
 
 TEST_F(PeakMemory, OfAFileDoesNotDependOnTheHeight) {
+    // Headers, 20 bits for each flat MCU, 125 of which make 8 rows, and the end mark.
+    const std::pair<uint16_t, size_t> kFileBytes[] = {
+        {16, 607 + 625 + 2}, {1000, 607 + 39063 + 2}, {12000, 607 + 468750 + 2}};
     const TempDirectory directory;
     const std::string path = directory.File("out.jpg");
-    for (const uint16_t height : {16, 1000, 12000}) {
+    for (const auto &[height, fileBytes] : kFileBytes) {
         const Usage usage = ExportAlone(height, path.c_str(), false);
         EXPECT_EQ(usage.result, KOWEN_OK);
+        EXPECT_EQ(directory.Read("out.jpg").size(), fileBytes);
         EXPECT_GE(usage.grownBytes, 0) << height;
         EXPECT_LE(usage.grownBytes, 2 * kMebibyte) << height;
     }
