@@ -97,12 +97,6 @@ bool HasGreys(const ColorCube &cube) noexcept {
     return highest - lowest <= kGreyTolerance;
 }
 
-bool IsGreyOnly(const ColorCube &cube) noexcept {
-    const int lowest = std::min({cube.low[0], cube.low[1], cube.low[2]});
-    const int highest = std::max({cube.high[0], cube.high[1], cube.high[2]});
-    return highest - lowest <= kGreyTolerance;
-}
-
 void ChooseCandidates(const ColorCube &cube, const NearestCandidate *list,
                       NearestCandidate *out) noexcept {
     const NearestCandidate *best = KeepTheNear(cube, list, out);

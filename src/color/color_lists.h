@@ -19,9 +19,8 @@ ColorCube CubeOf(const uint8_t color[3], int bits) noexcept;
 /// Its number, from 0 to 2^(3 bits) - 1.
 uint32_t CubeNumber(const uint8_t color[3], int bits) noexcept;
 
-/// Whether a box has colours that count as grey, and whether all of its colours do.
+/// Whether a box has colours that count as grey.
 bool HasGreys(const ColorCube &cube) noexcept;
-bool IsGreyOnly(const ColorCube &cube) noexcept;
 
 /// Writes to out those of a list that may be nearest to a colour of the box, in the same order;
 /// every one that is nearest with the lowest index is among them. out has room for as many as list

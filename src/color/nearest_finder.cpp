@@ -76,15 +76,6 @@ void MakeRoom(NearestFinder *finder) noexcept {
         Forget(finder);
 }
 
-// The only index that the greys of a box have, if so; else kPairEntries or above.
-uint32_t OnlyGrey(const NearestFinder &finder, const ColorCube &cube) noexcept {
-    const uint16_t *first = finder.greyBySum + cube.low[0] + cube.low[1] + cube.low[2];
-    const uint16_t *last = finder.greyBySum + cube.high[0] + cube.high[1] + cube.high[2];
-    return std::all_of(first, last + 1, [&](uint16_t index) { return index == *first; })
-               ? *first
-               : kPairEntries;
-}
-
 uint32_t SingleLeaf(uint32_t index) noexcept {
     return kLeafPair | index << 8 | index;
 }
@@ -127,8 +118,6 @@ uint32_t PairLeaf(NearestFinder *finder, const NearestCandidate &low,
 // The leaf of a box that was not built; 0 when it is better divided and may be.
 uint32_t MakeLeaf(NearestFinder *finder, const ColorCube &cube, const NearestCandidate *from,
                   bool mayDivide) noexcept {
-    if (IsGreyOnly(cube) && OnlyGrey(*finder, cube) < kPairEntries)
-        return SingleLeaf(OnlyGrey(*finder, cube));
     const uint32_t greys = HasGreys(cube) ? kLeafGreys : 0;
     if (greys != 0 && mayDivide)
         return 0;

@@ -39,12 +39,6 @@ TEST(HasGreys, TellsBoxesThatTouchTheGreyRequests) {
     EXPECT_FALSE(HasGreys({{0, 0, 40}, {7, 7, 47}}));
 }
 
-TEST(IsGreyOnly, TellsBoxesOfGreyRequestsOnly) {
-    EXPECT_TRUE(IsGreyOnly({{8, 8, 8}, {11, 11, 11}}));
-    EXPECT_TRUE(IsGreyOnly({{8, 8, 11}, {9, 9, 12}}));
-    EXPECT_FALSE(IsGreyOnly({{8, 8, 12}, {9, 9, 13}}));
-}
-
 TEST(ChooseCandidates, KeepsWhatIsNearestSomewhere) {
     // On the red axis the border between 10 and 30 is 20, between 30 and 90 it is 60.
     const Candidates colors = {{0, {10, 0, 1}}, {1, {30, 0, 1}}, {2, {90, 0, 1}}};
