@@ -115,6 +115,26 @@ TEST_F(HostileProcess, NoRoundingModeChangesAPersistedNumber) {
     }
 }
 
+TEST_F(HostileProcess, NoRoundingModeChangesAnAnsweredSize) {
+    const auto setDisplay = host.module.Symbol<SetDisplayInfoFunction>("SetDisplayInfo");
+    const auto getDisplay = host.module.Symbol<GetDisplayInfoFunction>("GetDisplayInfo");
+    const auto scale = host.module.Symbol<ScaleImageSizeFunction>("ScaleImageSize");
+    const ScopedFloats scope;
+    setDisplay(1000, 960, 96, 96);
+    for (const int rounding : kRoundings) {
+        double inches = 0;
+        double width = 33;
+        double height = 10;
+        std::fesetround(rounding);
+        getDisplay(&inches, nullptr, nullptr, nullptr);
+        scale(&width, &height);
+        EXPECT_EQ(std::fegetround(), rounding);
+        EXPECT_EQ(inches, 0x1.4d55555555555p+3) << "1000 / 96";
+        EXPECT_EQ(width, 22);
+        EXPECT_EQ(height, 0x1.aaaaaaaaaaaabp+2) << "20 / 3";
+    }
+}
+
 #if defined(__x86_64__) || defined(__i386__)
 TEST_F(HostileProcess, FlushingDenormalsChangesNoByteAndStays) {
     const ExportBytes fitted = FittedExport();
