@@ -185,7 +185,20 @@ void RequireCall(uintptr_t handle, int32_t operation, int32_t count, int32_t res
     Require(result == static_cast<int32_t>(hostAnswer), "the host's answer");
 }
 
-void HostStep(Input *input, FileHandle file, uintptr_t handle) {
+// What the host's answers to writes tell of bytes that it has not taken.
+struct Taken {
+    bool less = false;   ///< once
+    bool counts = false; ///< it answers how many it has taken, and not only "done"
+
+    void Note(int32_t count) {
+        if (count > 0 && hostAnswer < count)
+            less = true;
+        else if (count > 1)
+            counts = true;
+    }
+};
+
+void HostStep(Input *input, FileHandle file, uintptr_t handle, Taken *taken) {
     char buffer[16];
     hostAnswer = input->Number<int32_t>();
     const int32_t count = input->Between(-2, 16);
@@ -204,6 +217,8 @@ void HostStep(Input *input, FileHandle file, uintptr_t handle) {
     }
     RequireCall(handle, operation, count, result);
     Require(lastCall.argument == buffer, "the buffer");
+    if (operation == KOWEN_IO_WRITE)
+        taken->Note(count);
 }
 
 // Whether a file exists, and its delete.
@@ -232,14 +247,18 @@ void RunHost(Input *input) {
             "one call to open");
     if (file == 0)
         return;
+    Taken taken;
     for (int step = 0; step < kMostSteps && input->Left() > 0 && !input->Seldom(16); ++step)
-        HostStep(input, file, handle);
+        HostStep(input, file, handle, &taken);
     hostAnswer = input->Number<int32_t>();
+    const auto answer = static_cast<int32_t>(hostAnswer);
     if (input->Bool()) {
-        RequireCall(handle, KOWEN_IO_CLOSE, 0, qivClose(file));
+        const bool isLost = answer == 0 && taken.less && taken.counts;
+        Require(qivClose(file) == (isLost ? -1 : answer), "the result of a close");
+        RequireCall(handle, KOWEN_IO_CLOSE, 0, answer);
     } else {
         Require(qivCloseandDelete(file, "") == 0, "the result of a delete");
-        RequireCall(handle, KOWEN_IO_CLOSE, KOWEN_MODE_DELETE, static_cast<int32_t>(hostAnswer));
+        RequireCall(handle, KOWEN_IO_CLOSE, KOWEN_MODE_DELETE, answer);
     }
 }
 

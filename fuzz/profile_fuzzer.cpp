@@ -119,9 +119,11 @@ void Read(const Operation &read, const ProfileUnderTest &profile, bool listKeys)
     Require(listKeys || result <= std::max(read.size, 0), "a value inside the buffer");
 }
 
-bool ContainsName(const std::string &line, const std::string &name) {
+// Reading takes brackets and quotes out of a line before it compares.
+bool ContainsName(std::string line, const std::string &name) {
+    std::erase_if(line, [](char c) { return c == '[' || c == ']' || c == '"'; });
     return std::search(line.begin(), line.end(), name.begin(), name.end(),
-                       [](char a, char b) { return (a | 32) == (b | 32); }) != line.end();
+                       [](char x, char y) { return (x | 32) == (y | 32); }) != line.end();
 }
 
 // Reading takes a line for a header that writing does not: one without brackets. Pieces of long
