@@ -4,12 +4,14 @@
 #include "support/comma_locale.h"
 #include "support/emulator.h"
 
+#include <algorithm>
 #include <cfenv>
 #include <csignal>
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #if defined(__x86_64__) || defined(__i386__)
 #include <xmmintrin.h>
 #endif
@@ -315,7 +317,8 @@ TEST_F(HostileProcess, AnExportOnASmallStack) {
 #else
     constexpr size_t kStackBytes = 96 * 1024;
 #endif
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, kStackBytes), 0);
+    const size_t least = static_cast<size_t>(sysconf(_SC_THREAD_STACK_MIN)); // more on PowerPC
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, std::max(kStackBytes, least)), 0);
     pthread_t thread;
     const auto start = [](void *context) -> void * {
         (*static_cast<decltype(work) *>(context))();
