@@ -15,12 +15,13 @@ const std::set<std::string> kWrapped = {KOWEN_WRAPPED_FUNCTIONS};
 // Cannot fail, or not in a way that a file or a picture could notice; compilers differ in what they
 // call.
 const std::set<std::string> kHarmless = {
-    "__errno_location", "bcmp",      "ceil",     "fegetenv", "feholdexcept", "feof",   "fesetenv",
-    "fesetround",       "fileno",    "fprintf",  "fputc",    "freelocale",   "getenv", "memchr",
-    "memcmp",           "memcpy",    "memmove",  "memset",   "putchar",      "puts",   "setvbuf",
-    "snprintf",         "stderr",    "stdin",    "stdout",   "strchr",       "strcmp", "strcpy",
-    "strcspn",          "strlen",    "strnlen",  "strrchr",  "strtod",       "strtol", "tolower",
-    "toupper",          "uselocale", "vsnprintf"};
+    "__errno_location", "bcmp",       "ceil",        "fegetenv", "feholdexcept", "feof",
+    "fesetenv",         "fesetround", "fileno",      "fprintf",  "fputc",        "freelocale",
+    "getenv",           "memchr",     "memcmp",      "memcpy",   "memmove",      "memset",
+    "putchar",          "puts",       "setvbuf",     "snprintf", "stderr",       "stdin",
+    "stdout",           "strchr",     "strcmp",      "strcpy",   "strcspn",      "strlen",
+    "strnlen",          "strrchr",    "strtod",      "strtol",   "tolower",      "toupper",
+    "uselocale",        "vsnprintf",  "__fe_dfl_env" /* FE_DFL_ENV of PowerPC */};
 
 bool IsOfTheStartup(const std::string &name) {
     return name.starts_with("_ITM_") || name == "__gmon_start__" || name == "__cxa_finalize";
