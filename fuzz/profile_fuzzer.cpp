@@ -151,7 +151,7 @@ void WriteNothingNew(const Operation &write, const ProfileUnderTest &profile) {
     const std::string absent = write.section + "NotThereAtAll";
     kowen::WritePrivateProfileString(absent.c_str(), write.key.c_str(), nullptr, profile.Path());
     kowen::WritePrivateProfileString(absent.c_str(), nullptr, nullptr, profile.Path());
-    if (before.find(absent) == std::string::npos)
+    if (!ContainsName(before, absent))
         Require(profile.Get() == before, "a delete of what is not there");
 }
 
