@@ -50,7 +50,6 @@ function(kowen_test name)
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/src ${CMAKE_SOURCE_DIR}/tests)
   target_compile_options(${name} PRIVATE ${KOWEN_TEST_OPTIONS})
   target_precompile_headers(${name} REUSE_FROM kowen_test_headers)
-  target_compile_definitions(${name} PRIVATE KOWEN_TEST_DATA="${CMAKE_SOURCE_DIR}/tests/data")
   if(CMAKE_CROSSCOMPILING_EMULATOR)
     list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
     # The shell is this machine's, so what is loaded before the other machine's programs is not its.
