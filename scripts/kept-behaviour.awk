@@ -65,7 +65,7 @@ is_comment($0) {
     text = comment_text($0)
     if (text == "") end_of_mark()
     while (text != "") {
-        if (match(text, /(Kept deliberately|Safe departure):/)) {
+        if (match(text, /(Kept deliberately|Hardened):/)) {
             before = substr(text, 1, RSTART - 1)
             kept = substr(text, RSTART, 4) == "Kept"
             text = substr(text, RSTART + RLENGTH)

@@ -70,7 +70,7 @@ MemoryHandle rlConvertBitmapDepth(MemoryHandle bits, uint32_t width, uint32_t he
 /// the target's table. All entries are 0 when a table is missing.
 ///
 /// Returns the map, for rlFreeColormap; 0 when memory is exhausted.
-/// Safe departure: sources of more than 16 bits have no map, not only those of 24.
+/// Hardened: sources of more than 16 bits have no map, not only those of 24.
 MemoryHandle rlBuildColormap(const uint8_t *fromTable, uint16_t from, const uint8_t *toTable,
                              uint16_t to, uint32_t count) noexcept;
 
@@ -79,7 +79,7 @@ int32_t rlFreeColormap(MemoryHandle map) noexcept;
 
 /// Converts 32-bit pixels in place: each of the first three bytes becomes 255 minus itself and the
 /// fourth 0.
-/// Safe departure, here and below: pixels beyond the block's end are left out.
+/// Hardened, here and below: pixels beyond the block's end are left out.
 void rlRGB4toCMYK(MemoryHandle bits, uint32_t width, uint32_t height) noexcept;
 
 /// Converts 32-bit pixels C, M, Y, K to red, green, blue in place: 255 - max(C, K) and so on.

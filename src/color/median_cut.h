@@ -95,7 +95,7 @@ int32_t direct_indexed(const uint8_t *pixels, uint32_t width, uint32_t height, u
                        uint32_t flags, uint8_t *table, MemoryHandle context) noexcept;
 
 /// Makes box the box of entries first to last: total, range, axis and means.
-/// Safe departure: sums are wide enough for any picture; a box without counts has means of 0.
+/// Hardened: sums are wide enough for any picture; a box without counts has means of 0.
 void getCRectData(ColorBox *box, const ColorCount *list, uint16_t first, uint16_t last) noexcept;
 
 /// Returns the slot of the live box with the largest total, the lowest of equal ones; 0 when none

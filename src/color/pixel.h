@@ -47,11 +47,11 @@ constexpr uint8_t LowByteOf(uint32_t value) noexcept {
 }
 
 /// Returns the bytes of one row: width x bits rounded up to whole bytes, then to a multiple of 4.
-/// Safe departure: width x bits does not wrap; a row that does not fit 32 bits is kSizeTooLarge.
+/// Hardened: width x bits does not wrap; a row that does not fit 32 bits is kSizeTooLarge.
 uint32_t rlBytesPerLine(uint32_t width, uint16_t bits) noexcept;
 
 /// Returns the bytes of a whole bitmap: bytes per row x height.
-/// Safe departure: a size that does not fit 32 bits is kSizeTooLarge, which no allocation grants,
+/// Hardened: a size that does not fit 32 bits is kSizeTooLarge, which no allocation grants,
 /// instead of a wrapped and thus too small size.
 uint32_t rlCalcNewSize(uint32_t width, uint32_t height, uint16_t bits) noexcept;
 
@@ -70,7 +70,7 @@ uint32_t rlGetPixel(const uint8_t *pixels, uint32_t bytesPerLine, uint32_t x, ui
 /// table's nearest colour (rlNearestRGBIndex). Else the value. With 24 and 32 bits and both a map
 /// and a table, the map's entry is looked up in the table; (0, 0, 0) when it is no index of it.
 ///
-/// Safe departure: a table without a map is not looked at with 24 and 32 bits.
+/// Hardened: a table without a map is not looked at with 24 and 32 bits.
 uint32_t StoredValue(uint16_t bits, uint32_t value, const uint32_t *indexMap,
                      const uint8_t *colorTable, uint32_t colorCount) noexcept;
 

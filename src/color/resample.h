@@ -29,7 +29,7 @@ MemoryHandle rlStretchBitmap(MemoryHandle bitmap, uint16_t depth, uint32_t width
 /// the last (Stretch, targetHeight > height). Both bitmaps have padded rows; destination is zero.
 /// Returns whether it was done.
 ///
-/// Safe departure: a Shrink whose row position does not fit 16 bits is not done.
+/// Hardened: a Shrink whose row position does not fit 16 bits is not done.
 bool Shrink(const uint8_t *source, uint8_t *destination, uint16_t depth, uint32_t width,
             uint32_t height, uint32_t targetWidth, uint32_t targetHeight) noexcept;
 bool Stretch(const uint8_t *source, uint8_t *destination, uint16_t depth, uint32_t width,
@@ -40,7 +40,7 @@ bool Stretch(const uint8_t *source, uint8_t *destination, uint16_t depth, uint32
 ///
 /// Kept deliberately: ShrinkX takes the last pixel from the last source pixel, whatever its
 /// position. Test: ShrinkX.TheLastPixelComesFromTheLastSourcePixel.
-/// Safe departure: a StretchX whose position does not fit 16 bits is not done.
+/// Hardened: a StretchX whose position does not fit 16 bits is not done.
 bool ShrinkX(const uint8_t *source, uint8_t *destination, uint16_t depth, uint32_t width,
              uint32_t rows, uint32_t targetWidth) noexcept;
 bool StretchX(const uint8_t *source, uint8_t *destination, uint16_t depth, uint32_t width,
@@ -54,7 +54,7 @@ bool StretchX(const uint8_t *source, uint8_t *destination, uint16_t depth, uint3
 /// Test: RlFlipBitmap.TheFirstPixelTradesWithTheOnePastTheEnd.
 /// Kept deliberately: the middle row of an odd height is mirrored twice, so it stays.
 /// Test: RlFlipBitmap.TheMiddleRowIsMirroredTwice.
-/// Safe departure: an exchange that would reach past the block is left out.
+/// Hardened: an exchange that would reach past the block is left out.
 MemoryHandle rlFlipBitmap(MemoryHandle bitmap, uint16_t depth, uint32_t width, uint32_t height,
                           int32_t horizontal, int32_t vertical) noexcept;
 

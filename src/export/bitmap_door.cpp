@@ -65,7 +65,7 @@ int32_t ExportCellData(const char *outputName, BitmapRecord *bitmap, const CellR
     auto *setup = Lock<SetupRecord>(handle);
     if (setup == nullptr)
         return KOWEN_ERR_SETUP;
-    // Safe departure: a callback that exports once more with the same setup is refused.
+    // Hardened: a callback that exports once more with the same setup is refused.
     if (setup->hostCalls != 0)
         return KOWEN_ERR_OUTPUT;
     hRaster = handle;

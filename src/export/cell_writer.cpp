@@ -58,7 +58,7 @@ void FlushLastBits(FileHandle output, CompressEnv *env) {
         qivWriteChar(output, bytes, static_cast<int32_t>(count));
 }
 
-// Safe departure: with bytes missing the file must not look whole.
+// Hardened: with bytes missing the file must not look whole.
 void WriteEnd(FileHandle output, CompressEnv *env) {
     if (env->operation == KOWEN_OPERATION_SEQUENTIAL)
         FlushLastBits(output, env);
@@ -161,7 +161,7 @@ int32_t BeginCellBitmap(FileHandle output, uint32_t width, uint32_t height, int3
     if (env->operation == KOWEN_OPERATION_SEQUENTIAL)
         WriteSHdr(output, setup->header.componentCount, 0, 0, 63, 0, 0);
 
-    // Safe departure: without its tables the picture goes on as without an environment.
+    // Hardened: without its tables the picture goes on as without an environment.
     if (AllocMem(env->huffmanHandle, env->huffmanTable) != 0) {
         FreeCompressEnv(handle);
         return kTopDown;

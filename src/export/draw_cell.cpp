@@ -149,7 +149,7 @@ void ConvertDepth(Conversion &picture, const BitmapRecord &bitmap, const Offscre
 // direction or both, a stretch does not do again.
 MemoryHandle Draw(OffscreenRecord &record, PrivateDrawing &drawing) {
     const auto &bitmap = *static_cast<const BitmapRecord *>(record.picture);
-    // Safe departure: an off-screen without columns has no pixels, however many rows. Nor has a
+    // Hardened: an off-screen without columns has no pixels, however many rows. Nor has a
     // bitmap without a block.
     if (record.width == 0 || bitmap.pixels == 0)
         return 0;

@@ -91,7 +91,7 @@ int32_t OutputBands(Picture &picture, uint32_t bandHeight) {
     uint32_t rows = bandHeight;
     for (uint32_t band = 0; band < bands; ++band) {
         const MemoryHandle pixels = DrawPlatformOffscreen(picture.offscreen, first, first + rows);
-        // Safe departure: a routine may draw nothing, but what it could not draw is not passed
+        // Hardened: a routine may draw nothing, but what it could not draw is not passed
         // over.
         if (picture.offscreen->bandLost)
             return KOWEN_ERR_WORK_MEMORY;
@@ -126,7 +126,7 @@ int32_t OutputPicture(FileHandle output, void *record, DrawingRoutine routine) n
     // The direction it answers is always downward: bands are numbered from the picture's top.
     BeginCellBitmap(output, picture.width, picture.height, picture.depth, picture.palette,
                     &picture.environment);
-    // Safe departure: a picture that cannot be coded is not said to be written.
+    // Hardened: a picture that cannot be coded is not said to be written.
     if (picture.environment == 0)
         return KOWEN_ERR_WORK_MEMORY;
     const int32_t result = OutputBands(picture, bandHeight);

@@ -11,7 +11,7 @@ struct SetupRecord;
 /// Stands around every call of a function of the host's. What the host does with the module
 /// meanwhile does not reach the work that goes on afterwards:
 ///
-/// Safe departure: the setup that was current is so again when the host returns, and until then it
+/// Hardened: the setup that was current is so again when the host returns, and until then it
 /// is neither destroyed nor exported once more, for the work holds pointers into it. Test:
 /// HostileCallbacks.AStatusCallbackOfTheRasterDeviceDoesEverything and the others there.
 class HostCall {

@@ -117,10 +117,10 @@ int32_t EditSetup(MemoryHandle setup, uint32_t value) noexcept {
 int32_t DestroySetup(MemoryHandle setup) noexcept {
     if (BindSetup(setup) == nullptr)
         return 1;
-    // Safe departure: a callback cannot take away the setup whose export called it.
+    // Hardened: a callback cannot take away the setup whose export called it.
     if (lpRaster->hostCalls != 0)
         return 1;
-    // Safe departure: a device that its host closes later does not find the freed record.
+    // Hardened: a device that its host closes later does not find the freed record.
     if (lpSetup == lpRaster) {
         hSetup = 0;
         lpSetup = nullptr;

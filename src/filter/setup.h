@@ -72,7 +72,7 @@ SetupRecord *BindSetup(MemoryHandle setup) noexcept;
 ///
 /// Kept deliberately: a section without the key "Driver" leaves zeros, not the defaults.
 /// Test: CreateSetupTest.SectionWithoutDriverLeavesZeros.
-/// Safe departure: texts are bounded by their fields. A path that does not fit is not found, a
+/// Hardened: texts are bounded by their fields. A path that does not fit is not found, a
 /// section that does not fit is in no profile, a filter name is cut.
 MemoryHandle CreateSetup(uint32_t reserved, const char *profilePath, const char *section,
                          const char *filterName) noexcept;
@@ -84,7 +84,7 @@ int32_t EditSetup(MemoryHandle setup, uint32_t value) noexcept;
 /// Frees a setup; no setup is current then, and a device that was opened with it has none.
 /// Returns 0; 1 for handle 0.
 ///
-/// Safe departure: 1, and nothing is freed, from inside a call of the host's that keeps the setup
+/// Hardened: 1, and nothing is freed, from inside a call of the host's that keeps the setup
 /// (HostCall). Test: DestroySetupTest.ASetupWhoseExportIsUnderWayStays.
 int32_t DestroySetup(MemoryHandle setup) noexcept;
 

@@ -71,7 +71,7 @@ int32_t qivWrite(FileHandle file, const void *buffer, int32_t count) noexcept {
         return 0;
     if (record->ioProc)
         return WriteToHost(*record, buffer, count);
-    // Safe departure: a write through a document stream would land in some other stream's sector.
+    // Hardened: a write through a document stream would land in some other stream's sector.
     if (record->isDoc)
         return Fail(*record);
     if (count <= 0)

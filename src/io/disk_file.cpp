@@ -140,7 +140,7 @@ int32_t WriteDisk(QivFile &file, const void *buffer, int32_t count) noexcept {
         if (file.bufPos > file.bufMax) {
             const int32_t room = NextBuffer(file);
             if (room < 1) {
-                // Safe departure: the close tells of it, also when the disk works again.
+                // Hardened: the close tells of it, also when the disk works again.
                 if (left > 0)
                     file.lost = 1;
                 return room;

@@ -34,7 +34,7 @@ std::FILE *Open(const char *name, const char *mode) noexcept {
         std::fclose(stream);
         return nullptr;
     }
-    // Safe departure: in a process that has closed its standard output the file would take that
+    // Hardened: in a process that has closed its standard output the file would take that
     // place, and whatever anybody prints would land in it.
     if (fileno(stream) <= STDERR_FILENO && !(stream = MovedBehindStandardStreams(stream, mode)))
         return nullptr;
@@ -73,7 +73,7 @@ bool IsDevice(const char *name) {
     return stat(name, &status) == 0 && (S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode));
 }
 
-// Safe departure: a device stays. A cancelled export to /dev/null would else take it away from the
+// Hardened: a device stays. A cancelled export to /dev/null would else take it away from the
 // whole machine, when the user may do that.
 int Remove(const char *name) noexcept {
     return IsDevice(name) ? -1 : unlink(name);

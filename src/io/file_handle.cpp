@@ -47,7 +47,7 @@ int32_t CloseTarget(FileHandle handle, QivFile &file) {
     if (file.ioProc) {
         const int32_t answer = CloseOnHost(file);
         ReleaseDisk(file);
-        // Safe departure: a host that took only a part is not said to have the file.
+        // Hardened: a host that took only a part is not said to have the file.
         return answer == 0 && HasLost(file) ? -1 : answer;
     }
     return IsMemoryFile(file) ? CloseMemory(handle, file) : CloseDisk(file);
@@ -119,7 +119,7 @@ int32_t qivCloseandDelete(FileHandle file, const char *name) noexcept {
         GlobalFree(file);
         return 0;
     }
-    // Safe departure: closed before the block is freed, for the close of a memory file still
+    // Hardened: closed before the block is freed, for the close of a memory file still
     // writes to its block. What is left afterwards is the same.
     qivClose(file);
     if (ownedData)

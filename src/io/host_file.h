@@ -17,7 +17,7 @@ bool OpenOnHost(QivFile &file, const char *name, const QivIODesc &descriptor) no
 
 /// Each hands on the procedure's answer.
 ///
-/// Safe departure: a negative count gives 0 and never reaches the procedure. Of a write that is
+/// Hardened: a negative count gives 0 and never reaches the procedure. Of a write that is
 /// answered with less than its count the record keeps that bytes are lost.
 int32_t ReadFromHost(const QivFile &file, void *buffer, int32_t count) noexcept;
 int32_t WriteToHost(QivFile &file, const void *buffer, int32_t count) noexcept;

@@ -7,13 +7,13 @@ namespace kowen {
 
 /// Opens the block that the descriptor names; false when there is none.
 ///
-/// Safe departure: a size below 0 counts as 0 and one beyond the block as the block's; the same
+/// Hardened: a size below 0 counts as 0 and one beyond the block as the block's; the same
 /// for every size that is true.
 bool OpenMemory(QivFile &file, QivIODesc *descriptor) noexcept;
 
 /// The qivWrite of memory files; count is above 0. The block grows as soon as it is full.
 ///
-/// Safe departure: a block that is full and cannot grow, because growBy is not above 0 or the size
+/// Hardened: a block that is full and cannot grow, because growBy is not above 0 or the size
 /// would not fit in 31 bits, gives -1 and keeps its bytes.
 int32_t WriteMemory(QivFile &file, const void *buffer, int32_t count) noexcept;
 
@@ -24,7 +24,7 @@ int32_t FlushMemory(QivFile &file) noexcept;
 /// The qivSeek of memory files. whence is kFromStart with an offset of at least 0, or kFromEnd;
 /// anything else gives -1. A place beyond the block makes it grow to offset + growBy + 1 bytes.
 ///
-/// Safe departure: a place before the first byte, counted from the end, gives -1.
+/// Hardened: a place before the first byte, counted from the end, gives -1.
 int32_t SeekMemory(QivFile &file, int32_t offset, int32_t whence) noexcept;
 
 } // namespace kowen

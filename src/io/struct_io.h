@@ -27,7 +27,7 @@ inline constexpr int32_t kMaxNesting = 64;
 /// Test: QivReadStruct.CharsCutShortCountAsRead.
 /// Kept deliberately: an unclosed [ holds for the records after it too.
 /// Test: QivReadStruct.AnUnclosedStretchHoldsForLaterRecords.
-/// Safe departure: a count or offset beyond 31 bits ends the transfer with -1 before it.
+/// Hardened: a count or offset beyond 31 bits ends the transfer with -1 before it.
 int32_t qivReadStruct(FileHandle file, const char *description, void *buffer,
                       int32_t records) noexcept;
 
@@ -46,7 +46,7 @@ int32_t GetPadWidth(const char *text) noexcept;
 ///
 /// Kept deliberately: only alternatives followed by "|" count, so that the last never does, and
 /// the size is not padded. Test: GetUnionSize.TheLastAlternativeNeverCounts.
-/// Safe departure: a size beyond 32 bits, or nesting beyond kMaxNesting, gives 0xFFFFFFFF.
+/// Hardened: a size beyond 32 bits, or nesting beyond kMaxNesting, gives 0xFFFFFFFF.
 const char *GetUnionSize(const char *text, uint32_t *size) noexcept;
 
 } // namespace kowen

@@ -17,7 +17,7 @@ struct CompressEnv;
 /// Returns 0; -1 for a negative count; 300 when the buffer cannot be grown, the bytes of the band
 /// are lost then and the bit state goes on as if they had been stored.
 ///
-/// Safe departure: room for a byte and its stuffed zero is made before either is stored. After a
+/// Hardened: room for a byte and its stuffed zero is made before either is stored. After a
 /// failed growth, which loses the buffer, the fill count is 0 and nothing is stored.
 /// Counts above 32 append zeros first, as the value has no more bits.
 int32_t OutputBits(uint8_t *outputIgnored, uint32_t *fillCount, uint32_t value, int32_t bitCount,

@@ -34,7 +34,7 @@ int32_t WriteInPieces(FileHandle output, const uint8_t *bytes, uint32_t count) {
     return 0;
 }
 
-// Safe departure: bytes that nobody has written are reported, so that no end mark follows them.
+// Hardened: bytes that nobody has written are reported, so that no end mark follows them.
 int32_t WriteBand(FileHandle output, const CompressEnv &env, uint32_t count) {
     if (count > kWritePiece)
         return WriteInPieces(output, env.outputBuffer, count);

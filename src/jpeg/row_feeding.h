@@ -27,7 +27,7 @@ int32_t HugeMemcpy(void *destination, const void *source, uint32_t count) noexce
 /// Returns 0; -1 if the band buffer or the progressive coefficient store cannot be allocated,
 /// nothing is written then.
 ///
-/// Safe departure: 300 if the band buffer could not be grown, or its bytes could not be written for
+/// Hardened: 300 if the band buffer could not be grown, or its bytes could not be written for
 /// want of memory, and the band is lost; an operation or colour format that codes nothing returns
 /// 0.
 int32_t CompAndWriteNRows(FileHandle output, const uint8_t *rows, uint32_t width, uint32_t rowCount,

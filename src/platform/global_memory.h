@@ -77,7 +77,7 @@ int32_t GlobalFree(MemoryHandle handle) noexcept;
 ///
 /// Kept deliberately: when memory is exhausted the result is 0 and the old block is lost too.
 /// Test: GlobalReAlloc.FailureLosesTheOldBlock.
-/// Safe departure: sizes are compared unsigned, so that a block of 2 GB or more is not taken for
+/// Hardened: sizes are compared unsigned, so that a block of 2 GB or more is not taken for
 /// the smaller one. The same for every size below.
 MemoryHandle GlobalReAlloc(MemoryHandle handle, uint32_t size, uint32_t flags) noexcept;
 
@@ -91,7 +91,7 @@ MemoryHandle GlobalHandle(const void *data) noexcept;
 /// Wraps size bytes that stay the caller's. Returns the handle, to be freed with GlobalFree; 0
 /// when memory is exhausted, without a message.
 ///
-/// Safe departure: memory that is not there has a size of 0, so that nothing is read from it. Test:
+/// Hardened: memory that is not there has a size of 0, so that nothing is read from it. Test:
 /// HostilePictures.MemoryThatIsNotThereIsNoPicture.
 MemoryHandle GlobalPointerToHandle(void *data, uint32_t size) noexcept;
 

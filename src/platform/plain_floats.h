@@ -8,7 +8,7 @@ namespace kowen {
 /// Stands in every entry that computes with fractions. Hosts round in other directions, flush
 /// denormals or trap divisions by zero; the same settings must give the same bytes there as well.
 ///
-/// Safe departure: while it lives, rounding is to nearest and nothing traps. The host's modes and
+/// Hardened: while it lives, rounding is to nearest and nothing traps. The host's modes and
 /// flags are back at its end. Test: HostileProcess.NoRoundingModeChangesAByte and the ones below.
 class PlainFloats {
 public:

@@ -42,7 +42,7 @@ inline constexpr int32_t kPathBytes = 144;
 /// Kept deliberately: a list that does not fit gives size - 1 and a cut key, and each key behind
 /// that adds its length + 1 to the result. Test: ListKeysTest.AListThatDoesNotFitIsCut.
 ///
-/// Safe departure: a default of size characters or more is cut to size - 1 and terminated. A
+/// Hardened: a default of size characters or more is cut to size - 1 and terminated. A
 /// section name of 256 bytes or more matches nothing.
 int32_t GetPrivateProfileString(const char *section, const char *key, const char *defaultText,
                                 char *buffer, int32_t size, const char *file) noexcept;
@@ -100,7 +100,7 @@ void INIclose(FileHandle file) noexcept;
 ///       empty and path is given, it first becomes the base name of path with ".ini".
 /// path  may be null.
 /// Returns 0 when the profile can be read, 1 when not.
-/// Safe departure: a path of kPathBytes or more is not found.
+/// Hardened: a path of kPathBytes or more is not found.
 int32_t GetProfileDirectory(char *name, const char *path) noexcept;
 
 /// Makes a new empty file in /tmp, readable by its owner only. destination receives its name,

@@ -29,7 +29,7 @@ int32_t ResolutionOf(int16_t mode, double scale) noexcept {
     return TruncateToInt32(kMillimetresPerInch / scale + 0.5);
 }
 
-/// Colours of a request. Safe departure: an argument count too small for the two words before
+/// Colours of a request. Hardened: an argument count too small for the two words before
 /// them means none.
 uint32_t ColorCount(const DdRequest *request) noexcept {
     const auto arguments = Argument<uint32_t>(request, offsetof(DdRequest, argumentCount));
@@ -84,7 +84,7 @@ DdRequest *ds_ct(DdRequest *request) noexcept {
     const auto start = Argument<uint32_t>(request, kColorStart);
     uint8_t *colors = Bytes(request, kColors);
     rev_rgb(static_cast<int32_t>(given), colors, lpEMData->colorMode);
-    // Safe departure: a start beyond the table finds no entries.
+    // Hardened: a start beyond the table finds no entries.
     if (start >= kColorTableEntries)
         return request;
     const uint32_t copied = std::min(given, kColorTableEntries - start);

@@ -28,7 +28,7 @@ int32_t RASTER_escape() noexcept {
     return lpEMData ? Poll(lpEMData->statusRecord, kNoProgress) : KOWEN_OK;
 }
 
-// Safe departure: without a common record, which nothing in the filter makes, the poll answers
+// Hardened: without a common record, which nothing in the filter makes, the poll answers
 // "go on"; with one it is the poll it always was.
 int32_t escape() noexcept {
     return lpCommon ? Poll(lpCommon->statusRecord, lpCommon->statusValue) : KOWEN_OK;

@@ -19,7 +19,7 @@ namespace kowen {
 /// the source advance by its own full row. Test: CellArray.CutRowsAdvanceByTheCutLengthBelow24Bits.
 /// Kept deliberately: without an open picture the picture's height is 0, so that no row is copied
 /// top-down. Test: CellArray.WithoutAPictureTheImageIsBlank.
-/// Safe departure: a row that would lie outside the picture bitmap is not written, and no more
+/// Hardened: a row that would lie outside the picture bitmap is not written, and no more
 /// source rows are read than there are; the row counter moves all the same.
 DdRequest *d_ca(DdRequest *request) noexcept;
 

@@ -105,7 +105,7 @@ int32_t Shrink(CellPicture &picture) noexcept {
     return failed ? failed : PollStage(picture);
 }
 
-/// Safe departure: the palette has an entry for every value of the depth, those beyond the
+/// Hardened: the palette has an entry for every value of the depth, those beyond the
 /// device's colour table black, so that no conversion reads past it.
 int32_t MakePalette(CellPicture &picture) noexcept {
     if (picture.depth >= kTrueColor)
@@ -175,7 +175,7 @@ int32_t AnnounceWriting(CellPicture &picture) noexcept {
     return Poll(picture);
 }
 
-/// Safe departure: the cell writer reads 24-bit rows of the target width. A bitmap with fewer
+/// Hardened: the cell writer reads 24-bit rows of the target width. A bitmap with fewer
 /// bytes (only the widths differed, or the target depth is not 24) is not written.
 int32_t Write(CellPicture &picture) noexcept {
     if (!Holds(picture.bitmap, picture.targetWidth, picture.targetHeight, kTrueColor))
@@ -190,7 +190,7 @@ int32_t Write(CellPicture &picture) noexcept {
     const int32_t result =
         WriteCellBits(output, picture.bitmap, picture.targetWidth, picture.targetHeight,
                       picture.targetDepth, static_cast<uint16_t>(picture.colors), environment);
-    // Safe departure: a picture whose rows are not all there gets no end mark.
+    // Hardened: a picture whose rows are not all there gets no end mark.
     if (result != KOWEN_OK)
         FreeCompressEnv(environment);
     else

@@ -50,7 +50,7 @@ bool MakeReturnArea(OpenRecord *record) noexcept {
     return true;
 }
 
-/// Safe departure: a name that does not fit is not kept, so that no other file is opened in its
+/// Hardened: a name that does not fit is not kept, so that no other file is opened in its
 /// place; opening the device reports it.
 void KeepOutputName(const char *name) noexcept {
     const size_t length = name ? std::strlen(name) : 0;
@@ -131,7 +131,7 @@ DdRequest *d_opdv(DdRequest *request) noexcept {
     return request;
 }
 
-// Safe departure: the file's handle is cleared, so that a second close finds none.
+// Hardened: the file's handle is cleared, so that a second close finds none.
 DdRequest *d_cldv(DdRequest *request) noexcept {
     lpEMData->stateWord = kStateInitialised;
     const FileHandle file = lpEMData->outputFile;

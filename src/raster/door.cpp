@@ -21,7 +21,7 @@ using DeviceDoor = int32_t (*)(uint32_t, uint16_t, void *);
 
 constexpr int32_t kVersionBytes = 4;
 
-/// Safe departure: a host that calls a door from inside its own callback finds it shut. Its
+/// Hardened: a host that calls a door from inside its own callback finds it shut. Its
 /// records would otherwise be freed under the work that goes on. Only the version, which touches
 /// no record, is told all the same.
 bool IsShut() noexcept {
@@ -77,7 +77,7 @@ int32_t InitialiseExport(OpenRecord *record) noexcept {
     return initdvr(record);
 }
 
-// Safe departure: without a raster device record getfunc finds d_noop for every opcode, so that
+// Hardened: without a raster device record getfunc finds d_noop for every opcode, so that
 // no handler runs without the record it works on.
 int32_t DispatchExport(DdRequest *request) noexcept {
     if (!lpCommon)

@@ -39,7 +39,7 @@ struct PrimitivePicture {
     int32_t resolution;
 };
 
-/// Reads the data behind the points. Safe departure: bytes beyond the data's length count as 0.
+/// Reads the data behind the points. Hardened: bytes beyond the data's length count as 0.
 /// Returns false when the points alone do not fit into 32 bits.
 bool ReadPictureData(const DdRequest *request, PictureData *data) noexcept {
     const auto points = Argument<uint32_t>(request, kPointCount);
@@ -58,7 +58,7 @@ uint64_t ColumnsOf(const PictureData &data) noexcept {
     return limited ? data.width : columns;
 }
 
-/// Safe departure: a picture bitmap that is still there is freed, not lost.
+/// Hardened: a picture bitmap that is still there is freed, not lost.
 void FreePictureBitmap() noexcept {
     GlobalUnlock(lpEMData->pictureBitmap);
     GlobalFree(lpEMData->pictureBitmap);

@@ -197,7 +197,7 @@ TEST_F(CreateSetupTest, APathThatFillsItsFieldIsFound) {
     EXPECT_STREQ(lpRaster->driverName, "d");
 }
 
-// Safe departure: the path would run over its field.
+// Hardened: the path would run over its field.
 TEST_F(CreateSetupTest, APathThatDoesNotFitIsNotFound) {
     const std::size_t fill = 144 - directory.File("").size();
     directory.Write(std::string(fill - 1, 'p'), "[S]\nDriver=d\n");
@@ -247,7 +247,7 @@ TEST_F(CreateSetupTest, ASectionThatFillsItsFieldIsFound) {
     EXPECT_STREQ(lpRaster->driverName, "d");
 }
 
-// Safe departure: the name would run over its field. A cut name could be another section's.
+// Hardened: the name would run over its field. A cut name could be another section's.
 TEST_F(CreateSetupTest, ASectionThatDoesNotFitMatchesNothing) {
     const std::string section(144, 's');
     const std::string path = directory.Write("p.ini", "[" + section + "]\nDriver=d\n[" +
@@ -273,7 +273,7 @@ TEST_F(CreateSetupTest, TheFilterNameIsTheHostsOrTheModules) {
     EXPECT_STREQ(Create(path, "S", nullptr)->filterName, "KOWEN");
 }
 
-// Safe departure: the name would run over its field.
+// Hardened: the name would run over its field.
 TEST_F(CreateSetupTest, AFilterNameThatDoesNotFitIsCut) {
     const std::string path = directory.Write("p.ini", "[S]\nDriver=d\n");
     const std::string name(5000, 'n');
@@ -321,7 +321,7 @@ TEST_F(DestroySetupTest, LeavesNoSetupCurrentEvenIfAnotherWas) {
     EXPECT_NE(lpRaster, nullptr);
 }
 
-// Safe departure: a device may be closed after its setup.
+// Hardened: a device may be closed after its setup.
 TEST_F(DestroySetupTest, ADeviceOfTheSetupHasNoneThen) {
     SetupRecord other = {};
     hSetup = 1;
@@ -343,7 +343,7 @@ TEST_F(DestroySetupTest, HandleZeroGivesOne) {
     EXPECT_EQ(DestroySetup(0), 1);
 }
 
-// Safe departure: the export goes on with the record when its status callback returns.
+// Hardened: the export goes on with the record when its status callback returns.
 TEST_F(DestroySetupTest, ASetupWhoseExportIsUnderWayStays) {
     SetupRecord *setup = CreateWithoutProfile();
     setup->hostCalls = 1;
