@@ -6,11 +6,11 @@
 #include "fuzz/module_state.h"
 
 #include "export/bitmap_door.h"
-#include "export/display_info.h"
-#include "filter/setup.h"
 #include "jpeg/kernels.h"
 #include "kowen/codes.h"
 #include "reference/jpeg/door.h"
+#include "setup/display_info.h"
+#include "setup/setup.h"
 #include "support/temp_directory.h"
 
 #include <algorithm>

@@ -2,9 +2,9 @@
 // what the plain form of the bitmap door makes of the same picture.
 #include "fuzz/module_state.h"
 
-#include "export/display_info.h"
 #include "raster/door.h"
 #include "reference/jpeg/door.h"
+#include "setup/display_info.h"
 #include "support/fake_host.h"
 #include "support/requests.h"
 

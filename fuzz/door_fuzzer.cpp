@@ -7,14 +7,14 @@
 // size, and the doors answer documented codes.
 #include "fuzz/module_state.h"
 
-#include "export/common_record.h"
-#include "filter/setup.h"
-#include "filter/state.h"
+#include "device/common_record.h"
+#include "device/device_record.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
-#include "raster/device_record.h"
+#include "platform/state.h"
 #include "raster/door.h"
 #include "raster/opcode_table.h"
+#include "setup/setup.h"
 #include "support/temp_directory.h"
 
 #include <algorithm>

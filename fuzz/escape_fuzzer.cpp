@@ -6,9 +6,9 @@
 // addresses.
 #include "fuzz/module_state.h"
 
-#include "filter/escapes.h"
-#include "filter/setup.h"
 #include "kowen/codes.h"
+#include "setup/escapes.h"
+#include "setup/setup.h"
 #include "support/temp_directory.h"
 
 #include <cstring>

@@ -3,8 +3,8 @@
 
 #include "fuzz/input.h"
 
-#include "filter/state.h"
 #include "platform/global_memory.h"
+#include "platform/state.h"
 
 #include <cstring>
 

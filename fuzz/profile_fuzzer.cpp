@@ -10,9 +10,9 @@
 // of anything.
 #include "fuzz/module_state.h"
 
-#include "filter/limits.h"
-#include "filter/setup.h"
-#include "platform/profile_file.h"
+#include "profile/profile_file.h"
+#include "setup/limits.h"
+#include "setup/setup.h"
 #include "support/temp_directory.h"
 
 #include <algorithm>

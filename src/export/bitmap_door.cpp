@@ -1,13 +1,13 @@
 #include "export/bitmap_door.h"
 
-#include "export/display_info.h"
 #include "export/draw_cell.h"
 #include "export/output_file.h"
 #include "export/output_picture.h"
-#include "filter/setup.h"
-#include "filter/state.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
+#include "platform/state.h"
+#include "setup/display_info.h"
+#include "setup/setup.h"
 
 namespace kowen {
 

@@ -1,10 +1,6 @@
 #include "export/cell_writer.h"
 
-#include "export/display_info.h"
 #include "export/offscreen.h"
-#include "filter/geometry.h"
-#include "filter/setup.h"
-#include "filter/state.h"
 #include "io/typed_io.h"
 #include "jpeg/bands.h"
 #include "jpeg/bit_output.h"
@@ -15,6 +11,10 @@
 #include "jpeg/row_feeding.h"
 #include "jpeg/stream_writer.h"
 #include "platform/global_memory.h"
+#include "platform/state.h"
+#include "setup/display_info.h"
+#include "setup/geometry.h"
+#include "setup/setup.h"
 
 #include <cstddef>
 

@@ -4,11 +4,11 @@
 #include "color/dither.h"
 #include "color/pixel.h"
 #include "color/resample.h"
+#include "device/error_stack.h"
 #include "export/offscreen.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
 #include "platform/text.h"
-#include "raster/error_stack.h"
 
 #include <algorithm>
 #include <cstring>

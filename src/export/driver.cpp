@@ -1,14 +1,14 @@
 #include "export/driver.h"
 
+#include "device/cancel_poll.h"
 #include "export/output_file.h"
 #include "export/output_picture.h"
-#include "filter/setup.h"
-#include "filter/state.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
+#include "platform/state.h"
 #include "platform/status.h"
 #include "platform/text.h"
-#include "raster/cancel_poll.h"
+#include "setup/setup.h"
 
 namespace kowen {
 namespace {

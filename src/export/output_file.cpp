@@ -1,9 +1,9 @@
 #include "export/output_file.h"
 
-#include "filter/setup.h"
-#include "filter/state.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
+#include "platform/state.h"
+#include "setup/setup.h"
 
 #include <cstring>
 

@@ -1,6 +1,6 @@
 #include "io/host_file.h"
 
-#include "filter/host_call.h"
+#include "platform/host_call.h"
 
 namespace kowen {
 namespace {

@@ -1,9 +1,9 @@
 #include "jpeg/compress_env.h"
 
-#include "filter/setup.h"
-#include "filter/state.h"
 #include "jpeg/huffman_tables.h"
 #include "platform/global_memory.h"
+#include "platform/state.h"
+#include "setup/setup.h"
 
 #include <cstring>
 

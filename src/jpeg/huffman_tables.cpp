@@ -1,9 +1,9 @@
 #include "jpeg/huffman_tables.h"
 
-#include "filter/setup.h"
-#include "filter/state.h"
 #include "jpeg/compress_env.h"
 #include "jpeg/kept_tables.h"
+#include "platform/state.h"
+#include "setup/setup.h"
 
 #include <bit>
 #include <cstring>

@@ -1,7 +1,7 @@
 #include "platform/status.h"
 
-#include "filter/host_call.h"
 #include "kowen/codes.h"
+#include "platform/host_call.h"
 
 namespace kowen {
 

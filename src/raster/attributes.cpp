@@ -1,11 +1,11 @@
 #include "raster/attributes.h"
 
 #include "color/color_mode.h"
-#include "filter/state.h"
+#include "device/device_record.h"
+#include "device/error_stack.h"
+#include "device/request.h"
+#include "platform/state.h"
 #include "platform/text.h"
-#include "raster/device_record.h"
-#include "raster/error_stack.h"
-#include "raster/request.h"
 
 #include <algorithm>
 

@@ -1,13 +1,13 @@
 #include "raster/cell_array.h"
 
 #include "color/color_mode.h"
-#include "filter/state.h"
+#include "device/device_record.h"
+#include "device/request.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
+#include "platform/state.h"
 #include "raster/cell_output.h"
-#include "raster/device_record.h"
 #include "raster/picture_size.h"
-#include "raster/request.h"
 
 #include <algorithm>
 

@@ -3,14 +3,14 @@
 #include "color/depth.h"
 #include "color/pixel.h"
 #include "color/resample.h"
+#include "device/device_record.h"
 #include "export/cell_writer.h"
-#include "filter/state.h"
 #include "jpeg/compress_env.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
+#include "platform/state.h"
 #include "platform/status.h"
 #include "platform/text.h"
-#include "raster/device_record.h"
 #include "raster/picture_size.h"
 
 #include <algorithm>

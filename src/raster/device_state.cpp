@@ -1,14 +1,14 @@
 #include "raster/device_state.h"
 
+#include "device/cancel_poll.h"
+#include "device/device_record.h"
 #include "export/output_file.h"
-#include "filter/setup.h"
-#include "filter/state.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
+#include "platform/state.h"
 #include "platform/status.h"
-#include "raster/cancel_poll.h"
 #include "raster/capabilities.h"
-#include "raster/device_record.h"
+#include "setup/setup.h"
 
 #include <cstring>
 

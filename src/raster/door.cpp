@@ -1,16 +1,16 @@
 #include "raster/door.h"
 
-#include "export/common_record.h"
+#include "device/common_record.h"
+#include "device/device_record.h"
+#include "device/request.h"
 #include "export/driver.h"
-#include "filter/entry_table.h"
-#include "filter/host_call.h"
-#include "filter/state.h"
 #include "kowen/codes.h"
+#include "module/entry_table.h"
+#include "platform/host_call.h"
 #include "platform/plain_floats.h"
-#include "raster/device_record.h"
+#include "platform/state.h"
 #include "raster/device_state.h"
 #include "raster/opcode_table.h"
-#include "raster/request.h"
 
 #include <cstring>
 

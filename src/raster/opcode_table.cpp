@@ -1,12 +1,12 @@
 #include "raster/opcode_table.h"
 
-#include "filter/state.h"
+#include "device/device_record.h"
+#include "device/error_stack.h"
 #include "kowen/codes.h"
+#include "platform/state.h"
 #include "raster/attributes.h"
 #include "raster/cell_array.h"
-#include "raster/device_record.h"
 #include "raster/device_state.h"
-#include "raster/error_stack.h"
 #include "raster/primitives.h"
 
 namespace kowen {

@@ -1,8 +1,8 @@
 #include "raster/picture_size.h"
 
-#include "filter/state.h"
+#include "device/device_record.h"
+#include "platform/state.h"
 #include "platform/text.h"
-#include "raster/device_record.h"
 
 namespace kowen {
 namespace {

@@ -1,15 +1,15 @@
 #include "raster/primitives.h"
 
+#include "device/device_record.h"
+#include "device/request.h"
 #include "export/draw_cell.h"
 #include "export/output_picture.h"
-#include "filter/setup.h"
-#include "filter/state.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
+#include "platform/state.h"
 #include "raster/cell_output.h"
-#include "raster/device_record.h"
 #include "raster/picture_size.h"
-#include "raster/request.h"
+#include "setup/setup.h"
 
 #include <algorithm>
 

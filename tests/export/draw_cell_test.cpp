@@ -2,11 +2,11 @@
 
 #include "color/depth.h"
 #include "color/dither.h"
+#include "device/device_record.h"
 #include "export/offscreen.h"
-#include "filter/state.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
-#include "raster/device_record.h"
+#include "platform/state.h"
 #include "reference/color/bitmap.h"
 #include "reference/color/resample.h"
 #include "support/bitmaps.h"

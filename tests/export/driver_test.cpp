@@ -1,6 +1,6 @@
 #include "export/driver.h"
 
-#include "export/common_record.h"
+#include "device/common_record.h"
 #include "support/failing_memory.h"
 #include "support/fake_host.h"
 #include "support/temp_directory.h"

@@ -1,8 +1,8 @@
 // The size, depth and resolution that the cell writer asks its producers for.
 #include "export/cell_writer.h"
 
-#include "export/display_info.h"
 #include "platform/text.h"
+#include "setup/display_info.h"
 #include "support/current_setup.h"
 #include "support/scoped_environment.h"
 

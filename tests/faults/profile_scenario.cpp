@@ -1,10 +1,10 @@
 #include "faults/profile_scenario.h"
 
-#include "filter/escapes.h"
-#include "filter/setup.h"
-#include "filter/state.h"
 #include "platform/global_memory.h"
-#include "platform/profile_file.h"
+#include "platform/state.h"
+#include "profile/profile_file.h"
+#include "setup/escapes.h"
+#include "setup/setup.h"
 #include "support/temp_directory.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // Runs a fuzzer's corpus through the function that libFuzzer calls. What must hold is in there: an
 // input that breaks it ends the program, with the input's name as the last line but one.
-#include "platform/open_files.h"
 #include "support/heap_use.h"
+#include "support/open_files.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // One picture through both doors: the raster device and ExportCellData write the same file,
 // wherever they are given the same picture.
 #include "export/bitmap_door.h"
-#include "export/display_info.h"
 #include "raster/device.h"
+#include "setup/display_info.h"
 #include "support/scoped_environment.h"
 #include "support/temp_directory.h"
 

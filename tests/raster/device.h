@@ -1,10 +1,10 @@
 // A host of the raster driver for tests: a device that runs requests.
 #pragma once
 
-#include "filter/state.h"
+#include "device/device_record.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
-#include "raster/device_record.h"
+#include "platform/state.h"
 #include "raster/door.h"
 #include "support/fake_host.h"
 #include "support/requests.h"

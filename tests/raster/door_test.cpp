@@ -1,6 +1,6 @@
 #include "raster/door.h"
 
-#include "export/common_record.h"
+#include "device/common_record.h"
 #include "raster/device.h"
 
 namespace kowen {

@@ -1,10 +1,10 @@
 // A setup that is current as long as the object lives.
 #pragma once
 
-#include "filter/setup.h"
-#include "filter/state.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
+#include "platform/state.h"
+#include "setup/setup.h"
 
 #include <cstdint>
 

@@ -2,11 +2,11 @@
 // an I/O procedure that keeps the file.
 #pragma once
 
-#include "filter/setup.h"
-#include "filter/state.h"
 #include "kowen/codes.h"
 #include "kowen/records.h"
 #include "platform/global_memory.h"
+#include "platform/state.h"
+#include "setup/setup.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,0 +1,202 @@
+#include "kowen/codes.h"
+#include "profile/profile_file.h"
+#include "profile/profile_line.h"
+#include "profile/profile_path.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace kowen {
+
+namespace {
+
+constexpr int32_t kNumberBytes = 32;
+constexpr char kDefaultProfile[] = "QIV.INI";
+
+int32_t Saturated(uint64_t count) noexcept {
+    return static_cast<int32_t>(std::min<uint64_t>(count, INT32_MAX));
+}
+
+// Walks the entries of all sections of one name.
+class EntryWalker {
+public:
+    EntryWalker(std::string_view text, const CleanLine &name) noexcept
+        : rest(text), section(name) {}
+
+    // The entry is valid until the next call.
+    bool Next(ProfileEntry &entry) noexcept {
+        std::string_view piece;
+        while (NextLine(rest, kProfilePieceBytes, piece)) {
+            if (!inSection) {
+                line = Clean(piece, kKeepNothing);
+                inSection = SameName(line.Text(), section.Text());
+            } else if (IsHeader(piece)) {
+                inSection = false;
+            } else {
+                line = Clean(piece, kKeepBrackets | kKeepQuotes);
+                if (SplitEntry(line.Text(), entry))
+                    return true;
+            }
+        }
+        return false;
+    }
+
+private:
+    std::string_view rest;
+    const CleanLine &section;
+    CleanLine line;
+    bool inSection = false;
+};
+
+// The caller's buffer: the default at first, replaced by what is found.
+class Answer {
+public:
+    Answer(char *target, int32_t targetSize, const char *defaultText) noexcept
+        : buffer(target), size(target == nullptr ? 0 : std::max<int32_t>(targetSize, 0)) {
+        Clear();
+        if (size == 0)
+            return;
+        const std::size_t length = strnlen(defaultText, static_cast<std::size_t>(size) - 1);
+        std::memmove(buffer, defaultText, length);
+        result = length;
+    }
+
+    void PutValue(std::string_view value) noexcept {
+        Clear();
+        result = Copy(0, value);
+    }
+
+    void AppendKey(std::string_view key) noexcept {
+        if (!listing) {
+            Clear();
+            result = 0;
+            listing = true;
+        }
+        if (offset >= size)
+            result += key.size() + 1;
+        else if (key.size() + offset + 1 >= size)
+            CutList(key);
+        else {
+            result += Copy(offset, key);
+            offset += key.size() + 1;
+        }
+    }
+
+    int32_t Result() const noexcept { return Saturated(result); }
+
+private:
+    void Clear() noexcept {
+        if (size != 0)
+            std::memset(buffer, 0, size);
+    }
+
+    // Returns the bytes that fitted.
+    std::size_t Copy(std::size_t at, std::string_view text) noexcept {
+        const std::size_t count = std::min<std::size_t>(text.size(), size - at);
+        if (count != 0)
+            std::memcpy(buffer + at, text.data(), count);
+        return count;
+    }
+
+    // No room is left afterwards.
+    void CutList(std::string_view key) noexcept {
+        Copy(offset, key);
+        const std::size_t zeros = std::min<std::size_t>(size, 2);
+        std::memset(buffer + size - zeros, 0, zeros);
+        result = size - 1;
+        offset = size;
+    }
+
+    char *buffer;
+    std::size_t size;
+    uint64_t result = 0;
+    std::size_t offset = 0; // of the next key of a list
+    bool listing = false;
+};
+
+void FindValue(EntryWalker &entries, std::string_view key, Answer &answer) noexcept {
+    ProfileEntry entry;
+    while (entries.Next(entry)) {
+        if (SameName(entry.key, key)) {
+            answer.PutValue(TrimQuotes(entry.value));
+            return;
+        }
+    }
+}
+
+void ListKeys(EntryWalker &entries, Answer &answer) noexcept {
+    ProfileEntry entry;
+    while (entries.Next(entry))
+        answer.AppendKey(entry.key);
+}
+
+// A read error ends the text as the end of the file does.
+void LoadText(const char *file, TextBuffer &text) noexcept {
+    char unused[kLongestPath];
+    const FileHandle handle = OpenProfile(file, KOWEN_MODE_READ, unused, kLongestPath);
+    if (handle == 0)
+        return;
+    ReadToEnd(handle, text);
+    INIclose(handle);
+}
+
+int32_t HexDigit(char byte) noexcept {
+    if (byte >= '0' && byte <= '9')
+        return byte - '0';
+    const int32_t letter = (byte | 0x20) - 'a';
+    return letter >= 0 && letter < 6 ? letter + 10 : -1;
+}
+
+int32_t ParseHex(const char *text) noexcept {
+    uint32_t value = 0;
+    for (; HexDigit(*text) >= 0; ++text)
+        value = value << 4 | static_cast<uint32_t>(HexDigit(*text));
+    return static_cast<int32_t>(value);
+}
+
+int32_t ParseDecimal(const char *text) noexcept {
+    int64_t value = 0;
+    for (; *text >= '0' && *text <= '9'; ++text)
+        value = std::min<int64_t>(value * 10 + (*text - '0'), INT32_MAX);
+    return static_cast<int32_t>(value);
+}
+
+} // namespace
+
+int32_t GetPrivateProfileString(const char *section, const char *key, const char *defaultText,
+                                char *buffer, int32_t size, const char *file) noexcept {
+    if (section == nullptr || *section == '\0' || defaultText == nullptr)
+        return 0;
+    Answer answer(buffer, size, defaultText);
+    CleanLine name;
+    if (!CleanSectionName(section, name))
+        return answer.Result();
+    TextBuffer text;
+    LoadText(file, text);
+    EntryWalker entries(text.Text(), name);
+    if (key == nullptr)
+        ListKeys(entries, answer);
+    else
+        FindValue(entries, key, answer);
+    return answer.Result();
+}
+
+int32_t GetProfileString(const char *section, const char *key, const char *defaultText,
+                         char *buffer, int32_t size) noexcept {
+    return GetPrivateProfileString(section, key, defaultText, buffer, size, kDefaultProfile);
+}
+
+int32_t GetPrivateProfileInt(const char *section, const char *key, int32_t defaultValue,
+                             const char *file) noexcept {
+    char text[kNumberBytes + 1] = {};
+    if (GetPrivateProfileString(section, key, "", text, kNumberBytes, file) == 0)
+        return defaultValue;
+    const bool hexadecimal = text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+    return hexadecimal ? ParseHex(text + 2) : ParseDecimal(text);
+}
+
+int32_t GetProfileInt(const char *section, const char *key, int32_t defaultValue) noexcept {
+    return GetPrivateProfileInt(section, key, defaultValue, kDefaultProfile);
+}
+
+} // namespace kowen
