@@ -41,30 +41,33 @@ extern "C" {
 
 enum {
     KOWEN_HOST_OK = 0,
-    KOWEN_HOST_ERR_ARGUMENT = 1,  /**< a null or senseless argument, an unknown setting or value */
-    KOWEN_HOST_ERR_MODULE = 2,    /**< no module found, or it cannot be loaded or is no filter */
-    KOWEN_HOST_ERR_MEMORY = 3,    /**< not enough memory */
-    KOWEN_HOST_ERR_PICTURE = 4,   /**< the row reader failed */
-    KOWEN_HOST_ERR_SIZE = 5,      /**< the JPEG would have no pixels or more than 65535 a side */
-    KOWEN_HOST_ERR_OUTPUT = 6,    /**< the output cannot be opened, written or given its name */
-    KOWEN_HOST_ERR_EXISTS = 7,    /**< a file of that name must not be replaced */
-    KOWEN_HOST_ERR_EXPORT = 8,    /**< the module gave up; moduleCode says with which code */
-    KOWEN_HOST_ERR_CANCELLED = 9, /**< the progress callback asked to stop; nothing was left behind */
-    KOWEN_HOST_ERR_BUSY = 10,     /**< called from inside a callback */
-    KOWEN_HOST_ERR_PROFILE = 11,  /**< a settings profile is missing, unreadable or none */
-    KOWEN_HOST_ERR_LIMIT = 12     /**< no quality gives a file of at most max-bytes */
+    KOWEN_HOST_ERR_ARGUMENT = 1, /**< a null or senseless argument, an unknown setting or value */
+    KOWEN_HOST_ERR_MODULE = 2,   /**< no module found, or it cannot be loaded or is no filter */
+    KOWEN_HOST_ERR_MEMORY = 3,   /**< not enough memory */
+    KOWEN_HOST_ERR_PICTURE = 4,  /**< the row reader failed */
+    KOWEN_HOST_ERR_SIZE = 5,     /**< the JPEG would have no pixels or more than 65535 a side */
+    KOWEN_HOST_ERR_OUTPUT = 6,   /**< the output cannot be opened, written or given its name */
+    KOWEN_HOST_ERR_EXISTS = 7,   /**< a file of that name must not be replaced */
+    KOWEN_HOST_ERR_EXPORT = 8,   /**< the module gave up; moduleCode says with which code */
+    KOWEN_HOST_ERR_CANCELLED =
+        9,                    /**< the progress callback asked to stop; nothing was left behind */
+    KOWEN_HOST_ERR_BUSY = 10, /**< called from inside a callback */
+    KOWEN_HOST_ERR_PROFILE = 11, /**< a settings profile is missing, unreadable or none */
+    KOWEN_HOST_ERR_LIMIT = 12    /**< no quality gives a file of at most max-bytes */
 };
 
-/** What a user would not expect, as bits of KowenResult.notes; KowenResult.notesText has sentences. */
+/** What a user would not expect, as bits of KowenResult.notes; KowenResult.notesText has sentences.
+ */
 enum {
-    KOWEN_NOTE_PROFILE_USED = 1 << 0,       /**< settings came from a profile; profilePath names it */
-    KOWEN_NOTE_ENLARGED = 1 << 1,           /**< the JPEG has more pixels than the picture */
-    KOWEN_NOTE_REDUCED = 1 << 2,            /**< the JPEG has fewer pixels than the picture */
-    KOWEN_NOTE_RESOLUTION_CLAMPED = 1 << 3, /**< a resolution outside 32 to 400 dpi was moved there */
-    KOWEN_NOTE_COLOURS_CLIPPED = 1 << 4,    /**< clippedPercent says how many pixels */
-    KOWEN_NOTE_FLATTENED = 1 << 5,          /**< transparent pixels were put on the background */
-    KOWEN_NOTE_TURNED = 1 << 6,             /**< the picture was turned upright */
-    KOWEN_NOTE_CONVERTED_TO_SRGB = 1 << 7,  /**< a colour profile was applied, then dropped */
+    KOWEN_NOTE_PROFILE_USED = 1 << 0, /**< settings came from a profile; profilePath names it */
+    KOWEN_NOTE_ENLARGED = 1 << 1,     /**< the JPEG has more pixels than the picture */
+    KOWEN_NOTE_REDUCED = 1 << 2,      /**< the JPEG has fewer pixels than the picture */
+    KOWEN_NOTE_RESOLUTION_CLAMPED = 1
+                                    << 3, /**< a resolution outside 32 to 400 dpi was moved there */
+    KOWEN_NOTE_COLOURS_CLIPPED = 1 << 4,  /**< clippedPercent says how many pixels */
+    KOWEN_NOTE_FLATTENED = 1 << 5,        /**< transparent pixels were put on the background */
+    KOWEN_NOTE_TURNED = 1 << 6,           /**< the picture was turned upright */
+    KOWEN_NOTE_CONVERTED_TO_SRGB = 1 << 7, /**< a colour profile was applied, then dropped */
     KOWEN_NOTE_EXIF_KEPT = 1 << 8,
     KOWEN_NOTE_EXIF_DROPPED = 1 << 9,
     KOWEN_NOTE_ICC_KEPT = 1 << 10,
@@ -94,6 +97,7 @@ typedef struct KowenResult {
     char message[1024];     /**< empty, or a sentence that says what failed, where and what to do */
     char notesText[2048];   /**< a line for each note; empty when there is none */
     char profilePath[4096]; /**< the profile in use, or empty */
+    char profileSection[256]; /**< its section */
 } KowenResult;
 
 /* The module. */
@@ -109,8 +113,8 @@ typedef struct KowenModule KowenModule;
  *       installed to. The first that exists is taken; one that then cannot be loaded is a failure.
  *
  * Returns the module, owned by the caller until KowenCloseModule, or null: KOWEN_HOST_ERR_MODULE
- * with a message that lists what was looked for, or why the file is no filter. Opening the same file
- * again gives a module of its own that shares the loaded code.
+ * with a message that lists what was looked for, or why the file is no filter. Opening the same
+ * file again gives a module of its own that shares the loaded code.
  */
 KOWEN_HOST_API KowenModule *KowenOpenModule(const char *path, KowenResult *result);
 
@@ -130,12 +134,12 @@ KOWEN_HOST_API const char *KowenHostVersion(void);
 
 /** How pixels are stored. */
 typedef enum KowenPixelFormat {
-    KOWEN_PIXEL_RGB = 1,     /**< 3 bytes: red, green, blue */
-    KOWEN_PIXEL_RGBA = 2,    /**< 4 bytes: red, green, blue, alpha (not premultiplied; 255 opaque) */
-    KOWEN_PIXEL_GREY = 3,    /**< 1 byte, 0 black */
-    KOWEN_PIXEL_INDEXED = 4, /**< 1 byte, an index into the palette */
-    KOWEN_PIXEL_BILEVEL = 5, /**< 1 bit, the leftmost pixel in the top bit; an index into the palette,
-                                  without one 0 is black and 1 white */
+    KOWEN_PIXEL_RGB = 1,  /**< 3 bytes: red, green, blue */
+    KOWEN_PIXEL_RGBA = 2, /**< 4 bytes: red, green, blue, alpha (not premultiplied; 255 opaque) */
+    KOWEN_PIXEL_GREY = 3, /**< 1 byte, 0 black */
+    KOWEN_PIXEL_INDEXED = 4,    /**< 1 byte, an index into the palette */
+    KOWEN_PIXEL_BILEVEL = 5,    /**< 1 bit, the leftmost pixel in the top bit; an index into the
+                                   palette,    without one 0 is black and 1 white */
     KOWEN_PIXEL_GREY_ALPHA = 6, /**< 2 bytes: grey, alpha */
     KOWEN_PIXEL_BGRA = 7        /**< 4 bytes: blue, green, red, alpha */
 } KowenPixelFormat;
@@ -168,15 +172,15 @@ typedef struct KowenPicture {
     void *rowContext;        /**< handed to readRow */
     const uint8_t *palette;  /**< paletteSize colours of red, green, blue */
     const uint8_t *paletteAlpha; /**< paletteSize bytes, or null: opaque */
-    uint32_t paletteSize;    /**< colours: 1 to 256, of KOWEN_PIXEL_BILEVEL 2 */
-    uint32_t orientation;    /**< EXIF's 1 to 8: how the stored pixels must be turned; 0 = 1 */
-    double xDpi;             /**< resolution, dots per inch; 0 = not known */
-    double yDpi;             /**< dots per inch; 0 = not known */
-    const void *exif;        /**< a TIFF structure, with or without "Exif\0\0" before it; or null */
-    size_t exifSize;         /**< bytes */
-    const void *icc;         /**< an ICC profile of the pixels, or null: sRGB */
-    size_t iccSize;          /**< bytes */
-    const char *comment;     /**< text, or null */
+    uint32_t paletteSize;        /**< colours: 1 to 256, of KOWEN_PIXEL_BILEVEL 2 */
+    uint32_t orientation;        /**< EXIF's 1 to 8: how the stored pixels must be turned; 0 = 1 */
+    double xDpi;                 /**< resolution, dots per inch; 0 = not known */
+    double yDpi;                 /**< dots per inch; 0 = not known */
+    const void *exif;    /**< a TIFF structure, with or without "Exif\0\0" before it; or null */
+    size_t exifSize;     /**< bytes */
+    const void *icc;     /**< an ICC profile of the pixels, or null: sRGB */
+    size_t iccSize;      /**< bytes */
+    const char *comment; /**< text, or null */
 } KowenPicture;
 
 /** For a row reader that fails: the sentence for the result's message. Copied. */
@@ -187,7 +191,8 @@ KOWEN_HOST_API void KowenSetRowError(const char *message);
 /** Settings of exports, by name. */
 typedef struct KowenSettings KowenSettings;
 
-/** Makes settings that have every default. Null when memory is exhausted. Free: KowenFreeSettings. */
+/** Makes settings that have every default. Null when memory is exhausted. Free: KowenFreeSettings.
+ */
 KOWEN_HOST_API KowenSettings *KowenNewSettings(void);
 KOWEN_HOST_API KowenSettings *KowenCopySettings(const KowenSettings *settings);
 KOWEN_HOST_API void KowenFreeSettings(KowenSettings *settings);
@@ -236,6 +241,30 @@ KOWEN_HOST_API const char *KowenSettingName(size_t index);
  */
 KOWEN_HOST_API int32_t KowenLoadProfile(KowenSettings *settings, const char *path,
                                         const char *section, KowenResult *result);
+
+/**
+ * Keeps settings in a profile's section: those that KowenSet gave. The rest of the file stays as it
+ * is, comments included; the file is replaced in one step, and a failure leaves it as it was.
+ *
+ * path     an INI file; made when there is none, with a ~Mode that names the section.
+ * section  null = the one that ~Mode names; in a new file "JPG Export". Made when it is not there,
+ *          with every setting.
+ *
+ * Returns KOWEN_HOST_ERR_PROFILE when the file is no profile or cannot be read or replaced;
+ * KOWEN_HOST_ERR_ARGUMENT for a setting that profiles have no key for (page, background, exif, icc,
+ * comment, max-bytes, as-filter) and for a size in pixels without a resolution.
+ */
+KOWEN_HOST_API int32_t KowenSaveProfile(const KowenSettings *settings, const char *path,
+                                        const char *section, KowenResult *result);
+
+/**
+ * Writes the name of a profile's section number index, from 0, zero-terminated. The one that ~Mode
+ * names is one of them.
+ * Returns KOWEN_HOST_ERR_PROFILE when the file cannot be read or is no profile,
+ * KOWEN_HOST_ERR_ARGUMENT behind the last section or for a buffer that is too small.
+ */
+KOWEN_HOST_API int32_t KowenProfileSection(const char *path, size_t index, char *name,
+                                           size_t nameSize, KowenResult *result);
 
 /* Saving. */
 
