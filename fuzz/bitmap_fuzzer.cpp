@@ -167,7 +167,7 @@ bool HasPlainForm(const Job &job) {
 }
 
 // One of those that this machine has, the best one for 0.
-const Kernels *FormOf(const Job &job) {
+const Kernels *VariantOf(const Job &job) {
     size_t count = 0;
     while (AvailableKernels()[count] != nullptr)
         ++count;
@@ -203,7 +203,7 @@ public:
 
     int32_t Export() {
         const fuzz::MemoryLimit limit(kLargestBlock, job.refusedBlock);
-        UseKernels(FormOf(job));
+        UseKernels(VariantOf(job));
         const int32_t result = ExportCellData(Name().c_str(), &bitmap, &job.cell, &host);
         UseKernels(nullptr);
         return result;

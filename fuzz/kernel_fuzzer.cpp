@@ -1,5 +1,5 @@
-// Every form of the encoder's kernels that this machine has, on any rows, blocks and coefficients,
-// next to the plain reference.
+// Every variant of the encoder's kernels that this machine can run, on any rows, blocks and
+// coefficients, next to the reference.
 //
 // All inputs and outputs are blocks of exactly the bytes that a kernel may touch. Output buffers
 // often hold little more than one step needs, so that the kernels stop and go on.
@@ -32,13 +32,13 @@ constexpr uint32_t kMostWidth = 150;
 constexpr uint32_t kMostBlocks = 12;
 constexpr uint32_t kMostMcus = 12;
 
-template <typename Run> void WithEachForm(Run run) {
-    for (const Kernels *const *form = AvailableKernels(); *form != nullptr; ++form)
-        run(**form);
+template <typename Run> void WithEachVariant(Run run) {
+    for (const Kernels *const *variant = AvailableKernels(); *variant != nullptr; ++variant)
+        run(**variant);
 }
 
 void RequireSame(const Bytes &bytes, const Bytes &expected) {
-    Require(bytes == expected, "the bytes of the plain form");
+    Require(bytes == expected, "the bytes of the reference");
 }
 
 Bytes MappedRow(const Bytes &row, int colorFormat, bool bgr) {
@@ -59,8 +59,10 @@ Bytes Samples(const Bytes &row, size_t place, size_t step) {
 }
 
 using MapKernel = void (*Kernels::*)(uint8_t *, uint32_t);
-using SplitKernel = void (*Kernels::*)(const uint8_t *, uint32_t, uint8_t *, uint8_t *, uint8_t *);
-using TakeKernel = void (*Kernels::*)(uint8_t *, uint32_t, uint8_t *, uint8_t *, uint8_t *);
+using DeinterleaveKernel = void (*Kernels::*)(const uint8_t *, uint32_t, uint8_t *, uint8_t *,
+                                              uint8_t *);
+using MapAndDeinterleaveKernel = void (*Kernels::*)(uint8_t *, uint32_t, uint8_t *, uint8_t *,
+                                                    uint8_t *);
 
 uint32_t Width(const Bytes &row) {
     return static_cast<uint32_t>(row.size() / 3);
@@ -68,14 +70,14 @@ uint32_t Width(const Bytes &row) {
 
 void Map(const Bytes &row, MapKernel kernel, int colorFormat, bool bgr) {
     const Bytes expected = MappedRow(row, colorFormat, bgr);
-    WithEachForm([&](const Kernels &form) {
+    WithEachVariant([&](const Kernels &variant) {
         const Exactly<uint8_t> pixels(row);
-        (form.*kernel)(pixels.Get(), Width(row));
+        (variant.*kernel)(pixels.Get(), Width(row));
         RequireSame(pixels.Values(), expected);
     });
 }
 
-/// The three planes that a row is parted into; step: between the samples of the last two.
+/// The three planes that a row is deinterleaved into; step: between the samples of the last two.
 struct Planes {
     Planes(size_t width, size_t step)
         : first(width), second((width + step - 1) / step), third((width + step - 1) / step) {}
@@ -89,34 +91,35 @@ struct Planes {
     Exactly<uint8_t> first, second, third;
 };
 
-void Split(const Bytes &row, SplitKernel kernel, size_t step) {
-    WithEachForm([&](const Kernels &form) {
+void Deinterleave(const Bytes &row, DeinterleaveKernel kernel, size_t step) {
+    WithEachVariant([&](const Kernels &variant) {
         const Exactly<uint8_t> pixels(row);
         const Planes planes(Width(row), step);
-        (form.*kernel)(pixels.Get(), Width(row), planes.first.Get(), planes.second.Get(),
-                       planes.third.Get());
+        (variant.*kernel)(pixels.Get(), Width(row), planes.first.Get(), planes.second.Get(),
+                          planes.third.Get());
         planes.RequireOf(row, step);
     });
 }
 
-void Take(const Bytes &row, TakeKernel kernel, int colorFormat, size_t step) {
+void MapAndDeinterleave(const Bytes &row, MapAndDeinterleaveKernel kernel, int colorFormat,
+                        size_t step) {
     const Bytes expected = MappedRow(row, colorFormat, false);
-    WithEachForm([&](const Kernels &form) {
+    WithEachVariant([&](const Kernels &variant) {
         const Exactly<uint8_t> pixels(row);
         const Planes planes(Width(row), step);
-        (form.*kernel)(pixels.Get(), Width(row), planes.first.Get(), planes.second.Get(),
-                       planes.third.Get());
+        (variant.*kernel)(pixels.Get(), Width(row), planes.first.Get(), planes.second.Get(),
+                          planes.third.Get());
         RequireSame(pixels.Values(), expected);
         planes.RequireOf(expected, step);
     });
 }
 
-void TakeGrey(const Bytes &row) {
+void MapAndExtractGrey(const Bytes &row) {
     const Bytes expected = MappedRow(row, 215, false);
-    WithEachForm([&](const Kernels &form) {
+    WithEachVariant([&](const Kernels &variant) {
         const Exactly<uint8_t> pixels(row);
         const Exactly<uint8_t> greys(Width(row));
-        form.takeRowGrey(pixels.Get(), Width(row), greys.Get());
+        variant.mapAndExtractGrey(pixels.Get(), Width(row), greys.Get());
         RequireSame(pixels.Values(), expected);
         RequireSame(greys.Values(), Samples(expected, 0, 1));
     });
@@ -135,15 +138,15 @@ void Rows(Input *input) {
     case 3:
         return Map(row, &Kernels::swapFirstAndThird, 222, false);
     case 4:
-        return Split(row, &Kernels::splitRow422, 2);
+        return Deinterleave(row, &Kernels::deinterleave422, 2);
     case 5:
-        return Split(row, &Kernels::splitRow444, 1);
+        return Deinterleave(row, &Kernels::deinterleave444, 1);
     case 6:
-        return Take(row, &Kernels::takeRow422, 212, 2);
+        return MapAndDeinterleave(row, &Kernels::mapAndDeinterleave422, 212, 2);
     case 7:
-        return Take(row, &Kernels::takeRow444, 222, 1);
+        return MapAndDeinterleave(row, &Kernels::mapAndDeinterleave444, 222, 1);
     default:
-        return TakeGrey(row);
+        return MapAndExtractGrey(row);
     }
 }
 
@@ -174,18 +177,18 @@ void Transform(Input *input) {
     const std::vector<Block> expected = TransformedPlainly(samples, stride, blocks, env, table);
     samples.resize(samples.size() + kSampleSlack, 0xA5);
     const Exactly<uint8_t> block(samples);
-    WithEachForm([&](const Kernels &form) {
-        const Transformed plain(expected, form.zigZag);
+    WithEachVariant([&](const Kernels &variant) {
+        const Transformed plain(expected, variant.zigZag);
         const Exactly<int16_t> coefficients((blocks + kBlockSlack) * 64);
         const Exactly<uint64_t> nonZero(blocks + kBlockSlack);
-        form.transformBlocks(block.Get(), static_cast<uint32_t>(stride),
-                             static_cast<uint32_t>(blocks), Divisors(&env, table),
-                             coefficients.Get(), nonZero.Get());
+        variant.transformBlocks(block.Get(), static_cast<uint32_t>(stride),
+                                static_cast<uint32_t>(blocks), Divisors(&env, table),
+                                coefficients.Get(), nonZero.Get());
         Require(
             std::equal(plain.coefficients.begin(), plain.coefficients.end(), coefficients.Get()),
-            "the coefficients of the plain form");
+            "the coefficients of the reference");
         Require(std::equal(plain.nonZero.begin(), plain.nonZero.end(), nonZero.Get()),
-                "the places that are not 0");
+                "the positions that are not 0");
     });
 }
 
@@ -286,13 +289,13 @@ struct Picture {
     std::vector<Block> blocks[3];
 };
 
-void CodeMcus(const Kernels &form, const Tables &tables, const Picture &picture, uint32_t more,
+void CodeMcus(const Kernels &variant, const Tables &tables, const Picture &picture, uint32_t more,
               const reference::Coder &coder) {
     std::vector<Transformed> transformed;
     int16_t predictors[3] = {};
     ComponentBlocks components[3];
     for (uint32_t c = 0; c < picture.components; ++c)
-        transformed.emplace_back(picture.blocks[c], form.zigZag);
+        transformed.emplace_back(picture.blocks[c], variant.zigZag);
     for (uint32_t c = 0; c < picture.components; ++c) {
         const int component = static_cast<int>(c);
         components[c] = {transformed[c].coefficients.data(),
@@ -305,7 +308,7 @@ void CodeMcus(const Kernels &form, const Tables &tables, const Picture &picture,
     }
     Sink sink(kMaxMcuBytes, more);
     for (uint32_t left = picture.mcus; left > 0; sink.Take()) {
-        const uint32_t coded = form.codeMcus(&sink.bits, components, picture.components, left);
+        const uint32_t coded = variant.codeMcus(&sink.bits, components, picture.components, left);
         Require(coded > 0 && coded <= left, "a step with room for one");
         left -= coded;
     }
@@ -316,7 +319,7 @@ void CodeMcus(const Kernels &form, const Tables &tables, const Picture &picture,
 
 void Mcus(Input *input) {
     const Tables &tables = Tables::Of(input->Between(245, 246));
-    // Room for one MCU and little more, or for many: some forms take a batch at a time.
+    // Room for one MCU and little more, or for many: some variants take a batch at a time.
     const uint32_t more = input->Below(input->Bool() ? 700 : 20 * kMaxMcuBytes);
     const Picture picture(input, 1 + input->Below(input->Seldom(4) ? 70 : kMostMcus));
     reference::Coder &coder = FreshCoder(tables.operation);
@@ -324,10 +327,11 @@ void Mcus(Input *input) {
         coder.CodeDc(block, component);
         coder.CodeAc(block, component);
     });
-    WithEachForm([&](const Kernels &form) { CodeMcus(form, tables, picture, more, coder); });
+    WithEachVariant(
+        [&](const Kernels &variant) { CodeMcus(variant, tables, picture, more, coder); });
 }
 
-void CodeDcs(const Kernels &form, const Tables &tables, const Picture &picture, uint32_t more,
+void CodeDcs(const Kernels &variant, const Tables &tables, const Picture &picture, uint32_t more,
              const reference::Coder &coder) {
     std::vector<int16_t> dcs[3];
     picture.ForEachBlock([&](const Block &block, int c) { dcs[c].push_back(block[0]); });
@@ -338,7 +342,7 @@ void CodeDcs(const Kernels &form, const Tables &tables, const Picture &picture, 
                          tables.Differences(static_cast<int>(c)), &predictors[c]};
     Sink sink(kMaxMcuBytes, more);
     for (uint32_t left = picture.mcus; left > 0; sink.Take()) {
-        const uint32_t coded = form.codeDcs(&sink.bits, components, picture.components, left);
+        const uint32_t coded = variant.codeDcs(&sink.bits, components, picture.components, left);
         Require(coded > 0 && coded <= left, "a step with room for one");
         left -= coded;
     }
@@ -352,32 +356,33 @@ void Dcs(Input *input) {
     reference::Coder &coder = FreshCoder(tables.operation);
     picture.ForEachBlock(
         [&](const Block &block, int component) { coder.CodeDc(block, component); });
-    WithEachForm([&](const Kernels &form) { CodeDcs(form, tables, picture, more, coder); });
+    WithEachVariant(
+        [&](const Kernels &variant) { CodeDcs(variant, tables, picture, more, coder); });
 }
 
-void CodeAcs(const Kernels &form, int component, int run, const std::vector<Block> &blocks,
+void CodeAcs(const Kernels &variant, int component, int run, const std::vector<Block> &blocks,
              uint32_t more, const reference::Coder &coder) {
     const HuffmanEntry *codes = Tables::Of(246).Codes(component);
-    const Transformed transformed(blocks, form.zigZag);
+    const Transformed transformed(blocks, variant.zigZag);
     const auto count = static_cast<uint32_t>(blocks.size());
     std::vector<int16_t> dcs(count);
     const Exactly<int16_t> packed(size_t{count} * 64);
     const int16_t *end =
-        form.packBlocks(transformed.coefficients.data(), transformed.nonZero.data(), count,
-                        dcs.data(), packed.Get());
+        variant.packBlocks(transformed.coefficients.data(), transformed.nonZero.data(), count,
+                           dcs.data(), packed.Get());
     for (uint32_t b = 0; b < count; ++b)
         Require(dcs[b] == blocks[b][0], "the DC coefficients");
     AcScan scan = {codes, AcCodesOf(codes), static_cast<uint32_t>(run)};
     Sink sink(kMaxBlockBytes, more);
     const int16_t *next = packed.Get();
     for (uint32_t done = 0; done < count; sink.Take()) {
-        const uint32_t coded =
-            form.codeAcs(&sink.bits, &scan, transformed.nonZero.data() + done, &next, count - done);
+        const uint32_t coded = variant.codeAcs(&sink.bits, &scan, transformed.nonZero.data() + done,
+                                               &next, count - done);
         Require(coded > 0 && coded <= count - done, "a step with room for one");
         done += coded;
     }
     Require(next == end, "all that was packed");
-    form.endAcs(&sink.bits, &scan);
+    variant.endAcs(&sink.bits, &scan);
     sink.Take();
     sink.RequireOf(coder.bits);
 }
@@ -396,7 +401,8 @@ void Acs(Input *input) {
     for (const Block &block : blocks)
         reference::CodeAcBand(coder, block, bandEnds, component);
     reference::FlushBandEnds(coder, bandEnds, component);
-    WithEachForm([&](const Kernels &form) { CodeAcs(form, component, run, blocks, more, coder); });
+    WithEachVariant(
+        [&](const Kernels &variant) { CodeAcs(variant, component, run, blocks, more, coder); });
 }
 
 } // namespace

@@ -1,13 +1,13 @@
 #include "jpeg/ac_codes.h"
 
 #include "jpeg/huffman_tables.h"
-#include "jpeg/kept_tables.h"
+#include "jpeg/table_cache.h"
 
 namespace kowen {
 
 namespace {
 
-constinit KeptTables<AcCodes, kAcSymbols, 4> tables;
+constinit TableCache<AcCodes, kAcSymbols, 4> tables;
 
 HuffmanEntry ShortCode(const HuffmanEntry *codes, uint32_t run, int32_t coefficient) {
     const int32_t category = CSize(coefficient);

@@ -13,7 +13,7 @@ inline constexpr int32_t kShortReach = 64; ///< coefficients from -64 to 63
 inline constexpr uint32_t kShortCoefficients = 2 * kShortReach;
 inline constexpr uint32_t kShortCodes = kShortRuns * kShortCoefficients;
 
-/// One AC table's codes in two forms.
+/// One AC table's codes as lookup tables.
 struct AcCodes {
     /// What EncodeACCoef emits for a run and a coefficient, Huffman code and appended bits in one,
     /// at run x 128 + coefficient + 64.
@@ -22,10 +22,10 @@ struct AcCodes {
     uint32_t ofSymbol[kAcSymbols];
 };
 
-/// The forms that go with a table.
+/// The lookup tables of a code table.
 ///
 /// codes  257 entries by symbol.
-/// Kept by the process for as long as few tables are in use: the filter has two for each operation.
+/// Cached by the process for as long as few tables are in use: the filter has two an operation.
 const AcCodes *AcCodesOf(const HuffmanEntry *codes) noexcept;
 
 } // namespace kowen

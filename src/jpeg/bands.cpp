@@ -1,6 +1,6 @@
-// Sequential coding: rows of pixels are parted into rows of samples, a few MCUs at a time so that
-// everything stays in the first cache; edges are repeated there; blocks are transformed side by
-// side and coded in MCU order.
+// Sequential coding: rows of pixels are deinterleaved into rows of samples, a few MCUs at a time so
+// that everything stays in the first cache; edges are repeated there; blocks are transformed side
+// by side and coded in MCU order.
 #include "jpeg/bands.h"
 
 #include "jpeg/entropy_output.h"
@@ -40,28 +40,30 @@ struct ChunkBlocks {
     }
 };
 
-// How a row of pixels becomes rows of samples: mapped rows are parted, source rows are mapped too.
-void Split422(const uint8_t *row, uint32_t columns, SampleRows *rows, uint32_t y) {
-    ActiveKernels().splitRow422(row, columns, rows[0].samples[y], rows[1].samples[y],
-                                rows[2].samples[y]);
+// How a row of pixels becomes rows of samples: mapped rows are deinterleaved, source rows are
+// mapped as well.
+void Deinterleave422(const uint8_t *row, uint32_t columns, SampleRows *rows, uint32_t y) {
+    ActiveKernels().deinterleave422(row, columns, rows[0].samples[y], rows[1].samples[y],
+                                    rows[2].samples[y]);
 }
-void Split422(uint8_t *row, uint32_t columns, SampleRows *rows, uint32_t y) {
-    ActiveKernels().takeRow422(row, columns, rows[0].samples[y], rows[1].samples[y],
-                               rows[2].samples[y]);
+void Deinterleave422(uint8_t *row, uint32_t columns, SampleRows *rows, uint32_t y) {
+    ActiveKernels().mapAndDeinterleave422(row, columns, rows[0].samples[y], rows[1].samples[y],
+                                          rows[2].samples[y]);
 }
-void Split444(const uint8_t *row, uint32_t columns, SampleRows *rows, uint32_t y, int32_t) {
-    ActiveKernels().splitRow444(row, columns, rows[0].samples[y], rows[1].samples[y],
-                                rows[2].samples[y]);
+void Deinterleave444(const uint8_t *row, uint32_t columns, SampleRows *rows, uint32_t y, int32_t) {
+    ActiveKernels().deinterleave444(row, columns, rows[0].samples[y], rows[1].samples[y],
+                                    rows[2].samples[y]);
 }
-void Split444(uint8_t *row, uint32_t columns, SampleRows *rows, uint32_t y, int32_t colorFormat) {
+void Deinterleave444(uint8_t *row, uint32_t columns, SampleRows *rows, uint32_t y,
+                     int32_t colorFormat) {
     if (colorFormat == KOWEN_FORMAT_GREY) {
-        ActiveKernels().takeRowGrey(row, columns, rows[0].samples[y]);
+        ActiveKernels().mapAndExtractGrey(row, columns, rows[0].samples[y]);
     } else if (colorFormat == KOWEN_FORMAT_RGB444) {
-        ActiveKernels().takeRow444(row, columns, rows[0].samples[y], rows[1].samples[y],
-                                   rows[2].samples[y]);
+        ActiveKernels().mapAndDeinterleave444(row, columns, rows[0].samples[y], rows[1].samples[y],
+                                              rows[2].samples[y]);
     } else { // a format that only a profile can name: MapColors takes it for luminance and chroma
         ActiveKernels().mapRgbToYcc(row, columns);
-        Split444(static_cast<const uint8_t *>(row), columns, rows, y, colorFormat);
+        Deinterleave444(static_cast<const uint8_t *>(row), columns, rows, y, colorFormat);
     }
 }
 
@@ -81,8 +83,8 @@ ComponentBlocks Coded(const ChunkBlocks &blocks, uint32_t blocksInMcu, CompressE
             &env.dcPredictor[component]};
 }
 
-// Asks for the pixels that the next chunk begins with, while this one is coded.
-template <typename Byte> void AskForChunk(const PixelRows<Byte> &band, uint32_t x) {
+// Prefetches the pixels of the next chunk while this one is coded.
+template <typename Byte> void PrefetchChunk(const PixelRows<Byte> &band, uint32_t x) {
     constexpr std::size_t kLineBytes = 64;
     if (x >= band.width)
         return;
@@ -98,7 +100,7 @@ void CodeChunk422(EntropyOutput &output, CompressEnv &env, const PixelRows<Byte>
                   uint32_t columns) {
     SampleRows rows[kComponents];
     for (uint32_t y = 0; y < band.rows; ++y)
-        Split422(band.Row(y) + std::size_t{x} * kPixelBytes, columns, rows, y);
+        Deinterleave422(band.Row(y) + std::size_t{x} * kPixelBytes, columns, rows, y);
     const uint32_t padded = RoundedUp(columns, 16);
     const uint32_t mcus = padded / 16;
     rows[0].Repeat(band.rows, columns, padded);
@@ -121,7 +123,8 @@ void CodeChunk444(EntropyOutput &output, CompressEnv &env, const PixelRows<Byte>
     const uint32_t count = std::min<uint32_t>(env.componentCount, kComponents);
     SampleRows rows[kComponents];
     for (uint32_t y = 0; y < band.rows; ++y)
-        Split444(band.Row(y) + std::size_t{x} * kPixelBytes, columns, rows, y, env.colorFormat);
+        Deinterleave444(band.Row(y) + std::size_t{x} * kPixelBytes, columns, rows, y,
+                        env.colorFormat);
     const uint32_t padded = RoundedUp(columns, 8);
     const uint32_t mcus = padded / 8;
 
@@ -139,15 +142,15 @@ void CodeChunk444(EntropyOutput &output, CompressEnv &env, const PixelRows<Byte>
 }
 
 template <typename Byte>
-int32_t CodeBand(const PixelRows<Byte> &band, CompressEnv &env, bool halved) {
+int32_t CodeBand(const PixelRows<Byte> &band, CompressEnv &env, bool subsampled) {
     uint32_t fillCount = 0;
     if (band.rows == 0 || band.rows > kBandRows)
         return 0;
     EntropyOutput output(env, fillCount);
     for (uint32_t x = 0; x < band.width; x += kChunkSamples) {
         const uint32_t columns = std::min(kChunkSamples, band.width - x);
-        AskForChunk(band, x + columns);
-        if (halved)
+        PrefetchChunk(band, x + columns);
+        if (subsampled)
             CodeChunk422(output, env, band, x, columns);
         else
             CodeChunk444(output, env, band, x, columns);

@@ -24,8 +24,8 @@ int32_t EncodeDC(const int16_t *block, CompressEnv *env, uint8_t *output, uint32
     const auto difference = static_cast<int16_t>(block[0] - env->dcPredictor[componentIndex]);
     const HuffmanEntry *table =
         env->huffmanTable[componentIndex == 0 ? kDcDiffLuminance : kDcDiffChrominance];
-    // Hardened: a difference beyond the table, which 8-bit samples cannot give, codes
-    // nothing.
+    // Hardened: a difference beyond the table, which 8-bit samples cannot give, codes nothing.
+    // Test: EncodeDCTest.DifferencesBeyondTheTableCodeNothing.
     if (difference >= -2047 && difference <= 2047)
         PutEntry(output, fillCount, table[DcDifferenceIndex(difference)], env);
     env->dcPredictor[componentIndex] = block[0];

@@ -1,7 +1,7 @@
 // Huffman coding of quantised blocks: T.81 F.1.2, step by step.
 //
-// The band coders use the fast form in entropy_coder.h; these functions code one block through the
-// bit writer and define what it must produce.
+// The band coders use the kernels of kernels.h; these functions code one block through the bit
+// writer and define what those must produce.
 #pragma once
 
 #include <cstdint>

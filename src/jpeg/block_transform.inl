@@ -1,7 +1,7 @@
 // The block transform over vectors whose 128-bit lanes hold one block each. Included by the kernels
 // of each instruction set, whose Vector type supplies the operations; all of them stay in a lane.
 //
-// Inner products of 16-bit pairs stand in for the products and sums of the plain form: every
+// Inner products of 16-bit pairs stand in for the products and sums of the scalar variant: every
 // intermediate value is the same integer, only the order of additions differs.
 
 // Rows to columns: 8 x 8 words in each lane.

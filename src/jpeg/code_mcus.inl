@@ -13,11 +13,11 @@ public:
                 for (uint32_t i = 0; i < components[c].blocksInMcu; ++i)
                     ListBlock(components[c]);
         *end_ = {0, 0}; // goes with the last one, if that has no other
-        BitJoiner joiner(sink, bytes_);
+        BitPacker packer(sink, bytes_);
         for (const HuffmanEntry *symbol = symbols_; symbol < end_; symbol += 2)
-            joiner.Append(uint64_t{symbol[0].code} << symbol[1].length | symbol[1].code,
+            packer.Append(uint64_t{symbol[0].code} << symbol[1].length | symbol[1].code,
                           uint32_t{symbol[0].length} + symbol[1].length);
-        sink.out = StuffBytes(bytes_, joiner.End(), sink.out);
+        sink.out = StuffBytes(bytes_, packer.End(), sink.out);
     }
 
 private:
@@ -27,7 +27,7 @@ private:
         HuffmanEntry *symbol = end_;
         *symbol++ = DcDifference(component.differences, block[0], *component.predictor);
         uint32_t next = 1;
-        for (uint64_t left = SymbolPlaces(*component.nonZero) & ~uint64_t{1}; left != 0;
+        for (uint64_t left = SymbolMask(*component.nonZero) & ~uint64_t{1}; left != 0;
              left &= left - 1) {
             const auto k = static_cast<uint32_t>(__builtin_ctzll(left));
             *symbol++ = AcCode(component.codes, *component.acCodes, k - next, block[Place(k)]);
@@ -60,7 +60,7 @@ private:
 
     HuffmanEntry symbols_[kBatchSymbols + 1];
     HuffmanEntry *end_ = symbols_;
-    uint8_t bytes_[kBatchBytes + kJoinSlack];
+    uint8_t bytes_[kBatchBytes + kPackSlack];
 };
 
 uint32_t CodeMcus(BitSink *sink, ComponentBlocks *components, uint32_t count, uint32_t mcus) {

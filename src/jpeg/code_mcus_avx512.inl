@@ -35,7 +35,7 @@ inline void ListBlock(Symbols &symbols, ComponentBlocks &component, uint32_t c) 
     const HuffmanEntry &dc = DcDifference(component.differences, block[0], *component.predictor);
     symbols.dcWord[symbols.dcCount++] = dc.code << 8 | dc.length;
 
-    const uint64_t coded = SymbolPlaces(*component.nonZero);
+    const uint64_t coded = SymbolMask(*component.nonZero);
     const auto low = static_cast<__mmask32>(coded);
     const auto high = static_cast<__mmask32>(coded >> 32);
     const __m512i places =
@@ -147,10 +147,10 @@ public:
                 for (uint32_t i = 0; i < components[c].blocksInMcu; ++i)
                     ListBlock(symbols_, components[c], c);
         FindPairs(symbols_, acWords_, pairs_);
-        BitJoiner joiner(sink, bytes_);
+        BitPacker packer(sink, bytes_);
         for (uint32_t i = 0; i < (symbols_.count + 1) / 2; ++i)
-            joiner.Append(pairs_.bits[i], pairs_.length[i]);
-        sink.out = StuffBytes(bytes_, joiner.End(), sink.out);
+            packer.Append(pairs_.bits[i], pairs_.length[i]);
+        sink.out = StuffBytes(bytes_, packer.End(), sink.out);
     }
 
 private:

@@ -43,10 +43,10 @@ int32_t FindWidthHeightMCU(uint32_t *paddedWidth, uint32_t *paddedHeight, uint32
 
 int32_t InitCompressEnv(CompressEnv *env, int32_t colorFormat, int32_t operation, uint32_t width,
                         uint32_t height) noexcept {
-    const bool halved = lpRaster != nullptr && lpRaster->colorFormat == KOWEN_FORMAT_YCC422;
+    const bool subsampled = lpRaster != nullptr && lpRaster->colorFormat == KOWEN_FORMAT_YCC422;
     env->colorFormat = colorFormat;
     env->operation = operation;
-    env->maxH = halved ? 2 : 1;
+    env->maxH = subsampled ? 2 : 1;
     env->maxV = 1;
     env->pendingByte = 0;
     env->bitMask = 128;

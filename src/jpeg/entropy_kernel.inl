@@ -1,4 +1,4 @@
-// The fast form of the block coder: whole codes into a 64-bit accumulator, zero runs from the bits
+// The block coder of the kernels: whole codes into a 64-bit accumulator, zero runs from the bits
 // of the non-zero coefficients. Gives the bits that block_coder.h defines. Included inside a
 // namespace of its own by the kernels of each instruction set, whose Place(k) tells where zig-zag
 // position k stands in a block.

@@ -8,7 +8,7 @@
 
 namespace kowen {
 
-/// The forms of huffmanTable[slot], kAcLuminance or kAcChrominance.
+/// The lookup tables of huffmanTable[slot], kAcLuminance or kAcChrominance.
 const AcCodes *AcCodesOf(CompressEnv &env, HuffmanSlot slot) noexcept;
 
 /// Takes over the environment's bit state from construction to End; between the two the

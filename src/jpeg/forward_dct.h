@@ -1,4 +1,4 @@
-// The forward DCT: accurate integer form.
+// The forward DCT: accurate, in integers.
 #pragma once
 
 #include <cstdint>

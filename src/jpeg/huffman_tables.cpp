@@ -1,7 +1,7 @@
 #include "jpeg/huffman_tables.h"
 
 #include "jpeg/compress_env.h"
-#include "jpeg/kept_tables.h"
+#include "jpeg/table_cache.h"
 #include "platform/state.h"
 #include "setup/setup.h"
 
@@ -111,8 +111,8 @@ void Make(DcDifferences &table, const HuffmanEntry *dcCodes) {
         JoinCodeAndBits(table.entries, dcCodes[category], category);
 }
 
-// Every export needs both; copying is much faster than making.
-constinit KeptTables<DcDifferences, kDcCategories, 2> dcDifferences;
+// Every export needs both; copying is much faster than building.
+constinit TableCache<DcDifferences, kDcCategories, 2> dcDifferences;
 
 } // namespace
 

@@ -20,7 +20,7 @@ constexpr ZigZagBits MakeZigZagBits() {
 const Kernels *const *ListKernels() {
     static const Kernels *list[5] = {};
     std::size_t count = 0;
-    list[count++] = &kPlainKernels;
+    list[count++] = &kScalarKernels;
 #ifdef KOWEN_X86_KERNELS
     if (MachineHas(InstructionSet::kSse2))
         list[count++] = &kSse2Kernels;
@@ -54,9 +54,9 @@ const Kernels &ActiveKernels() noexcept {
     return *active;
 }
 
-void UseKernels(const Kernels *form) noexcept {
-    active = form;
-    if (form == nullptr)
+void UseKernels(const Kernels *variant) noexcept {
+    active = variant;
+    if (variant == nullptr)
         for (const Kernels *const *last = AvailableKernels(); *last != nullptr; ++last)
             active = *last;
 }

@@ -1,6 +1,6 @@
-// The loops that take an export's time, in one form per instruction set.
+// The loops that take an export's time, in one variant per instruction set.
 //
-// Every form gives the same bytes: the plain one in kernels_plain.cpp is the definition, tests
+// Every variant gives the same bytes: the scalar one in kernels_scalar.cpp is the definition, tests
 // compare the others with it. Only the files named after an instruction set are built with its
 // flags, and they include nothing that other files share but plain declarations.
 #pragma once
@@ -36,7 +36,7 @@ struct ComponentBlocks {
     uint32_t blocksInMcu;
     const HuffmanEntry *differences; ///< whole DC differences
     const HuffmanEntry *codes;       ///< AC codes by symbol
-    const AcCodes *acCodes;          ///< the same in other forms
+    const AcCodes *acCodes;          ///< the same as lookup tables
     int16_t *predictor;
 };
 
@@ -51,7 +51,7 @@ struct ComponentDcs {
 /// A progressive AC scan on its way.
 struct AcScan {
     const HuffmanEntry *codes; ///< by symbol
-    const AcCodes *acCodes;    ///< the same in other forms
+    const AcCodes *acCodes;    ///< the same as lookup tables
     uint32_t eobRun;           ///< blocks that ended on zeros and are not coded yet
 };
 
@@ -68,21 +68,21 @@ struct Kernels {
     void (*mapToGrey)(uint8_t *row, uint32_t width);
     void (*swapFirstAndThird)(uint8_t *row, uint32_t width);
 
-    /// Parts one row of pixels: byte 0 of every pixel to first; byte 1 and byte 2 of the even
-    /// pixels to second and third. Writes width and (width + 1) / 2 samples.
-    void (*splitRow422)(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
-                        uint8_t *third);
-    /// Parts one row of pixels into three full rows of samples.
-    void (*splitRow444)(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
-                        uint8_t *third);
+    /// Deinterleaves one row of pixels: byte 0 of every pixel to first; byte 1 and byte 2 of the
+    /// even pixels to second and third. Writes width and (width + 1) / 2 samples.
+    void (*deinterleave422)(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
+                            uint8_t *third);
+    /// Deinterleaves one row of pixels into three full rows of samples.
+    void (*deinterleave444)(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
+                            uint8_t *third);
 
-    /// Map and part in one go: mapRgbToYcc and splitRow422; swapFirstAndThird and splitRow444;
-    /// mapToGrey and byte 0 of every pixel.
-    void (*takeRow422)(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
-                       uint8_t *third);
-    void (*takeRow444)(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
-                       uint8_t *third);
-    void (*takeRowGrey)(uint8_t *row, uint32_t width, uint8_t *first);
+    /// Map and deinterleave in one pass: mapRgbToYcc and deinterleave422; swapFirstAndThird and
+    /// deinterleave444; mapToGrey and byte 0 of every pixel.
+    void (*mapAndDeinterleave422)(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
+                                  uint8_t *third);
+    void (*mapAndDeinterleave444)(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
+                                  uint8_t *third);
+    void (*mapAndExtractGrey)(uint8_t *row, uint32_t width, uint8_t *first);
 
     /// Level shift, forward DCT and quantisation of blocks that lie side by side.
     ///
@@ -122,13 +122,13 @@ inline constexpr uint32_t kBlockSlack = 3;
 /// The kernels for this machine, chosen on first use.
 const Kernels &ActiveKernels() noexcept;
 
-/// Uses one form from here on, for tests and benchmarks; null for the machine's best.
-void UseKernels(const Kernels *form) noexcept;
+/// Uses one variant from here on, for tests and benchmarks; null for the machine's best.
+void UseKernels(const Kernels *variant) noexcept;
 
-/// All forms this machine can run, the plain one first; ends with a null pointer.
+/// All variants this machine can run, the scalar one first; ends with a null pointer.
 const Kernels *const *AvailableKernels() noexcept;
 
-extern const Kernels kPlainKernels;
+extern const Kernels kScalarKernels;
 #ifdef KOWEN_X86_KERNELS
 extern const Kernels kSse2Kernels;
 extern const Kernels kAvx2Kernels;
@@ -141,19 +141,21 @@ struct ZigZagBits {
 };
 extern const ZigZagBits kZigZagBits;
 
-/// The plain forms, for what the others have no faster form of, and for row ends.
-namespace plain {
+/// The scalar variant's functions, for what the others do not replace and for row ends.
+namespace scalar {
 void MapRgbToYcc(uint8_t *row, uint32_t width);
 void MapBgrToYcc(uint8_t *row, uint32_t width);
 void MapToGrey(uint8_t *row, uint32_t width);
 void SwapFirstAndThird(uint8_t *row, uint32_t width);
-void SplitRow422(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
-                 uint8_t *third);
-void SplitRow444(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
-                 uint8_t *third);
-void TakeRow422(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second, uint8_t *third);
-void TakeRow444(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second, uint8_t *third);
-void TakeRowGrey(uint8_t *row, uint32_t width, uint8_t *first);
+void Deinterleave422(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
+                     uint8_t *third);
+void Deinterleave444(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
+                     uint8_t *third);
+void MapAndDeinterleave422(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
+                           uint8_t *third);
+void MapAndDeinterleave444(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
+                           uint8_t *third);
+void MapAndExtractGrey(uint8_t *row, uint32_t width, uint8_t *first);
 uint32_t CodeMcus(BitSink *sink, ComponentBlocks *components, uint32_t count, uint32_t mcus);
 int16_t *PackBlocks(const int16_t *coefficients, const uint64_t *nonZero, uint32_t blocks,
                     int16_t *dcs, int16_t *packed);
@@ -161,6 +163,6 @@ uint32_t CodeDcs(BitSink *sink, ComponentDcs *components, uint32_t count, uint32
 uint32_t CodeAcs(BitSink *sink, AcScan *scan, const uint64_t *nonZero, const int16_t **packed,
                  uint32_t blocks);
 void EndAcs(BitSink *sink, AcScan *scan);
-} // namespace plain
+} // namespace scalar
 
 } // namespace kowen

@@ -20,7 +20,7 @@ inline constexpr int32_t kByteOrderRgb = 2;
 /// byteOrder  kByteOrderBgr or kByteOrderRgb; counts for colour transforms only.
 /// Returns 0.
 ///
-/// Kept deliberately: the grey form weighs b2, not b0, with 3 whatever the byte order.
+/// Kept deliberately: grey weighs b2, not b0, with 3 whatever the byte order.
 /// Test: MapColors.GreyWeighsTheThirdByteMost.
 int32_t MapColors(uint8_t *pixels, uint32_t width, uint32_t strideBytes, uint32_t rows,
                   int32_t colorFormat, int32_t byteOrder) noexcept;

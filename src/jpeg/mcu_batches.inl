@@ -1,17 +1,17 @@
-// Coding MCUs in batches: what its forms share. A batch's symbols are listed, joined to bytes and
-// stuffed in loops of their own: few branches are left that nobody can foretell. Included by each
-// form's McuCoder; CodeBatches drives it.
+// Coding MCUs in batches: what its variants share. A batch's symbols are listed, packed to bytes
+// and stuffed in loops of their own: few unpredictable branches are left. Included by each
+// variant's McuCoder; CodeBatches drives it.
 
 #include "jpeg/entropy_kernel.inl"
 
 constexpr uint32_t kBatchBlocks = 32;
 constexpr uint32_t kBatchSymbols = kBatchBlocks * 64; // a DC, and an AC or the end at each place
 constexpr uint32_t kBatchBytes = kBatchBlocks * (22 + 63 * 26) / 8;
-constexpr uint32_t kJoinSlack = 8; // bytes that BitJoiner may write more
+constexpr uint32_t kPackSlack = 8; // bytes that BitPacker may write beyond its end
 
 // The positions where a code for 16 zeros stands: each 16th of a gap before a coefficient.
 inline uint64_t ZeroRuns(uint64_t nonZero) {
-    uint64_t within = nonZero; // of 15 places behind a coefficient
+    uint64_t within = nonZero; // 15 positions behind a coefficient
     within |= within << 1;
     within |= within << 2;
     within |= within << 4;
@@ -26,19 +26,20 @@ inline uint64_t ZeroRuns(uint64_t nonZero) {
     return runs;
 }
 
-// The zig-zag positions with a symbol: the DC, each coefficient that is not 0, each 16th of the
-// zeros before one, and the end of the block behind the last. As long as the last two are coded as
-// run 15 before coefficient 0 and run 0 before coefficient 0, they need no attention of their own.
-inline uint64_t SymbolPlaces(uint64_t nonZero) {
-    uint64_t places = nonZero | 1;
-    places |= ZeroRuns(places);
-    return places | uint64_t{2} << (63 - static_cast<uint32_t>(__builtin_clzll(places)));
+// The symbol mask, the zig-zag positions with a symbol: the DC, each coefficient that is not 0,
+// each 16th of the zeros before one, and the end of the block behind the last. As long as the last
+// two are coded as run 15 before coefficient 0 and run 0 before coefficient 0, they need no
+// attention of their own.
+inline uint64_t SymbolMask(uint64_t nonZero) {
+    uint64_t mask = nonZero | 1;
+    mask |= ZeroRuns(mask);
+    return mask | uint64_t{2} << (63 - static_cast<uint32_t>(__builtin_clzll(mask)));
 }
 
-// Joins bits to bytes, behind the sink's pending ones; what does not fill a byte is pending again.
-class BitJoiner {
+// Packs bits to bytes, behind the sink's pending ones; what does not fill a byte is pending again.
+class BitPacker {
 public:
-    BitJoiner(BitSink &sink, uint8_t *out)
+    BitPacker(BitSink &sink, uint8_t *out)
         : sink_(sink), out_(out), pending_(sink.pending),
           bits_(pending_ == 0 ? 0 : sink.accumulator << (64 - pending_)) {}
 

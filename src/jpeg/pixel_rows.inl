@@ -41,7 +41,7 @@ void MapRgbToYcc(uint8_t *row, uint32_t width) {
         const Triple t = LoadTriple(row);
         StoreTriple(row, ToYcc(t.first, t.second, t.third));
     }
-    plain::MapRgbToYcc(row, width);
+    scalar::MapRgbToYcc(row, width);
 }
 
 void MapBgrToYcc(uint8_t *row, uint32_t width) {
@@ -49,7 +49,7 @@ void MapBgrToYcc(uint8_t *row, uint32_t width) {
         const Triple t = LoadTriple(row);
         StoreTriple(row, ToYcc(t.third, t.second, t.first));
     }
-    plain::MapBgrToYcc(row, width);
+    scalar::MapBgrToYcc(row, width);
 }
 
 void MapToGrey(uint8_t *row, uint32_t width) {
@@ -57,7 +57,7 @@ void MapToGrey(uint8_t *row, uint32_t width) {
         const Pixels grey = Grey(LoadTriple(row));
         StoreTriple(row, {grey, grey, grey});
     }
-    plain::MapToGrey(row, width);
+    scalar::MapToGrey(row, width);
 }
 
 void SwapFirstAndThird(uint8_t *row, uint32_t width) {
@@ -65,11 +65,11 @@ void SwapFirstAndThird(uint8_t *row, uint32_t width) {
         const Triple t = LoadTriple(row);
         StoreTriple(row, {t.third, t.second, t.first});
     }
-    plain::SwapFirstAndThird(row, width);
+    scalar::SwapFirstAndThird(row, width);
 }
 
-void SplitRow422(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
-                 uint8_t *third) {
+void Deinterleave422(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
+                     uint8_t *third) {
     for (; width >= kPixels; width -= kPixels, row += 3 * kPixels, first += kPixels,
                              second += kPixels / 2, third += kPixels / 2) {
         const Triple t = LoadTriple(row);
@@ -77,11 +77,11 @@ void SplitRow422(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *se
         t.second.StoreEven(second);
         t.third.StoreEven(third);
     }
-    plain::SplitRow422(row, width, first, second, third);
+    scalar::Deinterleave422(row, width, first, second, third);
 }
 
-void SplitRow444(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
-                 uint8_t *third) {
+void Deinterleave444(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
+                     uint8_t *third) {
     for (; width >= kPixels; width -= kPixels, row += 3 * kPixels, first += kPixels,
                              second += kPixels, third += kPixels) {
         const Triple t = LoadTriple(row);
@@ -89,10 +89,11 @@ void SplitRow444(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *se
         t.second.Store(second);
         t.third.Store(third);
     }
-    plain::SplitRow444(row, width, first, second, third);
+    scalar::Deinterleave444(row, width, first, second, third);
 }
 
-void TakeRow422(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second, uint8_t *third) {
+void MapAndDeinterleave422(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
+                           uint8_t *third) {
     for (; width >= kPixels; width -= kPixels, row += 3 * kPixels, first += kPixels,
                              second += kPixels / 2, third += kPixels / 2) {
         const Triple pixels = LoadTriple(row);
@@ -102,10 +103,11 @@ void TakeRow422(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second, u
         t.second.StoreEven(second);
         t.third.StoreEven(third);
     }
-    plain::TakeRow422(row, width, first, second, third);
+    scalar::MapAndDeinterleave422(row, width, first, second, third);
 }
 
-void TakeRow444(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second, uint8_t *third) {
+void MapAndDeinterleave444(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
+                           uint8_t *third) {
     for (; width >= kPixels; width -= kPixels, row += 3 * kPixels, first += kPixels,
                              second += kPixels, third += kPixels) {
         const Triple t = LoadTriple(row);
@@ -114,14 +116,14 @@ void TakeRow444(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second, u
         t.second.Store(second);
         t.first.Store(third);
     }
-    plain::TakeRow444(row, width, first, second, third);
+    scalar::MapAndDeinterleave444(row, width, first, second, third);
 }
 
-void TakeRowGrey(uint8_t *row, uint32_t width, uint8_t *first) {
+void MapAndExtractGrey(uint8_t *row, uint32_t width, uint8_t *first) {
     for (; width >= kPixels; width -= kPixels, row += 3 * kPixels, first += kPixels) {
         const Pixels grey = Grey(LoadTriple(row));
         StoreTriple(row, {grey, grey, grey});
         grey.Store(first);
     }
-    plain::TakeRowGrey(row, width, first);
+    scalar::MapAndExtractGrey(row, width, first);
 }

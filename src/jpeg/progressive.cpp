@@ -19,7 +19,7 @@ namespace {
 
 constexpr uint32_t kMcuPixels = 16;
 constexpr uint32_t kMcuRows = 8;
-constexpr uint32_t kChunkPixels = 512; // parted and transformed at a time
+constexpr uint32_t kChunkPixels = 512; // deinterleaved and transformed at a time
 constexpr uint32_t kChunkBlocks = kChunkPixels / 8;
 
 // One component's blocks, row by row.
@@ -85,13 +85,13 @@ struct ChunkSamples {
     }
 };
 
-void SplitRow(const uint8_t *row, uint32_t columns, ChunkSamples &chunk, uint32_t y) {
-    ActiveKernels().splitRow422(row, columns, chunk.samples[0][y], chunk.samples[1][y],
-                                chunk.samples[2][y]);
+void Deinterleave(const uint8_t *row, uint32_t columns, ChunkSamples &chunk, uint32_t y) {
+    ActiveKernels().deinterleave422(row, columns, chunk.samples[0][y], chunk.samples[1][y],
+                                    chunk.samples[2][y]);
 }
-void SplitRow(uint8_t *row, uint32_t columns, ChunkSamples &chunk, uint32_t y) {
-    ActiveKernels().takeRow422(row, columns, chunk.samples[0][y], chunk.samples[1][y],
-                               chunk.samples[2][y]);
+void Deinterleave(uint8_t *row, uint32_t columns, ChunkSamples &chunk, uint32_t y) {
+    ActiveKernels().mapAndDeinterleave422(row, columns, chunk.samples[0][y], chunk.samples[1][y],
+                                          chunk.samples[2][y]);
 }
 
 // Transforms a chunk's blocks and keeps them as the store does.
@@ -119,7 +119,7 @@ void StoreMcuRow(Store &store, CompressEnv &env, const PixelRows<Byte> &picture,
         const uint32_t columns = std::min(padded, picture.width - x);
         for (uint32_t y = 0; y < realRows; ++y) {
             Byte *row = picture.Row(firstRow + y) + std::size_t{x} * kPixelBytes;
-            SplitRow(row, columns, chunk, y);
+            Deinterleave(row, columns, chunk, y);
             chunk.RepeatPixel(y, row + std::size_t{columns - 1} * kPixelBytes, columns, padded);
         }
         for (uint32_t y = realRows; y < kMcuRows; ++y)

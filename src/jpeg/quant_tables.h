@@ -25,6 +25,7 @@ extern const int16_t kBaseQuantTable[2][64];
 /// Kept deliberately: no upper limit; a quality of 44 and below gives quantisers above 255.
 /// Test: SetQTable.LowQualitiesPassTwoHundredFiftyFive.
 /// Hardened: a quality above 102, which no setup can hold, gives quantisers of 1, not 0.
+/// Test: SetQTable.QualitiesBeyondAnySetupGiveOnesNotZeros.
 int32_t SetQTable(CompressEnv *env, int32_t quality, int32_t colorFormatIgnored) noexcept;
 
 } // namespace kowen

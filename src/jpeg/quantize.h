@@ -30,7 +30,7 @@ struct QuantDivisors {
 /// Test: QuantizeBlock.HalvesRoundTowardMinusInfinity.
 int32_t QuantizeBlock(int16_t *block, const CompressEnv *env, int32_t number) noexcept;
 
-/// Returns the divisors of a table of the environment, made anew if the table has changed.
+/// Returns the divisors of a table of the environment, rebuilt if the table has changed.
 const QuantDivisors &Divisors(CompressEnv *env, int32_t number) noexcept;
 
 } // namespace kowen

@@ -34,7 +34,8 @@ int32_t WriteInPieces(FileHandle output, const uint8_t *bytes, uint32_t count) {
     return 0;
 }
 
-// Hardened: bytes that nobody has written are reported, so that no end mark follows them.
+// Hardened: bytes that nobody has written are reported, so that no EOI follows them.
+// Test: MapAndWriteBand.AnMcuRowWithoutABounceBufferIsLost.
 int32_t WriteBand(FileHandle output, const CompressEnv &env, uint32_t count) {
     if (count > kWritePiece)
         return WriteInPieces(output, env.outputBuffer, count);
@@ -62,30 +63,30 @@ void FreeBand(CompressEnv &env) {
 }
 
 int32_t CodeBand(const uint8_t *rows, uint32_t width, uint32_t rowCount, CompressEnv *env) {
-    const bool halved = env->colorFormat == KOWEN_FORMAT_YCC422;
+    const bool subsampled = env->colorFormat == KOWEN_FORMAT_YCC422;
     if (env->operation == KOWEN_OPERATION_SEQUENTIAL)
-        return (halved ? CompressBands422 : CompressBands444)(env->outputBuffer, rows, rowCount,
-                                                              width, env);
-    if (env->operation == KOWEN_OPERATION_PROGRESSIVE && halved)
+        return (subsampled ? CompressBands422 : CompressBands444)(env->outputBuffer, rows, rowCount,
+                                                                  width, env);
+    if (env->operation == KOWEN_OPERATION_PROGRESSIVE && subsampled)
         return CompressProgressive(env->outputBuffer, rows, rowCount, width, env);
     return 0;
 }
 
-// One group of a sequential band, coded and written; the buffer serves the next group too.
-int32_t WriteGroup(FileHandle output, const SourceRows &group, CompressEnv *env) {
-    const int32_t count = MapAndCompressBand(group, env);
+// One MCU row of a sequential band, coded and written; the buffer serves the next one too.
+int32_t WriteMcuRow(FileHandle output, const SourceRows &rows, CompressEnv *env) {
+    const int32_t count = MapAndCompressBand(rows, env);
     if (env->outputBuffer == nullptr)
         return KOWEN_ERR_MEMORY;
     return WriteBand(output, *env, static_cast<uint32_t>(count));
 }
 
-// Ends at the first group that is lost: with a gap in it the picture would look whole.
-int32_t WriteGroups(FileHandle output, const SourceRows &band, CompressEnv *env) {
+// Ends at the first MCU row that is lost: with a gap in it the picture would look whole.
+int32_t WriteMcuRows(FileHandle output, const SourceRows &band, CompressEnv *env) {
     int32_t result = 0;
     for (uint32_t first = 0; first < band.rows && result == 0; first += kBandRows) {
-        const SourceRows group = {band.Row(first), band.stepBytes,
-                                  std::min(kBandRows, band.rows - first), band.width};
-        result = WriteGroup(output, group, env);
+        const SourceRows rows = {band.Row(first), band.stepBytes,
+                                 std::min(kBandRows, band.rows - first), band.width};
+        result = WriteMcuRow(output, rows, env);
     }
     return result;
 }
@@ -157,7 +158,7 @@ int32_t MapAndWriteBand(FileHandle output, const SourceRows &band, CompressEnv *
     }
     int32_t result = 0;
     if (sequential) {
-        result = WriteGroups(output, band, env);
+        result = WriteMcuRows(output, band, env);
     } else if (progressive) {
         result = WriteProgressive(output, band, env);
     } else {

@@ -24,22 +24,22 @@ int32_t HugeMemcpy(void *destination, const void *source, uint32_t count) noexce
 /// Codes rowCount rows and writes the bytes to the output file.
 ///
 /// rows   mapped pixels, width x 3 bytes a row, top row first; operation 246: the padded picture.
-/// Returns 0; -1 if the band buffer or the progressive coefficient store cannot be allocated,
-/// nothing is written then.
+/// Returns 0, also for an operation or colour format that codes nothing; -1 if the band buffer or
+/// the progressive coefficient store cannot be allocated, nothing is written then; 300 if the bytes
+/// cannot be written for want of memory, the band is lost then.
 ///
-/// Hardened: 300 if the band buffer could not be grown, or its bytes could not be written for
-/// want of memory, and the band is lost; an operation or colour format that codes nothing returns
-/// 0.
+/// Hardened: 300 if the band buffer could not be grown; the band is lost.
+/// Test: CompAndWriteNRows.LostGrowthIsReported.
 int32_t CompAndWriteNRows(FileHandle output, const uint8_t *rows, uint32_t width, uint32_t rowCount,
                           CompressEnv *env) noexcept;
 
 /// What MapColors and CompAndWriteNRows do one after the other, for a band as its producer holds
-/// it: sequential in groups of at most 8 rows from the top, each one MCU row; progressive in one
-/// go, padded to whole MCUs. One band buffer serves all groups.
+/// it: sequential in MCU rows of at most 8 rows from the top; progressive in one go, padded to
+/// whole MCUs. One band buffer serves all MCU rows.
 ///
 /// band  its pixels are mapped in place, also where nothing is coded.
-/// Returns 0; KOWEN_ERR_MEMORY (300) if the band buffer cannot be had, or if a group is lost, which
-/// is then the last; -1 if the progressive coefficient store cannot be allocated.
+/// Returns 0; KOWEN_ERR_MEMORY (300) if the band buffer cannot be had, or if an MCU row is lost,
+/// which is then the last; -1 if the progressive coefficient store cannot be allocated.
 int32_t MapAndWriteBand(FileHandle output, const SourceRows &band, CompressEnv *env) noexcept;
 
 } // namespace kowen

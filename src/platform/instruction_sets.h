@@ -1,4 +1,4 @@
-// Which instruction sets the processor has, for the loops that have one form for each.
+// Which instruction sets the processor has, for the loops that have a variant for each.
 #pragma once
 
 #if !defined(KOWEN_PLAIN_KERNELS) && (defined(__x86_64__) || defined(__i386__))

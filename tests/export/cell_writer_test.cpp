@@ -2,7 +2,7 @@
 
 #include "export/offscreen.h"
 #include "jpeg/compress_env.h"
-#include "jpeg/each_form.h"
+#include "jpeg/each_variant.h"
 #include "platform/global_memory.h"
 #include "reference/jpeg/encoder.h"
 #include "support/bitmaps.h"
@@ -234,7 +234,7 @@ void ExpectPlainFiles() {
 }
 
 TEST(WriteCellBits, EveryFormOfTheKernelsWritesThePlainFile) {
-    WithEachForm(ExpectPlainFiles);
+    WithEachVariant(ExpectPlainFiles);
 }
 
 TEST(WriteCellBits, ZeroHandlesWriteNothing) {

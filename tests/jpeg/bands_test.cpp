@@ -1,6 +1,6 @@
 #include "jpeg/bands.h"
 
-#include "jpeg/each_form.h"
+#include "jpeg/each_variant.h"
 #include "jpeg/picture_env.h"
 #include "reference/jpeg/encoder.h"
 #include "support/bitmaps.h"
@@ -191,8 +191,8 @@ TEST(CompressBands422, MissingRowsRepeatTheLast) {
     }
 }
 
-TEST(CompressBands422, EqualsThePlainFormThroughout) {
-    WithEachForm([] { ExpectPlainBytesThroughout(212); });
+TEST(CompressBands422, EqualsTheReferenceThroughout) {
+    WithEachVariant([] { ExpectPlainBytesThroughout(212); });
 }
 
 TEST(CompressBands422, LostBandKeepsTheBitState) {
@@ -231,12 +231,12 @@ TEST(CompressBands444, MissingColumnsAndRowsRepeatTheLast) {
     }
 }
 
-TEST(CompressBands444, EqualsThePlainFormThroughoutInColor) {
-    WithEachForm([] { ExpectPlainBytesThroughout(222); });
+TEST(CompressBands444, EqualsTheReferenceThroughoutInColor) {
+    WithEachVariant([] { ExpectPlainBytesThroughout(222); });
 }
 
-TEST(CompressBands444, EqualsThePlainFormThroughoutInGrey) {
-    WithEachForm([] { ExpectPlainBytesThroughout(215); });
+TEST(CompressBands444, EqualsTheReferenceThroughoutInGrey) {
+    WithEachVariant([] { ExpectPlainBytesThroughout(215); });
 }
 
 TEST(CompressBands444, LostBandKeepsTheBitState) {
@@ -280,7 +280,7 @@ void ExpectMappedAndCoded(int colorFormat) {
 }
 
 TEST(MapAndCompressBand, MapsInPlaceAndCodes) {
-    WithEachForm([] {
+    WithEachVariant([] {
         for (const int colorFormat : {212, 222, 215})
             ExpectMappedAndCoded(colorFormat);
     });
@@ -304,9 +304,9 @@ TEST(MapAndCompressBand, TakesRowsInEitherDirection) {
 TEST(CompressBands, OtherThanOneToEightRowsCodeNothing) {
     const std::vector<uint8_t> pixels(9 * 8 * 3, 200);
     for (const uint32_t rows : {0u, 9u}) {
-        PictureEnv halved(212, 245, 75, 8, 8);
-        EXPECT_EQ(CompressBands422(nullptr, pixels.data(), rows, 8, halved.Get()), 0);
-        EXPECT_EQ(halved->bitMask, 128) << rows;
+        PictureEnv subsampled(212, 245, 75, 8, 8);
+        EXPECT_EQ(CompressBands422(nullptr, pixels.data(), rows, 8, subsampled.Get()), 0);
+        EXPECT_EQ(subsampled->bitMask, 128) << rows;
         PictureEnv full(222, 245, 75, 8, 8);
         EXPECT_EQ(CompressBands444(nullptr, pixels.data(), rows, 8, full.Get()), 0);
         EXPECT_EQ(full->bitMask, 128) << rows;

@@ -86,7 +86,7 @@ TEST_F(OutputBitsTest, CountsAboveThirtyTwoBeginWithZeros) {
     EXPECT_EQ(Bytes(), FromHex("00 89 AB CD EF"));
 }
 
-TEST_F(OutputBitsTest, RandomBitsEqualThePlainForm) {
+TEST_F(OutputBitsTest, RandomBitsEqualTheReference) {
     UseBuffer(1);
     reference::BitSink plain;
     TestRandom random(11);

@@ -85,6 +85,16 @@ TEST_F(EncodeDCTest, LargestDifferencesHaveElevenBits) {
                           "00000000000");
 }
 
+TEST_F(EncodeDCTest, DifferencesBeyondTheTableCodeNothing) {
+    env->dcPredictor[0] = -1024;
+    EXPECT_EQ(Dc(1024, 0), 0); // 2048
+    EXPECT_EQ(TakeBits(), "");
+    EXPECT_EQ(env->dcPredictor[0], 1024);
+    EXPECT_EQ(Dc(-1024, 0), 0); // -2048
+    EXPECT_EQ(TakeBits(), "");
+    EXPECT_EQ(env->dcPredictor[0], -1024);
+}
+
 using EncodeACTest = BlockCoder;
 
 TEST_F(EncodeACTest, BlockWithoutCoefficientsIsAnEndOfBlock) {
@@ -141,7 +151,7 @@ TEST_F(EncodeACTest, NegativeValuesAppendOneLess) {
                           "1010");
 }
 
-TEST_F(EncodeACTest, RandomBlocksEqualThePlainForm) {
+TEST_F(EncodeACTest, RandomBlocksEqualTheReference) {
     TestRandom random(5);
     reference::Coder plain(245, 75);
     for (int round = 0; round < 3000; ++round) {

@@ -19,7 +19,7 @@ CompressEnv Initialised(int32_t colorFormat, int32_t operation, uint32_t width, 
     return env;
 }
 
-TEST(InitCompressEnv, HalvedChromaHasMcusOfSixteenByEight) {
+TEST(InitCompressEnv, SubsampledChromaHasMcusOfSixteenByEight) {
     const CurrentSetup setup(212, 245);
     const CompressEnv env = Initialised(212, 245, 17, 9);
     EXPECT_EQ(env.colorFormat, 212);

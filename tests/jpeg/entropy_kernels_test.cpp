@@ -1,4 +1,4 @@
-// The coder's loops in every form that this machine can run, against the plain reference: blocks
+// The coder's loops in every variant that this machine can run, against the reference: blocks
 // made up of coefficients, not of pixels, so that the longest codes and the most stuffing occur.
 #include "jpeg/kernels.h"
 
@@ -76,10 +76,10 @@ void Append(std::vector<uint8_t> &all, const std::vector<uint8_t> &more) {
     all.insert(all.end(), more.begin(), more.end());
 }
 
-class EntropyKernelForm : public testing::TestWithParam<const Kernels *> {};
+class EntropyKernelVariant : public testing::TestWithParam<const Kernels *> {};
 
-/// Codes MCUs of up to three components in a form and in the reference, and compares the bytes, the
-/// bits left and the predictors.
+/// Codes MCUs of up to three components in a variant and in the reference, and compares the bytes,
+/// the bits left and the predictors.
 struct McuComparison {
     const Kernels &kernels;
     uint32_t componentCount;
@@ -136,13 +136,13 @@ struct McuComparison {
 
 // Two luminance blocks and one of each chroma, as colour format 212 has them. The buffer holds
 // little more than the room of one MCU, so that the kernel stops and goes on often.
-TEST_P(EntropyKernelForm, CodeMcus) {
+TEST_P(EntropyKernelVariant, CodeMcus) {
     const McuComparison comparison = {*GetParam(), 3, 2, false};
     for (int filling = 0; filling <= kFillings; ++filling)
         comparison.Run(60, filling, kMaxMcuBytes + 100);
 }
 
-TEST_P(EntropyKernelForm, CodeMcusManyAtATime) {
+TEST_P(EntropyKernelVariant, CodeMcusManyAtATime) {
     const McuComparison comparison = {*GetParam(), 3, 2, false};
     for (int filling = 0; filling <= kFillings; ++filling)
         for (const uint32_t mcus : {1u, 2u, 7u, 8u, 9u, 32u, 61u})
@@ -150,7 +150,7 @@ TEST_P(EntropyKernelForm, CodeMcusManyAtATime) {
 }
 
 // Grey, and three components that share the first's predictor.
-TEST_P(EntropyKernelForm, CodeMcusOfOtherFormats) {
+TEST_P(EntropyKernelVariant, CodeMcusOfOtherFormats) {
     for (const uint32_t components : {1u, 3u}) {
         const McuComparison comparison = {*GetParam(), components, 1, true};
         for (int filling = 0; filling <= kFillings; ++filling)
@@ -159,7 +159,7 @@ TEST_P(EntropyKernelForm, CodeMcusOfOtherFormats) {
     }
 }
 
-TEST_P(EntropyKernelForm, CodeMcusNeedsRoom) {
+TEST_P(EntropyKernelVariant, CodeMcusNeedsRoom) {
     const Kernels &kernels = *GetParam();
     PictureEnv env(215, 245, 100, 8, 8);
     const Transformed transformed(MakeBlocks(1, kSparse, 1), kernels.zigZag);
@@ -177,7 +177,7 @@ TEST_P(EntropyKernelForm, CodeMcusNeedsRoom) {
     EXPECT_EQ(predictor, 0);
 }
 
-TEST_P(EntropyKernelForm, PackBlocks) {
+TEST_P(EntropyKernelVariant, PackBlocks) {
     const Kernels &kernels = *GetParam();
     const std::vector<Block> blocks = MakeBlocks(40, kFillings, 5);
     const Transformed transformed(blocks, kernels.zigZag);
@@ -197,7 +197,7 @@ TEST_P(EntropyKernelForm, PackBlocks) {
     EXPECT_EQ(packed, expected);
 }
 
-TEST_P(EntropyKernelForm, CodeDcs) {
+TEST_P(EntropyKernelVariant, CodeDcs) {
     constexpr uint32_t kMcus = 3000;
     const Kernels &kernels = *GetParam();
     PictureEnv env(212, 246, 100, 16, 8);
@@ -230,7 +230,7 @@ TEST_P(EntropyKernelForm, CodeDcs) {
     EXPECT_EQ(output.sink.pending, static_cast<uint32_t>(coder.bits.PendingBits()));
 }
 
-TEST_P(EntropyKernelForm, CodeAcs) {
+TEST_P(EntropyKernelVariant, CodeAcs) {
     constexpr uint32_t kBlocks = 200;
     const Kernels &kernels = *GetParam();
     PictureEnv env(212, 246, 100, 16, 8);
@@ -268,16 +268,16 @@ TEST_P(EntropyKernelForm, CodeAcs) {
         }
 }
 
-std::vector<const Kernels *> AllForms() {
-    std::vector<const Kernels *> forms;
-    for (const Kernels *const *form = AvailableKernels(); *form != nullptr; ++form)
-        forms.push_back(*form);
-    return forms;
+std::vector<const Kernels *> AllVariants() {
+    std::vector<const Kernels *> variants;
+    for (const Kernels *const *variant = AvailableKernels(); *variant != nullptr; ++variant)
+        variants.push_back(*variant);
+    return variants;
 }
 
-INSTANTIATE_TEST_SUITE_P(OfThisMachine, EntropyKernelForm, testing::ValuesIn(AllForms()),
-                         [](const testing::TestParamInfo<const Kernels *> &form) {
-                             return std::string(form.param->name);
+INSTANTIATE_TEST_SUITE_P(OfThisMachine, EntropyKernelVariant, testing::ValuesIn(AllVariants()),
+                         [](const testing::TestParamInfo<const Kernels *> &variant) {
+                             return std::string(variant.param->name);
                          });
 
 } // namespace

@@ -128,7 +128,7 @@ TEST(ForwardDCT, IsWithinOneOfTheTrueTransform) {
     }
 }
 
-TEST(ForwardDCT, RandomBlocksEqualThePlainForm) {
+TEST(ForwardDCT, RandomBlocksEqualTheReference) {
     TestRandom random(1);
     for (int round = 0; round < 50000; ++round) {
         const int reach = 1 << (round % 8);
@@ -137,7 +137,7 @@ TEST(ForwardDCT, RandomBlocksEqualThePlainForm) {
     }
 }
 
-TEST(ForwardDCT, ExtremeBlocksEqualThePlainForm) {
+TEST(ForwardDCT, ExtremeBlocksEqualTheReference) {
     for (int v = 0; v < 8; ++v)
         for (int u = 0; u < 8; ++u)
             for (const bool inverted : {false, true}) {
@@ -153,7 +153,7 @@ TEST(ForwardDCT, ExtremeBlocksEqualThePlainForm) {
     }
 }
 
-TEST(ForwardDCT, SingleSamplesEqualThePlainForm) {
+TEST(ForwardDCT, SingleSamplesEqualTheReference) {
     for (size_t place = 0; place < 64; ++place)
         for (int sample = -128; sample <= 127; ++sample) {
             Block samples = {};

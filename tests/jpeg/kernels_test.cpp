@@ -1,4 +1,4 @@
-// Every form of every kernel that this machine can run, against the plain reference.
+// Every variant of every kernel that this machine can run, against the reference.
 #include "jpeg/kernels.h"
 
 #include "jpeg/compress_env.h"
@@ -25,14 +25,14 @@ std::vector<const Kernels *> Available() {
     return kernels;
 }
 
-TEST(AvailableKernels, BeginWithThePlainFormAndHoldTheActiveOne) {
+TEST(AvailableKernels, BeginWithTheScalarVariantAndHoldTheActiveOne) {
     const auto kernels = Available();
     ASSERT_FALSE(kernels.empty());
-    EXPECT_EQ(kernels.front(), &kPlainKernels);
+    EXPECT_EQ(kernels.front(), &kScalarKernels);
     EXPECT_NE(std::find(kernels.begin(), kernels.end(), &ActiveKernels()), kernels.end());
 }
 
-class KernelForm : public testing::TestWithParam<const Kernels *> {
+class KernelVariant : public testing::TestWithParam<const Kernels *> {
 protected:
     using RowKernel = void (*)(uint8_t *, uint32_t);
 
@@ -78,26 +78,26 @@ protected:
     }
 };
 
-TEST_P(KernelForm, MapRgbToYcc) {
+TEST_P(KernelVariant, MapRgbToYcc) {
     ExpectMapping(GetParam()->mapRgbToYcc, 212, false);
     ExpectMappingOfTheCube(GetParam()->mapRgbToYcc, 212, false, 3);
 }
 
-TEST_P(KernelForm, MapBgrToYcc) {
+TEST_P(KernelVariant, MapBgrToYcc) {
     ExpectMapping(GetParam()->mapBgrToYcc, 212, true);
     ExpectMappingOfTheCube(GetParam()->mapBgrToYcc, 212, true, 5);
 }
 
-TEST_P(KernelForm, MapToGrey) {
+TEST_P(KernelVariant, MapToGrey) {
     ExpectMapping(GetParam()->mapToGrey, 215, false);
     ExpectMappingOfTheCube(GetParam()->mapToGrey, 215, false, 3);
 }
 
-TEST_P(KernelForm, SwapFirstAndThird) {
+TEST_P(KernelVariant, SwapFirstAndThird) {
     ExpectMapping(GetParam()->swapFirstAndThird, 222, false);
 }
 
-TEST_P(KernelForm, SplitRow422) {
+TEST_P(KernelVariant, Deinterleave422) {
     TestRandom random(19);
     for (size_t width = 1; width <= 200; ++width) {
         std::vector<uint8_t> row(width * 3);
@@ -107,8 +107,8 @@ TEST_P(KernelForm, SplitRow422) {
         std::vector<uint8_t> first(width + 1, kGuard);
         std::vector<uint8_t> second(half + 1, kGuard);
         std::vector<uint8_t> third(half + 1, kGuard);
-        GetParam()->splitRow422(row.data(), static_cast<uint32_t>(width), first.data(),
-                                second.data(), third.data());
+        GetParam()->deinterleave422(row.data(), static_cast<uint32_t>(width), first.data(),
+                                    second.data(), third.data());
         for (size_t x = 0; x < width; ++x)
             ASSERT_EQ(first[x], row[3 * x]) << width << ": " << x;
         for (size_t x = 0; x < half; ++x) {
@@ -121,7 +121,7 @@ TEST_P(KernelForm, SplitRow422) {
     }
 }
 
-TEST_P(KernelForm, SplitRow444) {
+TEST_P(KernelVariant, Deinterleave444) {
     TestRandom random(23);
     for (size_t width = 1; width <= 200; ++width) {
         std::vector<uint8_t> row(width * 3);
@@ -130,8 +130,8 @@ TEST_P(KernelForm, SplitRow444) {
         std::vector<uint8_t> planes[3];
         for (auto &plane : planes)
             plane.assign(width + 1, kGuard);
-        GetParam()->splitRow444(row.data(), static_cast<uint32_t>(width), planes[0].data(),
-                                planes[1].data(), planes[2].data());
+        GetParam()->deinterleave444(row.data(), static_cast<uint32_t>(width), planes[0].data(),
+                                    planes[1].data(), planes[2].data());
         for (size_t c = 0; c < 3; ++c) {
             for (size_t x = 0; x < width; ++x)
                 ASSERT_EQ(planes[c][x], row[3 * x + c]) << width << ": " << x;
@@ -140,29 +140,31 @@ TEST_P(KernelForm, SplitRow444) {
     }
 }
 
-// Maps in place and parts at once; what it parts is what the row holds afterwards.
-TEST_P(KernelForm, TakeRows) {
+// Maps in place and deinterleaves at once; what it deinterleaves is what the row holds afterwards.
+TEST_P(KernelVariant, MapAndDeinterleave) {
     struct {
         void (*take)(const Kernels &, uint8_t *, uint32_t, std::vector<uint8_t> *);
         int colorFormat;
         size_t components;
         size_t step; // between the second and third component's samples
-    } const forms[] = {
+    } const cases[] = {
         {[](const Kernels &k, uint8_t *row, uint32_t width, std::vector<uint8_t> *planes) {
-             k.takeRow422(row, width, planes[0].data(), planes[1].data(), planes[2].data());
+             k.mapAndDeinterleave422(row, width, planes[0].data(), planes[1].data(),
+                                     planes[2].data());
          },
          212, 3, 2},
         {[](const Kernels &k, uint8_t *row, uint32_t width, std::vector<uint8_t> *planes) {
-             k.takeRow444(row, width, planes[0].data(), planes[1].data(), planes[2].data());
+             k.mapAndDeinterleave444(row, width, planes[0].data(), planes[1].data(),
+                                     planes[2].data());
          },
          222, 3, 1},
         {[](const Kernels &k, uint8_t *row, uint32_t width, std::vector<uint8_t> *planes) {
-             k.takeRowGrey(row, width, planes[0].data());
+             k.mapAndExtractGrey(row, width, planes[0].data());
          },
          215, 1, 1},
     };
     TestRandom random(37);
-    for (const auto &form : forms)
+    for (const auto &each : cases)
         for (size_t width = 1; width <= 200; ++width) {
             std::vector<uint8_t> row(width * 3);
             for (uint8_t &byte : row)
@@ -172,20 +174,20 @@ TEST_P(KernelForm, TakeRows) {
             std::vector<uint8_t> planes[3];
             for (auto &plane : planes)
                 plane.assign(width + 1, kGuard);
-            form.take(*GetParam(), mapped.data(), static_cast<uint32_t>(width), planes);
+            each.take(*GetParam(), mapped.data(), static_cast<uint32_t>(width), planes);
             for (size_t x = 0; x < width; ++x) {
                 const Pixel before = {row[3 * x], row[3 * x + 1], row[3 * x + 2]};
                 const Pixel after = {mapped[3 * x], mapped[3 * x + 1], mapped[3 * x + 2]};
-                ASSERT_EQ(after, reference::Mapped(before, form.colorFormat)) << width << ": " << x;
+                ASSERT_EQ(after, reference::Mapped(before, each.colorFormat)) << width << ": " << x;
             }
             for (size_t i = row.size(); i < mapped.size(); ++i)
                 ASSERT_EQ(mapped[i], kGuard) << width;
-            for (size_t c = 0; c < form.components; ++c) {
-                const size_t step = c == 0 ? 1 : form.step;
+            for (size_t c = 0; c < each.components; ++c) {
+                const size_t step = c == 0 ? 1 : each.step;
                 const size_t samples = (width + step - 1) / step;
                 for (size_t i = 0; i < samples; ++i)
                     ASSERT_EQ(planes[c][i], mapped[3 * i * step + c]) << width << ": " << i;
-                ASSERT_EQ(planes[c][samples], kGuard) << form.colorFormat << ", " << width;
+                ASSERT_EQ(planes[c][samples], kGuard) << each.colorFormat << ", " << width;
             }
         }
 }
@@ -209,15 +211,15 @@ public:
                                 coefficients.data(), nonZero.data());
         for (uint32_t b = 0; b < count_; ++b) {
             const Block plain = Plainly(b, table);
-            uint64_t places = 0;
+            uint64_t positions = 0;
             for (size_t k = 0; k < 64; ++k) {
                 const auto rowMajor = static_cast<size_t>(ZZ[k]);
                 ASSERT_EQ(coefficients[b * 64 + (kernels.zigZag ? k : rowMajor)], plain[rowMajor])
                     << "position " << k << " of block " << b << " of " << count_;
                 if (plain[rowMajor] != 0)
-                    places |= uint64_t{1} << k;
+                    positions |= uint64_t{1} << k;
             }
-            ASSERT_EQ(nonZero[b], places) << "block " << b << " of " << count_;
+            ASSERT_EQ(nonZero[b], positions) << "block " << b << " of " << count_;
         }
     }
 
@@ -238,7 +240,7 @@ private:
     std::vector<uint8_t> samples_;
 };
 
-TEST_P(KernelForm, TransformBlocksOfNoise) {
+TEST_P(KernelVariant, TransformBlocksOfNoise) {
     TestRandom random(29);
     for (const int quality : {0, 1, 50, 75, 99, 100})
         for (uint32_t count = 1; count <= 20; ++count) {
@@ -253,7 +255,7 @@ TEST_P(KernelForm, TransformBlocksOfNoise) {
         }
 }
 
-TEST_P(KernelForm, TransformBlocksOfExtremes) {
+TEST_P(KernelVariant, TransformBlocksOfExtremes) {
     TestRandom random(31);
     for (const int quality : {1, 75, 100})
         for (int round = 0; round < 100; ++round) {
@@ -266,7 +268,7 @@ TEST_P(KernelForm, TransformBlocksOfExtremes) {
 }
 
 // The samples that drive each coefficient to its extreme, where 16-bit sums would wrap.
-TEST_P(KernelForm, TransformBlocksOfExtremeCoefficients) {
+TEST_P(KernelVariant, TransformBlocksOfExtremeCoefficients) {
     for (int v = 0; v < 8; ++v) {
         Blocks blocks(16, 100);
         for (uint32_t b = 0; b < 16; ++b)
@@ -285,7 +287,7 @@ TEST_P(KernelForm, TransformBlocksOfExtremeCoefficients) {
     }
 }
 
-TEST_P(KernelForm, TransformFlatBlocks) {
+TEST_P(KernelVariant, TransformFlatBlocks) {
     Blocks blocks(256, 100);
     for (uint32_t b = 0; b < 256; ++b)
         for (size_t place = 0; place < 64; ++place)
@@ -295,7 +297,7 @@ TEST_P(KernelForm, TransformFlatBlocks) {
 }
 
 // Nothing is coded into a buffer that is too full for another MCU, and nothing is stored there.
-TEST_P(KernelForm, FullBuffersStayAsTheyAre) {
+TEST_P(KernelVariant, FullBuffersStayAsTheyAre) {
     uint8_t buffer[16];
     std::fill(std::begin(buffer), std::end(buffer), kGuard);
     const BitSink full = {0b101, 3, buffer, buffer};
@@ -326,9 +328,9 @@ TEST_P(KernelForm, FullBuffersStayAsTheyAre) {
                             [](uint8_t byte) { return byte == kGuard; }));
 }
 
-INSTANTIATE_TEST_SUITE_P(OfThisMachine, KernelForm, testing::ValuesIn(Available()),
-                         [](const testing::TestParamInfo<const Kernels *> &form) {
-                             std::string name = form.param->name;
+INSTANTIATE_TEST_SUITE_P(OfThisMachine, KernelVariant, testing::ValuesIn(Available()),
+                         [](const testing::TestParamInfo<const Kernels *> &variant) {
+                             std::string name = variant.param->name;
                              std::erase_if(name, [](char c) { return std::isalnum(c) == 0; });
                              return name;
                          });

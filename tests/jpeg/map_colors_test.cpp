@@ -111,7 +111,7 @@ TEST(MapColors, EveryColorFollowsTheFormula) {
     }
 }
 
-TEST(MapColors, EveryThirdColorEqualsThePlainFormInTheOtherFormats) {
+TEST(MapColors, EveryThirdColorEqualsTheReferenceInTheOtherFormats) {
     for (int red = 0; red < 256; red += 3) {
         ExpectPlainMapping(red, 3, 212, kByteOrderBgr);
         ExpectPlainMapping(red, 3, 215, kByteOrderRgb);
@@ -119,7 +119,7 @@ TEST(MapColors, EveryThirdColorEqualsThePlainFormInTheOtherFormats) {
     }
 }
 
-TEST(MapColors, EveryWidthEqualsThePlainFormAndStaysInItsRows) {
+TEST(MapColors, EveryWidthEqualsTheReferenceAndStaysInItsRows) {
     for (const int32_t colorFormat : {212, 215, 222})
         for (int width = 1; width <= 140; ++width) {
             const TestBitmap before = MakeNoise(width, 3, static_cast<uint32_t>(width));

@@ -1,6 +1,6 @@
 #include "jpeg/bands.h"
 
-#include "jpeg/each_form.h"
+#include "jpeg/each_variant.h"
 #include "jpeg/picture_env.h"
 #include "reference/jpeg/encoder.h"
 #include "support/bitmaps.h"
@@ -120,8 +120,8 @@ void ExpectPlainBytesThroughout() {
     ExpectPlainBytes(MakeNoise(1100, 40), 100);
 }
 
-TEST(CompressProgressive, EqualsThePlainFormThroughout) {
-    WithEachForm(ExpectPlainBytesThroughout);
+TEST(CompressProgressive, EqualsTheReferenceThroughout) {
+    WithEachVariant(ExpectPlainBytesThroughout);
 }
 
 // Empty bands between full ones: the run goes out before the next coefficient.
@@ -228,7 +228,7 @@ void ExpectMappedAndCoded(int width, int height) {
 }
 
 TEST(MapAndCompressProgressive, MapsInPlacePadsAndCodes) {
-    WithEachForm([] {
+    WithEachVariant([] {
         for (int width = 1; width <= 40; ++width)
             for (const int height : {1, 7, 8, 19})
                 ExpectMappedAndCoded(width, height);

@@ -109,7 +109,7 @@ TEST(Divisors, EveryCoefficientToSixteenThousandByEveryQuantiserIsExact) {
     }
 }
 
-TEST(Divisors, AreMadeAnewWhenTheTableChanges) {
+TEST(Divisors, AreRebuiltWhenTheTableChanges) {
     CompressEnv env = {};
     SetQTable(&env, 75, 212);
     EXPECT_EQ(QuotientFrom(Divisors(&env, 0), 0, 160), 10); // 16

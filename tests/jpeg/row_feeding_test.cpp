@@ -295,7 +295,7 @@ SourceRows BottomUp(TestBitmap &bitmap) {
             static_cast<uint32_t>(bitmap.height), static_cast<uint32_t>(bitmap.width)};
 }
 
-/// The writes that a sequential band's groups of rows make, quality 100.
+/// The writes that a sequential band's MCU rows make, quality 100.
 std::vector<int32_t> GroupSizes(const TestBitmap &bitmap, int32_t colorFormat) {
     reference::Coder coder(245, 100);
     const auto picture =
@@ -303,18 +303,18 @@ std::vector<int32_t> GroupSizes(const TestBitmap &bitmap, int32_t colorFormat) {
     std::vector<int32_t> sizes;
     size_t before = 0;
     for (int top = 0; top < picture.height; top += 8) {
-        const auto group = picture.Rows(top, std::min(8, picture.height - top));
+        const auto mcuRow = picture.Rows(top, std::min(8, picture.height - top));
         if (colorFormat == 212)
-            reference::CodeBand422(coder, group);
+            reference::CodeBand422(coder, mcuRow);
         else
-            reference::CodeBand444(coder, group, colorFormat == 215 ? 1 : 3);
+            reference::CodeBand444(coder, mcuRow, colorFormat == 215 ? 1 : 3);
         sizes.push_back(static_cast<int32_t>(coder.bits.Bytes().size() - before));
         before = coder.bits.Bytes().size();
     }
     return sizes;
 }
 
-TEST(MapAndWriteBand, SequentialGroupsOfEightRowsAreOneWriteEach) {
+TEST(MapAndWriteBand, SequentialMcuRowsAreOneWriteEach) {
     for (const int32_t colorFormat : {212, 222, 215}) {
         TestBitmap bitmap = MakeNoise(33, 21);
         const std::vector<int32_t> sizes = GroupSizes(bitmap, colorFormat);
@@ -326,8 +326,8 @@ TEST(MapAndWriteBand, SequentialGroupsOfEightRowsAreOneWriteEach) {
     }
 }
 
-// Three grey groups of six bits each: none, one byte, one byte.
-TEST(MapAndWriteBand, GroupsWithoutAWholeByteAreWritesOfNone) {
+// Three grey MCU rows of six bits each: none, one byte, one byte.
+TEST(MapAndWriteBand, McuRowsWithoutAWholeByteAreWritesOfNone) {
     TestBitmap bitmap = MakeFlat(8, 24, 128, 128, 128);
     PictureEnv env(215, 245, 75, 8, 24, 0);
     const HostOutput output;
@@ -351,11 +351,11 @@ TEST(MapAndWriteBand, PixelsAreMappedAlsoWhereNothingIsCoded) {
     struct {
         int32_t colorFormat;
         int32_t operation;
-    } const forms[] = {{222, 246}, {215, 246}, {212, 0}, {222, 0}};
-    for (const auto &form : forms) {
+    } const cases[] = {{222, 246}, {215, 246}, {212, 0}, {222, 0}};
+    for (const auto &each : cases) {
         const TestBitmap before = MakeNoise(5, 9);
         TestBitmap bitmap = before;
-        PictureEnv env(form.colorFormat, form.operation, 75, 5, 9, 0);
+        PictureEnv env(each.colorFormat, each.operation, 75, 5, 9, 0);
         const HostOutput output;
         EXPECT_EQ(MapAndWriteBand(output.File(), BottomUp(bitmap), env.Get()), 0);
         EXPECT_TRUE(output.Bytes().empty());
@@ -364,7 +364,7 @@ TEST(MapAndWriteBand, PixelsAreMappedAlsoWhereNothingIsCoded) {
                 const uint8_t *b = before.Pixel(x, row);
                 const uint8_t *a = bitmap.Pixel(x, row);
                 EXPECT_EQ((reference::Pixel{a[0], a[1], a[2]}),
-                          reference::Mapped({b[0], b[1], b[2]}, form.colorFormat));
+                          reference::Mapped({b[0], b[1], b[2]}, each.colorFormat));
             }
     }
 }
@@ -383,8 +383,8 @@ TEST(MapAndWriteBand, WithoutABandBufferNothingIsMapped) {
     }
 }
 
-TEST(MapAndWriteBand, ALostGroupIsTheLast) {
-    // One column of noise: the first group needs more than the 192 bytes of its buffer.
+TEST(MapAndWriteBand, ALostMcuRowIsTheLast) {
+    // One column of noise: the first MCU row needs more than the 192 bytes of its buffer.
     for (const int rows : {8, 16, 40}) {
         TestBitmap bitmap = MakeNoise(8, rows);
         PictureEnv env(222, 245, 100, 8, static_cast<uint32_t>(rows), 0);
@@ -397,7 +397,7 @@ TEST(MapAndWriteBand, ALostGroupIsTheLast) {
     }
 }
 
-TEST(MapAndWriteBand, AGroupWithoutABounceBufferIsLost) {
+TEST(MapAndWriteBand, AnMcuRowWithoutABounceBufferIsLost) {
     const auto write = [](int32_t operation, int failing, std::vector<int32_t> *sizes) {
         TestBitmap bitmap = MakeNoise(2000, 16);
         const int32_t colorFormat = operation == 245 ? 222 : 212;
@@ -414,7 +414,7 @@ TEST(MapAndWriteBand, AGroupWithoutABounceBufferIsLost) {
         ASSERT_GT(sizes.size(), 1u);
         ASSERT_EQ(sizes.front(), 32767);
         EXPECT_EQ(write(operation, bounce, &sizes), 300) << operation;
-        EXPECT_EQ(sizes.size(), operation == 245 ? 2u : 0u) << "the first group's, or none";
+        EXPECT_EQ(sizes.size(), operation == 245 ? 2u : 0u) << "the first MCU row's, or none";
     }
 }
 

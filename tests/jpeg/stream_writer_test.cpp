@@ -82,30 +82,31 @@ public:
     JpegHeaderState *state;
 };
 
-struct Form {
+struct HeaderCase {
     int32_t colorFormat;
     int32_t operation;
     const char *frame;
 };
 
-class WriteJPGHdrForm : public testing::TestWithParam<Form> {};
+class WriteJPGHdrCases : public testing::TestWithParam<HeaderCase> {};
 
-TEST_P(WriteJPGHdrForm, WritesEverythingBeforeTheFirstScan) {
-    const Form &form = GetParam();
-    Headers headers(form.colorFormat, form.operation);
+TEST_P(WriteJPGHdrCases, WritesEverythingBeforeTheFirstScan) {
+    const HeaderCase &each = GetParam();
+    Headers headers(each.colorFormat, each.operation);
     EXPECT_EQ(WriteJPGHdr(headers.state, headers.env.Get()), 0);
     EXPECT_EQ(headers.output.Bytes(),
-              kSoi + kApp0 + kDqtQuality75 + FromHex(form.frame) + Dht(form.operation == 245));
+              kSoi + kApp0 + kDqtQuality75 + FromHex(each.frame) + Dht(each.operation == 245));
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    AllForms, WriteJPGHdrForm,
-    testing::Values(Form{212, 245, "FF C0 00 11 08 00 09 00 11 03 01 21 00 02 11 01 03 11 01"},
-                    Form{222, 245, "FF C0 00 11 08 00 09 00 11 03 01 11 00 02 11 01 03 11 01"},
-                    Form{215, 245, "FF C0 00 0B 18 00 09 00 11 01 01 11 00"},
-                    Form{212, 246, "FF C2 00 11 08 00 09 00 11 03 01 21 00 02 11 01 03 11 01"},
-                    Form{222, 246, "FF C2 00 11 08 00 09 00 11 03 01 11 00 02 11 01 03 11 01"},
-                    Form{215, 246, "FF C2 00 0B 18 00 09 00 11 01 01 11 00"}));
+    AllForms, WriteJPGHdrCases,
+    testing::Values(
+        HeaderCase{212, 245, "FF C0 00 11 08 00 09 00 11 03 01 21 00 02 11 01 03 11 01"},
+        HeaderCase{222, 245, "FF C0 00 11 08 00 09 00 11 03 01 11 00 02 11 01 03 11 01"},
+        HeaderCase{215, 245, "FF C0 00 0B 18 00 09 00 11 01 01 11 00"},
+        HeaderCase{212, 246, "FF C2 00 11 08 00 09 00 11 03 01 21 00 02 11 01 03 11 01"},
+        HeaderCase{222, 246, "FF C2 00 11 08 00 09 00 11 03 01 11 00 02 11 01 03 11 01"},
+        HeaderCase{215, 246, "FF C2 00 0B 18 00 09 00 11 01 01 11 00"}));
 
 TEST(WriteJFIFHdr, CarriesBothResolutionsHighByteFirst) {
     Headers headers(212, 245);

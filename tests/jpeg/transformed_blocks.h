@@ -11,7 +11,7 @@
 namespace kowen {
 
 struct Transformed {
-    /// blocks: row-major. zigZag: of the form whose transform it would be.
+    /// blocks: row-major. zigZag: of the variant whose transform it would be.
     Transformed(const std::vector<reference::Block> &blocks, bool zigZag) {
         for (const reference::Block &block : blocks) {
             uint64_t bits = 0;

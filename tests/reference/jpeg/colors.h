@@ -9,7 +9,7 @@ namespace kowen::reference {
 using Pixel = std::array<uint8_t, 3>;
 
 /// colorFormat 222 swaps, 215 makes grey, any other makes luminance and two chroma bytes.
-/// bgr: the pixel's bytes are blue, green, red; the swap and the grey form do not ask.
+/// bgr: the pixel's bytes are blue, green, red; the swap and grey do not ask.
 inline Pixel Mapped(const Pixel &pixel, int colorFormat, bool bgr = false) {
     const int b0 = pixel[0];
     const int b1 = pixel[1];

@@ -1,4 +1,4 @@
-// The bitmap door in its plainest form: a host's bitmap, cell and settings in, a JPEG file out.
+// The bitmap door, as plain as can be: a host's bitmap, cell and settings in, a JPEG file out.
 // For the colour formats whose pixels are 24-bit. Link reference/color/bitmap.cpp and resample.cpp.
 #pragma once
 

@@ -1,4 +1,4 @@
-// The whole encoder in its plainest form: a bottom-up bitmap in, a JPEG file out.
+// The whole encoder, as plain as can be: a bottom-up bitmap in, a JPEG file out.
 //
 // This is the definition that the module's output is compared with, byte for byte. It favours
 // being read over being fast and shares no line, table or header with the module.

@@ -1,5 +1,5 @@
-// Kept tables: made once for a list of codes, the oldest given up for a new list.
-#include "jpeg/kept_tables.h"
+// The table cache: a table is built once for a list of codes, the oldest is evicted for a new list.
+#include "jpeg/table_cache.h"
 
 #include <gtest/gtest.h>
 
@@ -22,9 +22,9 @@ constexpr HuffmanEntry kFirst[2] = {{1, 2}, {3, 4}};
 constexpr HuffmanEntry kOtherCode[2] = {{1, 2}, {8, 4}};
 constexpr HuffmanEntry kOtherLength[2] = {{1, 2}, {3, 9}};
 
-TEST(KeptTables, AreMadeOncePerList) {
+TEST(TableCache, AreMadeOncePerList) {
     made = 0;
-    KeptTables<Sum, 2, 2> tables;
+    TableCache<Sum, 2, 2> tables;
     const Sum &first = tables.Of(kFirst, MakeSum);
     EXPECT_EQ(first.codes, 4u);
     EXPECT_EQ(first.lengths, 6u);
@@ -33,18 +33,18 @@ TEST(KeptTables, AreMadeOncePerList) {
     EXPECT_EQ(made, 1);
 }
 
-TEST(KeptTables, ACodeOrALengthMakesAnotherList) {
+TEST(TableCache, ACodeOrALengthMakesAnotherList) {
     made = 0;
-    KeptTables<Sum, 2, 3> tables;
+    TableCache<Sum, 2, 3> tables;
     tables.Of(kFirst, MakeSum);
     EXPECT_EQ(tables.Of(kOtherCode, MakeSum).codes, 9u);
     EXPECT_EQ(tables.Of(kOtherLength, MakeSum).lengths, 11u);
     EXPECT_EQ(made, 3);
 }
 
-TEST(KeptTables, TheOldestMakesRoom) {
+TEST(TableCache, TheOldestMakesRoom) {
     made = 0;
-    KeptTables<Sum, 2, 2> tables;
+    TableCache<Sum, 2, 2> tables;
     tables.Of(kFirst, MakeSum);
     tables.Of(kOtherCode, MakeSum);
     tables.Of(kOtherLength, MakeSum);
@@ -55,9 +55,9 @@ TEST(KeptTables, TheOldestMakesRoom) {
 }
 
 // As after an allocation that gives zeros: an empty place is not the list of zeros.
-TEST(KeptTables, ZerosAreAListToo) {
+TEST(TableCache, ZerosAreAListToo) {
     made = 0;
-    KeptTables<Sum, 2, 2> tables;
+    TableCache<Sum, 2, 2> tables;
     const HuffmanEntry zeros[2] = {};
     EXPECT_EQ(tables.Of(zeros, MakeSum).codes, 0u);
     EXPECT_EQ(made, 1);

@@ -1,4 +1,4 @@
-// The plain kernels: the definition of what every other form gives.
+// The scalar kernels: the definition of what every other variant gives.
 #include "jpeg/compress_env.h"
 #include "jpeg/forward_dct.h"
 #include "jpeg/kernels.h"
@@ -8,7 +8,7 @@ namespace kowen {
 
 namespace {
 
-// Red and Blue are the places of the pixel's bytes. All divisions truncate toward zero.
+// Red and Blue are the offsets of the pixel's bytes. All divisions truncate toward zero.
 template <int Red, int Blue> void MapToYcc(uint8_t *row, uint32_t width) {
     for (uint8_t *p = row, *end = row + 3u * width; p != end; p += 3) {
         const int red = p[Red], green = p[1], blue = p[Blue];
@@ -21,7 +21,7 @@ template <int Red, int Blue> void MapToYcc(uint8_t *row, uint32_t width) {
 
 } // namespace
 
-namespace plain {
+namespace scalar {
 
 namespace {
 inline uint32_t Place(uint32_t k) {
@@ -52,8 +52,8 @@ void SwapFirstAndThird(uint8_t *row, uint32_t width) {
     }
 }
 
-void SplitRow422(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
-                 uint8_t *third) {
+void Deinterleave422(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
+                     uint8_t *third) {
     for (uint32_t x = 0; x < width; ++x)
         first[x] = row[3 * x];
     for (uint32_t x = 0; x < (width + 1) / 2; ++x) {
@@ -62,8 +62,8 @@ void SplitRow422(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *se
     }
 }
 
-void SplitRow444(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
-                 uint8_t *third) {
+void Deinterleave444(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
+                     uint8_t *third) {
     for (uint32_t x = 0; x < width; ++x) {
         first[x] = row[3 * x];
         second[x] = row[3 * x + 1];
@@ -71,23 +71,25 @@ void SplitRow444(const uint8_t *row, uint32_t width, uint8_t *first, uint8_t *se
     }
 }
 
-void TakeRow422(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second, uint8_t *third) {
+void MapAndDeinterleave422(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
+                           uint8_t *third) {
     MapRgbToYcc(row, width);
-    SplitRow422(row, width, first, second, third);
+    Deinterleave422(row, width, first, second, third);
 }
 
-void TakeRow444(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second, uint8_t *third) {
+void MapAndDeinterleave444(uint8_t *row, uint32_t width, uint8_t *first, uint8_t *second,
+                           uint8_t *third) {
     SwapFirstAndThird(row, width);
-    SplitRow444(row, width, first, second, third);
+    Deinterleave444(row, width, first, second, third);
 }
 
-void TakeRowGrey(uint8_t *row, uint32_t width, uint8_t *first) {
+void MapAndExtractGrey(uint8_t *row, uint32_t width, uint8_t *first) {
     MapToGrey(row, width);
     for (uint32_t x = 0; x < width; ++x)
         first[x] = row[3 * x];
 }
 
-} // namespace plain
+} // namespace scalar
 
 namespace {
 
@@ -117,24 +119,24 @@ void TransformBlocks(const uint8_t *samples, uint32_t strideBytes, uint32_t bloc
 
 } // namespace
 
-const Kernels kPlainKernels = {
-    .name = "plain",
+const Kernels kScalarKernels = {
+    .name = "scalar",
     .zigZag = false,
-    .mapRgbToYcc = plain::MapRgbToYcc,
-    .mapBgrToYcc = plain::MapBgrToYcc,
-    .mapToGrey = plain::MapToGrey,
-    .swapFirstAndThird = plain::SwapFirstAndThird,
-    .splitRow422 = plain::SplitRow422,
-    .splitRow444 = plain::SplitRow444,
-    .takeRow422 = plain::TakeRow422,
-    .takeRow444 = plain::TakeRow444,
-    .takeRowGrey = plain::TakeRowGrey,
+    .mapRgbToYcc = scalar::MapRgbToYcc,
+    .mapBgrToYcc = scalar::MapBgrToYcc,
+    .mapToGrey = scalar::MapToGrey,
+    .swapFirstAndThird = scalar::SwapFirstAndThird,
+    .deinterleave422 = scalar::Deinterleave422,
+    .deinterleave444 = scalar::Deinterleave444,
+    .mapAndDeinterleave422 = scalar::MapAndDeinterleave422,
+    .mapAndDeinterleave444 = scalar::MapAndDeinterleave444,
+    .mapAndExtractGrey = scalar::MapAndExtractGrey,
     .transformBlocks = TransformBlocks,
-    .codeMcus = plain::CodeMcus,
-    .packBlocks = plain::PackBlocks,
-    .codeDcs = plain::CodeDcs,
-    .codeAcs = plain::CodeAcs,
-    .endAcs = plain::EndAcs,
+    .codeMcus = scalar::CodeMcus,
+    .packBlocks = scalar::PackBlocks,
+    .codeDcs = scalar::CodeDcs,
+    .codeAcs = scalar::CodeAcs,
+    .endAcs = scalar::EndAcs,
 };
 
 } // namespace kowen
