@@ -19,9 +19,9 @@ static CreateSetupFunction createSetup;
 static DestroySetupFunction destroySetup;
 static ExportCellDataFunction exportCellData;
 static ShortDoorFunction rasterDoor;
-static MemoryHandle (*globalAlloc)(uint32_t flags, uint32_t size);
-static void *(*globalLock)(MemoryHandle handle);
-static int32_t (*globalFree)(MemoryHandle handle);
+static GlobalAllocFunction globalAlloc;
+static GlobalLockFunction globalLock;
+static GlobalFreeFunction globalFree;
 
 static void Fail(const char *what) {
     fprintf(stderr, "export_both_doors: %s\n", what);
@@ -69,7 +69,7 @@ static void DrawPicture(unsigned char *pixels) {
         }
 }
 
-/* Answers 0: go on. */
+/* Answers 0: go on. A device asks once more when it is closed, with 0 percent. */
 static int32_t ShowProgress(uintptr_t context, int32_t command, int32_t code, int32_t value1,
                             int32_t value2, int32_t value3, void *reply) {
     (void)value1, (void)value3, (void)reply;
@@ -84,6 +84,16 @@ static ExportRecord MakeExportRecord(const char *title) {
     record.context = (uintptr_t)title;
     record.statusCallback = ShowProgress;
     return record;
+}
+
+/* A full disk is no error of the bitmap door: a JPEG is whole when it ends with FF D9. */
+static void RequireWholeJpeg(const char *path) {
+    unsigned char end[2] = {0, 0};
+    FILE *file = fopen(path, "rb");
+    if (file == NULL || fseek(file, -2, SEEK_END) != 0 || fread(end, 1, 2, file) != 2 ||
+        end[0] != 0xFF || end[1] != 0xD9)
+        Fail("the file is not whole; is there no space left?");
+    fclose(file);
 }
 
 static void ExportThroughTheBitmapDoor(MemoryHandle setup, MemoryHandle pixels, const char *path) {
@@ -103,6 +113,7 @@ static void ExportThroughTheBitmapDoor(MemoryHandle setup, MemoryHandle pixels, 
     host.exportRecord = &exportRecord;
     if (exportCellData(path, &bitmap, &cell, &host) != KOWEN_OK)
         Fail("the bitmap door");
+    RequireWholeJpeg(path);
 }
 
 static DeviceDoorFunction device;
@@ -175,6 +186,7 @@ static void ExportThroughTheDevice(MemoryHandle setup, const unsigned char *pixe
         SendStrip(pixels + row * STRIDE, HEIGHT - row < STRIP_ROWS ? HEIGHT - row : STRIP_ROWS);
     EndPicture();
     device(0, KOWEN_DD_TERMINATE, NULL);
+    RequireWholeJpeg(path);
 }
 
 int main(int argc, char **argv) {

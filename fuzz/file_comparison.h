@@ -122,12 +122,12 @@ private:
         if (position < 0 || position > kFarAway)
             return;
         const bool mayFail =
-            hasFailed || (kind == FileKind::kMemory ? growBy <= 0 : mode == KOWEN_MODE_READ);
+            hasFailed || (kind == FileKind::kMemory ? growBy <= 0 : mode == kModeRead);
         const auto count = static_cast<int32_t>(bytes.size());
         const int32_t written = qivWrite(file, bytes.data(), count);
         Require(written == count || written == 0 || written == -1, "all or nothing");
         Require(written == count || mayFail || !isKnown, "a write that succeeds");
-        if (written != count || (kind == FileKind::kDisk && mode == KOWEN_MODE_READ))
+        if (written != count || (kind == FileKind::kDisk && mode == kModeRead))
             isKnown = false;
         if (isKnown)
             plain.Write(bytes);

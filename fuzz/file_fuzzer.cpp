@@ -45,7 +45,7 @@ public:
 
     void Run(Input *input) {
         const int32_t mode = AnyMode(input);
-        Require((qivOpen(Path().c_str(), nullptr, KOWEN_MODE_EXISTS) != -1) == contents.has_value(),
+        Require((qivOpen(Path().c_str(), nullptr, kModeExists) != -1) == contents.has_value(),
                 "whether it exists");
         const bool starts = mode >= KOWEN_MODE_CREATE || mode == KOWEN_MODE_WRITE;
         FailingDisk failing;
@@ -70,10 +70,10 @@ private:
         std::FILE *stream = std::fopen(Path().c_str(), "r+b");
         QivIODesc descriptor = {};
         descriptor.stream = stream;
-        const auto file = static_cast<FileHandle>(qivOpen(nullptr, &descriptor, KOWEN_MODE_WRAP));
+        const auto file = static_cast<FileHandle>(qivOpen(nullptr, &descriptor, kModeWrap));
         Require(fails || file != 0, "a stream that can be wrapped");
         if (file != 0)
-            RunOpen(input, file, KOWEN_MODE_WRAP, false, fails);
+            RunOpen(input, file, kModeWrap, false, fails);
         std::fclose(stream);
         contents = ReadBack();
     }
@@ -225,8 +225,7 @@ void HostStep(Input *input, FileHandle file, uintptr_t handle, Taken *taken) {
 void AskHost(Input *input, QivIODesc *descriptor) {
     hostAnswer = input->Number<int32_t>();
     const bool asksForIt = input->Bool();
-    const intptr_t answer =
-        qivOpen(kName, descriptor, asksForIt ? KOWEN_MODE_EXISTS : KOWEN_MODE_DELETE);
+    const intptr_t answer = qivOpen(kName, descriptor, asksForIt ? kModeExists : KOWEN_MODE_DELETE);
     RequireCall(0, asksForIt ? KOWEN_IO_EXISTS : KOWEN_IO_DELETE, 0, static_cast<int32_t>(answer));
     Require(lastCall.argument == kName, "the name");
 }

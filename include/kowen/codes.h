@@ -30,12 +30,6 @@ enum {
     KOWEN_ERR_CANCELLED = 901     /**< the status callback asked to stop */
 };
 
-/** Results of the range checks on a setup. */
-enum {
-    KOWEN_RANGE_RESOLUTION = -62, /**< a resolution or the quality was out of range and reset */
-    KOWEN_RANGE_SIZE = -63        /**< a width or height was out of range and reset */
-};
-
 /** Colour mode, profile key "Color Mode". */
 enum {
     KOWEN_COLOR_UNCHANGED = 103,
@@ -48,11 +42,20 @@ enum {
 /** Line mode, profile key "Line Mode". */
 enum { KOWEN_LINE_DEFAULT = 119 };
 
-/** Colour format, profile key "Color Format". */
+/**
+ * Colour format, profile key "Color Format". For pictures that every program opens and shows in
+ * their colours there is one: KOWEN_FORMAT_YCC422. docs/settings.md says what decoders make of
+ * each.
+ */
 enum {
-    KOWEN_FORMAT_YCC422 = 212, /**< luminance and chroma, chroma halved across; 3 components */
-    KOWEN_FORMAT_GREY = 215,   /**< one grey component */
-    KOWEN_FORMAT_RGB444 = 222  /**< three full-size components, bytes swapped but not transformed */
+    /** Luminance and chroma, of which every second column is kept; 3 components. The transform is
+     * the filter's own: chroma is 0.88 of what decoders expect, and (255, 0, 0) shows as (232, 10,
+     * 9). */
+    KOWEN_FORMAT_YCC422 = 212,
+    /** One grey component. The frame header says 24 bits a sample, which decoders refuse. */
+    KOWEN_FORMAT_GREY = 215,
+    /** Three full-size components, bytes swapped but not transformed; decoders garble it. */
+    KOWEN_FORMAT_RGB444 = 222
 };
 
 /** Quality mode, profile key "Quality Mode". */
@@ -122,7 +125,9 @@ enum {
 
 /** Commands of the status callback. */
 enum {
-    KOWEN_STATUS_PROGRESS = 0,    /**< progress or poll; a non-zero answer asks to stop */
+    /** Progress or poll; a non-zero answer asks to stop. The raster device polls once more when it
+     * is closed, with 0 percent: 100 is followed by 0. */
+    KOWEN_STATUS_PROGRESS = 0,
     KOWEN_STATUS_CONFIRM_STOP = 2 /**< asked once more after a refusal; non-zero stops */
 };
 
@@ -131,26 +136,36 @@ enum {
 /** Code of the raster driver's announcement of its progress range. */
 #define KOWEN_STATUS_CODE_RANGE (-2)
 
-/** Operations of a host I/O procedure. */
+/**
+ * Operations of a host I/O procedure. An export opens its output, writes it from the first byte to
+ * the last and closes it; it reads nothing and seeks nowhere, so a pipe will do. A procedure that
+ * serves the other operations as well is a complete file.
+ */
 enum {
-    KOWEN_IO_OPEN = 1,   /**< argument: name; count: mode; answers a host file handle, 0 = failed */
+    /** argument: name; count: KOWEN_MODE_CREATE | KOWEN_MODE_WRITE. Answers the host's handle of
+     * the file, which every later operation on it gets; 0 refuses, see HostIoProcedure. */
+    KOWEN_IO_OPEN = 1,
     KOWEN_IO_READ = 2,   /**< argument: buffer; count: bytes; answers the bytes read */
     KOWEN_IO_WRITE = 3,  /**< argument: buffer; count: bytes; answers the bytes written */
-    KOWEN_IO_SEEK = 4,   /**< argument: int32_t offset; count: whence; answers the position or -1 */
+    KOWEN_IO_SEEK = 4,   /**< argument: int32_t offset; count: KOWEN_SEEK_...; answers the new
+                            position from the start, or -1 */
     KOWEN_IO_CLOSE = 5,  /**< count 0, or KOWEN_MODE_DELETE to delete as well; answers 0 */
     KOWEN_IO_EXISTS = 6, /**< argument: name; answers non-zero if it exists */
     KOWEN_IO_DELETE = 7  /**< argument: name; the answer is passed on */
 };
 
-/** Open modes, as a host I/O procedure sees them. */
+/** What the offset of KOWEN_IO_SEEK counts from. */
 enum {
-    KOWEN_MODE_READ = 0,
-    KOWEN_MODE_WRITE = 1,
-    KOWEN_MODE_UPDATE = 2,
-    KOWEN_MODE_DELETE = 512,
-    KOWEN_MODE_CREATE = 4096,
-    KOWEN_MODE_EXISTS = 16384,
-    KOWEN_MODE_WRAP = -1
+    KOWEN_SEEK_START = 0,   /**< the first byte */
+    KOWEN_SEEK_CURRENT = 1, /**< the present position; the offset may be negative */
+    KOWEN_SEEK_END = 2      /**< behind the last byte; the offset may be negative */
+};
+
+/** What a host I/O procedure is told with KOWEN_IO_OPEN and KOWEN_IO_CLOSE. */
+enum {
+    KOWEN_MODE_WRITE = 1,    /**< the file is written */
+    KOWEN_MODE_DELETE = 512, /**< the file is deleted when it is closed: the export was stopped */
+    KOWEN_MODE_CREATE = 4096 /**< the file is created, or emptied when it exists */
 };
 
 /** Functions of the short device doors dd_entry and RASTER_dd_entry. */

@@ -26,7 +26,8 @@ typedef uintptr_t MemoryHandle;
  * context  the export record's context value.
  * command  KOWEN_STATUS_PROGRESS or KOWEN_STATUS_CONFIRM_STOP.
  * code     0, KOWEN_STATUS_CODE_CONFIRM or KOWEN_STATUS_CODE_RANGE.
- * value2   with KOWEN_STATUS_PROGRESS the percentage done, 0 to 100.
+ * value2   with KOWEN_STATUS_PROGRESS the percentage done, 0 to 100. The raster device's last call
+ *          comes when it is closed and says 0.
  * reply    null, or with KOWEN_STATUS_CONFIRM_STOP ten zeroed 32-bit words that are ignored.
  *
  * Returns 0 to go on. A refused progress call is asked once more with
@@ -42,6 +43,12 @@ typedef int32_t (*StatusCallback)(uintptr_t context, int32_t command, int32_t co
  * handleOrContext  the export record's ioContext for KOWEN_IO_OPEN, 0 for KOWEN_IO_EXISTS and
  *                  KOWEN_IO_DELETE, else what KOWEN_IO_OPEN answered.
  * argument         what the operation says; for KOWEN_IO_SEEK the address of an int32_t offset.
+ *
+ * Kept deliberately: an open that answers 0 does not end the export. A disk file of that name is
+ * created, or emptied when it exists, and stays empty; all writes and the close come to the
+ * procedure with handle 0, and the results are as if it had taken the file. Only when there can be
+ * no such disk file is the result KOWEN_ERR_OUTPUT (303): an empty name, a missing directory. So a
+ * host whose procedure refuses keeps that in mind itself, and looks after the empty file.
  */
 typedef intptr_t (*HostIoProcedure)(uintptr_t handleOrContext, int32_t operation, void *argument,
                                     int32_t count);
@@ -66,7 +73,17 @@ typedef struct EntryPointRecord {
  * The host's picture on the bitmap door.
  *
  * Rows are stored one after another, the bottom row of the picture first, each padded to a
- * multiple of 4 bytes; a 24-bit pixel is red, green, blue.
+ * multiple of 4 bytes; what the padding holds does not matter. In a row, from the left:
+ *
+ *   depth  1   8 pixels a byte, the leftmost in the most significant bit
+ *          4   2 pixels a byte, the left one in the high nibble
+ *          8   1 byte a pixel
+ *         24   3 bytes a pixel: red, green, blue
+ *         32   4 bytes a pixel: red, green, blue, and one that is ignored
+ *
+ * At depths 1, 4 and 8 a pixel is an entry of the palette: 2, 16 or 256 entries of 3 bytes, red,
+ * green, blue. Entries that a shorter one lacks are black, so with palette 0 the whole picture is.
+ * At 24 and 32 the palette is not looked at.
  */
 typedef struct BitmapRecord {
     uint16_t depth;       /**< bits per pixel: 1, 4, 8, 24 or 32 */
@@ -75,7 +92,7 @@ typedef struct BitmapRecord {
     uint16_t resolution;  /**< overwritten from the cell: dots per inch */
     double targetWidth;   /**< overwritten from the cell: pixels */
     double targetHeight;  /**< overwritten from the cell: pixels */
-    MemoryHandle palette; /**< 3-byte entries red, green, blue; or 0. Stays the host's */
+    MemoryHandle palette; /**< see above; or 0. Stays the host's */
     MemoryHandle pixels;  /**< stays the host's; the pixels may be changed, see ExportCellData */
 } BitmapRecord;
 
@@ -157,16 +174,6 @@ typedef struct RasterAnswer {
     int32_t bitsPerPixel; /**< always 24 */
 } RasterAnswer;
 
-/** Opens a file that is not simply named: a memory block, a stream, a host-served file. */
-typedef struct QivIODesc {
-    void *location; /**< address of the caller's block pointer, or the procedure's context */
-    int32_t size;   /**< memory: data size in bytes; trimmed by the open */
-    int32_t growBy; /**< memory: growth step in bytes */
-    void *stream;   /**< an open FILE, with KOWEN_MODE_WRAP */
-    HostIoProcedure procedure;
-    uintptr_t handle; /**< the host's handle of an open file, with KOWEN_MODE_WRAP */
-} QivIODesc;
-
 #ifdef __cplusplus
 } /* extern "C" */
 #endif
@@ -227,11 +234,10 @@ KOWEN_OFFSET(RasterQuery, pictureResolution, 8, 8);
 KOWEN_OFFSET(RasterQuery, displayHeight, 24, 24);
 KOWEN_SIZE(RasterQuery, 28, 28);
 KOWEN_SIZE(RasterAnswer, 12, 12);
-KOWEN_OFFSET(QivIODesc, size, 4, 8);
-KOWEN_OFFSET(QivIODesc, growBy, 8, 12);
-KOWEN_OFFSET(QivIODesc, stream, 12, 16);
-KOWEN_OFFSET(QivIODesc, procedure, 16, 24);
-KOWEN_OFFSET(QivIODesc, handle, 20, 32);
-KOWEN_SIZE(QivIODesc, 24, 40);
+
+#undef KOWEN_SIZE
+#undef KOWEN_OFFSET
+#undef KOWEN_BY_WORD
+#undef KOWEN_STATIC_ASSERT
 
 #endif /* KOWEN_RECORDS_H */

@@ -64,7 +64,7 @@ struct ColorContext {
     uint16_t selectedLast;
     uint16_t median;
 };
-KOWEN_SIZE(ColorContext, 24, 40);
+static_assert(sizeof(ColorContext) == (sizeof(void *) == 4 ? 24 : 40));
 
 /// Returns the handle of a new context, ended by TermColorLib; 0 when memory is exhausted.
 MemoryHandle InitColorLib() noexcept;

@@ -24,7 +24,7 @@ int64_t CopyBytes(FileHandle source, FileHandle target) {
 } // namespace
 
 int32_t qivCopy(const char *source, const char *target) noexcept {
-    const auto from = static_cast<FileHandle>(qivOpen(source, nullptr, KOWEN_MODE_READ));
+    const auto from = static_cast<FileHandle>(qivOpen(source, nullptr, kModeRead));
     const auto to =
         static_cast<FileHandle>(qivOpen(target, nullptr, KOWEN_MODE_CREATE | KOWEN_MODE_WRITE));
     const int64_t difference = CopyBytes(from, to);

@@ -12,7 +12,7 @@ namespace {
 const char *StreamMode(int32_t mode) {
     if (mode & KOWEN_MODE_CREATE)
         return "w+";
-    if (mode & KOWEN_MODE_UPDATE)
+    if (mode & kModeUpdate)
         return "r+";
     return mode & KOWEN_MODE_WRITE ? "w+" : "r";
 }

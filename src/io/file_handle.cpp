@@ -13,7 +13,7 @@ namespace {
 constexpr unsigned char kEndMarker = 255;
 
 bool HasBit(int32_t mode, int32_t bit) {
-    return mode != KOWEN_MODE_WRAP && (mode & bit) != 0;
+    return mode != kModeWrap && (mode & bit) != 0;
 }
 
 bool OpenWrapped(QivFile &file, const QivIODesc *descriptor) {
@@ -26,7 +26,7 @@ bool OpenWrapped(QivFile &file, const QivIODesc *descriptor) {
 }
 
 bool OpenTarget(QivFile &file, const char *name, QivIODesc *descriptor) {
-    if (file.mode == KOWEN_MODE_WRAP)
+    if (file.mode == kModeWrap)
         return OpenWrapped(file, descriptor);
     if (HasProcedure(descriptor) && OpenOnHost(file, name, *descriptor))
         return true;
@@ -64,7 +64,7 @@ void FreeOwnedData(void *cell) {
 } // namespace
 
 intptr_t qivOpen(const char *name, QivIODesc *descriptor, int32_t mode) noexcept {
-    if (HasBit(mode, KOWEN_MODE_EXISTS))
+    if (HasBit(mode, kModeExists))
         return HasProcedure(descriptor) ? AskHost(*descriptor, KOWEN_IO_EXISTS, name)
                                         : DiskFileExists(name);
     if (HasBit(mode, KOWEN_MODE_DELETE))

@@ -8,6 +8,7 @@
 // A failure is also kept in the file (its error state) until it is closed.
 #pragma once
 
+#include "kowen/codes.h"
 #include "kowen/records.h"
 
 #include <cstdint>
@@ -19,10 +20,30 @@ namespace kowen {
 using FileHandle = MemoryHandle;
 
 /// What an offset of qivSeek, docSeek or unxSeek counts from.
-enum Whence : int32_t { kFromStart = 0, kFromCurrent = 1, kFromEnd = 2 };
+enum Whence : int32_t {
+    kFromStart = KOWEN_SEEK_START,
+    kFromCurrent = KOWEN_SEEK_CURRENT,
+    kFromEnd = KOWEN_SEEK_END
+};
+
+/// Open modes besides the KOWEN_MODE_... that a host's procedure meets.
+inline constexpr int32_t kModeWrap = -1;
+inline constexpr int32_t kModeRead = 0;
+inline constexpr int32_t kModeUpdate = 2;
+inline constexpr int32_t kModeExists = 16384;
+
+/// Opens a file that is not simply named: a memory block, a stream, a host-served file.
+struct QivIODesc {
+    void *location; ///< address of the caller's block pointer, or the procedure's context
+    int32_t size;   ///< memory: data size in bytes; trimmed by the open
+    int32_t growBy; ///< memory: growth step in bytes
+    void *stream;   ///< an open FILE, with kModeWrap
+    HostIoProcedure procedure;
+    uintptr_t handle; ///< the host's handle of an open file, with kModeWrap
+};
 
 /// Opens a file. Which kind depends on descriptor and name:
-/// - KOWEN_MODE_WRAP: the descriptor's procedure with its handle, else the descriptor's stream,
+/// - kModeWrap: the descriptor's procedure with its handle, else the descriptor's stream,
 ///   which stays the caller's and is read from its first byte;
 /// - a descriptor with a procedure: the host serves the file, if its open answers non-zero;
 /// - a null or empty name: the memory block that the descriptor's location points at, by way of
@@ -31,7 +52,7 @@ enum Whence : int32_t { kFromStart = 0, kFromCurrent = 1, kFromEnd = 2 };
 /// - "stdin" and "stdout", exactly: the process's standard streams, which the close closes;
 /// - any other name: a disk file.
 ///
-/// mode  KOWEN_MODE_READ "r", KOWEN_MODE_WRITE "w+", KOWEN_MODE_UPDATE "r+" (before WRITE),
+/// mode  kModeRead "r", KOWEN_MODE_WRITE "w+", kModeUpdate "r+" (before WRITE),
 ///       KOWEN_MODE_CREATE "w+" (before both; a memory file starts empty). WRITE and UPDATE also
 ///       allow seeks past the end and give a memory file its end marker when it is closed.
 ///
@@ -39,7 +60,7 @@ enum Whence : int32_t { kFromStart = 0, kFromCurrent = 1, kFromEnd = 2 };
 /// that is needed is missing, or memory is exhausted.
 ///
 /// Two modes make no handle:
-/// - KOWEN_MODE_EXISTS: -1 when the file cannot be opened for reading, else a value that is not
+/// - kModeExists: -1 when the file cannot be opened for reading, else a value that is not
 ///   -1 and not 0; with a procedure, its answer to KOWEN_IO_EXISTS.
 /// - KOWEN_MODE_DELETE: 1 when the file was removed, 0 when not; with a procedure, its answer to
 ///   KOWEN_IO_DELETE. Directories and devices are never removed.

@@ -77,7 +77,7 @@ inline bool IsMemoryFile(const QivFile &file) noexcept {
 
 /// Whether the open mode allows writing: seeks past the end, and the end marker of memory files.
 inline bool IsWritable(const QivFile &file) noexcept {
-    return (file.mode & (KOWEN_MODE_WRITE | KOWEN_MODE_UPDATE)) != 0;
+    return (file.mode & (KOWEN_MODE_WRITE | kModeUpdate)) != 0;
 }
 
 /// Whether bytes are missing from the file. A host's procedure that answers no write with its

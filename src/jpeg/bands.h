@@ -35,6 +35,9 @@ using SourceRows = PixelRows<uint8_t>;
 ///                last even column).
 /// Returns the band's byte count; bits that do not fill a byte stay in the environment. 0 after a
 /// failed growth of the buffer.
+///
+/// Kept deliberately: chroma is that of the even columns alone, not a mean of two.
+/// Test: Decoded.ChromaIsThatOfTheEvenColumns.
 int32_t CompressBands422(uint8_t *outputIgnored, const uint8_t *pixels, uint32_t rows,
                          uint32_t width, CompressEnv *env) noexcept;
 

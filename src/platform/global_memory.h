@@ -27,11 +27,10 @@ struct GlobalHeader {
     void *data;         ///< what GlobalLock answers
     uint8_t dataOffset; ///< from the block's start to data; for wrapped memory the header's size
 };
-KOWEN_OFFSET(GlobalHeader, flags, 4, 4);
-KOWEN_OFFSET(GlobalHeader, reserved, 8, 8);
-KOWEN_OFFSET(GlobalHeader, data, 12, 16);
-KOWEN_OFFSET(GlobalHeader, dataOffset, 16, 24);
-KOWEN_SIZE(GlobalHeader, 20, 32);
+static_assert(offsetof(GlobalHeader, flags) == 4 && offsetof(GlobalHeader, reserved) == 8);
+static_assert(offsetof(GlobalHeader, data) == (sizeof(void *) == 4 ? 12 : 16));
+static_assert(offsetof(GlobalHeader, dataOffset) == (sizeof(void *) == 4 ? 16 : 24));
+static_assert(sizeof(GlobalHeader) == (sizeof(void *) == 4 ? 20 : 32));
 
 /// Bytes between the header of a block that starts at blockStart and its data: 0 to 7.
 constexpr uint32_t GlobalPadding(uintptr_t blockStart) noexcept {

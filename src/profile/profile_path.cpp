@@ -44,7 +44,7 @@ bool MayBeOpened(const char *path, int32_t mode) noexcept {
     struct stat status;
     if (stat(path, &status) == 0)
         return S_ISREG(status.st_mode);
-    return mode != KOWEN_MODE_READ;
+    return mode != kModeRead;
 }
 
 FileHandle OpenFile(const char *path, int32_t mode) noexcept {

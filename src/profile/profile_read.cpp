@@ -133,7 +133,7 @@ void ListKeys(EntryWalker &entries, Answer &answer) noexcept {
 // A read error ends the text as the end of the file does.
 void LoadText(const char *file, TextBuffer &text) noexcept {
     char unused[kLongestPath];
-    const FileHandle handle = OpenProfile(file, KOWEN_MODE_READ, unused, kLongestPath);
+    const FileHandle handle = OpenProfile(file, kModeRead, unused, kLongestPath);
     if (handle == 0)
         return;
     ReadToEnd(handle, text);

@@ -168,7 +168,7 @@ int32_t WritePrivateProfileString(const char *section, const char *key, const ch
     if (length >= sizeof path)
         return 0;
     std::memcpy(path, file, length + 1);
-    const FileHandle handle = OpenProfile(path, KOWEN_MODE_READ, path, kLongestPath);
+    const FileHandle handle = OpenProfile(path, kModeRead, path, kLongestPath);
     if (handle != 0)
         RewriteFile(change, handle, path);
     else

@@ -110,12 +110,15 @@ int32_t LoadProfile(uint32_t ignored) noexcept;
 /// Does nothing; returns 1. Settings are persisted one by one, by the escapes.
 int32_t SaveProfile() noexcept;
 
+/// Answers of the range checks: a resolution or the quality, or a width or height, was reset.
+inline constexpr int32_t kRangeResolution = -62;
+inline constexpr int32_t kRangeSize = -63;
+
 /// Resets resolutions and sizes of the record at lpRaster that are out of range.
-/// Returns 0 when nothing was reset, KOWEN_RANGE_SIZE when a width or height was, else
-/// KOWEN_RANGE_RESOLUTION.
+/// Returns 0 when nothing was reset, kRangeSize when a width or height was, else kRangeResolution.
 int32_t LimitCheck() noexcept;
 
-/// Resets a quality out of range to 100. Returns 0, or KOWEN_RANGE_RESOLUTION when it did.
+/// Resets a quality out of range to 100. Returns 0, or kRangeResolution when it did.
 int32_t QualityCheck() noexcept;
 
 } // namespace kowen

@@ -104,13 +104,13 @@ int32_t LimitCheck() noexcept {
         return 0;
     int32_t result = 0;
     if (LimitResolution(&lpRaster->header.xResolution))
-        result = KOWEN_RANGE_RESOLUTION;
+        result = kRangeResolution;
     if (LimitResolution(&lpRaster->header.yResolution))
-        result = KOWEN_RANGE_RESOLUTION;
+        result = kRangeResolution;
     if (LimitInches(&lpRaster->width, kDefaultWidth))
-        result = KOWEN_RANGE_SIZE;
+        result = kRangeSize;
     if (LimitInches(&lpRaster->height, kDefaultHeight))
-        result = KOWEN_RANGE_SIZE;
+        result = kRangeSize;
     return result;
 }
 
@@ -118,7 +118,7 @@ int32_t QualityCheck() noexcept {
     if (lpRaster == nullptr || QualityIsValid(lpRaster->quality))
         return 0;
     lpRaster->quality = kDefaultQuality;
-    return KOWEN_RANGE_RESOLUTION;
+    return kRangeResolution;
 }
 
 } // namespace kowen

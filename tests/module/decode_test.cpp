@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -214,6 +215,43 @@ TEST_F(Decoded, PictureStandsUprightInItsColors) {
         ExpectColor(decoded, 28, 4, 255, 0, 0);
         ExpectColor(decoded, 4, 28, 0, 0, 0);
         ExpectColor(decoded, 28, 28, 0, 0, 255);
+    }
+}
+
+// Of a flat picture at quality 100: what docs/settings.md tells.
+TEST_F(Decoded, PureColoursComeOutPaler) {
+    constexpr int kColours[][2][3] = {
+        {{255, 0, 0}, {232, 10, 9}},      {{0, 255, 0}, {20, 247, 18}},
+        {{0, 0, 255}, {4, 0, 229}},       {{255, 255, 0}, {251, 255, 27}},
+        {{200, 100, 50}, {189, 105, 59}}, {{128, 128, 128}, {128, 128, 128}},
+    };
+    for (const auto &[given, shown] : kColours) {
+        const TestBitmap bitmap =
+            MakeFlat(16, 16, static_cast<uint8_t>(given[0]), static_cast<uint8_t>(given[1]),
+                     static_cast<uint8_t>(given[2]));
+        const DecodedJpeg decoded = Decode(bitmap, MakeSettings(212, 245, 100), DecodeAs::kColours);
+        const uint8_t *p = decoded.At(7, 7);
+        EXPECT_EQ((std::vector<int>{p[0], p[1], p[2]}),
+                  (std::vector<int>{shown[0], shown[1], shown[2]}));
+    }
+}
+
+// Columns of red and black, or of red and white, have the chroma of red all over.
+TEST_F(Decoded, ChromaIsThatOfTheEvenColumns) {
+    const DecodedJpeg red =
+        Decode(MakeFlat(32, 16, 255, 0, 0), MakeSettings(212, 245, 100), DecodeAs::kComponents);
+    for (const uint8_t odd : {uint8_t{0}, uint8_t{255}}) {
+        TestBitmap bitmap = MakeFlat(32, 16, 255, 0, 0);
+        for (int row = 0; row < 16; ++row)
+            for (int x = 1; x < 32; x += 2)
+                std::fill_n(bitmap.Pixel(x, row), 3, odd);
+        const DecodedJpeg striped =
+            Decode(bitmap, MakeSettings(212, 245, 100), DecodeAs::kComponents);
+        EXPECT_NE(striped.At(1, 0)[0], red.At(1, 0)[0]);
+        for (int y = 0; y < 16; ++y)
+            for (int x = 0; x < 32; ++x)
+                for (const int component : {1, 2})
+                    ASSERT_EQ(striped.At(x, y)[component], red.At(x, y)[component]) << x;
     }
 }
 

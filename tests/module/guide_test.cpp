@@ -1,5 +1,6 @@
 // What the example of the host guide tells its user.
 #include "module/guide_example.h"
+#include "support/full_disk.h"
 #include "support/temp_directory.h"
 
 #include <gtest/gtest.h>
@@ -24,6 +25,26 @@ TEST(GuideExample, ReportsAnOutputThatCannotBeOpened) {
     const std::string output = directory.File("missing/a.jpg");
     EXPECT_NE(RunGuideExample(KOWEN_MODULE_PATH, output, directory.File("words")), 0);
     EXPECT_EQ(directory.Read("words"), output + ": error 303\n");
+}
+
+TEST(GuideExample, ReportsADeviceWithoutSpace) {
+    const TempDirectory directory;
+    EXPECT_NE(RunGuideExample(KOWEN_MODULE_PATH, "/dev/full", directory.File("words")), 0);
+    EXPECT_EQ(directory.Read("words"),
+              "/dev/full: the file is not whole; is there no space left?\n100 %\n");
+}
+
+TEST(GuideExample, ReportsAFullDisk) {
+    const TempDirectory full;
+    const TempDirectory directory;
+    const std::string output = full.File("a.jpg");
+    const int status =
+        RunOnFullDisk(full, GuideCommand(KOWEN_MODULE_PATH, output, directory.File("words")));
+    if (status == -1)
+        GTEST_SKIP() << "only root can mount a full disk";
+    EXPECT_EQ(status, 1);
+    EXPECT_EQ(directory.Read("words"),
+              output + ": the file is not whole; is there no space left?\n100 %\n");
 }
 
 TEST(GuideExample, ReportsAModuleThatIsNone) {

@@ -20,7 +20,7 @@ static intptr_t Serve(uintptr_t handleOrContext, int32_t operation, void *argume
 static int UseHeaders(void) {
     EntryPointRecord table = {0, 0, 0, NULL};
     ExportRecord exportRecord = {0, 1, Answer, 0, 0, 0, 0, {0, 0, 0, 0, 0}, 0};
-    QivIODesc descriptor = {NULL, 0, 0, NULL, Serve, 0};
+    HostIoProcedure procedure = Serve;
     RasterQuery query = {96, 0, 96, 10, 10, 20, 20};
     RasterAnswer answer = {0, 0, 0};
     BitmapRecord bitmap = {24, 1, 1, 0, 0.0, 0.0, 0, 0};
@@ -36,5 +36,5 @@ static int UseHeaders(void) {
     if (EscapeSetup(host.setup, KOWEN_ESCAPE_RASTER_QUERY, 0, &query, &answer, 0) != 1)
         return KOWEN_ERR_SETUP;
     return ExportCellData("a.jpg", &bitmap, &cell, &host) + (int)request.opcode +
-           (descriptor.procedure != NULL) + (opening.setup != 0) + table.entryCount;
+           (procedure != NULL) + (opening.setup != 0) + table.entryCount;
 }

@@ -15,7 +15,7 @@ class MemoryOutput {
 public:
     MemoryOutput() {
         data_ = kowen::GlobalLock(kowen::GlobalAlloc(kowen::kGlobalFlags, 1));
-        QivIODesc descriptor = {};
+        kowen::QivIODesc descriptor = {};
         descriptor.location = &data_;
         descriptor.growBy = 4096;
         file_ = static_cast<kowen::FileHandle>(
@@ -47,7 +47,7 @@ private:
 class HostOutput {
 public:
     HostOutput() {
-        QivIODesc descriptor = {};
+        kowen::QivIODesc descriptor = {};
         descriptor.location = this;
         descriptor.procedure = &Procedure;
         file_ = static_cast<kowen::FileHandle>(
