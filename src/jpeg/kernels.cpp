@@ -22,12 +22,16 @@ const Kernels *const *ListKernels() {
     std::size_t count = 0;
     list[count++] = &kScalarKernels;
 #ifdef KOWEN_X86_KERNELS
-    if (MachineHas(InstructionSet::kSse2))
-        list[count++] = &kSse2Kernels;
+    if (MachineHas(InstructionSet::kSse41))
+        list[count++] = &kSse41Kernels;
     if (MachineHas(InstructionSet::kAvx2))
         list[count++] = &kAvx2Kernels;
     if (MachineHas(InstructionSet::kAvx512))
         list[count++] = &kAvx512Kernels;
+#endif
+#ifdef KOWEN_NEON_KERNELS
+    if (MachineHas(InstructionSet::kNeon))
+        list[count++] = &kNeonKernels;
 #endif
     list[count] = nullptr;
     return list;

@@ -130,9 +130,12 @@ const Kernels *const *AvailableKernels() noexcept;
 
 extern const Kernels kScalarKernels;
 #ifdef KOWEN_X86_KERNELS
-extern const Kernels kSse2Kernels;
+extern const Kernels kSse41Kernels;
 extern const Kernels kAvx2Kernels;
 extern const Kernels kAvx512Kernels;
+#endif
+#ifdef KOWEN_NEON_KERNELS
+extern const Kernels kNeonKernels;
 #endif
 
 /// Turns the non-zero bits of a row-major block into zig-zag positions.

@@ -94,11 +94,7 @@ void MapAndExtractGrey(uint8_t *row, uint32_t width, uint8_t *first) {
 namespace {
 
 int16_t Quotient(int16_t c, const QuantDivisors &d, int i) {
-    const uint32_t magnitude = static_cast<uint32_t>(c < 0 ? -c : c);
-    const uint32_t bias = c < 0 ? d.negativeBias[i] : d.positiveBias[i];
-    const uint32_t scaled = (((magnitude + bias) * 4) * d.reciprocal[i]) >> 16;
-    const auto quotient = static_cast<int16_t>((scaled * d.scale[i]) >> 16);
-    return c < 0 ? static_cast<int16_t>(-quotient) : quotient;
+    return static_cast<int16_t>(((16 * c + d.bias[i]) * d.reciprocal[i]) >> (15 - d.shift[i]));
 }
 
 void TransformBlocks(const uint8_t *samples, uint32_t strideBytes, uint32_t blocks,

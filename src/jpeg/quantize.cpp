@@ -2,6 +2,7 @@
 
 #include "jpeg/compress_env.h"
 
+#include <bit>
 #include <cstring>
 
 namespace kowen {
@@ -21,13 +22,11 @@ uint32_t AtLeastOne(uint32_t quantiser) {
 }
 
 void MakeDivisor(QuantDivisors &divisors, int i, uint32_t q) {
-    uint32_t k = 1;
-    while ((q >> k) != 0)
-        ++k;
-    divisors.reciprocal[i] = static_cast<uint16_t>(((1u << (14 + k)) + q - 1) / q);
-    divisors.scale[i] = static_cast<uint16_t>(1u << (16 - k));
-    divisors.positiveBias[i] = static_cast<uint16_t>((q - 1) / 2);
-    divisors.negativeBias[i] = static_cast<uint16_t>(q / 2);
+    const auto k = 2 + static_cast<uint32_t>(std::bit_width(q - 1));
+    divisors.bias[i] = static_cast<int16_t>(8 * q - 4);
+    divisors.reciprocal[i] = static_cast<int16_t>(((1u << (12 + k)) + q / 2) / q);
+    divisors.scale[i] = static_cast<int16_t>(1u << (16 - k));
+    divisors.shift[i] = static_cast<int16_t>(-1 - static_cast<int32_t>(k));
 }
 
 } // namespace

@@ -7,16 +7,23 @@ namespace kowen {
 
 struct CompressEnv;
 
-/// One quantisation table in the form the kernels divide with: exact for coefficients of a
-/// magnitude up to 16000 and quantisers 1..448 (a test tries them all).
+/// The largest magnitude of a coefficient that the kernels divide exactly. ForwardDCT gives up to
+/// 1024.
+inline constexpr int32_t kMaxCoefficient = 1800;
+
+/// A quantisation table as the kernels divide by it: exact for coefficients up to kMaxCoefficient
+/// and quantisers 1..448 (a test tries them all).
 ///
-/// For a magnitude a and bias b: quotient = (((a + b) x 4 x reciprocal) >> 16) x scale >> 16.
+/// ceil(c / q - 0.5) is floor((16 c + 8 q - 4) / 16 q), and 4 / 16 q at least away from any other
+/// integer, so a rounded reciprocal will do:
+///   quotient = ((16 c + bias) x reciprocal) >> (15 - shift), in steps of 16 bits where the scale
+///   stands in for the last shift.
 struct QuantDivisors {
-    uint16_t quantTable[64];   ///< the table these were made of
-    uint16_t reciprocal[64];   ///< ceil(2^(14 + k) / q), where 2^(k - 1) <= q < 2^k
-    uint16_t scale[64];        ///< 2^(16 - k)
-    uint16_t positiveBias[64]; ///< (q - 1) / 2: halves of positive values go down
-    uint16_t negativeBias[64]; ///< q / 2: halves of negative values go away from zero
+    uint16_t quantTable[64]; ///< the table these were made of
+    int16_t bias[64];        ///< 8 q - 4
+    int16_t reciprocal[64];  ///< 2^(12 + k) / q, rounded, where 2^(k - 3) < q <= 2^(k - 2)
+    int16_t scale[64];       ///< 2^(16 - k)
+    int16_t shift[64];       ///< -1 - k
 };
 
 /// Quantises one block in place: each coefficient becomes ceil(c / q - 0.5).

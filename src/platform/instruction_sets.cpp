@@ -27,21 +27,28 @@ bool HasAvx2() noexcept {
 bool MachineHas(InstructionSet set) noexcept {
     __builtin_cpu_init();
     switch (set) {
-    case InstructionSet::kSse2:
-        return __builtin_cpu_supports("sse2");
+    case InstructionSet::kSse41:
+        return __builtin_cpu_supports("ssse3") && __builtin_cpu_supports("sse4.1");
     case InstructionSet::kAvx2:
         return HasAvx2();
-    default:
+    case InstructionSet::kAvx512:
         return HasAvx2() && __builtin_cpu_supports("avx512bw") &&
                __builtin_cpu_supports("avx512cd") && __builtin_cpu_supports("avx512vl") &&
-               __builtin_cpu_supports("avx512vbmi2");
+               __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vbmi2");
+    default:
+        return false;
     }
 }
 
 #else
 
-bool MachineHas(InstructionSet) noexcept {
+// NEON is part of every 64-bit ARM.
+bool MachineHas([[maybe_unused]] InstructionSet set) noexcept {
+#ifdef KOWEN_NEON_KERNELS
+    return set == InstructionSet::kNeon;
+#else
     return false;
+#endif
 }
 
 #endif

@@ -84,26 +84,26 @@ TEST(QuantizeBlock, EveryCoefficientByEveryQuantiserIsTheDoubleDivision) {
     }
 }
 
-// What the kernels compute from the divisors, in 16-bit lanes: the high halves of two products.
+// What the kernels compute from the divisors, in 16-bit lanes: the high halves of two products, or
+// the high half of a doubled one and a shift; the scalar one has a product of 32 bits.
 int QuotientFrom(const QuantDivisors &divisors, int place, int coefficient) {
-    const bool negative = coefficient < 0;
-    const unsigned magnitude = static_cast<unsigned>(negative ? -coefficient : coefficient);
-    const unsigned bias = negative ? divisors.negativeBias[place] : divisors.positiveBias[place];
-    const unsigned scaled = ((magnitude + bias) * 4) & 0xFFFFu;
-    const unsigned high = (scaled * divisors.reciprocal[place]) >> 16;
-    const int quotient = static_cast<int>((high * divisors.scale[place]) >> 16);
-    return negative ? -quotient : quotient;
+    const auto scaled = static_cast<int16_t>(16 * coefficient + divisors.bias[place]);
+    const auto high = static_cast<int16_t>(scaled * divisors.reciprocal[place] >> 16);
+    const int quotient = high * divisors.scale[place] >> 16;
+    const auto doubled = static_cast<int16_t>(2 * scaled * divisors.reciprocal[place] >> 16);
+    EXPECT_EQ(doubled >> -divisors.shift[place], quotient);
+    EXPECT_EQ(scaled * divisors.reciprocal[place] >> (15 - divisors.shift[place]), quotient);
+    return quotient;
 }
 
-TEST(Divisors, EveryCoefficientToSixteenThousandByEveryQuantiserIsExact) {
-    constexpr int kMostCoefficient = 16000;
+TEST(Divisors, EveryCoefficientByEveryQuantiserIsExact) {
     for (int first = 1; first <= kMostQuantiser; first += kBlockSize) {
         CompressEnv env = {};
         for (int i = 0; i < kBlockSize; ++i)
             env.quantTable[1][i] = static_cast<uint16_t>(first + i);
         const QuantDivisors &divisors = Divisors(&env, 1);
         for (int i = 0; i < kBlockSize; ++i)
-            for (int c = -kMostCoefficient; c <= kMostCoefficient; ++c)
+            for (int c = -kMaxCoefficient; c <= kMaxCoefficient; ++c)
                 if (QuotientFrom(divisors, i, c) != reference::Quantised(c, first + i))
                     FAIL() << c << " / " << first + i;
     }

@@ -1,0 +1,124 @@
+// Vectors of NEON on 64-bit ARM: 16 bytes, one block. What the operations mean: vocabulary.h.
+#pragma once
+
+#include <arm_neon.h>
+#include <cstdint>
+
+namespace kowen {
+namespace {
+
+struct Words {
+    static constexpr uint32_t kBlocks = 1;
+    int16x8_t v;
+
+    static Words LoadBytes(const uint8_t *p) {
+        return {vreinterpretq_s16_u16(vmovl_u8(vld1_u8(p)))};
+    }
+    static Words EachBlock(const int16_t *p) { return {vld1q_s16(p)}; }
+    static Words All(int x) { return {vdupq_n_s16(static_cast<int16_t>(x))}; }
+
+    friend Words operator+(Words a, Words b) { return {vaddq_s16(a.v, b.v)}; }
+    friend Words operator-(Words a, Words b) { return {vsubq_s16(a.v, b.v)}; }
+    template <int N> Words ShiftLeft() const { return {vshlq_n_s16(v, N)}; }
+    template <int N> Words ShiftRight() const { return {vshrq_n_s16(v, N)}; }
+
+    static Words UnpackLow16(Words a, Words b) { return {vzip1q_s16(a.v, b.v)}; }
+    static Words UnpackHigh16(Words a, Words b) { return {vzip2q_s16(a.v, b.v)}; }
+    static Words UnpackLow32(Words a, Words b) { return Of(vzip1q_s32(As32(a), As32(b))); }
+    static Words UnpackHigh32(Words a, Words b) { return Of(vzip2q_s32(As32(a), As32(b))); }
+    static Words UnpackLow64(Words a, Words b) { return Of(vzip1q_s64(As64(a), As64(b))); }
+    static Words UnpackHigh64(Words a, Words b) { return Of(vzip2q_s64(As64(a), As64(b))); }
+
+private:
+    static int32x4_t As32(Words a) { return vreinterpretq_s32_s16(a.v); }
+    static int64x2_t As64(Words a) { return vreinterpretq_s64_s16(a.v); }
+    static Words Of(int32x4_t v) { return {vreinterpretq_s16_s32(v)}; }
+    static Words Of(int64x2_t v) { return {vreinterpretq_s16_s64(v)}; }
+};
+
+struct Wide {
+    int32x4_t low, high;
+
+    template <int X, int Y> static Wide Products(Words x, Words y) {
+        return AddProduct<Y>({vmull_n_s16(vget_low_s16(x.v), X), vmull_high_n_s16(x.v, X)}, y);
+    }
+    template <int X, int Y> static Wide AddProducts(Wide sum, Words x, Words y) {
+        return AddProduct<Y>(AddProduct<X>(sum, x), y);
+    }
+    template <int N> Words Narrow() const {
+        if constexpr (N <= 16)
+            return {vrshrn_high_n_s32(vrshrn_n_s32(low, N), high, N)};
+        const int32x4_t half = vdupq_n_s32(1 << (N - 1));
+        return Words{vaddhn_high_s32(vaddhn_s32(low, half), high, half)}
+            .template ShiftRight<N - 16>();
+    }
+
+private:
+    template <int Factor> static Wide AddProduct(Wide sum, Words x) {
+        return {vmlal_n_s16(sum.low, vget_low_s16(x.v), Factor),
+                vmlal_high_n_s16(sum.high, x.v, Factor)};
+    }
+};
+
+inline Words ScaledQuotient(Words x, const int16_t *reciprocal, const int16_t *,
+                            const int16_t *shift) {
+    return {vshlq_s16(vqdmulhq_s16(x.v, vld1q_s16(reciprocal)), vld1q_s16(shift))};
+}
+
+struct Bytes {
+    static constexpr uint32_t kCount = 16;
+    uint8x16_t v;
+
+    void Store(uint8_t *p) const { vst1q_u8(p, v); }
+    static Bytes All(int x) { return {vdupq_n_u8(static_cast<uint8_t>(x))}; }
+
+    friend Bytes operator+(Bytes a, Bytes b) { return {vaddq_u8(a.v, b.v)}; }
+    friend Bytes operator-(Bytes a, Bytes b) { return {vsubq_u8(a.v, b.v)}; }
+    friend Bytes operator&(Bytes a, Bytes b) { return {vandq_u8(a.v, b.v)}; }
+    friend Bytes operator|(Bytes a, Bytes b) { return {vorrq_u8(a.v, b.v)}; }
+    static Bytes SubtractToZero(Bytes a, Bytes b) { return {vqsubq_u8(a.v, b.v)}; }
+    template <int N> Bytes ShiftRight() const { return {vshrq_n_u8(v, N)}; }
+    static Bytes NegatedWhereLess(Bytes x, Bytes a, Bytes b) {
+        const uint8x16_t less = vcltq_u8(a.v, b.v);
+        return {vsubq_u8(veorq_u8(x.v, less), less)};
+    }
+    static Bytes WeighedTenth(Bytes a, Bytes b, Bytes c) {
+        const uint8x8_t three = vdup_n_u8(3), six = vdup_n_u8(6);
+        uint16x8_t low = vmull_u8(vget_low_u8(a.v), three);
+        uint16x8_t high = vmull_high_u8(a.v, vcombine_u8(three, three));
+        low = vmlal_u8(low, vget_low_u8(b.v), six);
+        high = vmlal_high_u8(high, b.v, vcombine_u8(six, six));
+        low = vaddw_u8(low, vget_low_u8(c.v));
+        high = vaddw_high_u8(high, c.v);
+        return {vuzp1q_u8(Tenth(low), Tenth(high))};
+    }
+
+private:
+    // 2 x 3277 x / 65536
+    static uint8x16_t Tenth(uint16x8_t x) {
+        return vreinterpretq_u8_s16(vqdmulhq_n_s16(vreinterpretq_s16_u16(x), 3277));
+    }
+};
+
+inline void StoreEven(Bytes a, Bytes b, uint8_t *toA, uint8_t *toB) {
+    const uint8x16_t even = vuzp1q_u8(a.v, b.v);
+    vst1_u8(toA, vget_low_u8(even));
+    vst1_u8(toB, vget_high_u8(even));
+}
+
+struct Pixels {
+    Bytes first, second, third;
+};
+
+inline Pixels LoadPixels(const uint8_t *p) {
+    const uint8x16x3_t t = vld3q_u8(p);
+    return {{t.val[0]}, {t.val[1]}, {t.val[2]}};
+}
+
+inline void StorePixels(uint8_t *p, const Pixels &t) {
+    const uint8x16x3_t bytes = {{t.first.v, t.second.v, t.third.v}};
+    vst3q_u8(p, bytes);
+}
+
+} // namespace
+} // namespace kowen
