@@ -9,8 +9,8 @@ export CCACHE_DIR=${CCACHE_DIR:-$KOWEN_ROOT/build/ccache}
 
 # What every configure preset but the clang ones needs.
 KOWEN_BUILD_PACKAGES=(cmake ninja-build ccache g++-12)
-# The command-line host: pictures, the command line, reports.
-KOWEN_HOST_PACKAGES=(pkg-config libgraphicsmagick++1-dev libcli11-dev nlohmann-json3-dev)
+# The host library: colour profiles. The command line: pictures, options, reports.
+KOWEN_HOST_PACKAGES=(pkg-config liblcms2-dev libgraphicsmagick++1-dev libcli11-dev nlohmann-json3-dev)
 KOWEN_TEST_PACKAGES=(libgtest-dev libjpeg62-turbo-dev nlohmann-json3-dev)
 
 die() {

@@ -108,9 +108,9 @@ typedef struct KowenModule KowenModule;
 /**
  * Finds and loads the module.
  *
- * path  the module's file; null looks for it: $KOWEN_MODULE, then beside this library and where an
- *       installed library has it relative to itself (kowen/kowen.so), then the folder it was
- *       installed to. The first that exists is taken; one that then cannot be loaded is a failure.
+ * path  the module's file; null looks for it: at $KOWEN_MODULE alone when that is set; else the
+ *       first that exists of kowen.so beside this library, kowen/kowen.so and ../kowen/kowen.so
+ *       from there, and where it was to be installed. One that cannot be loaded is a failure.
  *
  * Returns the module, owned by the caller until KowenCloseModule, or null: KOWEN_HOST_ERR_MODULE
  * with a message that lists what was looked for, or why the file is no filter. Opening the same
@@ -204,8 +204,9 @@ KOWEN_HOST_API void KowenFreeSettings(KowenSettings *settings);
  * progressive  yes or no
  * colour       ycc422 (default), grey, rgb444 (with as-filter only)
  * colour-mode  unchanged, inverted, greys-inverted, grey, grey-inverted
- * size         WxH with in, cm, mm, px, a paper's name (A4, letter), picture or page
- * dpi          N, NxM, picture or page
+ * size         WxH with in, cm, mm or px: a box that the picture is fitted into; a paper's name (A0
+ *              to A6, letter, legal, tabloid), turned as the picture; picture (default) or page
+ * dpi          N or NxM, 1 to 65535 (with as-filter 32 to 400), picture (default) or page
  * page         WxH@DPI
  * background   #rrggbb, default #ffffff
  * exif, icc, comment   keep (default; comment: drop) or drop
@@ -270,7 +271,7 @@ KOWEN_HOST_API int32_t KowenProfileSection(const char *path, size_t index, char 
 
 /** What becomes of a file that has the output's name already. */
 typedef enum KowenReplace {
-    KOWEN_REPLACE_JPEG = 0,  /**< a JPEG is replaced, any other file is refused */
+    KOWEN_REPLACE_JPEG = 0,  /**< a JPEG or an empty file is replaced, any other one is refused */
     KOWEN_REPLACE_NEVER = 1, /**< every file is refused */
     KOWEN_REPLACE_ANY = 2    /**< every file is replaced */
 } KowenReplace;
@@ -334,8 +335,9 @@ typedef struct KowenPrepared KowenPrepared;
 
 /**
  * Hands a picture over without exporting it. Of the settings those count that decide about the
- * pixels: colour, colour-mode, background, icc, as-filter. Returns it, owned by the caller until
- * KowenFreePrepared, or null with the reason in the result.
+ * pixels: colour, colour-mode, background, icc, as-filter; they hold for its exports as well. The
+ * size counts in so far as it says whether the picture is resized. Returns it, owned by the caller
+ * until KowenFreePrepared, or null with the reason in the result.
  */
 KOWEN_HOST_API KowenPrepared *KowenPrepare(KowenModule *module, const KowenPicture *picture,
                                            const KowenSettings *settings,

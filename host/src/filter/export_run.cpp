@@ -1,0 +1,112 @@
+#include "filter/export_run.h"
+
+#include "base/failure.h"
+#include "filter/setup_profile.h"
+
+#include <cerrno>
+#include <cstring>
+
+namespace kowen::host {
+namespace {
+
+constexpr uint32_t kGroupRows = 8; // that the filter codes and writes at a time
+
+// What the module's callbacks work with.
+struct Run {
+    EditedStream *stream;
+    Progress *progress;
+    uint32_t groups; ///< that the picture has; 0 = it is written in pieces of another kind
+    uint32_t written = 0;
+
+    // A progressive picture is written when it is coded; in how many pieces is not known.
+    double Fraction() {
+        ++written;
+        return groups != 0 ? double(written) / groups : written / (written + 8.0);
+    }
+};
+
+intptr_t OnWrite(Run *run, const void *bytes, int32_t count) {
+    if (count < 0 || !run->progress->Tell(run->Fraction()))
+        return -1;
+    const auto size = static_cast<size_t>(count);
+    return run->stream->Write(static_cast<const uint8_t *>(bytes), size) == 0 ? count : -1;
+}
+
+// The filter's I/O procedure; its context is the address of a Run. The filter writes from the
+// first byte to the last: there is nothing to read, and no other place to go to.
+intptr_t OnIo(uintptr_t context, int32_t operation, void *argument, int32_t count) noexcept {
+    auto *run = reinterpret_cast<Run *>(context);
+    switch (operation) {
+    case KOWEN_IO_OPEN:
+        return static_cast<intptr_t>(context);
+    case KOWEN_IO_WRITE:
+        return OnWrite(run, argument, count);
+    case KOWEN_IO_READ:
+    case KOWEN_IO_SEEK:
+        return -1;
+    default:
+        return 0; // closing and deleting: the export's end decides about the file
+    }
+}
+
+int32_t OnStatus(uintptr_t context, int32_t, int32_t, int32_t, int32_t, int32_t, void *) noexcept {
+    return reinterpret_cast<Run *>(context)->progress->Ask() ? 0 : 1;
+}
+
+int32_t CallModule(const FilterModule &module, const Setup &setup, const Bitmap &bitmap,
+                   const CellPlan &plan, const Page &page, Run *run) {
+    ExportRecord record = {};
+    record.context = reinterpret_cast<uintptr_t>(run);
+    record.statusCallback = OnStatus;
+    record.ioContext = reinterpret_cast<uintptr_t>(run);
+    CellRecord cell = {};
+    cell.resolution = page.dpi;
+    cell.pageWidth = page.width;
+    cell.pageHeight = page.height;
+    cell.targetResolution = static_cast<uint16_t>(plan.resolution);
+    cell.targetWidth = plan.width;
+    cell.targetHeight = plan.height;
+    HostRecord host = {};
+    host.setup = setup.Handle();
+    host.exportRecord = &record;
+    BitmapRecord picture = bitmap.Record();
+    return module.exportCellData("picture.jpg", &picture, &cell, &host);
+}
+
+void CheckOutcome(const std::string &name, const EditedStream &stream, const Progress &progress,
+                  int32_t moduleCode) {
+    if (progress.Cancelled() || stream.Error() == ECANCELED)
+        FailCancelled();
+    if (stream.Error() == ENOMEM)
+        throw Failure(KOWEN_HOST_ERR_MEMORY, name + ": not enough memory for the file", ENOMEM);
+    if (stream.Error() != 0)
+        FailWith(KOWEN_HOST_ERR_OUTPUT, name, stream.Error());
+    if (moduleCode != KOWEN_OK)
+        throw Failure(KOWEN_HOST_ERR_EXPORT, name + ": the filter gave up the export with code " +
+                                                 std::to_string(moduleCode));
+    if (const char *problem = stream.Watch().Problem())
+        throw Failure(KOWEN_HOST_ERR_EXPORT,
+                      name +
+                          ": the filter gave up the export, probably for want of memory; the "
+                          "file is not whole: " +
+                          problem);
+}
+
+} // namespace
+
+void RunExport(const FilterModule &module, const Bitmap &bitmap, const CellPlan &plan,
+               const Page &page, const std::string &name, EditedStream *stream, Progress *progress,
+               int32_t *moduleCode) {
+    const SetupProfile profile(plan.settings);
+    const Setup setup(module, profile.Path(), SetupProfile::kSection);
+    setup.SetHostIo(OnIo);
+    const bool sequential = plan.settings.operation == KOWEN_OPERATION_SEQUENTIAL;
+    const auto height = static_cast<uint32_t>(plan.outputHeight);
+    Run run = {stream, progress, sequential ? height / kGroupRows + 1 : 0};
+    *moduleCode = CallModule(module, setup, bitmap, plan, page, &run);
+    if (!progress->Cancelled())
+        stream->Finish();
+    CheckOutcome(name, *stream, *progress, *moduleCode);
+}
+
+} // namespace kowen::host

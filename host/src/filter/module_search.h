@@ -1,0 +1,13 @@
+// Where the module is.
+#pragma once
+
+#include <string>
+
+namespace kowen::host {
+
+/// The module's path: $KOWEN_MODULE when it is set; else the first that exists of kowen.so beside
+/// this library, kowen/kowen.so there, ../kowen/kowen.so, and where the build was to be installed.
+/// Throws Failure that lists what was looked for.
+std::string FindModule();
+
+} // namespace kowen::host

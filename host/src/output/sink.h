@@ -1,0 +1,81 @@
+// Where the bytes of a JPEG go, in order.
+#pragma once
+
+#include "kowen/host.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+namespace kowen::host {
+
+/// Takes bytes. Nothing throws: the filter's procedure calls these.
+class Sink {
+public:
+    virtual ~Sink() = default;
+
+    /// Returns 0, or the number of the error that ends the export.
+    virtual int Write(const uint8_t *bytes, size_t count) noexcept = 0;
+
+    /// Brings everything to its place. Returns 0 or an error number.
+    virtual int Finish() noexcept { return 0; }
+};
+
+/// Keeps the bytes in memory that KowenFree frees.
+class MemorySink : public Sink {
+public:
+    MemorySink() = default;
+    ~MemorySink() override;
+    MemorySink(const MemorySink &) = delete;
+    MemorySink &operator=(const MemorySink &) = delete;
+
+    int Write(const uint8_t *bytes, size_t count) noexcept override;
+
+    size_t Size() const { return used; }
+
+    /// Hands the memory over; never null for a JPEG.
+    void *Release();
+
+private:
+    uint8_t *memory = nullptr;
+    size_t used = 0;
+    size_t capacity = 0;
+};
+
+/// Hands the bytes to the caller's function.
+class WriterSink : public Sink {
+public:
+    WriterSink(KowenWriter function, void *writeContext) : write(function), context(writeContext) {}
+
+    int Write(const uint8_t *bytes, size_t count) noexcept override {
+        return write(context, bytes, count);
+    }
+
+private:
+    KowenWriter write;
+    void *context;
+};
+
+/// Counts only.
+class CountingSink : public Sink {
+public:
+    int Write(const uint8_t *, size_t) noexcept override { return 0; }
+};
+
+/// Writes to a descriptor, in large pieces. The descriptor stays the caller's.
+class DescriptorSink : public Sink {
+public:
+    /// cancelled  asked when a signal interrupts a write that waits.
+    DescriptorSink(int fileDescriptor, std::function<bool()> cancelled);
+
+    int Write(const uint8_t *bytes, size_t count) noexcept override;
+    int Finish() noexcept override;
+
+private:
+    int fd;
+    std::function<bool()> stop;
+    std::vector<uint8_t> pending;
+};
+
+} // namespace kowen::host

@@ -1,0 +1,9 @@
+#include "picture/adjust.h"
+
+#include "picture/adjust.inl"
+
+namespace kowen::host {
+
+const AdjustForm kAdjustAvx2 = {"AVX2", PairsRow, EachBlock<SolveSingle>, EachBlock<MakeGrey>};
+
+} // namespace kowen::host

@@ -1,0 +1,64 @@
+// Settings by name: what KowenSettings is.
+#pragma once
+
+#include "settings/values.h"
+
+#include <array>
+#include <cstddef>
+#include <string>
+
+namespace kowen::host {
+
+/// The settings, in the order of their names' list.
+enum class SettingId : uint8_t {
+    kQuality,
+    kProgressive,
+    kColour,
+    kColourMode,
+    kSize,
+    kDpi,
+    kPage,
+    kBackground,
+    kExif,
+    kIcc,
+    kComment,
+    kMaxBytes,
+    kAsFilter
+};
+inline constexpr size_t kSettingCount = static_cast<size_t>(SettingId::kAsFilter) + 1;
+
+/// Where a value comes from.
+enum class Origin : uint8_t { kDefault, kProfile, kSet };
+
+/// Values with their origins.
+class NamedSettings {
+public:
+    /// Sets one by name. Throws BadArgument, then nothing has changed.
+    void Set(const std::string &name, const std::string &value);
+
+    /// The value as Set takes it back.
+    std::string Get(SettingId id) const;
+
+    Origin OriginOf(SettingId id) const { return origins[static_cast<size_t>(id)]; }
+    ExportSettings Values() const;
+    const std::string &ProfilePath() const { return profilePath; }
+
+    /// Takes what a profile's section says, but for what was set.
+    void TakeProfile(const FilterSettings &profile, const std::string &path);
+
+private:
+    ExportSettings values;
+    std::array<Origin, kSettingCount> origins = {};
+    std::string profilePath;
+};
+
+/// The setting of a name. Throws BadArgument that lists the names.
+SettingId FindSetting(const std::string &name);
+
+/// The name of a setting. Static.
+const char *SettingName(SettingId id);
+
+/// Throws BadArgument for settings that do not go together or give no usable file.
+void CheckTogether(const ExportSettings &settings);
+
+} // namespace kowen::host

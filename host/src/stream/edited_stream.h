@@ -1,0 +1,38 @@
+// The way of a JPEG from the filter to its sink: its head is changed, the rest passes.
+#pragma once
+
+#include "output/sink.h"
+#include "stream/jpeg_head.h"
+#include "stream/jpeg_watch.h"
+
+#include <vector>
+
+namespace kowen::host {
+
+/// Nothing throws: the filter's procedure calls these.
+class EditedStream {
+public:
+    /// The sink must outlive the stream.
+    EditedStream(Sink *target, const HeadEdits &headEdits) : sink(target), edits(headEdits) {}
+
+    /// Returns 0 or an error number; after the first error nothing is taken any more.
+    int Write(const uint8_t *bytes, size_t count) noexcept;
+
+    /// Writes what is kept back and finishes the sink. Returns the first error of all calls.
+    int Finish() noexcept;
+
+    int Error() const { return error; }
+    const JpegWatch &Watch() const { return watch; }
+
+private:
+    void Pass(const uint8_t *bytes, size_t count) noexcept;
+
+    Sink *sink;
+    const HeadEdits &edits;
+    std::vector<uint8_t> head; ///< kept back until it is whole
+    bool inHead = true;
+    int error = 0;
+    JpegWatch watch;
+};
+
+} // namespace kowen::host
