@@ -34,6 +34,7 @@ using Lines = std::vector<std::string>;
 constexpr int kMostOperations = 8;
 // Longer lines are read in pieces, each of them a line.
 constexpr std::size_t kMostInOnePiece = 200;
+constexpr std::size_t kLongestSection = 256; // nothing is written to one of as many bytes
 
 struct Operation {
     char letter;
@@ -159,10 +160,15 @@ void Write(const Operation &write, const ProfileUnderTest &profile) {
     const Lines before = SplitLines(profile.Get());
     kowen::WritePrivateProfileString(write.section.c_str(), write.key.c_str(), write.value.c_str(),
                                      profile.Path());
-    Require(KeepsLines(before, SplitLines(profile.Get()), false), "lines kept by a write");
-    if (!IsTame(write.section) || !IsTame(write.key))
+    const Lines after = SplitLines(profile.Get());
+    Require(KeepsLines(before, after, false), "lines kept by a write");
+    const std::string entry = write.key + "=" + write.value;
+    if (write.section.size() < kLongestSection && entry.find_first_of("\r\n") == std::string::npos)
+        Require(std::find(after.begin(), after.end(), entry) != after.end(), "a line that is new");
+    const bool isNamed = IsTame(write.section);
+    if ((!isNamed && !write.section.empty()) || !IsTame(write.key))
         return;
-    if (IsTame(write.value) && write.key.size() + write.value.size() < kMostInOnePiece &&
+    if (isNamed && IsTame(write.value) && write.key.size() + write.value.size() < kMostInOnePiece &&
         IsReadAsWritten(before, write.section))
         RequireValue(write, profile);
     if (write.value.find_first_of("\r\n") == std::string::npos)

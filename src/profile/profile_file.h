@@ -65,7 +65,8 @@ int32_t GetProfileInt(const char *section, const char *key, int32_t defaultValue
 
 /// Writes, replaces or deletes an entry; the whole file is rewritten, all line ends as its first.
 ///
-/// section  null, empty once cleaned, or of 256 bytes or more: nothing is written.
+/// section  null, or of 256 bytes or more: nothing is written. An empty one is the section "[]",
+///          which reading never finds.
 /// key      null deletes the section.
 /// value    null deletes the key, and the header of a section that is empty then.
 /// file     null or empty: nothing is written. A file that does not exist is created.
@@ -74,6 +75,11 @@ int32_t GetProfileInt(const char *section, const char *key, int32_t defaultValue
 /// on disk and takes its place in one step; when anything fails it stays. Its permissions, its
 /// owner where the system allows, and a symbolic link that leads to it are kept. A delete request
 /// for a section that is not there writes nothing.
+///
+/// Hardened: no line is cut, however long.
+/// Test: WritePrivateProfileStringTest.LongLinesAreCopiedWhole.
+/// Hardened: the new file takes the old one's place by a rename, not by a copy of which a full disk
+/// or a crash leaves a part. Test: ReplaceFileTest.TheOldFileStandsUntilTheNewOneIsOnDisk.
 ///
 /// Kept deliberately: a profile without any line end gets CR LF, a new one LF.
 /// Test: WritePrivateProfileStringTest.AProfileWithoutLineEndsGetsCrLf.
@@ -105,6 +111,9 @@ int32_t GetProfileDirectory(char *name, const char *path) noexcept;
 
 /// Makes a new empty file in /tmp, readable by its owner only. destination receives its name,
 /// below 64 bytes. Returns 1, or 0 with destination unchanged when none could be made.
+///
+/// Hardened: the file is there, not only its name, so that nobody else can put one under it.
+/// Test: QIVGetTempFileName.MakesAnEmptyFileOfItsOwn.
 int32_t QIVGetTempFileName(uint32_t, uint32_t, uint32_t, char *destination) noexcept;
 
 } // namespace kowen

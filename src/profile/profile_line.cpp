@@ -117,7 +117,7 @@ bool CleanSectionName(const char *section, CleanLine &name) noexcept {
     if (length == kProfilePieceBytes)
         return false;
     name = Clean({section, length}, kKeepNothing);
-    return name.size != 0;
+    return true;
 }
 
 bool SameName(std::string_view a, std::string_view b) noexcept {

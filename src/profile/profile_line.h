@@ -45,8 +45,7 @@ struct CleanLine {
 CleanLine Clean(std::string_view line, uint32_t keep) noexcept;
 
 /// Cleans a section name as a header is cleaned, to be compared with headers.
-/// Returns false when nothing can match it: nothing is left of it, or it has
-/// kProfilePieceBytes or more.
+/// Returns false for a name of kProfilePieceBytes or more, which nothing can match.
 bool CleanSectionName(const char *section, CleanLine &name) noexcept;
 
 /// Whether two names are the same, case ignored.

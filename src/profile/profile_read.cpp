@@ -169,7 +169,8 @@ int32_t GetPrivateProfileString(const char *section, const char *key, const char
         return 0;
     Answer answer(buffer, size, defaultText);
     CleanLine name;
-    if (!CleanSectionName(section, name))
+    // A line of which cleaning leaves nothing is skipped, so that no header has an empty name.
+    if (!CleanSectionName(section, name) || name.size == 0)
         return answer.Result();
     TextBuffer text;
     LoadText(file, text);

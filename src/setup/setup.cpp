@@ -63,7 +63,8 @@ bool FindProfile(SetupRecord &setup, const char *profilePath) noexcept {
     return named && GetProfileDirectory(setup.profilePath, module.text) == 0;
 }
 
-// An empty section matches nothing, which is also what becomes of a name that does not fit.
+// Reading finds nothing in an empty section, which is also what becomes of a name that does not
+// fit.
 void ChooseSection(SetupRecord &setup, const char *section) noexcept {
     if (IsGiven(section)) {
         CopyWhole(setup.section, section);

@@ -192,6 +192,11 @@ TEST_F(GetPrivateProfileStringTest, NoSectionOrNoDefaultTouchesNothing) {
     EXPECT_EQ(std::string(buffer, 4), "####");
 }
 
+TEST_F(GetPrivateProfileStringTest, ASectionOfWhichNothingIsLeftMatchesNothing) {
+    for (const char *section : {"[]", " ", ";a", "\""})
+        EXPECT_EQ(Value("\n[]\nA=1\n[ ]\nA=2\n;\nA=3\n", section, "A"), "(none)") << section;
+}
+
 TEST_F(GetPrivateProfileStringTest, AnOverLongSectionMatchesNothing) {
     const std::string longest(255, 's');
     EXPECT_EQ(Value(longest + "\nA=1\n", longest.c_str(), "A"), "1");

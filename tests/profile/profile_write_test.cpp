@@ -204,11 +204,20 @@ TEST_F(WritePrivateProfileStringTest, LongNamesAndValuesAreWrittenWhole) {
     EXPECT_EQ(Written("[S]\n" + key + "=1\n", "S", key.c_str(), ""), "[S]\n" + key + "=\n");
 }
 
+// Any header of which cleaning leaves nothing is its own.
+TEST_F(WritePrivateProfileStringTest, AnEmptySectionIsOneLikeAnyOther) {
+    EXPECT_EQ(Written("A=0\n[S]\nA=1\n", "", "A", "2"), "A=0\n[S]\nA=1\n\n[]\nA=2\n");
+    EXPECT_EQ(Written("", ";", "A", "2"), "\r\n[]\r\nA=2\r\n");
+    const std::string text = "[S]\nA=1\n[]\nA=1\nB=1\n[;off]\nA=1\n";
+    EXPECT_EQ(Written(text, "", "A", "2"), "[S]\nA=1\n[]\nA=2\nB=1\n[;off]\nA=1\n");
+    EXPECT_EQ(Written(text, "[ ]", "C", "2"), "[S]\nA=1\n[]\nA=1\nB=1\nC=2\n[;off]\nA=1\n");
+    EXPECT_EQ(Written(text, "", "B", nullptr), "[S]\nA=1\n[]\nA=1\n[;off]\nA=1\n");
+    EXPECT_EQ(Written(text, "[]", nullptr, nullptr), "[S]\nA=1\n[;off]\nA=1\n");
+    EXPECT_EQ(Written("[S]\nA=1\n", "", nullptr, nullptr), "[S]\nA=1\n");
+}
+
 TEST_F(WritePrivateProfileStringTest, ASectionThatNothingMatchesIsNotWritten) {
-    const std::string text = "[]\nA=1\n[;off]\nA=1\n";
-    EXPECT_EQ(Written(text, "", "A", "2"), text);
-    EXPECT_EQ(Written(text, ";", "A", "2"), text);
-    EXPECT_EQ(Written(text, "[]", nullptr, nullptr), text);
+    const std::string text = "[]\nA=1\n";
     EXPECT_EQ(Written(text, nullptr, "A", "2"), text);
     EXPECT_EQ(Written(text, std::string(256, 's').c_str(), "A", "2"), text);
     EXPECT_EQ(Written(text, std::string(100000, 's').c_str(), "A", "2"), text);
