@@ -71,7 +71,13 @@ public:
     FileComparison(Input *bytes, FileKind itsKind, FileHandle handle, int32_t openMode,
                    int32_t step, PlainFile contents)
         : input(bytes), kind(itsKind), file(handle), mode(openMode), growBy(step),
-          plain(std::move(contents)), lengthAtOpen(static_cast<int64_t>(plain.length)) {}
+          plain(std::move(contents)), lengthAtOpen(static_cast<int64_t>(plain.length)) {
+        const bool starts = (openMode & KOWEN_MODE_CREATE) != 0;
+        if (kind != FileKind::kMemory || (!starts && plain.length == 0))
+            return;
+        blockEnd = (starts ? static_cast<int64_t>(plain.room.size()) : lengthAtOpen) - 1;
+        reach = lengthAtOpen - 1;
+    }
 
     void Forget() { isKnown = false; }
     bool IsKnown() const { return isKnown; }
@@ -129,8 +135,22 @@ private:
         Require(written == count || mayFail || !isKnown, "a write that succeeds");
         if (written != count || (kind == FileKind::kDisk && mode == kModeRead))
             isKnown = false;
-        if (isKnown)
+        if (isKnown) {
+            NoteSteps(plain.position, count);
             plain.Write(bytes);
+        }
+    }
+
+    // Each byte that fills a memory file's block is found by a step, and is the last one that a
+    // seek reaches in a file that was not opened for writing.
+    void NoteSteps(int64_t position, int64_t count) {
+        if (position > blockEnd + 1)
+            reach.reset();
+        for (int64_t at = std::max(position, blockEnd); reach && at < position + count;
+             at = std::max(at + 1, blockEnd)) {
+            reach = std::max(at, static_cast<int64_t>(plain.length) - 1);
+            blockEnd += growBy;
+        }
     }
 
     // Both may move the position, behind or to the start of the buffer.
@@ -145,6 +165,10 @@ private:
         }
         if (isKnown)
             plain.position = qivSeek(file, 0, kFromCurrent);
+        if (isKnown && !fill && reach && result != -1) {
+            reach = static_cast<int64_t>(plain.length) - 1;
+            blockEnd += growBy;
+        }
     }
 
     int64_t Target(int32_t offset, int32_t whence) const {
@@ -164,7 +188,9 @@ private:
         const int isMemory = kind == FileKind::kMemory ? 1 : 0; // its last byte is the limit
         if (!IsWritable() && target > static_cast<int64_t>(plain.length) - isMemory)
             return false;
-        if (!IsWritable() && target > lengthAtOpen - isMemory)
+        if (!IsWritable() && isMemory && reach && target > *reach)
+            return false;
+        if (!IsWritable() && !(isMemory && reach) && target > lengthAtOpen - isMemory)
             return std::nullopt;
         if (kind == FileKind::kMemory && (growBy < 0 || target > kFarAway))
             return std::nullopt;
@@ -202,6 +228,8 @@ private:
     int32_t growBy;
     PlainFile plain;
     int64_t lengthAtOpen;
+    int64_t blockEnd = 0;         ///< of a memory file: the index of its block's last byte
+    std::optional<int64_t> reach; ///< and of the last byte that its last step found
     bool isKnown = true;
     bool isHuge = false; ///< a block that may be refused any more
     bool hasFailed = false;

@@ -44,12 +44,16 @@ bool GrowTo(QivFile &file, int64_t newMax) {
     return true;
 }
 
-// Grows by the whole steps after which index end, the place after the last byte, is inside.
+// Grows by the whole steps after which index end, the place after the last byte, is inside. Each
+// step is taken once the block before it is full: the length is what the last of them finds.
 bool GrowByStepsTo(QivFile &file, int64_t end) {
     if (file.growBy <= 0)
         return false;
     const int64_t steps = (end - file.bufMax + file.growBy - 1) / file.growBy;
-    return GrowTo(file, file.bufMax + steps * file.growBy);
+    if (!GrowTo(file, file.bufMax + steps * file.growBy))
+        return false;
+    file.fileLength = std::max(file.fileLength, file.bufMax - file.growBy);
+    return true;
 }
 
 // The index behind bufMax, which is -2 when a block of zeros was trimmed.
@@ -67,8 +71,12 @@ bool HasRoom(const QivFile &file) {
 
 // Before count bytes are stored where the block has no room, as after a seek past its end.
 bool MakeRoom(QivFile &file, int32_t count) {
-    if (file.bufPos == FirstBehind(file))
-        return GrowByStepsTo(file, int64_t{file.bufPos} + count);
+    if (file.bufPos == FirstBehind(file)) {
+        if (!GrowByStepsTo(file, int64_t{file.bufPos} + count))
+            return false;
+        file.fileLength = std::max(file.fileLength, file.bufPos); // the first byte made the step
+        return true;
+    }
     return file.growBy >= 0 && GrowTo(file, int64_t{file.bufPos} + file.growBy);
 }
 
@@ -120,12 +128,14 @@ bool OpenMemory(QivFile &file, QivIODesc *descriptor) noexcept {
 
 int32_t WriteMemory(QivFile &file, const void *buffer, int32_t count) noexcept {
     const auto *source = static_cast<const unsigned char *>(buffer);
+    bool stepped = false;
     for (int32_t left = count; left > 0;) {
         if (!HasRoom(file)) {
             if (file.error == kIoError)
                 return 0;
             if (!MakeRoom(file, left))
                 return Fail(file);
+            stepped = true;
         }
         const int32_t run = std::min(left, std::max(file.bufMax - file.bufPos + 1, 1));
         std::memcpy(Lock<unsigned char>(file.hBuf) + file.bufPos, source,
@@ -134,13 +144,15 @@ int32_t WriteMemory(QivFile &file, const void *buffer, int32_t count) noexcept {
         left -= run;
         file.bufPos += run;
         file.bufLast = std::max(file.bufLast, file.bufPos - 1);
-        file.dirty = 1;
+        // The byte that fills the block before the last step is written back by that step.
+        file.dirty = stepped && file.bufPos - 1 == file.fileLength ? 0 : 1;
         if (file.bufPos <= file.bufMax)
             continue;
         if (file.error == kIoError)
             return 0;
         if (!GrowByStepsTo(file, int64_t{file.bufPos} + left))
             return Fail(file);
+        stepped = true;
     }
     return count;
 }

@@ -193,9 +193,75 @@ TEST(WriteMemory, OneLongWriteGivesTheSameBlockAsManyShortOnes) {
             ASSERT_EQ(bytewise.BlockSize(), once.BlockSize());
             ASSERT_EQ(once.Bytes(static_cast<size_t>(count)), Pattern(count));
             ASSERT_EQ(bytewise.Bytes(static_cast<size_t>(count)), Pattern(count));
+            // The last step finds a full block and leaves nothing to write back.
+            const int32_t length = steps == 0 ? -1 : 4 + (steps - 1) * growBy - 1;
+            const int32_t dirty = count - 1 == length ? 0 : 1;
+            for (const FileHandle file : {a, b}) {
+                ASSERT_EQ(Record(file).fileLength, length) << count << " by " << growBy;
+                ASSERT_EQ(Record(file).dirty, dirty) << count << " by " << growBy;
+            }
             EXPECT_EQ(qivClose(a), 0);
             EXPECT_EQ(qivClose(b), 0);
         }
+    }
+}
+
+// Bytes 0 to 15 fill the block, each two more fill the next step: the last one finds 400 bytes.
+TEST(WriteMemory, AFileThatWasOnlyCreatedReachesWhatWasWritten) {
+    MemoryTarget target(std::string(16, 'x'), 2);
+    const FileHandle file = target.Open(KOWEN_MODE_CREATE);
+    EXPECT_EQ(WriteText(file, Pattern(400)), 400);
+    EXPECT_EQ(Record(file).fileLength, 399);
+    EXPECT_EQ(Record(file).dirty, 0);
+    EXPECT_EQ(qivSeek(file, 200, kFromStart), 200);
+    EXPECT_EQ(qivSeek(file, 400, kFromStart), -1);
+    qivClose(file);
+}
+
+TEST(WriteMemory, BytesBehindTheLastStepAreNotReachedYet) {
+    MemoryTarget target(std::string(16, 'x'), 10);
+    const FileHandle file = target.Open(KOWEN_MODE_CREATE);
+    EXPECT_EQ(WriteText(file, Pattern(40)), 40); // steps at 16, 26 and 36 bytes
+    EXPECT_EQ(Record(file).fileLength, 35);
+    EXPECT_EQ(Record(file).dirty, 1);
+    EXPECT_EQ(qivSeek(file, 35, kFromStart), 35);
+    EXPECT_EQ(qivSeek(file, 36, kFromStart), -1);
+    qivClose(file);
+}
+
+TEST(WriteMemory, OneLongWriteOverOldBytesGivesTheSameToo) {
+    for (const int32_t growBy : {1, 3, 8}) {
+        MemoryTarget target("0123456789", growBy);
+        const FileHandle file = target.Open(2); // of 9 bytes, by the trimming
+        EXPECT_EQ(qivSeek(file, 2, kFromStart), 2);
+        EXPECT_EQ(WriteText(file, "abc"), 3);
+        EXPECT_EQ(Record(file).fileLength, 8);
+        EXPECT_EQ(Record(file).dirty, 1) << "nothing was full";
+        EXPECT_EQ(WriteText(file, "defg"), 4);
+        EXPECT_EQ(Record(file).fileLength, 8);
+        EXPECT_EQ(Record(file).dirty, 0) << "the ninth byte was the last";
+        qivClose(file);
+    }
+}
+
+TEST(WriteMemory, TheFirstByteOfABlockOfNoBytesMakesTheFirstStep) {
+    for (const bool bytewise : {false, true}) {
+        MemoryTarget target("", 4);
+        const FileHandle file = target.Open(KOWEN_MODE_CREATE);
+        EXPECT_EQ(WriteText(file, "a"), 1);
+        EXPECT_EQ(Record(file).fileLength, 0);
+        EXPECT_EQ(Record(file).dirty, 0);
+        EXPECT_EQ(qivSeek(file, 0, kFromStart), 0);
+        EXPECT_EQ(qivSeek(file, 1, kFromStart), -1);
+        qivClose(file);
+        MemoryTarget more("", 4);
+        const FileHandle longer = more.Open(kCreateMode);
+        for (const char *text : bytewise ? std::vector<const char *>{"a", "b", "c", "d", "e", "f"}
+                                         : std::vector<const char *>{"abcdef"})
+            WriteText(longer, text);
+        EXPECT_EQ(Record(longer).fileLength, 3) << bytewise;
+        EXPECT_EQ(Record(longer).dirty, 1) << bytewise;
+        qivClose(longer);
     }
 }
 
