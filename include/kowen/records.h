@@ -146,6 +146,9 @@ typedef struct OpenRecord {
     int32_t *capabilities; /**< out, raster door: at least 60 words, or null */
 } OpenRecord;
 
+/** The same record by the name that device drivers know it by. */
+typedef OpenRecord DdInitRecord;
+
 /**
  * The head of one device request. The opcode's arguments follow directly, from byte 16, at the
  * byte offsets that docs/device.md lists; they need no alignment.
@@ -229,6 +232,13 @@ KOWEN_OFFSET(OpenRecord, setup, 52, 80);
 KOWEN_OFFSET(OpenRecord, exportRecord, 56, 88);
 KOWEN_OFFSET(OpenRecord, capabilities, 60, 96);
 KOWEN_SIZE(OpenRecord, 64, 104);
+KOWEN_OFFSET(DdInitRecord, outputName, 12, 24);
+KOWEN_OFFSET(DdInitRecord, returnAreaSize, 36, 60);
+KOWEN_OFFSET(DdInitRecord, returnArea, 40, 64);
+KOWEN_OFFSET(DdInitRecord, setup, 52, 80);
+KOWEN_OFFSET(DdInitRecord, exportRecord, 56, 88);
+KOWEN_OFFSET(DdInitRecord, capabilities, 60, 96);
+KOWEN_SIZE(DdInitRecord, 64, 104);
 KOWEN_SIZE(DdRequest, 16, 16);
 KOWEN_OFFSET(RasterQuery, pictureResolution, 8, 8);
 KOWEN_OFFSET(RasterQuery, displayHeight, 24, 24);
