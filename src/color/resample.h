@@ -30,6 +30,7 @@ MemoryHandle rlStretchBitmap(MemoryHandle bitmap, uint16_t depth, uint32_t width
 /// Returns whether it was done.
 ///
 /// Hardened: a Shrink whose row position does not fit 16 bits is not done.
+/// Test: Shrink.APositionBeyond16BitsFails.
 bool Shrink(const uint8_t *source, uint8_t *destination, uint16_t depth, uint32_t width,
             uint32_t height, uint32_t targetWidth, uint32_t targetHeight) noexcept;
 bool Stretch(const uint8_t *source, uint8_t *destination, uint16_t depth, uint32_t width,
@@ -41,6 +42,7 @@ bool Stretch(const uint8_t *source, uint8_t *destination, uint16_t depth, uint32
 /// Kept deliberately: ShrinkX takes the last pixel from the last source pixel, whatever its
 /// position. Test: ShrinkX.TheLastPixelComesFromTheLastSourcePixel.
 /// Hardened: a StretchX whose position does not fit 16 bits is not done.
+/// Test: StretchX.APositionBeyond16BitsFails.
 bool ShrinkX(const uint8_t *source, uint8_t *destination, uint16_t depth, uint32_t width,
              uint32_t rows, uint32_t targetWidth) noexcept;
 bool StretchX(const uint8_t *source, uint8_t *destination, uint16_t depth, uint32_t width,

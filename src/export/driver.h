@@ -20,7 +20,8 @@ namespace kowen {
 /// no block for memory output; KOWEN_ERR_OUTPUT (303): the output could not be opened, or its
 /// name does not fit into the setup (4,095 bytes do).
 ///
-/// An export that is still open is ended first, as termdvr does.
+/// Hardened: an export that is still open is ended first, as termdvr does, so that its output is
+/// closed. Test: InitDvr.EndsAnEarlierExportFirst.
 /// Kept deliberately: the block of memory output is not handed to the host; it is freed by
 /// termdvr. Test: InitDvr.KeepsTheMemoryBlockToItself.
 int32_t initdvr(OpenRecord *record) noexcept;

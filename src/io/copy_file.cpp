@@ -30,7 +30,8 @@ int32_t qivCopy(const char *source, const char *target) noexcept {
     const int64_t difference = CopyBytes(from, to);
     qivClose(from);
     const int32_t closed = qivClose(to);
-    // The last buffer is written by the close: without it the copy is not complete.
+    // Hardened: the last buffer is written by the close, without which the copy is not complete.
+    // Test: QivCopy.AFullDiskThatOnlyTheCloseNoticesIsReported.
     if (difference == 0 && to && closed != 0)
         return -1;
     return static_cast<int32_t>(std::max(difference, int64_t{INT32_MIN}));

@@ -23,7 +23,8 @@ std::FILE *StandardStream(const char *name) {
     return std::strcmp(name, "stdout") == 0 ? stdout : nullptr;
 }
 
-// What a write-back that failed has left in the buffer is lost with it.
+// Hardened: what a write-back that failed has left in the buffer is lost with it; the bytes that
+// come next are not taken for those. Test: FillQivIOBuf.GoesOnWhenTheDirtyBufferCannotBeWritten.
 void EmptyBuffer(QivFile &file, int32_t base) {
     if (file.dirty)
         file.lost = 1;

@@ -17,6 +17,9 @@ enum CellColors : int32_t {
 
 /// Returns what keeps the device from drawing: KOWEN_ERR_OUTPUT (303), no output is open;
 /// KOWEN_ERR_MEMORY (300), there is no current setup to draw by; or 0.
+///
+/// Hardened: a picture that has nowhere to go is reported, and nothing is read by way of a setup
+/// that is not there. Test: RasterWriteCells.NeedsAnOutputAndASetup.
 int32_t DrawingObstacle() noexcept;
 
 /// Scales a bitmap to the size that the setup and the resolution ask for, converts it to the
@@ -29,6 +32,9 @@ int32_t DrawingObstacle() noexcept;
 /// Pushes DrawingObstacle's code; KOWEN_ERR_MEMORY (300) when memory is exhausted and when a size
 /// is 0, does not fit into 32 bits or is more than the bitmap holds; an error of WriteCellBits.
 /// After a refused progress call it ends without a code: closing the device asks the host again.
+///
+/// Hardened: cells without pixels, and fewer of them than the size says, are an error.
+/// Tests: RasterWriteCells.EmptyPicturesAreAnError and ...ABitmapThatIsTooSmallIsAnError.
 ///
 /// Kept deliberately: whether to shrink or to stretch is decided by the heights alone. Test:
 /// RasterWriteCells.ScalesNothingWhenOnlyTheWidthsDiffer.
