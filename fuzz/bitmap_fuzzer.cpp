@@ -157,13 +157,13 @@ bool HasPlainForm(const Job &job) {
     if (job.colorMode != KOWEN_COLOR_UNCHANGED || job.qualityMode != KOWEN_QUALITY_USER ||
         !AreUsual(job.settings))
         return false;
-    if (!isSide(cell.targetWidth) || !isSide(cell.targetHeight) || !isSide(cell.pageWidth) ||
-        !isSide(cell.pageHeight) || !Between(cell.resolution, 32, 400) ||
+    if (!Between(cell.targetWidth, 0, 10000) || !isSide(cell.targetHeight) ||
+        !isSide(cell.pageWidth) || !isSide(cell.pageHeight) || !Between(cell.resolution, 32, 400) ||
         (cell.targetResolution != 0 && !Between(cell.targetResolution, 32, 400)))
         return false;
     reference::DoorSettings settings = job.settings;
     const reference::DoorSize size = reference::SizeOf(settings, PlainCell(cell));
-    return Between(size.width, 1, kMostPixels) && Between(size.height, 1, kMostPixels);
+    return Between(size.width, 0, kMostPixels) && Between(size.height, 1, kMostPixels);
 }
 
 // One of those that this machine has, the best one for 0.

@@ -27,6 +27,7 @@ struct Job {
     reference::DoorCell cell;
     reference::DoorBitmap picture;
     bool isInverted;
+    bool isWrittenTwice;
 };
 
 reference::DoorSettings AnySettings(Input *input) {
@@ -53,9 +54,10 @@ Job AnyJob(Input *input) {
     job.settings = AnySettings(input);
     reference::DoorBitmap &picture = job.picture;
     picture.depth = input->Pick(depths);
-    picture.width = input->Between(2, 70);
+    picture.width = input->Seldom(16) ? 0 : input->Between(2, 70);
     picture.height = input->Between(2, 50);
     job.isInverted = input->Seldom(4);
+    job.isWrittenTwice = input->Seldom(8);
     job.cell.targetResolution = input->Pick(resolutions);
     job.cell.targetWidth = picture.width;
     job.cell.targetHeight = picture.height;
@@ -71,8 +73,8 @@ Job AnyJob(Input *input) {
 bool IsSmall(const Job &job) {
     reference::DoorSettings settings = job.settings;
     const reference::DoorSize size = reference::SizeOf(settings, job.cell);
-    const auto isSide = [](int side) { return side >= 1 && side <= kMostPixels; };
-    return isSide(size.width) && isSide(size.height);
+    return size.width >= 0 && size.width <= kMostPixels && size.height >= 1 &&
+           size.height <= kMostPixels;
 }
 
 void Choose(const Job &job, SetupRecord *choices) {
@@ -128,6 +130,8 @@ public:
                                      static_cast<uint32_t>(picture.height), picture.depth));
         DrawStrips(input);
         Run(test::WritePictureRequest());
+        if (job.isWrittenTwice)
+            Run(test::WritePictureRequest());
         Run(Request(test::kEndPicture));
         Run(Request(test::kCloseDevice));
     }
@@ -144,8 +148,11 @@ private:
             const int rows = std::min(1 + static_cast<int>(input->Below(20)), picture.height - row);
             const auto *first = picture.pixels.data() + static_cast<size_t>(row) * stride;
             const Bytes strip(first, first + static_cast<size_t>(rows) * stride);
-            const auto count = static_cast<uint32_t>(rows);
-            if (input->Bool())
+            const bool isLast = row + rows == picture.height;
+            const uint32_t count = isLast && input->Seldom(8) ? input->Number<uint32_t>() | 0x8000
+                                                              : // more than fit
+                                       static_cast<uint32_t>(rows);
+            if (width != 0 && input->Bool())
                 Run(test::FarCellsRequest(width, count, -picture.depth, strip.data()));
             else
                 Run(test::CellsRequest(width, count, picture.depth, strip));
@@ -180,7 +187,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     {
         Device device(job);
         device.Draw(&input);
-        const Bytes expected = reference::ReferenceDoor(AsDrawn(job), job.cell, job.settings);
+        Bytes expected = reference::ReferenceDoor(AsDrawn(job), job.cell, job.settings);
+        if (job.isWrittenTwice) {
+            const Bytes second = reference::ReferenceDoorWithoutPixels(job.cell, job.settings);
+            expected.insert(expected.end(), second.begin(), second.end());
+        }
         Require(device.Written() == std::string(expected.begin(), expected.end()),
                 "the bytes of the plain form");
     }

@@ -145,14 +145,18 @@ void ConvertDepth(Conversion &picture, const BitmapRecord &bitmap, const Offscre
                                              bitmap.palette, palette, record.paletteCount));
 }
 
-// Brings the whole bitmap to the off-screen's size and depth. What a shrink has done, in one
-// direction or both, a stretch does not do again.
+// Brings the whole bitmap to the off-screen's size and depth.
+//
+// Hardened: a bitmap that is shrunk in one direction and stretched in the other is sampled once;
+// by the host's size a second time would read past the result of the first.
+// Test: DrawExportCellData.AShrinkInOneDirectionStretchesTheOtherToo.
 MemoryHandle Draw(OffscreenRecord &record, PrivateDrawing &drawing) {
     const auto &bitmap = *static_cast<const BitmapRecord *>(record.picture);
-    // Hardened: an off-screen without columns has no pixels, however many rows. Nor has a
-    // bitmap without a block.
+    // Hardened: a bitmap without a block has no pixels, and those of an off-screen without
+    // columns, however many rows it has, are not asked for. Tests:
+    // DrawExportCellData.ABitmapWithoutABlockIsNoBand and ...WithoutColumnsNothingIsConverted.
     if (record.width == 0 || bitmap.pixels == 0)
-        return 0;
+        return bitmap.pixels;
     Conversion picture = {bitmap.pixels, false, bitmap.width, bitmap.height};
     if (record.width < picture.width || record.bandHeight < picture.height) {
         picture.Replace(rlShrinkBitmap(picture.bits, bitmap.depth, picture.width, picture.height,

@@ -47,14 +47,16 @@ bool RunsBottomUp(const DdRequest *request) noexcept {
     return (q < p && window.y2 > window.y1) || (q > p && window.y2 < window.y1);
 }
 
-/// Returns false when a size does not fit into 32 bits.
+/// Returns false when a size does not fit into 32 bits. Rows that go into an open picture need no
+/// bitmap of their own: there may be any number of them.
 bool LayOut(CellArray *array) noexcept {
     const uint64_t width = std::min<uint64_t>(WindowColumns(), array->columns);
-    if (!LayOutRows(width, array->depth, array->rows, &array->layout))
+    const uint32_t rows = lpEMData->pictureOpen ? 1 : array->rows;
+    if (!LayOutRows(width, array->depth, rows, &array->layout))
         return false;
     const bool cutsTrueColor = array->depth == kTrueColor && width < array->columns;
     RowLayout source = array->layout;
-    if (cutsTrueColor && !LayOutRows(array->columns, kTrueColor, array->rows, &source))
+    if (cutsTrueColor && !LayOutRows(array->columns, kTrueColor, rows, &source))
         return false;
     array->sourceStep = source.stride;
     return true;
@@ -110,11 +112,16 @@ void CopyRows(const CellArray &array, uint8_t *bitmap, uint32_t bitmapRows,
     }
 }
 
+/// Rows that the source has: those that are given and lie within 4 GiB.
+uint32_t SourceRowsOf(const CellArray &array) noexcept {
+    return std::min(array.rows, UINT32_MAX / array.sourceStep);
+}
+
 void DrawRows(const CellArray &array, uint8_t *bitmap, uint32_t counted) noexcept {
     const uint32_t bitmapRows =
         array.layout.stride ? GlobalSize(lpEMData->pictureBitmap) / array.layout.stride : 0;
     if (bitmapRows > 0)
-        CopyRows(array, bitmap, bitmapRows, std::min(counted, array.rows));
+        CopyRows(array, bitmap, bitmapRows, std::min(counted, SourceRowsOf(array)));
     lpEMData->rowsDone += array.flipped ? 0u - counted : counted;
 }
 

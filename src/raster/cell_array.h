@@ -9,8 +9,8 @@ namespace kowen {
 /// to 24-bit rows. Without an open picture (primitive -5) the rows get a bitmap of their own, which
 /// is written out at once.
 ///
-/// Pushes KOWEN_ERR_MEMORY (300), and draws nothing, when there is no picture bitmap, when the
-/// address of the cells is null and when a size does not fit into 32 bits; pushes what
+/// Pushes KOWEN_ERR_MEMORY (300), and draws nothing, when there is no picture bitmap and when a
+/// size does not fit into 32 bits: of a row, and without an open picture of all rows; pushes what
 /// RasterWriteCellData does.
 ///
 /// Kept deliberately: rows drawn bottom-up start at the last row but one, and the row counter
@@ -19,8 +19,12 @@ namespace kowen {
 /// the source advance by its own full row. Test: CellArray.CutRowsAdvanceByTheCutLengthBelow24Bits.
 /// Kept deliberately: without an open picture the picture's height is 0, so that no row is copied
 /// top-down. Test: CellArray.WithoutAPictureTheImageIsBlank.
-/// Hardened: a row that would lie outside the picture bitmap is not written, and no more
-/// source rows are read than there are; the row counter moves all the same.
+/// Hardened: cells at a null address are an error, KOWEN_ERR_MEMORY (300).
+/// Test: CellArray.NoCellsAreAnError.
+/// Hardened: a row that would lie outside the picture bitmap is not written, and no source rows
+/// are read but those that there are, of which 4 GiB count; the row counter moves all the same.
+/// Tests: CellArray.RowsOutsideTheBitmapAreNotWritten and
+/// ...SourceRowsBeyondFourGibibytesAreNotRead.
 DdRequest *d_ca(DdRequest *request) noexcept;
 
 } // namespace kowen

@@ -71,17 +71,17 @@ void OpenPicture(const DdRequest *request) noexcept {
     RowLayout layout = {};
     const bool read = ReadPictureData(request, &data);
     const uint32_t depth = DepthOfPrecision(data.precision);
-    const bool fits = read && LayOutRows(ColumnsOf(data), depth, data.height, &layout);
+    const uint64_t columns = ColumnsOf(data);
+    const bool fits = read && LayOutRows(columns, depth, data.height, &layout);
     lpEMData->pictureFlags = data.flags;
     lpEMData->pictureOpen = 1;
-    lpEMData->pictureWidth = layout.width;
+    lpEMData->pictureWidth = static_cast<uint32_t>(columns);
     lpEMData->pictureHeight = data.height;
     lpEMData->pictureDepth = depth;
     lpEMData->rowsDone = 0;
+    // Without a bitmap the next cell array reports it.
     if (fits)
         lpEMData->pictureBitmap = GlobalAlloc(kGlobalFlags, layout.bytes);
-    else
-        push_er(KOWEN_ERR_MEMORY);
 }
 
 /// Makes the palette of a picture below 24 bits: 2^depth entries, of which those beyond the
@@ -117,8 +117,6 @@ PrimitivePicture DescribePicture(MemoryHandle palette) noexcept {
 int32_t OutputBitmap(MemoryHandle palette) noexcept {
     if (const int32_t obstacle = DrawingObstacle())
         return obstacle;
-    if (!lpEMData->pictureBitmap)
-        return KOWEN_ERR_MEMORY;
     // An export through the bitmap door meanwhile has put its own record there.
     lpRaster->exportRecord = lpEMData->statusRecord;
     PrimitivePicture picture = DescribePicture(palette);

@@ -394,6 +394,18 @@ TEST(WriteCellBits, BandWithoutColumnsHasNoRows) {
     EXPECT_EQ(pixels.Contents(), MakeNoise(8, 8).pixels);
 }
 
+TEST(WriteCellBits, ProgressiveBandWithoutColumnsIsFourScanHeaders) {
+    const PixelBlock pixels(MakeNoise(8, 8));
+    for (const uint32_t rows : {8u, 0xFFFFFFFFu}) {
+        Begun picture(212, 246, 0, 8);
+        EXPECT_EQ(picture.Write(pixels.Handle(), 0, rows), 0);
+        EXPECT_EQ(picture.Written(), FromHex("FF DA 00 0C 03 01 00 02 11 03 11 00 00 00"
+                                             "FF DA 00 08 01 01 00 01 3F 00"
+                                             "FF DA 00 08 01 02 11 01 3F 00"
+                                             "FF DA 00 08 01 03 11 01 3F 00"));
+    }
+}
+
 TEST(WriteCellBits, WithoutAWorkBufferTheBandIsRefused) {
     for (const int32_t operation : {245, 246}) {
         const TestBitmap bitmap = MakeNoise(16, 8);

@@ -309,6 +309,15 @@ TEST(DrawExportCellData, SizesAreShrunkAndStretched) {
     }
 }
 
+// Two pixels become one, the last, and one row two.
+TEST(DrawExportCellData, AShrinkInOneDirectionStretchesTheOtherToo) {
+    TestBitmap source = MakeNoise(2, 1);
+    source.pixels = {1, 2, 3, 4, 5, 6, 0, 0};
+    HostBitmap bitmap(source);
+    Offscreen offscreen(bitmap, 1, 2, 24);
+    EXPECT_EQ(BlockBytes(offscreen.Draw()), (Bytes{4, 5, 6, 0, 4, 5, 6, 0}));
+}
+
 // Shrunk in indices, then made colours; made colours, then stretched.
 TEST(DrawExportCellData, DepthIsConvertedBetweenShrinkingAndStretching) {
     const TestBitmap source = MakeIndexed(8, 20, 10);
@@ -354,11 +363,29 @@ TEST(DrawExportCellData, DrawWithoutMemoryAnswersZero) {
     }
 }
 
+TEST(DrawExportCellData, WithoutColumnsNothingIsConverted) {
+    HostBitmap bitmap(MakeIndexed(8, 20, 10));
+    Offscreen offscreen(bitmap, 0, 10, 24);
+    const FailingMemory memory(1);
+    EXPECT_EQ(offscreen.Draw(), bitmap.record.pixels);
+    EXPECT_FALSE(memory.Failed());
+}
+
+TEST(DrawExportCellData, ABitmapWithoutABlockIsNoBand) {
+    HostBitmap bitmap(MakeIndexed(8, 20, 10));
+    GlobalFree(bitmap.record.pixels);
+    bitmap.record.pixels = 0;
+    for (const int width : {0, 10, 20, 30}) {
+        Offscreen offscreen(bitmap, width, 10, 24);
+        EXPECT_EQ(offscreen.Draw(), 0u) << width;
+    }
+}
+
 // As many rows as there can be, none of which has a byte: drawing them ends at once.
 TEST(DrawExportCellData, RowsWithoutBytesAreNotDrawnOneByOne) {
     HostBitmap bitmap(MakeNoise(20, 10));
     Offscreen noColumns(bitmap, 0, INT32_MAX, 24);
-    EXPECT_EQ(noColumns.Draw(), 0u);
+    EXPECT_EQ(noColumns.Draw(), bitmap.record.pixels);
     bitmap.record.depth = 0;
     Offscreen noDepth(bitmap, 10, INT32_MAX, 24);
     EXPECT_EQ(noDepth.Draw(), 0u); // 60 GB

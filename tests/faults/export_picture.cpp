@@ -29,6 +29,15 @@ reference::DoorSettings SettingsOf(const ExportCase &given) {
     return settings;
 }
 
+reference::DoorCell CellOf(const ExportCase &given) {
+    reference::DoorCell cell = {kDotsPerInch, kDotsPerInch, given.width, given.height, 640, 480};
+    if (!IsDevice(given) && given.targetWidth != 0) {
+        cell.targetWidth = given.targetWidth;
+        cell.targetHeight = given.targetHeight;
+    }
+    return cell;
+}
+
 } // namespace
 
 uint64_t Fnv1a(const std::string &bytes) {
@@ -69,14 +78,15 @@ std::string PlainFile(const ExportCase &given) {
     TestBitmap bitmap = PictureOf(given);
     if (given.door == DoorKind::kRasterCells)
         bitmap.pixels.assign(bitmap.pixels.size(), 0);
-    reference::DoorCell cell = {kDotsPerInch, kDotsPerInch, given.width, given.height, 640, 480};
-    if (!IsDevice(given) && given.targetWidth != 0) {
-        cell.targetWidth = given.targetWidth;
-        cell.targetHeight = given.targetHeight;
-    }
     const reference::Bytes file = reference::ReferenceDoor(
-        {bitmap.depth, bitmap.width, bitmap.height, bitmap.pixels, bitmap.palette}, cell,
+        {bitmap.depth, bitmap.width, bitmap.height, bitmap.pixels, bitmap.palette}, CellOf(given),
         SettingsOf(given));
+    return {file.begin(), file.end()};
+}
+
+std::string PlainFileWithoutPixels(const ExportCase &given) {
+    const reference::Bytes file =
+        reference::ReferenceDoorWithoutPixels(CellOf(given), SettingsOf(given));
     return {file.begin(), file.end()};
 }
 

@@ -58,6 +58,9 @@ TestBitmap PictureOf(const ExportCase &given);
 /// The right file by the plain form of the bitmap door, for the colour formats that it knows.
 std::string PlainFile(const ExportCase &given);
 
+/// The same of a picture whose pixels are not to be had: headers and end.
+std::string PlainFileWithoutPixels(const ExportCase &given);
+
 /// Whether it ends as a finished JPEG does.
 bool IsWhole(const std::string &jpeg);
 

@@ -27,13 +27,16 @@ protected:
     HostileDevice raster{host.module, "RASTER_dd_entry"};
 };
 
-TEST_F(HostileCells, PicturesBeyond32BitsAreRefused) {
+TEST_F(HostileCells, PicturesBeyond32BitsTakeNoCells) {
     BeginBody(65535, 10);
-    EXPECT_EQ(raster.Run(OpenPictureRequest(65536, 65536, 24)), 300);
-    EXPECT_EQ(raster.Run(OpenPictureRequest(65536, 0xFFFFFFFF, 1)), 300);
-    EXPECT_EQ(raster.Run(OpenPictureRequest(65536, 2, INT32_MAX)), 300);
-    EXPECT_EQ(raster.Run(OpenPictureRequest(65536, 2, INT32_MIN)), 300);
-    EXPECT_EQ(raster.Run(WritePictureRequest()), 300);
+    const Request pictures[] = {
+        OpenPictureRequest(65536, 65536, 24), OpenPictureRequest(65536, 0xFFFFFFFF, 1),
+        OpenPictureRequest(65536, 2, INT32_MAX), OpenPictureRequest(65536, 2, INT32_MIN)};
+    for (const Request &picture : pictures) {
+        EXPECT_EQ(raster.Run(picture), 0);
+        EXPECT_EQ(raster.Run(CellsRequest(1, 1, 24, {1, 2, 3, 0})), 300);
+    }
+    EXPECT_EQ(raster.Run(WritePictureRequest()), 0);
 }
 
 TEST_F(HostileCells, PicturesOfNothingAreWrittenAsSuch) {
@@ -110,7 +113,8 @@ TEST_F(HostileCells, PictureDataShorterThanItShouldBeCountsAsZero) {
     }
     EXPECT_EQ(raster.Run(OpenPictureRequest(16, 8, 24, 0, 0xFFFFFFFF % 3)), 0);
     Request endless(kPrimitive);
-    EXPECT_EQ(RunGuarded(endless.Put(16, -5).Put(20, 0xFFFFFFFFu), 24), 300);
+    EXPECT_EQ(RunGuarded(endless.Put(16, -5).Put(20, 0xFFFFFFFFu), 24), 0);
+    EXPECT_EQ(raster.Run(CellsRequest(16, 1, 24, std::vector<uint8_t>(48))), 300);
 }
 
 TEST_F(HostileCells, TheReturnAreaIsNeverLeft) {

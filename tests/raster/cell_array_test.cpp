@@ -203,18 +203,51 @@ TEST_F(CellArray, SizesThatWrapAreAnError) {
     ASSERT_EQ(Run(OpenPictureRequest(4, 2, 8)), 0);
     const uint8_t cell = 1;
     EXPECT_EQ(Run(FarCellsRequest(0x10000000, 1, -24, &cell)), 300); // bits of a row
-    EXPECT_EQ(Run(FarCellsRequest(0x40000000, 4, -8, &cell)), 300);  // bytes of all rows
     EXPECT_EQ(Run(FarCellsRequest(4, 1, INT32_MIN, &cell)), 300);    // bits of a pixel
     EXPECT_EQ(RowsDone(), 0u);
+    EXPECT_EQ(Run(FarCellsRequest(0x1FFFFFFF, 9, -8, &cell)), 0); // no room for a row
+    EXPECT_EQ(RowsDone(), 2u);
     EXPECT_EQ(PictureBytes(), Zeros(8));
+}
+
+TEST_F(CellArray, ItsOwnBitmapMustFit) {
+    Draw(-2e9, 0, 2e9, 1);
+    const uint8_t cell = 1;
+    EXPECT_EQ(Run(FarCellsRequest(0x1FFFFFFF, 9, -8, &cell)), 300); // bytes of all rows
+    EXPECT_EQ(lpEMData->pictureBitmap, 0u);
 }
 
 TEST_F(CellArray, FullRowsThatWrapAreAnErrorToo) {
     OpenPicture(4, 2, 24);
     const uint8_t cell = 1;
     EXPECT_EQ(Run(FarCellsRequest(0x10000000, 1, -24, &cell)), 300);
-    EXPECT_EQ(Run(FarCellsRequest(0x08000000, 11, -24, &cell)), 300);
     EXPECT_EQ(RowsDone(), 0u);
+    DrawPicture(4, 2);
+    EXPECT_EQ(Run(FarCellsRequest(0x08000000, 11, -24, &cell)), 300);
+}
+
+// Rows that go into an open picture are as many as it takes of them, whatever their number.
+TEST_F(CellArray, AnOpenPictureTakesItsRowsOfAnyNumber) {
+    for (const uint32_t rows : {8u, 0x10000000u, 0xFFFFFFFFu}) {
+        OpenPicture(16, 8, 24);
+        const std::vector<uint8_t> cells = Counting(8 * 48);
+        EXPECT_EQ(Run(FarCellsRequest(16, rows, -24, cells.data())), 0) << rows;
+        EXPECT_EQ(RowsDone(), 8u) << rows;
+        EXPECT_EQ(PictureBytes(), cells) << rows;
+        Terminate();
+    }
+}
+
+// Compared as a signed word, 2^32 - 1 rows are fewer than the 3 that are left: rows 2, 1 and 0 are
+// drawn, and the counter goes round to 4. Row 7 would then be source row 4294967291.
+TEST_F(CellArray, SourceRowsBeyondFourGibibytesAreNotRead) {
+    OpenPicture(4, 8, 8);
+    lpEMData->rowsDone = 3;
+    const std::vector<uint8_t> cells = Counting(3 * 4);
+    Request request = CellsRequest(4, 0xFFFFFFFF, -8, {}, 3, 0);
+    EXPECT_EQ(Run(request.Put(102, cells.data())), 0);
+    EXPECT_EQ(RowsDone(), 4u);
+    EXPECT_EQ(PictureBytes(), Joined({Counting(4, 9), Counting(4, 5), Counting(4, 1), Zeros(20)}));
 }
 
 // Two 8-byte rows into a bitmap of 8 bytes: the second has no place, the counter moves by two.

@@ -92,8 +92,10 @@ inline DoorSize SizeOf(DoorSettings &settings, const DoorCell &cell) {
     return {pixelsAcross, (pixelsDown + 1) / 2 * 2, settings.xResolution, settings.yResolution};
 }
 
-/// Shrinks first, makes 24-bit pixels, stretches last.
+/// Shrinks first, makes 24-bit pixels, stretches last. A picture may have no columns.
 inline Bytes FittedPixels(const DoorBitmap &bitmap, int width, int height) {
+    if (width == 0)
+        return {};
     Bytes pixels = bitmap.pixels;
     auto w = static_cast<uint32_t>(bitmap.width);
     auto h = static_cast<uint32_t>(bitmap.height);
@@ -119,6 +121,13 @@ inline Bytes ReferenceDoor(const DoorBitmap &bitmap, const DoorCell &cell, DoorS
     return ReferenceExport(FittedPixels(bitmap, size.width, size.height), size.width, size.height,
                            settings.colorFormat, settings.operation, settings.quality,
                            size.xResolution, size.yResolution);
+}
+
+/// The same of a picture whose pixels are not to be had.
+inline Bytes ReferenceDoorWithoutPixels(const DoorCell &cell, DoorSettings settings) {
+    const DoorSize size = SizeOf(settings, cell);
+    return ReferenceHeaders(size.width, size.height, settings.colorFormat, settings.operation,
+                            settings.quality, size.xResolution, size.yResolution);
 }
 
 } // namespace kowen::reference

@@ -65,4 +65,18 @@ inline std::vector<uint8_t> ReferenceExport(const std::vector<uint8_t> &pixels, 
     return file;
 }
 
+/// The file of a picture whose pixels are not to be had: its headers and the end.
+inline std::vector<uint8_t> ReferenceHeaders(int width, int height, int colorFormat, int operation,
+                                             int quality, int xResolution, int yResolution) {
+    const Header header = {width,   height,      colorFormat, operation,
+                           quality, xResolution, yResolution};
+    Bytes file = FileHeader(header);
+    if (header.Sequential()) {
+        const Bytes scan = ScanHeader(header.Components(), 0, 0, 63);
+        file.insert(file.end(), scan.begin(), scan.end());
+    }
+    PutWord(file, 0xFFD9);
+    return file;
+}
+
 } // namespace kowen::reference
