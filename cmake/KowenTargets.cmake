@@ -38,14 +38,16 @@ target_compile_options(kowen_module_options INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
   $<$<AND:$<COMPILE_LANGUAGE:CXX>,$<CXX_COMPILER_ID:GNU>>:-fno-gnu-unique>)
 
-# Test programs need no speed of their own, and optimising GoogleTest's macros takes minutes.
-set(KOWEN_TEST_OPTIONS $<$<CONFIG:Release>:-O1>
+# Tests need no speed of their own, and optimising GoogleTest's macros takes minutes.
+set(KOWEN_TEST_OPTIONS $<$<CONFIG:Release>:-O0>
   # g++ 12 takes what a test pushes into a vector or appends to a string for an overflow.
   "$<$<CXX_COMPILER_ID:GNU>:-Wno-stringop-overflow;-Wno-array-bounds>")
 
-# kowen_test(name source...): one test program of a folder, each of its tests known to ctest.
+# kowen_test(name source... [SHARDS count]): one test program of a folder. ctest runs it once, or a
+# part of its tests in each of several runs side by side, when they take seconds.
 function(kowen_test name)
-  add_executable(${name} ${ARGN})
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "SHARDS" "")
+  add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
   target_link_libraries(${name} PRIVATE kowen_static kowen_test_support kowen_options GTest::gtest_main)
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/src ${CMAKE_SOURCE_DIR}/tests)
   target_compile_options(${name} PRIVATE ${KOWEN_TEST_OPTIONS})
@@ -55,6 +57,21 @@ function(kowen_test name)
     # The shell is this machine's, so what is loaded before the other machine's programs is not its.
     target_compile_definitions(${name} PRIVATE KOWEN_EMULATOR="unset LD_PRELOAD && ${emulator} ")
   endif()
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
-    PROPERTIES TIMEOUT 300 LABELS ${name})
+  # Files that share what they include are compiled together.
+  set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 6)
+  kowen_run_test(${name} "${arg_SHARDS}")
+endfunction()
+
+function(kowen_run_test name shards)
+  if(NOT shards)
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES LABELS ${name} TIMEOUT 1200)
+    return()
+  endif()
+  foreach(shard RANGE 1 ${shards})
+    math(EXPR index "${shard} - 1")
+    add_test(NAME ${name}.${shard} COMMAND ${name})
+    set_tests_properties(${name}.${shard} PROPERTIES LABELS ${name} TIMEOUT 1200
+      ENVIRONMENT "GTEST_TOTAL_SHARDS=${shards};GTEST_SHARD_INDEX=${index}")
+  endforeach()
 endfunction()

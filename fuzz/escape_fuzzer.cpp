@@ -17,11 +17,6 @@
 #include <string>
 #include <unistd.h>
 
-// Waiting for the disk would take most of the time.
-extern "C" int fsync(int) {
-    return 0;
-}
-
 namespace {
 
 using namespace kowen;

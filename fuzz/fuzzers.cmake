@@ -3,8 +3,8 @@
 # a test.
 set(reference tests/reference/color)
 
-kowen_fuzzer(profile_fuzzer fuzz/profile_fuzzer.cpp)
-kowen_fuzzer(escape_fuzzer fuzz/escape_fuzzer.cpp)
+kowen_fuzzer(profile_fuzzer fuzz/profile_fuzzer.cpp fuzz/no_waiting.cpp)
+kowen_fuzzer(escape_fuzzer fuzz/escape_fuzzer.cpp fuzz/no_waiting.cpp)
 kowen_fuzzer(bitmap_fuzzer fuzz/bitmap_fuzzer.cpp
   ${reference}/bitmap.cpp ${reference}/resample.cpp)
 kowen_fuzzer(door_fuzzer fuzz/door_fuzzer.cpp)

@@ -21,11 +21,6 @@
 #include <unistd.h>
 #include <vector>
 
-// Waiting for the disk would take most of the time.
-extern "C" int fsync(int) {
-    return 0;
-}
-
 namespace {
 
 using kowen::fuzz::Require;

@@ -206,8 +206,8 @@ TEST(RlConvertBitmapDepth, ReportsByLevel) {
     EXPECT_EQ(Printed(-1), start + end);
 }
 
-std::vector<uint32_t> Map(const Bytes *fromTable, uint16_t from, const Bytes *toTable, uint16_t to,
-                          uint32_t count) {
+std::vector<uint32_t> IndexMap(const Bytes *fromTable, uint16_t from, const Bytes *toTable,
+                               uint16_t to, uint32_t count) {
     const Block map(rlBuildColormap(fromTable ? fromTable->data() : nullptr, from,
                                     toTable ? toTable->data() : nullptr, to, count));
     std::vector<uint32_t> entries(GlobalSize(map) / 4);
@@ -220,33 +220,33 @@ using Entries = std::vector<uint32_t>;
 
 TEST(RlBuildColormap, MapsToTheNearestIndex) {
     const Bytes target = {0, 0, 0, 190, 90, 60, 0, 50, 60};
-    EXPECT_EQ(Map(&kTwoColors, 1, &target, 8, 3), Entries({2, 1}));
-    EXPECT_EQ(Map(&kTwoColors, 1, &target, 8, 2), Entries({1, 1}));
+    EXPECT_EQ(IndexMap(&kTwoColors, 1, &target, 8, 3), Entries({2, 1}));
+    EXPECT_EQ(IndexMap(&kTwoColors, 1, &target, 8, 2), Entries({1, 1}));
 }
 
 TEST(RlBuildColormap, MapsToColoursFor24Bits) {
-    EXPECT_EQ(Map(&kTwoColors, 1, &kTwoColors, 24, 2), Entries({0x0A141E00, 0xC8643200}));
-    EXPECT_EQ(Map(&kTwoColors, 1, nullptr, 24, 0), Entries({0x0A141E00, 0xC8643200}));
+    EXPECT_EQ(IndexMap(&kTwoColors, 1, &kTwoColors, 24, 2), Entries({0x0A141E00, 0xC8643200}));
+    EXPECT_EQ(IndexMap(&kTwoColors, 1, nullptr, 24, 0), Entries({0x0A141E00, 0xC8643200}));
 }
 
 TEST(RlBuildColormap, MapsOntoTheSourcesTableWhenTheDepthDoesNotShrink) {
     const Bytes twice = {10, 20, 30, 10, 20, 30};
-    EXPECT_EQ(Map(&kTwoColors, 1, nullptr, 1, 0), Entries({0, 1}));
-    EXPECT_EQ(Map(&kTwoColors, 1, nullptr, 32, 0), Entries({0, 1}));
-    EXPECT_EQ(Map(&twice, 1, nullptr, 8, 0), Entries({0, 0}));
+    EXPECT_EQ(IndexMap(&kTwoColors, 1, nullptr, 1, 0), Entries({0, 1}));
+    EXPECT_EQ(IndexMap(&kTwoColors, 1, nullptr, 32, 0), Entries({0, 1}));
+    EXPECT_EQ(IndexMap(&twice, 1, nullptr, 8, 0), Entries({0, 0}));
 }
 
 TEST(RlBuildColormap, StaysZeroWhenATableIsMissing) {
     const Bytes sixteen(48, 77);
-    EXPECT_EQ(Map(&sixteen, 4, nullptr, 1, 2), Entries(16, 0));
-    EXPECT_EQ(Map(nullptr, 1, &kTwoColors, 8, 2), Entries(2, 0));
-    EXPECT_EQ(Map(nullptr, 1, nullptr, 24, 0), Entries(2, 0));
+    EXPECT_EQ(IndexMap(&sixteen, 4, nullptr, 1, 2), Entries(16, 0));
+    EXPECT_EQ(IndexMap(nullptr, 1, &kTwoColors, 8, 2), Entries(2, 0));
+    EXPECT_EQ(IndexMap(nullptr, 1, nullptr, 24, 0), Entries(2, 0));
 }
 
 TEST(RlBuildColormap, IsNoneForDeepSources) {
     for (uint16_t from : {17, 24, 31, 32, 33, 65535})
         EXPECT_EQ(rlBuildColormap(kTwoColors.data(), from, kTwoColors.data(), 8, 2), 0u) << from;
-    EXPECT_EQ(Map(nullptr, 16, nullptr, 8, 0).size(), 65536u);
+    EXPECT_EQ(IndexMap(nullptr, 16, nullptr, 8, 0).size(), 65536u);
 }
 
 TEST(RlBuildColormap, IsNoneWithoutMemory) {

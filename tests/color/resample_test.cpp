@@ -10,11 +10,11 @@
 namespace kowen {
 namespace {
 
-constexpr uint16_t kDepths[] = {0, 1, 2, 3, 4, 5, 8, 16, 24, 32, 300};
+constexpr uint16_t kResampleDepths[] = {0, 1, 2, 3, 4, 5, 8, 16, 24, 32, 300};
 
 TEST(RlShrinkBitmap, GivesTheBytesOfThePlainForm) {
     Random random(3);
-    for (uint16_t depth : kDepths) {
+    for (uint16_t depth : kResampleDepths) {
         for (int round = 0; round < 60; ++round) {
             const uint32_t width = 1 + random.Below(70);
             const uint32_t height = 1 + random.Below(12);

@@ -159,8 +159,6 @@ Bytes Reference(const TestBitmap &bitmap, int operation = 245) {
                                       75, 100, 100);
 }
 
-const Bytes kEndOfImage = FromHex("FF D9");
-
 /// Height and width in the frame header: where they stand for three components.
 constexpr size_t kFrameSize = 20 + 134 + 5;
 

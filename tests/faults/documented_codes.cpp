@@ -15,26 +15,26 @@ struct CodeRow {
 };
 
 const std::vector<FaultKind> kAny(std::begin(kAllKinds), std::end(kAllKinds));
-const std::vector<FaultKind> kMemory = {FaultKind::kHeap};
+const std::vector<FaultKind> kHeapFaults = {FaultKind::kHeap};
 const std::vector<FaultKind> kDisk = {FaultKind::kFile, FaultKind::kShort, FaultKind::kDiskFull};
-const std::vector<FaultKind> kHost = {FaultKind::kHostZero, FaultKind::kHostError,
-                                      FaultKind::kHostFewer, FaultKind::kHostMore};
+const std::vector<FaultKind> kHostFaults = {FaultKind::kHostZero, FaultKind::kHostError,
+                                            FaultKind::kHostFewer, FaultKind::kHostMore};
 const std::vector<FaultKind> kStop = {FaultKind::kCancel};
 
 const CodeRow kRows[] = {
-    {Step::kExportCellData, kMemory, {KOWEN_ERR_OUTPUT}},
+    {Step::kExportCellData, kHeapFaults, {KOWEN_ERR_OUTPUT}},
     {Step::kExportCellData, {FaultKind::kFile}, {KOWEN_ERR_OUTPUT}},
-    {Step::kInitialise, kMemory, {KOWEN_ERR_MEMORY}},
-    {Step::kOpenDevice, kMemory, {KOWEN_ERR_MEMORY, KOWEN_ERR_OUTPUT}},
+    {Step::kInitialise, kHeapFaults, {KOWEN_ERR_MEMORY}},
+    {Step::kOpenDevice, kHeapFaults, {KOWEN_ERR_MEMORY, KOWEN_ERR_OUTPUT}},
     {Step::kOpenDevice, {FaultKind::kFile}, {KOWEN_ERR_OUTPUT}},
-    {Step::kDrawCells, kMemory, {KOWEN_ERR_MEMORY}},
-    {Step::kWritePicture, kMemory, {KOWEN_ERR_MEMORY, KOWEN_ERR_WORK_MEMORY, kEncoderMemory}},
+    {Step::kDrawCells, kHeapFaults, {KOWEN_ERR_MEMORY}},
+    {Step::kWritePicture, kHeapFaults, {KOWEN_ERR_MEMORY, KOWEN_ERR_WORK_MEMORY, kEncoderMemory}},
     {Step::kWritePicture, kStop, {KOWEN_ERR_CANCELLED}},
-    {Step::kCloseDevice, kMemory, {KOWEN_ERR_OUTPUT}},
+    {Step::kCloseDevice, kHeapFaults, {KOWEN_ERR_OUTPUT}},
     {Step::kCloseDevice, kDisk, {KOWEN_ERR_OUTPUT}},
-    {Step::kCloseDevice, kHost, {KOWEN_ERR_OUTPUT}},
+    {Step::kCloseDevice, kHostFaults, {KOWEN_ERR_OUTPUT}},
     {Step::kCloseDevice, kStop, {KOWEN_ERR_CANCELLED}},
-    {Step::kInitialiseExport, kMemory, {KOWEN_ERR_MEMORY_OUTPUT, KOWEN_ERR_OUTPUT}},
+    {Step::kInitialiseExport, kHeapFaults, {KOWEN_ERR_MEMORY_OUTPUT, KOWEN_ERR_OUTPUT}},
     {Step::kInitialiseExport, {FaultKind::kFile}, {KOWEN_ERR_OUTPUT}},
     // No metafile is recorded.
     {Step::kTerminateExport, kAny, {KOWEN_ERR_MEMORY, KOWEN_ERR_OUTPUT}},
@@ -66,7 +66,7 @@ bool IsListed(Step step, FaultKind kind, int32_t code) {
 // An open that the host's procedure refused without a name leaves nothing to write or close.
 bool IsOfARefusedOpen(const ExportCase &given, StepAnswer answer, FaultKind kind) {
     return given.output == Output::kHostUnnamed && answer.step == Step::kExportCellData &&
-           Has(kHost, kind) && answer.code == KOWEN_ERR_OUTPUT;
+           Has(kHostFaults, kind) && answer.code == KOWEN_ERR_OUTPUT;
 }
 
 } // namespace

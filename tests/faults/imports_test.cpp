@@ -1,6 +1,7 @@
 // That the sweep sees everything: what the built module takes from the C library is known, and what
 // can fail of it is wrapped.
 #include "module/elf_file.h"
+#include "support/module_path.h"
 
 #include <gtest/gtest.h>
 
@@ -29,7 +30,7 @@ bool IsOfTheStartup(const std::string &name) {
 
 TEST(ModuleImports, WhatCanFailIsSwept) {
     int wrapped = 0;
-    for (const DynamicSymbol &symbol : ElfFile(KOWEN_MODULE_PATH).DynamicSymbols()) {
+    for (const DynamicSymbol &symbol : ElfFile(kModulePath).DynamicSymbols()) {
         if (symbol.defined || IsOfTheStartup(symbol.name))
             continue;
         wrapped += kWrapped.count(symbol.name) != 0 ? 1 : 0;

@@ -18,21 +18,21 @@ struct HostCall {
     int32_t offset; // of a seek
 };
 
-std::vector<HostCall> calls;
+std::vector<HostCall> hostCalls;
 intptr_t answer;
 
 intptr_t Host(uintptr_t handleOrContext, int32_t operation, void *argument, int32_t count) {
     HostCall call = {handleOrContext, operation, argument, count, 0};
     if (operation == 4)
         std::memcpy(&call.offset, argument, sizeof call.offset);
-    calls.push_back(call);
+    hostCalls.push_back(call);
     return answer;
 }
 
 class HostFile : public testing::Test {
 protected:
     HostFile() {
-        calls.clear();
+        hostCalls.clear();
         descriptor.procedure = Host;
         descriptor.location = &context;
     }
@@ -42,11 +42,11 @@ protected:
     }
     static void ExpectLast(uintptr_t handle, int32_t operation, const void *argument,
                            int32_t count) {
-        ASSERT_FALSE(calls.empty());
-        EXPECT_EQ(calls.back().handleOrContext, handle);
-        EXPECT_EQ(calls.back().operation, operation);
-        EXPECT_EQ(calls.back().argument, argument);
-        EXPECT_EQ(calls.back().count, count);
+        ASSERT_FALSE(hostCalls.empty());
+        EXPECT_EQ(hostCalls.back().handleOrContext, handle);
+        EXPECT_EQ(hostCalls.back().operation, operation);
+        EXPECT_EQ(hostCalls.back().argument, argument);
+        EXPECT_EQ(hostCalls.back().count, count);
     }
 
     int context = 0;
@@ -60,7 +60,7 @@ TEST_F(QivOpenHost, AsksWithTheContextAndKeepsTheAnswer) {
     const char *name = "picture.jpg";
     const FileHandle file = OpenNamed(name, kCreateMode);
     ASSERT_NE(file, 0u);
-    ASSERT_EQ(calls.size(), 1u);
+    ASSERT_EQ(hostCalls.size(), 1u);
     ExpectLast(reinterpret_cast<uintptr_t>(&context), 1, name, kCreateMode);
     EXPECT_EQ(Record(file).ioHandle, 77u);
     EXPECT_EQ(Record(file).fp, nullptr);
@@ -75,7 +75,7 @@ TEST_F(QivOpenHost, AHandleMayHaveEveryBit) {
     const FileHandle file = OpenNamed("a", 0);
     ASSERT_NE(file, 0u);
     qivRead(file, &context, 1);
-    EXPECT_EQ(calls.back().handleOrContext, UINTPTR_MAX);
+    EXPECT_EQ(hostCalls.back().handleOrContext, UINTPTR_MAX);
     qivClose(file);
 }
 
@@ -90,7 +90,7 @@ TEST_F(QivOpenHost, ARefusalWithoutANameFails) {
     answer = 0;
     EXPECT_EQ(OpenNamed("", kCreateMode), 0u);
     EXPECT_EQ(OpenNamed(nullptr, 0), 0u);
-    EXPECT_EQ(calls.size(), 2u);
+    EXPECT_EQ(hostCalls.size(), 2u);
 }
 
 TEST_F(QivOpenHost, ARefusedNameOpensTheDiskFileAndStillAsksTheProcedure) {
@@ -103,7 +103,7 @@ TEST_F(QivOpenHost, ARefusedNameOpensTheDiskFileAndStillAsksTheProcedure) {
     EXPECT_EQ(directory.Read("a"), "") << "the mode has emptied it";
     answer = 3;
     EXPECT_EQ(WriteText(file, "abc"), 3);
-    ExpectLast(0, 3, calls.back().argument, 3);
+    ExpectLast(0, 3, hostCalls.back().argument, 3);
     EXPECT_EQ(qivSeek(file, 9, kFromStart), 3);
     EXPECT_EQ(FillQivIOBuf(file), -1);
     EXPECT_EQ(disk.Reads().size(), 0u);
@@ -152,7 +152,7 @@ TEST_F(QivOpenHost, ExistsAndDeleteHandTheAnswerOn) {
         EXPECT_EQ(qivOpen(name, &descriptor, 512), given);
         ExpectLast(0, 7, name, 0);
     }
-    EXPECT_EQ(calls.size(), 8u);
+    EXPECT_EQ(hostCalls.size(), 8u);
 }
 
 TEST_F(QivOpenHost, WrapsAFileThatTheHostHasOpen) {
@@ -160,7 +160,7 @@ TEST_F(QivOpenHost, WrapsAFileThatTheHostHasOpen) {
     answer = 6;
     const FileHandle file = OpenNamed("ignored", -1);
     ASSERT_NE(file, 0u);
-    EXPECT_TRUE(calls.empty()) << "it is open already";
+    EXPECT_TRUE(hostCalls.empty()) << "it is open already";
     EXPECT_EQ(Record(file).external, 1);
     EXPECT_EQ(qivRead(file, &context, 1), 6);
     ExpectLast(42, 2, &context, 1);
@@ -180,16 +180,16 @@ TEST_F(HostFile, EveryOperationIsOneCallAndHandsTheAnswerOn) {
     ExpectLast(7, 3, bytes, 9);
     answer = 123;
     EXPECT_EQ(qivSeek(file, -8, 2), 123);
-    EXPECT_EQ(calls.back().handleOrContext, 7u);
-    EXPECT_EQ(calls.back().operation, 4);
-    EXPECT_EQ(calls.back().offset, -8);
-    EXPECT_EQ(calls.back().count, 2);
+    EXPECT_EQ(hostCalls.back().handleOrContext, 7u);
+    EXPECT_EQ(hostCalls.back().operation, 4);
+    EXPECT_EQ(hostCalls.back().offset, -8);
+    EXPECT_EQ(hostCalls.back().count, 2);
     EXPECT_EQ(qivSeek(file, 0, kFromCurrent), 123) << "asked for as well, not answered here";
-    EXPECT_EQ(calls.back().count, 1);
+    EXPECT_EQ(hostCalls.back().count, 1);
     answer = -5;
     EXPECT_EQ(qivClose(file), -5);
     ExpectLast(7, 5, nullptr, 0);
-    EXPECT_EQ(calls.size(), 6u);
+    EXPECT_EQ(hostCalls.size(), 6u);
 }
 
 TEST_F(HostFile, AWriteCutShortIsLostAndTheCloseSaysSo) {
@@ -233,10 +233,10 @@ TEST_F(HostFile, CountsOfZeroReachTheHostAndNegativeOnesDoNot) {
     const FileHandle file = OpenNamed("a", kCreateMode);
     EXPECT_EQ(qivRead(file, &context, 0), 7);
     EXPECT_EQ(qivWrite(file, &context, 0), 7);
-    EXPECT_EQ(calls.size(), 3u);
+    EXPECT_EQ(hostCalls.size(), 3u);
     EXPECT_EQ(qivRead(file, &context, -1), 0);
     EXPECT_EQ(qivWrite(file, &context, -1), 0);
-    EXPECT_EQ(calls.size(), 3u);
+    EXPECT_EQ(hostCalls.size(), 3u);
     qivClose(file);
 }
 
@@ -245,7 +245,7 @@ TEST_F(HostFile, HasNoBufferToFillOrFlush) {
     const FileHandle file = OpenNamed("a", kCreateMode);
     EXPECT_EQ(FillQivIOBuf(file), -1);
     EXPECT_EQ(FlushQivIO(file), 0);
-    EXPECT_EQ(calls.size(), 1u);
+    EXPECT_EQ(hostCalls.size(), 1u);
     qivClose(file);
 }
 
@@ -256,7 +256,7 @@ TEST_F(HostFile, ComesBeforeDocumentStreams) {
     EXPECT_EQ(qivRead(file, &context, 3), 7);
     EXPECT_EQ(qivWrite(file, &context, 3), 7);
     EXPECT_EQ(qivSeek(file, 3, 0), 7);
-    EXPECT_EQ(calls.size(), 4u);
+    EXPECT_EQ(hostCalls.size(), 4u);
     qivClose(file);
 }
 
@@ -270,7 +270,7 @@ TEST_F(HostFile, CloseandDeleteAsksForTheDeletionAndAnswersZero) {
     answer = -1;
     EXPECT_EQ(qivCloseandDelete(file, directory.File("a").c_str()), 0);
     ExpectLast(7, 5, nullptr, 512);
-    EXPECT_EQ(calls.size(), 2u);
+    EXPECT_EQ(hostCalls.size(), 2u);
     EXPECT_TRUE(directory.Has("a"));
     EXPECT_EQ(owned, &context);
 }

@@ -2,6 +2,7 @@
 
 #include "jpeg/each_variant.h"
 #include "jpeg/picture_env.h"
+#include "jpeg/source_picture.h"
 #include "reference/jpeg/encoder.h"
 #include "support/bitmaps.h"
 #include "support/failing_memory.h"
@@ -22,11 +23,6 @@ std::vector<uint8_t> PixelBytes(const Picture &picture) {
     for (const reference::Pixel &pixel : picture.pixels)
         bytes.insert(bytes.end(), pixel.begin(), pixel.end());
     return bytes;
-}
-
-Picture Flat(int width, int height, reference::Pixel pixel) {
-    return {width, height,
-            std::vector<reference::Pixel>(static_cast<size_t>(width * height), pixel)};
 }
 
 Picture FromBitmap(const TestBitmap &bitmap, int colorFormat) {
@@ -248,12 +244,6 @@ TEST(CompressBands444, WithoutComponentsNothingIsCoded) {
     EXPECT_EQ(env->componentCount, 0u);
     EXPECT_TRUE(CodeBand(env, Flat(16, 8, {1, 2, 3}), 222).empty());
     EXPECT_EQ(env->bitMask, 128);
-}
-
-/// One MCU row of a bitmap as its producer holds it: its last rows in memory, bottom-up.
-SourceRows BottomUp(TestBitmap &bitmap) {
-    return {bitmap.Pixel(0, bitmap.height - 1), -bitmap.Stride(),
-            static_cast<uint32_t>(bitmap.height), static_cast<uint32_t>(bitmap.width)};
 }
 
 void ExpectMappedAndCoded(int colorFormat) {

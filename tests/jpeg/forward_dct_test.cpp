@@ -23,7 +23,7 @@ Block PlainlyTransformed(Block block) {
     return block;
 }
 
-Block Flat(int sample) {
+Block FlatBlock(int sample) {
     Block block;
     block.fill(static_cast<int16_t>(sample));
     return block;
@@ -81,9 +81,9 @@ TEST(ForwardDCT, FlatBlockHasOnlyADcOfEightTimesTheSample) {
     for (int sample = -128; sample <= 127; ++sample) {
         Block expected = {};
         expected[0] = static_cast<int16_t>(8 * sample);
-        ASSERT_EQ(Transformed(Flat(sample)), expected) << sample;
+        ASSERT_EQ(Transformed(FlatBlock(sample)), expected) << sample;
     }
-    EXPECT_EQ(Transformed(Flat(72))[0], 576);
+    EXPECT_EQ(Transformed(FlatBlock(72))[0], 576);
 }
 
 // Each row 64, 48, 32, 16, 0, -16, -32, -48: by the formula, row 0 of the result is

@@ -12,14 +12,14 @@
 namespace kowen {
 namespace {
 
-constexpr int kEntries[kHuffmanTables] = {13, 13, 257, 257, 4096, 4096};
+constexpr int kTableEntries[kHuffmanTables] = {13, 13, 257, 257, 4096, 4096};
 
 /// Six tables of the sizes that AllocMem gives them.
 class Tables {
 public:
     Tables() {
         for (size_t i = 0; i < kHuffmanTables; ++i) {
-            storage_[i].resize(static_cast<size_t>(kEntries[i]));
+            storage_[i].resize(static_cast<size_t>(kTableEntries[i]));
             pointers_[i] = storage_[i].data();
         }
     }

@@ -2,6 +2,7 @@
 
 #include "jpeg/each_variant.h"
 #include "jpeg/picture_env.h"
+#include "jpeg/source_picture.h"
 #include "reference/jpeg/encoder.h"
 #include "support/bitmaps.h"
 #include "support/failing_memory.h"
@@ -16,12 +17,6 @@ namespace kowen {
 namespace {
 
 using reference::Picture;
-
-Picture Flat(int width, int height, reference::Pixel pixel) {
-    return {width, height,
-            std::vector<reference::Pixel>(static_cast<size_t>(width) * static_cast<size_t>(height),
-                                          pixel)};
-}
 
 /// The pixels of a picture padded to whole MCUs, as the cell writer pads them.
 std::vector<uint8_t> Padded(const Picture &picture) {

@@ -2,6 +2,7 @@
 
 #include "jpeg/bands.h"
 #include "jpeg/picture_env.h"
+#include "jpeg/source_picture.h"
 #include "reference/jpeg/encoder.h"
 #include "support/bitmaps.h"
 #include "support/failing_memory.h"
@@ -287,12 +288,6 @@ TEST(CompAndWriteNRows, LeaksNothing) {
             CompAndWriteNRows(0, band.rows.data(), band.width, 8, env.Get());
         });
     }
-}
-
-/// A bitmap's rows as its producer holds them, bottom-up.
-SourceRows BottomUp(TestBitmap &bitmap) {
-    return {bitmap.Pixel(0, bitmap.height - 1), -bitmap.Stride(),
-            static_cast<uint32_t>(bitmap.height), static_cast<uint32_t>(bitmap.width)};
 }
 
 /// The writes that a sequential band's MCU rows make, quality 100.

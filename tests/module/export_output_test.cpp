@@ -13,8 +13,6 @@ namespace {
 
 using Bytes = ExportBytes;
 
-const Bytes kEndOfImage = FromHex("FF D9");
-
 class MemoryOutput : public testing::Test {
 protected:
     ExportHost host;

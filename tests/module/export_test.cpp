@@ -22,8 +22,6 @@ constexpr int kManyExports = 300;
 constexpr int kManyExports = 10000;
 #endif
 
-const Bytes kEndOfImage = FromHex("FF D9");
-
 class ExportCellDataTest : public testing::Test {
 protected:
     ExportHost host;

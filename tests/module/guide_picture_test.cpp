@@ -1,6 +1,7 @@
 // What a decoder sees in the picture of the host guide's example.
 #include "module/guide_example.h"
 #include "support/jpeg_decode.h"
+#include "support/module_path.h"
 #include "support/temp_directory.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +12,7 @@ namespace {
 TEST(GuideExample, ItsFirstRowIsTheBottomOfThePicture) {
     const TempDirectory directory;
     const std::string output = directory.File("a.jpg");
-    ASSERT_EQ(RunGuideExample(KOWEN_MODULE_PATH, output, directory.File("words")), 0);
+    ASSERT_EQ(RunGuideExample(kModulePath, output, directory.File("words")), 0);
     const kowen::test::DecodedJpeg picture =
         kowen::test::DecodeJpeg(kowen::test::ReadJpegFile(output));
     EXPECT_TRUE(picture.Clean()) << picture.error;

@@ -1,6 +1,7 @@
 // What the example of the host guide tells its user.
 #include "module/guide_example.h"
 #include "support/full_disk.h"
+#include "support/module_path.h"
 #include "support/temp_directory.h"
 
 #include <gtest/gtest.h>
@@ -12,7 +13,7 @@ namespace {
 TEST(GuideExample, SavesAWholeJpeg) {
     const TempDirectory directory;
     const std::string words = directory.File("words");
-    ASSERT_EQ(RunGuideExample(KOWEN_MODULE_PATH, directory.File("a.jpg"), words), 0);
+    ASSERT_EQ(RunGuideExample(kModulePath, directory.File("a.jpg"), words), 0);
     EXPECT_EQ(directory.Read("words"), "100 %\n");
     const std::string jpeg = directory.Read("a.jpg");
     ASSERT_GT(jpeg.size(), 700u);
@@ -23,13 +24,13 @@ TEST(GuideExample, SavesAWholeJpeg) {
 TEST(GuideExample, ReportsAnOutputThatCannotBeOpened) {
     const TempDirectory directory;
     const std::string output = directory.File("missing/a.jpg");
-    EXPECT_NE(RunGuideExample(KOWEN_MODULE_PATH, output, directory.File("words")), 0);
+    EXPECT_NE(RunGuideExample(kModulePath, output, directory.File("words")), 0);
     EXPECT_EQ(directory.Read("words"), output + ": error 303\n");
 }
 
 TEST(GuideExample, ReportsADeviceWithoutSpace) {
     const TempDirectory directory;
-    EXPECT_NE(RunGuideExample(KOWEN_MODULE_PATH, "/dev/full", directory.File("words")), 0);
+    EXPECT_NE(RunGuideExample(kModulePath, "/dev/full", directory.File("words")), 0);
     EXPECT_EQ(directory.Read("words"),
               "/dev/full: the file is not whole; is there no space left?\n100 %\n");
 }
@@ -39,7 +40,7 @@ TEST(GuideExample, ReportsAFullDisk) {
     const TempDirectory directory;
     const std::string output = full.File("a.jpg");
     const int status =
-        RunOnFullDisk(full, GuideCommand(KOWEN_MODULE_PATH, output, directory.File("words")));
+        RunOnFullDisk(full, GuideCommand(kModulePath, output, directory.File("words")));
     if (status == -1)
         GTEST_SKIP() << "only root can mount a full disk";
     EXPECT_EQ(status, 1);

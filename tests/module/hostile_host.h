@@ -107,12 +107,14 @@ private:
 /// The requests that draw a 24-bit picture at 96 dots per inch, in order.
 inline std::vector<kowen::test::Request> DrawingRequests(const TestBitmap &picture) {
     using namespace kowen::test;
+    // Divided by the compiler: the host may trap what a division leaves over.
+    constexpr double kUnit = 25.4 / 96;
     const auto width = static_cast<uint32_t>(picture.width);
     const auto height = static_cast<uint32_t>(picture.height);
     return {Request(kOpenDevice),
             Request(kBeginPicture),
             WindowRequest(0, 0, picture.width - 1, picture.height - 1),
-            ResolutionRequest(96),
+            MillimetresRequest(kUnit),
             Request(kBeginBody),
             OpenPictureRequest(width, height, 24),
             CellsRequest(width, height, 24, picture.pixels),

@@ -15,7 +15,7 @@ protected:
     /// A copy of the module's file.
     std::string CopyOfTheModule(const std::string &name) const {
         std::error_code failed;
-        std::filesystem::copy_file(KOWEN_MODULE_PATH, Path(name), failed);
+        std::filesystem::copy_file(kModulePath, Path(name), failed);
         EXPECT_FALSE(failed) << failed.message();
         return Path(name);
     }
@@ -63,7 +63,7 @@ TEST_F(HostileLoading, ACopyHasAStateOfItsOwn) {
     EXPECT_NE(copy.Table().entries, host.module.Table().entries);
     // A running device, a current setup, a name and a display of the one are not the other's.
     copy.NameModule("/elsewhere/other.so");
-    EXPECT_STREQ(host.module.Entry<const char *>("szDLLName"), KOWEN_MODULE_PATH);
+    EXPECT_STREQ(host.module.Entry<const char *>("szDLLName"), kModulePath);
     copy.Symbol<SetDisplayInfoFunction>("SetDisplayInfo")(777, 777, 111, 111);
     int16_t resolution = 0;
     host.module.Symbol<GetDisplayInfoFunction>("GetDisplayInfo")(nullptr, nullptr, &resolution,
@@ -146,7 +146,7 @@ TEST_F(HostileLoading, ANameSpaceOfItsOwn) {
     if (!kEmulator.empty())
         GTEST_SKIP() << "what helps the emulator (support/emulated_floats.c) is not in that space";
 #endif
-    void *library = dlmopen(LM_ID_NEWLM, KOWEN_MODULE_PATH, RTLD_NOW);
+    void *library = dlmopen(LM_ID_NEWLM, kModulePath, RTLD_NOW);
     ASSERT_NE(library, nullptr) << dlerror();
     EntryPointRecord record = {};
     reinterpret_cast<LoadPointersFunction>(dlsym(library, "fltLoadPointers"))(&record);

@@ -138,7 +138,7 @@ int main() {
           "this program exports its GlobalAlloc");
     const TempDirectory directory;
     {
-        ModuleHost host(KOWEN_MODULE_PATH, RTLD_NOW | RTLD_GLOBAL);
+        ModuleHost host(kModulePath, RTLD_NOW | RTLD_GLOBAL);
         host.NameModule();
         Check(host.Find("CreateSetup") != reinterpret_cast<const void *>(&CreateSetup),
               "the table names the module's CreateSetup");

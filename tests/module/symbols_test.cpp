@@ -1,5 +1,6 @@
 // What the module shows to the dynamic loader.
 #include "module/elf_file.h"
+#include "support/module_path.h"
 
 #include <gtest/gtest.h>
 
@@ -21,7 +22,7 @@ const std::set<std::string> kExports = {
 
 // Some linkers list the sections as well, by local symbols, which nobody else sees.
 std::vector<DynamicSymbol> Exports() {
-    std::vector<DynamicSymbol> symbols = ElfFile(KOWEN_MODULE_PATH).DynamicSymbols();
+    std::vector<DynamicSymbol> symbols = ElfFile(kModulePath).DynamicSymbols();
     std::erase_if(symbols, [](const DynamicSymbol &symbol) {
         return !symbol.defined || symbol.binding == STB_LOCAL;
     });
@@ -42,7 +43,7 @@ TEST(ModuleSymbols, AreGlobal) {
 }
 
 TEST(ModuleFile, IsBoundWhenLoadedAndReadOnlyAfterwards) {
-    const ElfFile module(KOWEN_MODULE_PATH);
+    const ElfFile module(kModulePath);
     EXPECT_NE(module.SegmentFlags(PT_GNU_RELRO), -1);
     unsigned long flags = 0;
     for (const unsigned long value : module.Dynamic(DT_FLAGS))
@@ -54,14 +55,14 @@ TEST(ModuleFile, IsBoundWhenLoadedAndReadOnlyAfterwards) {
 }
 
 TEST(ModuleFile, NeedsNoExecutableStack) {
-    const int flags = ElfFile(KOWEN_MODULE_PATH).SegmentFlags(PT_GNU_STACK);
+    const int flags = ElfFile(kModulePath).SegmentFlags(PT_GNU_STACK);
     ASSERT_NE(flags, -1);
     EXPECT_EQ(flags & PF_X, 0);
 }
 
 #ifndef KOWEN_SANITIZED
 TEST(ModuleFile, NeedsTheSystemsLibrariesOnly) {
-    for (const std::string &name : ElfFile(KOWEN_MODULE_PATH).Needed())
+    for (const std::string &name : ElfFile(kModulePath).Needed())
         EXPECT_TRUE(name.starts_with("libc.so") || name.starts_with("libm.so") ||
                     name.starts_with("ld-linux"))
             << name;

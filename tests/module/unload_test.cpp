@@ -45,7 +45,7 @@ long ResidentKilobytes() {
 }
 
 bool IsLoaded() {
-    void *library = dlopen(KOWEN_MODULE_PATH, RTLD_NOW | RTLD_NOLOAD);
+    void *library = dlopen(kModulePath, RTLD_NOW | RTLD_NOLOAD);
     if (library != nullptr)
         dlclose(library);
     return library != nullptr;

@@ -2,6 +2,7 @@
 
 #include "platform/global_memory.h"
 #include "platform/state.h"
+#include "setup/raster_query.h"
 #include "setup/setup_fixture.h"
 #include "setup/unlock_counter.h"
 
@@ -523,8 +524,6 @@ TEST_F(EscapeGetQuality, GivesOneWord) {
     EXPECT_EQ(out[0], -5);
     EXPECT_EQ(out[1], 7);
 }
-
-constexpr RasterQuery kQuery = {96, 0, 100, 200, 100, 960, 480};
 
 TEST_F(EscapeRasterQuery, AnswersPixels) {
     int32_t out[4] = {7, 7, 7, 7};

@@ -1,6 +1,7 @@
 #include "setup/geometry.h"
 
 #include "platform/state.h"
+#include "setup/raster_query.h"
 #include "setup/setup.h"
 
 #include <gtest/gtest.h>
@@ -59,9 +60,6 @@ void ExpectAnswer(const RasterAnswer &answer, int32_t width, int32_t height) {
     EXPECT_EQ(answer.height, height);
     EXPECT_EQ(answer.bitsPerPixel, 24);
 }
-
-// 96 dpi displays, 100 dpi pictures where nothing else is said.
-constexpr RasterQuery kQuery = {96, 0, 100, 200, 100, 960, 480};
 
 using AdjustAspectTest = GeometryTest;
 using RasterAdjustAspectTest = GeometryTest;

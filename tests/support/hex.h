@@ -36,3 +36,6 @@ inline bool BeginsWith(const std::vector<uint8_t> &bytes, const std::vector<uint
 inline bool EndsWith(const std::vector<uint8_t> &bytes, const std::vector<uint8_t> &tail) {
     return bytes.size() >= tail.size() && std::equal(tail.rbegin(), tail.rend(), bytes.rbegin());
 }
+
+/// The marker that ends a JPEG.
+inline const std::vector<uint8_t> kEndOfImage = {0xFF, 0xD9};

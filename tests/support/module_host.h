@@ -4,11 +4,12 @@
 //     const auto create = host.Entry<CreateSetupFunction>("CreateSetup");
 //     const MemoryHandle setup = create(0, "settings.ini", "JPEG", nullptr);
 //
-// A test program that links kowen_module_host has the module's path in KOWEN_MODULE_PATH. It
-// must not use the functions that entries.h and memory.h declare: these are not the module's.
+// A test program links kowen_module_host for it. It must not use the functions that entries.h and
+// memory.h declare: these are not the module's.
 #pragma once
 
 #include "kowen/kowen.h"
+#include "support/module_path.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -19,7 +20,7 @@
 class ModuleHost {
 public:
     /// Ends the program when the module cannot be loaded.
-    explicit ModuleHost(const std::string &modulePath = KOWEN_MODULE_PATH, int flags = RTLD_NOW)
+    explicit ModuleHost(const std::string &modulePath = kModulePath, int flags = RTLD_NOW)
         : path(modulePath), library(dlopen(path.c_str(), flags)) {
         if (library == nullptr)
             Give("cannot load the module", dlerror());

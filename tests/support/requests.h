@@ -68,11 +68,15 @@ inline Request WindowRequest(double x1, double y1, double x2, double y2) {
     return request;
 }
 
-/// Mode 1, in millimetres per device unit.
-inline Request ResolutionRequest(int dotsPerInch) {
+/// Mode 1: a device unit is so many millimetres.
+inline Request MillimetresRequest(double unit) {
     Request request(kSetViewportMode);
-    request.Put(16, int16_t{1}).Put(24, 25.4 / dotsPerInch);
+    request.Put(16, int16_t{1}).Put(24, unit);
     return request;
+}
+
+inline Request ResolutionRequest(int dotsPerInch) {
+    return MillimetresRequest(25.4 / dotsPerInch);
 }
 
 inline Request ColorsRequest(uint32_t start, const std::vector<uint8_t> &colors) {

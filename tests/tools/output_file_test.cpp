@@ -2,23 +2,17 @@
 
 #include "host/error.h"
 #include "support/temp_directory.h"
+#include "tools/file_mode.h"
 #include "tools/program.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <sys/stat.h>
 
 namespace kowen::host {
 namespace {
 
 namespace fs = std::filesystem;
-
-int ModeOf(const std::string &path) {
-    struct stat status = {};
-    stat(path.c_str(), &status);
-    return static_cast<int>(status.st_mode & 07777);
-}
 
 size_t FilesIn(const TempDirectory &directory) {
     size_t count = 0;

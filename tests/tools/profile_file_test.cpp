@@ -3,19 +3,14 @@
 #include "host/error.h"
 #include "support/scoped_environment.h"
 #include "support/temp_directory.h"
+#include "tools/file_mode.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <sys/stat.h>
 
 namespace kowen::host {
 namespace {
-
-int ModeOf(const std::string &path) {
-    struct stat status = {};
-    return stat(path.c_str(), &status) == 0 ? static_cast<int>(status.st_mode & 07777) : -1;
-}
 
 TEST(PrivateProfile, IsThereForItsOwnerOnlyAndGoesAgain) {
     const TempDirectory directory;

@@ -1,0 +1,3 @@
+#include "support/module_path.h"
+
+const char *const kModulePath = KOWEN_MODULE_PATH;

@@ -1,0 +1,4 @@
+// Where the built module is.
+#pragma once
+
+extern const char *const kModulePath;
