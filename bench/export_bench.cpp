@@ -3,7 +3,8 @@
 //   export_bench [PICTURE.ppm] [Google Benchmark's options]
 //
 // Without a picture (or one named by KOWEN_BENCH_PICTURE) it draws one of 6 megapixels. Cases are
-// named CASE/kowen and CASE/libjpeg-turbo; scripts/bench makes a table of them.
+// named CASE/kowen and CASE/libjpeg-turbo; scripts/bench makes a table of them. Palette pictures
+// and resized ones have no peer: an encoder takes neither.
 
 #include "module_export.h"
 #include "picture.h"
@@ -61,16 +62,21 @@ void Report(benchmark::State &state, double megapixels, size_t bytes) {
     state.counters["bytes"] = static_cast<double>(bytes);
 }
 
+JpegSize SizeOf(const Picture &picture) {
+    return {picture.width, picture.height};
+}
+
 // An export changes the pixels, so each gets a fresh copy, made while the clock stands.
-void Export(benchmark::State &state, const Picture &picture, const JpegChoice &choice) {
-    ModuleExport module(KOWEN_MODULE_PATH, choice, picture);
+void Export(benchmark::State &state, const Picture &picture, const JpegChoice &choice,
+            const JpegSize &size) {
+    ModuleExport module(KOWEN_MODULE_PATH, choice, picture, size);
     for (auto _ : state) {
         module.Refresh(picture);
         state.SetIterationTime(SecondsOf([&] { module.Save(); }));
     }
     if (module.JpegBytes() == 0)
         state.SkipWithError("the export was not finished");
-    Report(state, picture.Megapixels(), module.JpegBytes());
+    Report(state, size.width * double{1} * size.height / 1e6, module.JpegBytes());
 }
 
 void Turbo(benchmark::State &state, const Picture &picture, const JpegChoice &choice, Scans scans) {
@@ -128,7 +134,8 @@ void AddCases(const Picture &picture) {
     for (const Case &each : kCases) {
         const std::string name = each.name;
         const JpegChoice choice = each.choice;
-        Add(name + "/kowen", [=, &picture](auto &state) { Export(state, picture, choice); });
+        Add(name + "/kowen",
+            [=, &picture](auto &state) { Export(state, picture, choice, SizeOf(picture)); });
         const Scans usual = choice.progressive ? Scans::kUsual : Scans::kSequential;
         Add(name + "/libjpeg-turbo",
             [=, &picture](auto &state) { Turbo(state, picture, choice, usual); });
@@ -143,6 +150,23 @@ void AddIcons(const Picture &icon) {
     Add("10000 icons q75/kowen", [=, &icon](auto &state) { ExportIcons(state, icon, choice); });
     Add("10000 icons q75/libjpeg-turbo",
         [=, &icon](auto &state) { TurboIcons(state, icon, choice); });
+}
+
+// What is converted on its way into a JPEG: palettes widened, pixels dropped or repeated.
+void AddConversions(const Picture &picture) {
+    const JpegChoice choice = kCases[0].choice;
+    const auto add = [&](const std::string &name, const Picture &from, const JpegSize &size) {
+        Add(name + " q75/kowen", [=](auto &state) { Export(state, from, choice, size); });
+    };
+    const JpegSize half = {picture.width / 2, picture.height / 2};
+    const Picture bytes = Indexed(picture, 8);
+    add("8 bits", bytes, SizeOf(picture));
+    add("4 bits", Indexed(picture, 4), SizeOf(picture));
+    add("1 bit", Indexed(picture, 1), SizeOf(picture));
+    add("shrunk to half", picture, half);
+    add("8 bits, shrunk to half", bytes, half);
+    const Picture corner = Cut(picture, 0, 0, picture.width / 3 * 2, picture.height / 3 * 2);
+    add("stretched by half", corner, SizeOf(picture));
 }
 
 Picture ChosenPicture(int argc, char **argv) {
@@ -166,6 +190,7 @@ int main(int argc, char **argv) {
     const Picture icon = IconOf(picture);
     AddCases(picture);
     AddIcons(icon);
+    AddConversions(picture);
     Add("memcpy of the pixels/anchor", [&picture](auto &state) { CopyPixels(state, picture); });
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();

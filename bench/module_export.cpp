@@ -25,32 +25,33 @@ std::string WriteProfile(const JpegChoice &choice) {
     return path;
 }
 
-CellRecord CellOf(const Picture &picture) {
+CellRecord CellOf(const JpegSize &size) {
     CellRecord cell = {};
     cell.resolution = kResolution;
     cell.targetResolution = kResolution;
-    cell.targetWidth = cell.pageWidth = static_cast<int32_t>(picture.width);
-    cell.targetHeight = cell.pageHeight = static_cast<int32_t>(picture.height);
+    cell.targetWidth = cell.pageWidth = static_cast<int32_t>(size.width);
+    cell.targetHeight = cell.pageHeight = static_cast<int32_t>(size.height);
     return cell;
 }
 
 } // namespace
 
 ModuleExport::ModuleExport(const std::string &modulePath, const JpegChoice &choice,
-                           const Picture &picture)
+                           const Picture &picture, const JpegSize &jpegSize)
     : module(modulePath), alloc(module.Symbol<GlobalAllocFunction>("GlobalAlloc")),
       lock(module.Symbol<GlobalLockFunction>("GlobalLock")),
       release(module.Symbol<GlobalFreeFunction>("GlobalFree")),
       size(module.Symbol<GlobalSizeFunction>("GlobalSize")),
-      exportCell(module.Entry<ExportCellDataFunction>("ExportCellData")), cell(CellOf(picture)) {
+      exportCell(module.Entry<ExportCellDataFunction>("ExportCellData")), cell(CellOf(jpegSize)) {
     module.NameModule();
     const std::string profile = WriteProfile(choice);
     setup = module.Entry<CreateSetupFunction>("CreateSetup")(0, profile.c_str(), nullptr, nullptr);
     std::filesystem::remove(profile);
-    bitmap.depth = 24;
+    bitmap.depth = picture.depth;
     bitmap.width = static_cast<uint16_t>(picture.width);
     bitmap.height = static_cast<uint16_t>(picture.height);
     bitmap.pixels = alloc(KOWEN_GLOBAL_FLAGS, static_cast<uint32_t>(picture.pixels.size()));
+    bitmap.palette = CopyOf(picture.palette);
     host.setup = setup;
     host.exportRecord = &exportRecord;
     if (setup == 0 || bitmap.pixels == 0)
@@ -60,7 +61,18 @@ ModuleExport::ModuleExport(const std::string &modulePath, const JpegChoice &choi
 ModuleExport::~ModuleExport() {
     Release();
     release(bitmap.pixels);
+    release(bitmap.palette);
     module.Entry<DestroySetupFunction>("DestroySetup")(setup);
+}
+
+MemoryHandle ModuleExport::CopyOf(const std::vector<uint8_t> &bytes) const {
+    if (bytes.empty())
+        return 0;
+    const MemoryHandle block = alloc(KOWEN_GLOBAL_FLAGS, static_cast<uint32_t>(bytes.size()));
+    if (block == 0)
+        std::abort();
+    std::memcpy(lock(block), bytes.data(), bytes.size());
+    return block;
 }
 
 void ModuleExport::Refresh(const Picture &picture) {

@@ -5,6 +5,7 @@
 #include "support/module_host.h"
 
 #include <string>
+#include <vector>
 
 /// What a JPEG is made with.
 struct JpegChoice {
@@ -13,10 +14,20 @@ struct JpegChoice {
     int quality; ///< 1 to 100
 };
 
-/// A loaded module with one setup.
+/// Columns and rows of a JPEG.
+struct JpegSize {
+    uint32_t width;
+    uint32_t height;
+};
+
+/// A loaded module with one setup, and memory for a picture that is saved in the given size.
 class ModuleExport {
 public:
-    ModuleExport(const std::string &modulePath, const JpegChoice &choice, const Picture &picture);
+    ModuleExport(const std::string &modulePath, const JpegChoice &choice, const Picture &picture,
+                 const JpegSize &jpegSize);
+    /// In the picture's own size.
+    ModuleExport(const std::string &modulePath, const JpegChoice &choice, const Picture &picture)
+        : ModuleExport(modulePath, choice, picture, {picture.width, picture.height}) {}
     ~ModuleExport();
     ModuleExport(const ModuleExport &) = delete;
     ModuleExport &operator=(const ModuleExport &) = delete;
@@ -33,6 +44,8 @@ public:
     const uint8_t *Jpeg() const;
 
 private:
+    MemoryHandle CopyOf(const std::vector<uint8_t> &bytes) const;
+
     ModuleHost module;
     GlobalAllocFunction alloc;
     GlobalLockFunction lock;

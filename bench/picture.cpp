@@ -171,6 +171,24 @@ Picture ReadPpm(const std::string &path) {
     return picture;
 }
 
+Picture Indexed(const Picture &from, uint16_t depth) {
+    Picture picture{from.width, from.height, {}, depth, {}};
+    picture.pixels.resize(picture.RowBytes() * from.height);
+    for (uint32_t y = 0; y < from.height; ++y) {
+        const uint8_t *row = from.pixels.data() + from.RowBytes() * y;
+        uint8_t *indices = picture.pixels.data() + picture.RowBytes() * y;
+        for (uint32_t x = 0; x < from.width; ++x) {
+            const unsigned index = row[x * 3 + 1] >> (8 - depth);
+            const unsigned bit = x * depth;
+            indices[bit / 8] |= static_cast<uint8_t>(index << (8 - depth - bit % 8));
+        }
+    }
+    const int last = (1 << depth) - 1;
+    for (int i = 0; i <= last; ++i)
+        picture.palette.insert(picture.palette.end(), 3, static_cast<uint8_t>(i * 255 / last));
+    return picture;
+}
+
 Picture Cut(const Picture &from, uint32_t column, uint32_t row, uint32_t width, uint32_t height) {
     Picture picture{width, height, {}};
     picture.pixels.resize(picture.RowBytes() * height);

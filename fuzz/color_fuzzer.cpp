@@ -2,10 +2,13 @@
 // bytes choose the operation and its settings, the others are tables and pixels.
 #include "fuzz/module_state.h"
 
+#include "color/color_resolution.h"
 #include "color/depth.h"
 #include "color/dither.h"
-#include "color/median_cut.h"
+#include "color/flip.h"
+#include "color/layout32.h"
 #include "color/pixel.h"
+#include "color/reduce.h"
 #include "color/resample.h"
 #include "platform/global_memory.h"
 #include "reference/color/dither.h"

@@ -15,8 +15,6 @@ kowen_fuzzer(line_fuzzer fuzz/line_fuzzer.cpp)
 kowen_fuzzer(struct_fuzzer fuzz/struct_fuzzer.cpp)
 kowen_fuzzer(document_fuzzer fuzz/document_fuzzer.cpp)
 kowen_fuzzer(kernel_fuzzer fuzz/kernel_fuzzer.cpp)
-kowen_fuzzer(search_fuzzer fuzz/search_fuzzer.cpp
-  ${reference}/bitmap.cpp ${reference}/dither.cpp ${reference}/median_cut.cpp)
 kowen_fuzzer(color_fuzzer fuzz/color_fuzzer.cpp
   ${reference}/bitmap.cpp ${reference}/dither.cpp ${reference}/median_cut.cpp
   ${reference}/resample.cpp)

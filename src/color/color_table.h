@@ -9,6 +9,11 @@
 
 namespace kowen {
 
+/// 2^bits as the 16-bit count that tables are asked for with: 0 from 16 bits on.
+constexpr uint16_t ColorsOf(uint16_t bits) noexcept {
+    return bits < 16 ? static_cast<uint16_t>(1u << bits) : 0;
+}
+
 /// Borrowed view of a colour table; entries is null when there is none.
 struct ColorTable {
     const uint8_t *entries; ///< 3 bytes each: red, green, blue

@@ -45,11 +45,11 @@ MemoryHandle CompletedTable(const ColorTable &table, uint16_t bits) noexcept {
     return complete;
 }
 
-// Prepares the conversion; false when memory is exhausted.
-bool OpenConversion(RowConverter *converter, uint16_t from, uint16_t to, MemoryHandle fromTable,
-                    const ColorTable &target, uint64_t pixels) noexcept {
+// Prepares the conversion of rows of width pixels; false when memory is exhausted.
+bool PrepareConversion(RowConverter *converter, uint16_t from, uint16_t to, uint32_t width,
+                       MemoryHandle fromTable, const ColorTable &target) noexcept {
     if (from > kDeepestMapped) {
-        OpenRowConverter(converter, from, to, nullptr, target, pixels);
+        PrepareRowConverter(converter, from, to, width, nullptr, target);
         return true;
     }
     const ColorTable source = LockTable(fromTable, 1u << from);
@@ -60,7 +60,7 @@ bool OpenConversion(RowConverter *converter, uint16_t from, uint16_t to, MemoryH
     uint32_t map[256];
     FillColormap(map, PixelValues(from), isShort ? Lock<uint8_t>(complete) : source.entries, from,
                  target.entries, to, target.count);
-    OpenRowConverter(converter, from, to, map, target, pixels);
+    PrepareRowConverter(converter, from, to, width, map, target);
     rlFreeNewData(complete);
     return true;
 }
@@ -74,22 +74,14 @@ MemoryHandle rlConvertBitmapDepth(MemoryHandle bits, uint32_t width, uint32_t he
         return 0;
     MemoryHandle result = rlGetMemory(1, rlCalcNewSize(width, height, to));
     RowConverter converter;
-    if (result != 0 && !OpenConversion(&converter, from, to, fromTable, LockTable(toTable, count),
-                                       uint64_t{width} * height)) {
+    if (result != 0 &&
+        !PrepareConversion(&converter, from, to, width, fromTable, LockTable(toTable, count))) {
         GlobalFree(result);
         result = 0;
     }
     if (result != 0) {
         ReportConversionStart(GlobalSize(result));
-        const auto *source = Lock<const uint8_t>(bits);
-        auto *target = Lock<uint8_t>(result);
-        for (uint32_t y = 0; y < height; ++y) {
-            ConvertRow(&converter, source, target, width);
-            ReportConvertedRow(width, y);
-            source += rlBytesPerLine(width, from);
-            target += rlBytesPerLine(width, to);
-        }
-        CloseRowConverter(&converter);
+        ConvertRows(&converter, Lock<const uint8_t>(bits), Lock<uint8_t>(result), height);
     }
     ReportConversionEnd();
     return result;

@@ -12,35 +12,6 @@
 
 namespace kowen {
 
-/// Converts a bitmap to another depth, choosing the colours when it gets fewer bits.
-///
-/// bits   the source bitmap; borrowed, not freed.
-/// table  in: the source's colour table, or 0; borrowed. Out: the new table, owned by the caller.
-///
-/// With fewer bits: from 24 bits to 8 or more the picture's own colours are reduced, else above
-/// 4 bits the colours of the table are. A target below 8 bits is dithered with the result, or with
-/// colours that rlDitherBitmap chooses.
-///
-/// Returns the new bitmap, owned by the caller; 0 when memory is exhausted or the source's block
-/// is too small for its size.
-///
-/// Kept deliberately: table becomes 0 when no new table was made, also when the depth only grows;
-/// a caller that needs its table keeps its handle.
-/// Test: RlChangeColorResolution.GrowingClearsTheTableHandle.
-MemoryHandle rlChangeColorResolution(MemoryHandle bits, uint32_t width, uint32_t height,
-                                     uint16_t from, uint16_t to, MemoryHandle *table) noexcept;
-
-/// Makes a table of at most *count colours for a 24-bit picture.
-///
-/// image  24-bit bitmap, or a colour table as its one row; borrowed. It may lack the padding of
-///        its last row.
-/// count  in: entries wanted, the size of the new block; out: entries made.
-///
-/// Returns the table, owned by the caller; a count of 0 makes an empty one. 0 with a count of 0
-/// when memory is exhausted or the image's block is too small for its size.
-MemoryHandle rlReduceColorTable(MemoryHandle image, uint16_t width, uint16_t height,
-                                uint16_t *count) noexcept;
-
 /// Converts a bitmap to another depth with given tables.
 ///
 /// fromTable  the source's colour table, or 0; borrowed.
@@ -76,19 +47,5 @@ MemoryHandle rlBuildColormap(const uint8_t *fromTable, uint16_t from, const uint
 
 /// Frees a map; 0 is ignored. Returns 0.
 int32_t rlFreeColormap(MemoryHandle map) noexcept;
-
-/// Converts 32-bit pixels in place: each of the first three bytes becomes 255 minus itself and the
-/// fourth 0.
-/// Hardened, here and below: pixels beyond the block's end are left out.
-void rlRGB4toCMYK(MemoryHandle bits, uint32_t width, uint32_t height) noexcept;
-
-/// Converts 32-bit pixels C, M, Y, K to red, green, blue in place: 255 - max(C, K) and so on.
-///
-/// Kept deliberately: the result is packed from the start of the block, 3 bytes a pixel, without
-/// padding of rows. Test: RlCMYKtoRGB.RowsAreNotPadded.
-void rlCMYKtoRGB(MemoryHandle bits, uint32_t width, uint32_t height) noexcept;
-
-/// Drops the fourth byte of 32-bit pixels in place; the result is packed as of rlCMYKtoRGB.
-void rlALPHAtoRGB(MemoryHandle bits, uint32_t width, uint32_t height) noexcept;
 
 } // namespace kowen

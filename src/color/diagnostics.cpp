@@ -37,9 +37,7 @@ void ReportConversionStart(uint32_t bytes) noexcept {
         std::fputs("Converted bits. Each (.) represents one scan line\n", stderr);
 }
 
-void ReportConvertedRow(uint32_t width, uint32_t y) noexcept {
-    for (uint32_t x = 0; TracesPixels() && x < width; ++x)
-        TracePixel(x, y);
+void ReportConvertedRow() noexcept {
     if (ShowsRows())
         std::fputs(".", stderr);
 }

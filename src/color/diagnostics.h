@@ -5,10 +5,10 @@
 
 namespace kowen {
 
-/// What rlConvertBitmapDepth reports, on standard error: before the rows, after each row of width
-/// pixels, and at the end.
+/// What rlConvertBitmapDepth reports, on standard error: before the rows, after each row, and at
+/// the end. bytes is the size of the target.
 void ReportConversionStart(uint32_t bytes) noexcept;
-void ReportConvertedRow(uint32_t width, uint32_t y) noexcept;
+void ReportConvertedRow() noexcept;
 void ReportConversionEnd() noexcept;
 
 /// What rlReduceColorTable reports, on standard error: the wanted count and the resulting table.

@@ -1,17 +1,16 @@
 #include "color/dither.h"
 
+#include "color/color_mode.h"
 #include "color/color_table.h"
 #include "color/depth.h"
 #include "color/diagnostics.h"
-#include "color/dither_row.h"
-#include "color/dither_rows.h"
+#include "color/nearest.h"
 #include "color/pixel.h"
-#include "color/row_convert.h"
+#include "color/reduce.h"
 #include "platform/global_memory.h"
 
 #include <algorithm>
 #include <cstring>
-#include <utility>
 
 namespace kowen {
 namespace {
@@ -29,23 +28,17 @@ constexpr uint8_t must_have_colors[8][3] = {{255, 255, 255}, {255, 255, 0}, {255
 constexpr uint16_t kMonoColors = 8;
 constexpr uint16_t kMustHaves = 8;
 
-// The picture with 24 bits per pixel: the source itself, or a copy to be freed.
+// A bitmap of 24 bits per pixel.
 struct TrueColors {
-    MemoryHandle pixels; ///< 0 on failure
-    MemoryHandle copy;
+    MemoryHandle pixels;
+    uint32_t width;
+    uint32_t height;
 };
 
-TrueColors OpenTrueColors(MemoryHandle bitmap, uint32_t width, uint32_t height, uint16_t from,
-                          MemoryHandle palette) noexcept {
-    // A copy of 24 bits is of no use, except to be reported.
-    if (from == 24 && _debug_color_res == 0)
-        return {BitmapFits(bitmap, width, height, from) ? bitmap : 0, 0};
-    const MemoryHandle copy = rlConvertBitmapDepth(bitmap, width, height, from, 24, palette, 0, 0);
-    return {copy, copy};
-}
-
-void CloseTrueColors(const TrueColors &picture) noexcept {
-    rlFreeNewData(picture.copy);
+// A copy of a bitmap with 24 bits; its pixels are 0 on failure.
+TrueColors CopyOf(MemoryHandle bitmap, uint32_t width, uint32_t height, uint16_t from,
+                  MemoryHandle palette) noexcept {
+    return {rlConvertBitmapDepth(bitmap, width, height, from, 24, palette, 0, 0), width, height};
 }
 
 // A table and how many of its colours are meant.
@@ -53,10 +46,6 @@ struct ChosenTable {
     MemoryHandle table; ///< 0 on failure
     uint16_t count;
 };
-
-uint16_t ColorsOf(uint16_t bits) noexcept {
-    return bits < 16 ? static_cast<uint16_t>(1u << bits) : 0;
-}
 
 bool IsMono(uint16_t to) noexcept {
     return ColorsOf(to) < 3;
@@ -70,12 +59,12 @@ ChosenTable MakeMonoTable() noexcept {
 }
 
 // Quantised colours and the must-haves, in a table of 2^to entries.
-ChosenTable MakeColorTable(const TrueColors &picture, uint32_t width, uint32_t height,
-                           uint16_t to) noexcept {
+ChosenTable MakeColorTable(const TrueColors &picture, uint16_t to) noexcept {
     const uint16_t colors = ColorsOf(to);
     uint16_t quantised = colors > kMustHaves ? colors - kMustHaves : 0;
-    const MemoryHandle reduced = rlReduceColorTable(picture.pixels, static_cast<uint16_t>(width),
-                                                    static_cast<uint16_t>(height), &quantised);
+    const MemoryHandle reduced =
+        rlReduceColorTable(picture.pixels, static_cast<uint16_t>(picture.width),
+                           static_cast<uint16_t>(picture.height), &quantised);
     const MemoryHandle table = reduced != 0 ? rlGetMemory(kTableEntryBytes, colors) : 0;
     if (table != 0) {
         auto *entries = Lock<uint8_t>(table);
@@ -89,79 +78,59 @@ ChosenTable MakeColorTable(const TrueColors &picture, uint32_t width, uint32_t h
 }
 
 // The table that a picture is dithered to when the caller may have given one.
-ChosenTable ChooseTable(const TrueColors &picture, uint32_t width, uint32_t height, uint16_t to,
-                        MemoryHandle given) noexcept {
+ChosenTable ChooseTable(const TrueColors &picture, uint16_t to, MemoryHandle given) noexcept {
     if (given != 0)
         return {given, ColorsOf(to)};
-    return IsMono(to) ? MakeMonoTable() : MakeColorTable(picture, width, height, to);
+    return IsMono(to) ? MakeMonoTable() : MakeColorTable(picture, to);
 }
 
-// What each index becomes in the target: what rlConvertBitmapDepth makes of its colour.
-void MapIndices(const ColorTable &table, uint16_t to, uint32_t map[256]) noexcept {
-    for (uint32_t i = 0; i < 256; ++i) {
-        uint32_t color = ColorValue(0, 0, 0);
-        if (i < table.count) {
-            const uint8_t *entry = table.entries + size_t{i} * kTableEntryBytes;
-            color = ColorValue(entry[0], entry[1], entry[2]);
-        }
-        map[i] = StoredValue(to, color, nullptr, table.entries, table.count);
+void TurnRowGrey(const TrueColors &picture, uint8_t *row) noexcept {
+    rev_rgb(static_cast<int32_t>(picture.width), row, kModeGreyScale);
+}
+
+// Dithers all rows in place; those of no columns are none. For 1 bit, each is turned grey before
+// errors reach it.
+void DitherRows(const TrueColors &picture, const ColorTable &table, bool turnsGrey) noexcept {
+    const uint32_t rows = picture.width != 0 ? picture.height : 0;
+    const size_t stride = rlBytesPerLine(picture.width, 24);
+    uint8_t *row = Lock<uint8_t>(picture.pixels);
+    ReportDitherStart();
+    if (turnsGrey && rows != 0)
+        TurnRowGrey(picture, row);
+    for (uint32_t y = 0; y < rows; ++y, row += stride) {
+        uint8_t *next = y + 1 < rows ? row + stride : nullptr;
+        if (turnsGrey && next != nullptr)
+            TurnRowGrey(picture, next);
+        _rlDitherOneLine(row, next, table.entries, picture.width,
+                         static_cast<uint16_t>(table.count));
+        ReportDitheredRow();
     }
+    ReportDitherEnd();
 }
 
-// Prepares the conversion of dithered rows: of their indices, or of their colours where an index
-// does not fit a byte.
-void OpenTarget(RowConverter *converter, const ColorTable &table, uint16_t to,
-                uint64_t pixels) noexcept {
-    if (table.count > 256)
-        return OpenRowConverter(converter, 24, to, nullptr, table, pixels);
-    uint32_t map[256];
-    MapIndices(table, to, map);
-    OpenRowConverter(converter, 8, to, map, {nullptr, 0}, pixels);
-}
-
-// Dithered rows are converted as they come; this reports it as rlConvertBitmapDepth would.
-void ReportConversion(MemoryHandle result, uint32_t width, uint32_t height) noexcept {
-    ReportConversionStart(GlobalSize(result));
-    for (uint32_t y = 0; y < height; ++y)
-        ReportConvertedRow(width, y);
-    ReportConversionEnd();
-}
-
-MemoryHandle DitherToTable(const TrueColors &picture, uint32_t width, uint32_t height, uint16_t to,
-                           MemoryHandle table, uint16_t count) noexcept {
-    RowDitherer ditherer;
+MemoryHandle DitherToTable(const TrueColors &picture, uint16_t to, MemoryHandle table,
+                           uint16_t count) noexcept {
     const ColorTable colors = LockTable(table, count);
-    MemoryHandle result = rlGetMemory(1, rlCalcNewSize(width, height, to));
-    if (result != 0 && OpenRowDitherer(&ditherer, Lock<const uint8_t>(picture.pixels), width,
-                                       height, colors, to == 1)) {
-        OpenTarget(&ditherer.converter, colors, to, uint64_t{width} * height);
-        ReportDitherTable(colors.entries, colors.count);
-        ReportDitherStart();
-        DitherRows(&ditherer, Lock<uint8_t>(result), rlBytesPerLine(width, to));
-        ReportDitherEnd();
-        ReportConversion(result, width, height);
-        CloseRowConverter(&ditherer.converter);
-        CloseRowDitherer(&ditherer);
-        return result;
-    }
-    rlFreeNewData(result);
-    return 0;
+    ReportDitherTable(colors.entries, colors.count);
+    DitherRows(picture, colors, to == 1);
+    return rlConvertBitmapDepth(picture.pixels, picture.width, picture.height, 24, to, 0, table,
+                                count);
 }
 
 } // namespace
 
 MemoryHandle rlDitherBitmap(MemoryHandle bitmap, uint32_t width, uint32_t height, uint16_t from,
                             uint16_t to, MemoryHandle palette, MemoryHandle *table) noexcept {
-    const TrueColors picture = OpenTrueColors(bitmap, width, height, from, palette);
+    const TrueColors picture = CopyOf(bitmap, width, height, from, palette);
+    if (picture.pixels == 0)
+        return 0;
     MemoryHandle result = 0;
-    if (picture.pixels != 0) {
-        const ChosenTable chosen = ChooseTable(picture, width, height, to, *table);
-        if (chosen.table != 0) {
-            *table = chosen.table;
-            result = DitherToTable(picture, width, height, to, chosen.table, chosen.count);
-        }
+    const ChosenTable chosen = ChooseTable(picture, to, *table);
+    if (chosen.table != 0) {
+        *table = chosen.table;
+        result = DitherToTable(picture, to, chosen.table, chosen.count);
     }
-    CloseTrueColors(picture);
+    GlobalFree(picture.pixels);
     return result;
 }
 
@@ -169,11 +138,11 @@ MemoryHandle rlDitherGetCT(MemoryHandle bitmap, uint32_t width, uint32_t height,
                            uint16_t to, MemoryHandle palette, MemoryHandle *table,
                            uint16_t *count) noexcept {
     *count = 0;
-    const TrueColors picture = OpenTrueColors(bitmap, width, height, from, palette);
+    const TrueColors picture = CopyOf(bitmap, width, height, from, palette);
     if (picture.pixels == 0)
         return 0;
-    const ChosenTable chosen = ChooseTable(picture, width, height, to, IsMono(to) ? *table : 0);
-    CloseTrueColors(picture);
+    const ChosenTable chosen = ChooseTable(picture, to, IsMono(to) ? *table : 0);
+    GlobalFree(picture.pixels);
     if (chosen.table == 0)
         return 0;
     *table = chosen.table;
@@ -186,19 +155,12 @@ MemoryHandle rlDitherGetCT(MemoryHandle bitmap, uint32_t width, uint32_t height,
 MemoryHandle rlDitherGivenCT(MemoryHandle bitmap, uint32_t width, uint32_t height, uint16_t from,
                              uint16_t to, MemoryHandle palette, MemoryHandle table,
                              uint16_t count) noexcept {
-    const TrueColors picture = OpenTrueColors(bitmap, width, height, from, palette);
+    const TrueColors picture = CopyOf(bitmap, width, height, from, palette);
     if (picture.pixels == 0)
         return 0;
-    const MemoryHandle result = DitherToTable(picture, width, height, to, table, count);
-    CloseTrueColors(picture);
+    const MemoryHandle result = DitherToTable(picture, to, table, count);
+    GlobalFree(picture.pixels);
     return result;
-}
-
-void _rlDitherOneLine(uint8_t *current, uint8_t *next, const uint8_t *table, uint32_t width,
-                      uint16_t count) noexcept {
-    NearestFinder finder;
-    OpenFinder(&finder, {table, count}, 0);
-    DitherRow(&finder, current, next, width, nullptr);
 }
 
 } // namespace kowen

@@ -1,5 +1,6 @@
+#include "color/flip.h"
+
 #include "color/pixel.h"
-#include "color/resample.h"
 #include "platform/global_memory.h"
 
 #include <algorithm>
@@ -31,27 +32,9 @@ void ExchangePixels(const Canvas &canvas, uint32_t y, uint32_t x, uint32_t farX)
     rlSetPixel(canvas.pixels, canvas.stride, farX, y, canvas.depth, left, nullptr, nullptr, 0);
 }
 
-// Exchanges pixels 1, 2, ... of Bytes bytes with those as far from the end.
-template <int Bytes> void MirrorBytes(uint8_t *row, uint32_t width) noexcept {
-    for (uint32_t x = 1; x < width / 2; ++x)
-        std::swap_ranges(row + size_t{x} * Bytes, row + (size_t{x} + 1) * Bytes,
-                         row + size_t{width - x} * Bytes);
-}
-
-// Mirrors a row. Only the first exchange leaves it, and may have to be left out.
 void MirrorRow(const Canvas &canvas, uint32_t y) noexcept {
-    uint8_t *row = canvas.pixels + size_t{y} * canvas.stride;
-    if (canvas.width >= 2)
-        ExchangePixels(canvas, y, 0, canvas.width);
-    if (TracesPixels() || canvas.depth < 8)
-        for (uint32_t x = 1; x < canvas.width / 2; ++x)
-            ExchangePixels(canvas, y, x, canvas.width - x);
-    else if (canvas.depth == 8)
-        MirrorBytes<1>(row, canvas.width);
-    else if (canvas.depth == 24)
-        MirrorBytes<3>(row, canvas.width);
-    else if (canvas.depth == 32)
-        MirrorBytes<4>(row, canvas.width);
+    for (uint32_t x = 0; x < canvas.width / 2; ++x)
+        ExchangePixels(canvas, y, x, canvas.width - x);
 }
 
 void ExchangeRows(const Canvas &canvas, uint32_t top, uint32_t bottom) noexcept {

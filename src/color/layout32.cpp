@@ -1,4 +1,4 @@
-#include "color/depth.h"
+#include "color/layout32.h"
 #include "platform/global_memory.h"
 
 #include <algorithm>

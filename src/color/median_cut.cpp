@@ -1,6 +1,5 @@
 #include "color/median_cut.h"
 
-#include "color/kernels.h"
 #include "color/pixel.h"
 #include "platform/global_memory.h"
 
@@ -11,7 +10,6 @@ namespace kowen {
 namespace {
 
 constexpr uint16_t kMaxCount = 65535;
-constexpr uint64_t kManyPixels = 65536;
 
 // Frees the block of a context's field and puts a zero-filled one there; null when memory is
 // exhausted.
@@ -40,35 +38,6 @@ uint16_t CountColors(uint16_t *histogram, const uint8_t *pixels, uint32_t width,
             count += count < kMaxCount;
         }
     }
-    return distinct;
-}
-
-// As CountColors, for many pixels: counted in full, and limited at the end. Counts of a block of 4
-// GB fit 32 bits.
-uint16_t CountManyColors(uint16_t *histogram, uint32_t *counts, const uint8_t *pixels,
-                         uint32_t width, uint32_t height) noexcept {
-    const size_t stride = rlBytesPerLine(width, 24);
-    uint32_t *const others = counts + kColorKeys;
-    for (uint32_t y = 0; y < height; ++y)
-        ActiveColorKernels().countColors(pixels + y * stride, width, counts, others);
-    uint16_t distinct = 0;
-    for (uint32_t key = 0; key < kColorKeys; ++key) {
-        const uint32_t count = counts[key] + others[key];
-        distinct += histogram[key] == 0 && count != 0;
-        histogram[key] = static_cast<uint16_t>(
-            histogram[key] + std::min<uint32_t>(count, kMaxCount - histogram[key]));
-    }
-    return distinct;
-}
-
-uint16_t CountPicture(uint16_t *histogram, const uint8_t *pixels, uint32_t width,
-                      uint32_t height) noexcept {
-    const bool isLarge = uint64_t{width} * height >= kManyPixels;
-    const MemoryHandle counts = isLarge ? rlGetMemory(2 * sizeof(uint32_t), kColorKeys) : 0;
-    const uint16_t distinct =
-        counts != 0 ? CountManyColors(histogram, Lock<uint32_t>(counts), pixels, width, height)
-                    : CountColors(histogram, pixels, width, height);
-    rlFreeNewData(counts);
     return distinct;
 }
 
@@ -167,7 +136,7 @@ int32_t direct_indexed(const uint8_t *pixels, uint32_t width, uint32_t height, u
     if ((flags & kBuildTable) != 0 && (Renew<ColorBox>(&fields->boxes, *wanted) == nullptr ||
                                        Renew<uint16_t>(&fields->slots, *wanted) == nullptr))
         return -1;
-    fields->distinctColors += CountPicture(histogram, pixels, width, height);
+    fields->distinctColors += CountColors(histogram, pixels, width, height);
     int32_t result = 0;
     if ((flags & kBuildTable) != 0)
         result = BuildTable(fields, histogram, wanted, table);

@@ -1,4 +1,4 @@
-// Shrinking and stretching by dropping and repeating pixels, and mirroring.
+// Shrinking and stretching by dropping and repeating pixels.
 //
 // No filtering: every pixel of the result is one pixel of the source. Positions are computed in
 // doubles from the unsigned sizes and truncated toward zero.
@@ -47,17 +47,5 @@ bool ShrinkX(const uint8_t *source, uint8_t *destination, uint16_t depth, uint32
              uint32_t rows, uint32_t targetWidth) noexcept;
 bool StretchX(const uint8_t *source, uint8_t *destination, uint16_t depth, uint32_t width,
               uint32_t rows, uint32_t targetWidth) noexcept;
-
-/// Mirrors a bitmap in place: horizontal exchanges left and right, vertical top and bottom; 0 is
-/// no, all else yes. Returns bitmap, or 0 when its block is too small for its size.
-///
-/// Kept deliberately: pixel x trades places with pixel width - x, so that the first pixel goes
-/// just past the row's end (into the padding or the next row) and the last one stays.
-/// Test: RlFlipBitmap.TheFirstPixelTradesWithTheOnePastTheEnd.
-/// Kept deliberately: the middle row of an odd height is mirrored twice, so it stays.
-/// Test: RlFlipBitmap.TheMiddleRowIsMirroredTwice.
-/// Hardened: an exchange that would reach past the block is left out.
-MemoryHandle rlFlipBitmap(MemoryHandle bitmap, uint16_t depth, uint32_t width, uint32_t height,
-                          int32_t horizontal, int32_t vertical) noexcept;
 
 } // namespace kowen

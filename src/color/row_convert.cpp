@@ -1,174 +1,125 @@
 #include "color/row_convert.h"
 
+#include "color/diagnostics.h"
+#include "color/pixel.h"
 #include "color/pixel_bytes.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace kowen {
 namespace {
 
-// Pixels of a row that are held as bytes at a time; a multiple of 8, so that pieces of a row begin
-// at whole bytes at every depth.
+// Pixels that are held as bytes at a time; a multiple of 8, so that each piece of a row begins at a
+// whole byte.
 constexpr uint32_t kPiece = 1024;
 
-const uint8_t *PixelAt(const uint8_t *row, uint32_t x, uint16_t bits) noexcept {
-    return row + static_cast<size_t>(uint64_t{x} * bits / 8);
+// The bytes that each value of an indexed source becomes with 24 bits, and one more.
+using Colors = uint8_t[256][4];
+
+bool IsTrueColor(uint16_t bits) noexcept {
+    return bits == 24 || bits == 32;
 }
 
-// The values of count indexed pixels, as bytes: in the row itself or in room.
-const uint8_t *Values(uint16_t from, const uint8_t *source, uint32_t count,
-                      uint8_t *room) noexcept {
-    if (from == 8)
-        return source;
-    UnpackPixels(from, source, count, room);
-    return room;
-}
-
-void LookUp(const uint8_t table[256], const uint8_t *values, uint32_t count,
-            uint8_t *indices) noexcept {
-    for (uint32_t i = 0; i < count; ++i)
-        indices[i] = table[values[i]];
-}
-
-template <int Bits>
-void SearchOneByOne(NearestFinder *finder, const uint8_t *source, uint32_t step, uint32_t count,
-                    uint8_t *indices) noexcept {
-    for (uint32_t i = 0; i < count; ++i, source += step)
-        indices[i] =
-            static_cast<uint8_t>(FindNearest<Bits>(finder, source[0], source[1], source[2]));
-}
-
-template <int From, int To>
-void CopyColors(const uint8_t *source, uint8_t *target, uint32_t count) noexcept {
-    for (uint32_t i = 0; i < count; ++i, source += From, target += To)
-        std::memcpy(target, source, std::min(From, To));
-}
-
-void SearchCubes(RowConverter *converter, const uint8_t *source, uint32_t count,
-                 uint8_t *indices) noexcept {
-    uint8_t room[kPiece * 3];
-    if (converter->from == 32)
-        CopyColors<4, 3>(source, room, count);
-    FindInCubes(&converter->cubes, converter->from == 32 ? room : source, count, indices);
-}
-
-// As LookUp, for true colours: the nearest entry of the table, or without one the value's lowest
-// byte, which is the fourth byte with 32 bits and 0 with 24.
-void Search(RowConverter *converter, const uint8_t *source, uint32_t count,
-            uint8_t *indices) noexcept {
-    const uint32_t step = converter->from / 8u;
-    for (uint32_t i = 0; !converter->searches && i < count; ++i)
-        indices[i] = step == 4 ? source[i * 4 + 3] : 0;
-    if (!converter->searches)
-        return;
-    if (ServesPixels(converter->cubes))
-        SearchCubes(converter, source, count, indices);
-    else if (converter->finder.cellBits == 6)
-        SearchOneByOne<6>(&converter->finder, source, step, count, indices);
-    else if (converter->finder.cellBits == 5)
-        SearchOneByOne<5>(&converter->finder, source, step, count, indices);
-    else
-        SearchOneByOne<0>(&converter->finder, source, step, count, indices);
-}
-
-void Indices(RowConverter *converter, const uint8_t *source, uint32_t count,
-             uint8_t *indices) noexcept {
-    uint8_t room[kPiece];
-    if (IsTrueColor(converter->from))
-        Search(converter, source, count, indices);
-    else
-        LookUp(converter->index, Values(converter->from, source, count, room), count, indices);
-}
-
-void ToIndices(RowConverter *converter, const uint8_t *source, uint8_t *target,
-               uint32_t count) noexcept {
-    if (converter->to == 8)
-        return Indices(converter, source, count, target);
-    uint8_t indices[kPiece];
-    Indices(converter, source, count, indices);
-    PackPixels(converter->to, indices, count, target);
+void FillColors(const RowConverter &converter, Colors colors) noexcept {
+    for (uint32_t value = 0; value < PixelValues(converter.from); ++value) {
+        const uint32_t color = converter.stored[value];
+        colors[value][0] = RedOf(color);
+        colors[value][1] = GreenOf(color);
+        colors[value][2] = BlueOf(color);
+        colors[value][3] = 0;
+    }
 }
 
 // Four bytes at a time while there is room for the fourth, which the next pixel overwrites.
-void ToColors24(const uint8_t (*color)[4], const uint8_t *values, uint32_t count,
-                uint8_t *target) noexcept {
+void StoreColors(const Colors colors, const uint8_t *values, uint32_t count,
+                 uint8_t *target) noexcept {
     for (uint32_t i = 0; i + 1 < count; ++i, target += 3)
-        std::memcpy(target, color[values[i]], 4);
+        std::memcpy(target, colors[values[i]], 4);
     if (count != 0)
-        std::memcpy(target, color[values[count - 1]], 3);
+        std::memcpy(target, colors[values[count - 1]], 3);
 }
 
-void ToColors32(const uint8_t (*color)[4], const uint8_t *values, uint32_t count,
-                uint8_t *target) noexcept {
-    for (uint32_t i = 0; i < count; ++i, target += 4)
-        std::memcpy(target, color[values[i]], 4);
+// A row of 1 or 4 bits to 24.
+void WidenPackedRow(uint16_t from, const Colors colors, const uint8_t *source, uint8_t *target,
+                    uint32_t width) noexcept {
+    uint8_t values[kPiece];
+    for (uint32_t x = 0; x < width; x += kPiece) {
+        const uint32_t count = std::min(width - x, kPiece);
+        UnpackPixels(from, source + size_t{x} / 8 * from, count, values);
+        StoreColors(colors, values, count, target + size_t{x} * 3);
+    }
 }
 
-void ToColors(const RowConverter &converter, const uint8_t *source, uint8_t *target,
-              uint32_t count) noexcept {
-    uint8_t room[kPiece];
-    const uint8_t *values = Values(converter.from, source, count, room);
-    if (converter.to == 24)
-        ToColors24(converter.color, values, count, target);
+// A row of 32 bits to 24.
+void DropFourthBytes(const uint8_t *source, uint8_t *target, uint32_t width) noexcept {
+    for (uint32_t x = 0; x < width; ++x)
+        std::memcpy(target + size_t{x} * 3, source + size_t{x} * 4, 3);
+}
+
+void WidenRow(const RowConverter &converter, const Colors colors, const uint8_t *source,
+              uint8_t *target) noexcept {
+    if (converter.from == 32)
+        DropFourthBytes(source, target, converter.width);
+    else if (converter.from == 8)
+        StoreColors(colors, source, converter.width, target);
     else
-        ToColors32(converter.color, values, count, target);
+        WidenPackedRow(converter.from, colors, source, target, converter.width);
 }
 
-void CopyColors(uint16_t from, uint16_t to, const uint8_t *source, uint8_t *target,
-                uint32_t width) noexcept {
-    if (from == to)
-        std::memcpy(target, source, size_t{width} * (from / 8u));
-    else if (from == 24)
-        CopyColors<3, 4>(source, target, width);
-    else
-        CopyColors<4, 3>(source, target, width);
+uint32_t Stored(RowConverter *converter, uint32_t value) noexcept {
+    if (!IsTrueColor(converter->from))
+        return converter->stored[value];
+    return converter->searches ? NearestIndex(&converter->nearest, value) : value;
+}
+
+// Row y, one pixel after the other.
+void ConvertPixels(RowConverter *converter, const uint8_t *source, uint8_t *target,
+                   uint32_t y) noexcept {
+    for (uint32_t x = 0; x < converter->width; ++x) {
+        const uint32_t value = rlGetPixel(source, converter->sourceStride, x, y, converter->from);
+        rlSetPixel(target, converter->targetStride, x, y, converter->to, Stored(converter, value),
+                   nullptr, nullptr, 0);
+    }
+}
+
+// Whether WidenRow serves. It does not trace.
+bool Widens(const RowConverter &converter) noexcept {
+    const bool isKnown = PixelValues(converter.from) > 1 || converter.from == 32;
+    return isKnown && converter.to == 24 && !TracesPixels();
 }
 
 } // namespace
 
-void OpenRowConverter(RowConverter *converter, uint16_t from, uint16_t to, const uint32_t *indexMap,
-                      const ColorTable &table, uint64_t pixels) noexcept {
-    *converter = {};
+void PrepareRowConverter(RowConverter *converter, uint16_t from, uint16_t to, uint32_t width,
+                         const uint32_t *indexMap, const ColorTable &table) noexcept {
     converter->from = from;
     converter->to = to;
+    converter->width = width;
+    converter->sourceStride = rlBytesPerLine(width, from);
+    converter->targetStride = rlBytesPerLine(width, to);
     converter->searches = IsTrueColor(from) && to < 24 && table.entries != nullptr;
-    if (converter->searches) {
-        OpenColorCubes(&converter->cubes, table, pixels);
-        OpenFinder(&converter->finder, table, ServesPixels(converter->cubes) ? 0 : pixels);
-    }
-    for (uint32_t value = 0; !IsTrueColor(from) && value < PixelValues(from); ++value) {
-        const uint32_t stored = StoredValue(to, value, indexMap, table.entries, table.count);
-        converter->index[value] = LowByteOf(stored);
-        converter->color[value][0] = RedOf(stored);
-        converter->color[value][1] = GreenOf(stored);
-        converter->color[value][2] = BlueOf(stored);
-        converter->color[value][3] = LowByteOf(stored);
-    }
+    if (converter->searches)
+        OpenNearestCache(&converter->nearest, table);
+    for (uint32_t value = 0; !IsTrueColor(from) && value < PixelValues(from); ++value)
+        converter->stored[value] = StoredValue(to, value, indexMap, table.entries, table.count);
 }
 
-void CloseRowConverter(RowConverter *converter) noexcept {
-    CloseColorCubes(&converter->cubes);
-    CloseFinder(&converter->finder);
-}
-
-void ConvertRow(RowConverter *converter, const uint8_t *source, uint8_t *target,
-                uint32_t width) noexcept {
-    const uint16_t from = converter->from;
-    const uint16_t to = converter->to;
-    if (IsTrueColor(from) && IsTrueColor(to))
-        return CopyColors(from, to, source, target, width);
-    if (!IsTrueColor(to) && PixelValues(to) == 1)
-        return; // a depth that is not written
-    if (from == 24 && to == 8 && ServesPixels(converter->cubes))
-        return FindInCubes(&converter->cubes, source, width, target);
-    for (uint32_t x = 0; x < width; x += kPiece) {
-        const uint32_t count = std::min(width - x, kPiece);
-        const uint8_t *piece = PixelAt(source, x, from);
-        uint8_t *out = target + (PixelAt(target, x, to) - target);
-        if (IsTrueColor(to))
-            ToColors(*converter, piece, out, count);
+void ConvertRows(RowConverter *converter, const uint8_t *source, uint8_t *target,
+                 uint32_t height) noexcept {
+    if (converter->targetStride == 0 && _debug_color_res == 0)
+        return;
+    const bool widens = Widens(*converter);
+    Colors colors;
+    if (widens && converter->from <= 8)
+        FillColors(*converter, colors);
+    for (uint32_t y = 0; y < height; ++y) {
+        if (widens)
+            WidenRow(*converter, colors, source + size_t{y} * converter->sourceStride,
+                     target + size_t{y} * converter->targetStride);
         else
-            ToIndices(converter, piece, out, count);
+            ConvertPixels(converter, source, target, y);
+        ReportConvertedRow();
     }
 }
 

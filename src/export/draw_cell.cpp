@@ -3,6 +3,7 @@
 #include "color/depth.h"
 #include "color/dither.h"
 #include "color/pixel.h"
+#include "color/reduce.h"
 #include "color/resample.h"
 #include "device/error_stack.h"
 #include "export/offscreen.h"

@@ -1,6 +1,7 @@
 #include "raster/cell_output.h"
 
-#include "color/depth.h"
+#include "color/color_resolution.h"
+#include "color/layout32.h"
 #include "color/pixel.h"
 #include "color/resample.h"
 #include "device/device_record.h"

@@ -48,19 +48,5 @@ TEST(RevRgb, TransformsNothingBelowOneColour) {
     EXPECT_EQ(colors, Bytes({1, 2, 3}));
 }
 
-TEST(RevRgb, GivesTheBytesOfThePlainForm) {
-    Random random(21);
-    for (int32_t mode = 0; mode <= 4; ++mode) {
-        for (size_t count : {1u, 2u, 15u, 16u, 17u, 333u}) {
-            Bytes colors = RandomTable(random, static_cast<uint32_t>(count));
-            for (size_t i = 0; i < count; i += 2) // near grey
-                colors[3 * i + 1] = static_cast<uint8_t>(colors[3 * i] + random.Below(14));
-            Bytes expected = colors;
-            reference::ColorMode(static_cast<int>(count), expected.data(), mode);
-            EXPECT_EQ(Transformed(colors, mode), expected) << mode;
-        }
-    }
-}
-
 } // namespace
 } // namespace kowen

@@ -23,7 +23,7 @@ Bytes Converted(const Bytes &bitmap, uint32_t width, uint32_t height, uint16_t f
 }
 
 // Every combination of tables for one pair of depths.
-void CompareWithPlainForm(Random &random, uint32_t width, uint32_t height, uint16_t from,
+void CompareWithReference(Random &random, uint32_t width, uint32_t height, uint16_t from,
                           uint16_t to) {
     const Bytes bitmap = RandomBitmap(random, width, height, from);
     const uint32_t sourceEntries = from <= 8 ? 1u << from : 20;
@@ -44,23 +44,23 @@ void CompareWithPlainForm(Random &random, uint32_t width, uint32_t height, uint1
     }
 }
 
-TEST(RlConvertBitmapDepth, GivesTheBytesOfThePlainForm) {
+TEST(RlConvertBitmapDepth, GivesTheBytesOfTheReference) {
     Random random(1);
     for (uint16_t from : kAllDepths)
         for (uint16_t to : kAllDepths)
             for (uint32_t width : {1u, 2u, 7u, 8u, 9u, 31u, 33u})
-                CompareWithPlainForm(random, width, 1 + random.Below(4), from, to);
+                CompareWithReference(random, width, 1 + random.Below(4), from, to);
 }
 
-TEST(RlConvertBitmapDepth, GivesTheBytesOfThePlainFormOnLongRows) {
+TEST(RlConvertBitmapDepth, GivesTheBytesOfTheReferenceOnLongRows) {
     Random random(2);
     for (uint16_t from : kDepths)
         for (uint16_t to : kDepths)
-            CompareWithPlainForm(random, 2051, 3, from, to);
+            CompareWithReference(random, 2051, 3, from, to);
 }
 
-// Large enough that searches are remembered: once many colours, once few, so that both occur.
-TEST(RlConvertBitmapDepth, GivesTheBytesOfThePlainFormOnLargePictures) {
+// More colours than are remembered, and colours that come again.
+TEST(RlConvertBitmapDepth, GivesTheBytesOfTheReferenceOnLargePictures) {
     Random random(3);
     constexpr uint32_t kWidth = 1026, kHeight = 260;
     for (uint16_t from : {24, 32}) {
@@ -153,6 +153,16 @@ TEST(RlConvertBitmapDepth, AnEmptyBitmapStaysEmpty) {
     EXPECT_EQ(GlobalSize(wide) + GlobalSize(high), 0u);
 }
 
+// As many rows as there can be, none of which has a byte: converting them ends at once.
+TEST(RlConvertBitmapDepth, RowsWithoutBytesAreNotConvertedOneByOne) {
+    const Block bits(Bytes{1, 2, 3, 4});
+    const Block noColumns(rlConvertBitmapDepth(bits, 0, 0xFFFFFFFF, 8, 24, 0, 0, 0));
+    const Block noDepth(rlConvertBitmapDepth(bits, 0xFFFFFFFF, 0xFFFFFFFF, 0, 0, 0, 0, 0));
+    EXPECT_NE(MemoryHandle{noColumns}, 0u);
+    EXPECT_NE(MemoryHandle{noDepth}, 0u);
+    EXPECT_EQ(GlobalSize(noColumns) + GlobalSize(noDepth), 0u);
+}
+
 TEST(RlConvertBitmapDepth, ATargetBeyond32BitsGivesNone) {
     testing::internal::CaptureStdout();
     const Block bits(Bytes(131072)); // 2^20 pixels of one bit; with 65532 bits they take 8 GB
@@ -160,27 +170,17 @@ TEST(RlConvertBitmapDepth, ATargetBeyond32BitsGivesNone) {
     testing::internal::GetCapturedStdout();
 }
 
-TEST(RlConvertBitmapDepth, GivesNoneOrTheSameBytesWithoutMemory) {
+TEST(RlConvertBitmapDepth, GivesNoneWithoutMemory) {
     testing::internal::CaptureStdout();
-    Random random(4);
-    const Bytes bitmap = RandomBitmap(random, 60, 50, 24), table = RandomTable(random, 9);
-    const Bytes indices = RandomBitmap(random, 60, 50, 8), part = RandomTable(random, 9);
-    const Block bits(bitmap), target(table), indexed(indices), source(part);
-    for (int k = 1;; ++k) {
-        FailingMemory memory(k);
-        const Block searched(rlConvertBitmapDepth(bits, 60, 50, 24, 4, 0, target, 9));
-        const Block mapped(rlConvertBitmapDepth(indexed, 60, 50, 8, 4, source, target, 9));
-        if (!memory.Failed())
-            break;
-        if (searched != 0) {
-            EXPECT_EQ(Contents(searched),
-                      reference::ConvertBitmapDepth(bitmap, 60, 50, 24, 4, nullptr, &table, 9));
-        }
-        if (mapped != 0) {
-            EXPECT_EQ(Contents(mapped),
-                      reference::ConvertBitmapDepth(indices, 60, 50, 8, 4, &part, &table, 9));
-        }
-        EXPECT_TRUE(k != 1 || searched == 0);
+    const Block bits(Bytes{9, 9, 9, 0}), indexed(Bytes{1, 0, 0, 0});
+    const Block table(kTwoColors);
+    {
+        FailingMemory memory(1); // the bitmap
+        EXPECT_EQ(rlConvertBitmapDepth(bits, 1, 1, 24, 4, 0, table, 2), 0u);
+    }
+    {
+        FailingMemory memory(2); // the entries that the source's table lacks
+        EXPECT_EQ(rlConvertBitmapDepth(indexed, 1, 1, 8, 4, table, table, 2), 0u);
     }
     testing::internal::GetCapturedStdout();
 }

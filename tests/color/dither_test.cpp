@@ -2,7 +2,6 @@
 
 #include "color/bitmaps.h"
 #include "color/depth.h"
-#include "color/each_form.h"
 #include "color/pixel.h"
 #include "reference/color/dither.h"
 #include "support/failing_memory.h"
@@ -100,19 +99,18 @@ TEST(RlDitherOneLine, AnEmptyRowIsNotTouched) {
     EXPECT_EQ(Bytes(next, next + 3), Bytes({4, 5, 6}));
 }
 
-TEST(RlDitherOneLine, GivesTheBytesOfThePlainForm) {
+TEST(RlDitherOneLine, HandsOnWhatTheReferenceGathers) {
     Random random(41);
     for (int round = 0; round < 200; ++round) {
         const uint32_t width = 1 + random.Below(60);
         const Bytes table = RandomTable(random, random.Below(round % 3 == 0 ? 300 : 17));
-        Lines lines = {RandomBytes(random, size_t{width} * 3),
-                       RandomBytes(random, size_t{width} * 3)};
-        Lines expected = lines;
-        reference::DitherOneLine(expected.current.data(), expected.next.data(), table, width,
-                                 static_cast<uint32_t>(table.size() / 3));
-        lines = Dithered(lines.current, lines.next, table);
-        EXPECT_EQ(lines.current, expected.current) << width;
-        EXPECT_EQ(lines.next, expected.next) << width;
+        const Lines rows = {RandomBytes(random, size_t{width} * 3),
+                            RandomBytes(random, size_t{width} * 3)};
+        const reference::DitheredRow expected =
+            reference::DitherRow(rows.current, table, static_cast<uint32_t>(table.size() / 3));
+        const Lines lines = Dithered(rows.current, rows.next, table);
+        EXPECT_EQ(lines.current, expected.colors) << width;
+        EXPECT_EQ(lines.next, reference::WithErrors(rows.next, expected.errors)) << width;
     }
 }
 
@@ -135,7 +133,7 @@ TEST(RlDitherGivenCT, DithersRowByRow) {
               Bytes({0x01, 0x10, 0, 0, 0x00, 0x00, 0, 0}));
 }
 
-TEST(RlDitherGivenCT, GivesTheBytesOfThePlainForm) {
+TEST(RlDitherGivenCT, GivesTheBytesOfTheReference) {
     Random random(5);
     for (uint16_t from : {1, 4, 8, 24, 32}) {
         for (uint16_t to : {1, 2, 3, 4, 7, 8, 24, 32}) {
@@ -156,77 +154,24 @@ TEST(RlDitherGivenCT, GivesTheBytesOfThePlainForm) {
     }
 }
 
-void CompareWithPlainForm(Random &random, const Bytes &table, uint32_t width, uint32_t height) {
-    const auto count = static_cast<uint16_t>(table.size() / 3);
-    const Bytes bitmap = RandomBitmap(random, width, height, 24);
-    const Bytes expected =
-        reference::DitherGivenCT(bitmap, width, height, 24, 8, nullptr, table, count);
-    WithEachColorForm([&] {
-        ASSERT_TRUE(DitheredTo(bitmap, width, height, 24, 8, {}, table, count) == expected)
-            << count << " colours, " << width << " x " << height;
-    });
-}
-
-// Bands as high as an instruction set allows: every width of which steps and rows make a case.
-TEST(RlDitherGivenCT, EveryFormGivesTheBytesOfThePlainFormAtEveryWidth) {
-    Random random(47);
-    for (uint32_t width = 0; width <= 140; ++width) {
-        const uint32_t height = 16 + random.Below(20);
-        const Bytes table = RandomTable(random, 1 + random.Below(16));
-        CompareWithPlainForm(random, table, width, height);
-    }
-}
-
-TEST(RlDitherGivenCT, EveryFormGivesTheBytesOfThePlainFormForEverySmallTable) {
-    Random random(48);
-    for (uint32_t entries = 1; entries <= 18; ++entries) {
-        for (const Bytes &kind : TableKinds(random, entries)) {
-            CompareWithPlainForm(random, kind, 150, 16);
-            CompareWithPlainForm(random, kind, 35, 49);
-        }
-    }
-}
-
-// Bands of four rows: every small width and height, for each way in which colours are searched.
-TEST(RlDitherGivenCT, GivesTheBytesOfThePlainFormInBands) {
-    Random random(42);
-    for (uint16_t count : {2, 16, 60, 256}) {
-        const Bytes table = RandomTable(random, count);
-        for (uint16_t to : {1, 4, 8}) {
-            for (uint32_t width : {1u, 2u, 3u, 5u, 8u, 9u, 10u, 11u, 40u, 700u}) {
-                for (uint32_t height : {3u, 4u, 5u, 8u, 11u, 230u}) {
-                    if (width * height > 10000)
-                        continue;
-                    const Bytes bitmap = RandomBitmap(random, width, height, 24);
-                    ASSERT_TRUE(DitheredTo(bitmap, width, height, 24, to, {}, table, count) ==
-                                reference::DitherGivenCT(bitmap, width, height, 24, to, nullptr,
-                                                         table, count))
-                        << count << " colours, to " << to << ", " << width << " x " << height;
-                }
-            }
-        }
-    }
-}
-
-TEST(RlDitherGivenCT, GivesTheBytesOfThePlainFormOnLargePictures) {
-    Random random(43);
-    constexpr uint32_t kWidth = 600, kHeight = 450;
-    const Bytes bitmap = RandomBitmap(random, kWidth, kHeight, 24);
-    for (uint16_t count : {16, 100}) {
-        const Bytes table = RandomTable(random, count);
-        EXPECT_TRUE(DitheredTo(bitmap, kWidth, kHeight, 24, 8, {}, table, count) ==
-                    reference::DitherGivenCT(bitmap, kWidth, kHeight, 24, 8, nullptr, table, count))
-            << count;
-    }
-}
-
 TEST(RlDitherGivenCT, OneBitWithoutGreysInTheTable) {
-    // Every grey request finds entry 0, a colour, whose errors differ by channel.
-    Random random(44);
-    const Bytes table = {200, 10, 40, 0, 255, 0};
-    const Bytes bitmap = RandomBitmap(random, 80, 40, 24);
-    EXPECT_EQ(DitheredTo(bitmap, 80, 40, 24, 1, {}, table, 2),
-              reference::DitherGivenCT(bitmap, 80, 40, 24, 1, nullptr, table, 2));
+    // Every grey request finds entry 0, a colour, whose errors differ by channel. The grey of
+    // (0, 100, 0) is 60: error (-140, 50, 20), s = (-61, 21, 8). The pixel to the right is black
+    // and becomes (0, 21, 8), which is no grey and nearest to entry 1. The last takes that too.
+    const Bytes table = {200, 10, 40, 0, 20, 0};
+    const Bytes bitmap = {0, 100, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    EXPECT_EQ(DitheredTo(bitmap, 3, 1, 24, 1, {}, table, 2), Bytes({0x60, 0, 0, 0}));
+}
+
+TEST(RlDitherGivenCT, OneBitLooksAtMoreThan256Entries) {
+    // 256 blacks, then two whites: index 256, whose lowest bit is 0, is the first white, so that
+    // all bits are 0. With one black fewer it is index 255.
+    Bytes table(256 * 3, 0);
+    table.insert(table.end(), 6, 255);
+    const Bytes bitmap = {255, 255, 255, 255, 255, 255, 0, 0};
+    EXPECT_EQ(DitheredTo(bitmap, 2, 1, 24, 1, {}, table, 258), Bytes({0, 0, 0, 0}));
+    table.erase(table.begin(), table.begin() + 3);
+    EXPECT_EQ(DitheredTo(bitmap, 2, 1, 24, 1, {}, table, 257), Bytes({0xC0, 0, 0, 0}));
 }
 
 TEST(RlDitherGivenCT, ATableThatIsNoneOrTooShortIsNotReadPastItsEnd) {
@@ -329,7 +274,7 @@ TEST(RlDitherBitmap, IndexedSourcesGoThroughTheirPalette) {
     EXPECT_EQ(Contents(result), Bytes({0xC0, 0, 0, 0}));
 }
 
-TEST(RlDitherBitmap, GivesTheTableAndBytesOfThePlainForm) {
+TEST(RlDitherBitmap, GivesTheTableAndBytesOfTheReference) {
     Random random(6);
     for (uint16_t from : {1, 4, 8, 24, 32}) {
         for (uint16_t to : {1, 2, 3, 4, 5, 7, 8}) {
@@ -352,46 +297,24 @@ TEST(RlDitherBitmap, GivesTheTableAndBytesOfThePlainForm) {
     }
 }
 
-TEST(RlDitherBitmap, EveryFormGivesTheBytesOfThePlainFormOnLargePictures) {
-    Random random(49);
-    constexpr uint32_t kWidth = 701, kHeight = 203;
-    const Bytes bitmap = RandomBitmap(random, kWidth, kHeight, 24);
-    const reference::Table table = reference::DitherGetCT(bitmap, kWidth, kHeight, 24, 4, nullptr);
-    const Bytes expected = reference::DitherGivenCT(bitmap, kWidth, kHeight, 24, 4, nullptr,
-                                                    table.entries, table.count);
-    const Block bits(bitmap);
-    WithEachColorForm([&] {
-        MemoryHandle chosen = 0;
-        const Block result(rlDitherBitmap(bits, kWidth, kHeight, 24, 4, 0, &chosen));
-        const Block owned(chosen);
-        EXPECT_EQ(Contents(owned), table.entries);
-        EXPECT_TRUE(Contents(result) == expected);
-    });
-}
-
-TEST(RlDitherBitmap, GivesNoneOrTheSameBytesWithoutMemory) {
+TEST(RlDitherBitmap, GivesNoneWithoutMemory) {
     testing::internal::CaptureStdout();
     Random random(45);
-    const Bytes palette = RandomTable(random, 256);
-    const Bytes bitmap = RandomBitmap(random, 70, 40, 8);
-    const Block bits(bitmap), colors(palette);
-    const reference::Table expected = reference::DitherGetCT(bitmap, 70, 40, 8, 4, &palette);
-    const Bytes pixels =
-        reference::DitherGivenCT(bitmap, 70, 40, 8, 4, &palette, expected.entries, expected.count);
-    int failures = 0;
-    for (int k = 1;; ++k) {
+    const Block bits(RandomBitmap(random, 70, 40, 8)), colors(RandomTable(random, 256));
+    int k = 1;
+    for (;; ++k) {
         MemoryHandle table = 0;
         FailingMemory memory(k);
         const Block result(rlDitherBitmap(bits, 70, 40, 8, 4, colors, &table));
         const Block chosen(table);
         if (!memory.Failed())
             break;
-        failures += result == 0;
-        if (result != 0) {
-            EXPECT_EQ(Contents(result), pixels) << k;
-        }
+        EXPECT_EQ(result, 0u) << k;
+        EXPECT_EQ(table != 0, k == 9) << k; // the result itself
     }
-    EXPECT_GT(failures, 5);
+    // The copy; the quantiser's table, context, histogram, boxes, slots and list; the table, the
+    // result.
+    EXPECT_EQ(k, 10);
     testing::internal::GetCapturedStdout();
 }
 
@@ -417,7 +340,7 @@ TEST(RlDitherGetCT, UsesTheCallersTableForOneBitOnly) {
     EXPECT_EQ(GlobalSize(chosen), 48u);
 }
 
-TEST(RlDitherGetCT, GivesTheTableOfThePlainForm) {
+TEST(RlDitherGetCT, GivesTheTableOfTheReference) {
     Random random(46);
     for (uint16_t from : {8, 24}) {
         const Bytes bitmap = RandomBitmap(random, 50, 30, from), palette = RandomTable(random, 256);

@@ -1,6 +1,7 @@
+#include "color/flip.h"
+
 #include "color/bitmaps.h"
 #include "color/pixel.h"
-#include "color/resample.h"
 #include "reference/color/resample.h"
 
 namespace kowen {
@@ -62,7 +63,7 @@ TEST(RlFlipBitmap, BothFlagsMirrorTheExchangedRows) {
               Bytes({91, 5, 6, 4, 90, 2, 3, 1}));
 }
 
-TEST(RlFlipBitmap, GivesTheBytesOfThePlainForm) {
+TEST(RlFlipBitmap, ExchangesTheBitsThatTheReferenceExchanges) {
     Random random(4);
     for (uint16_t depth : {0, 1, 2, 3, 4, 8, 16, 24, 32}) {
         for (int round = 0; round < 60; ++round) {

@@ -1,5 +1,6 @@
+#include "color/layout32.h"
+
 #include "color/bitmaps.h"
-#include "color/depth.h"
 
 namespace kowen {
 namespace {

@@ -12,7 +12,7 @@ namespace {
 
 constexpr uint16_t kResampleDepths[] = {0, 1, 2, 3, 4, 5, 8, 16, 24, 32, 300};
 
-TEST(RlShrinkBitmap, GivesTheBytesOfThePlainForm) {
+TEST(RlShrinkBitmap, GivesTheBytesOfTheReference) {
     Random random(3);
     for (uint16_t depth : kResampleDepths) {
         for (int round = 0; round < 60; ++round) {
@@ -35,7 +35,7 @@ TEST(RlShrinkBitmap, GivesTheBytesOfThePlainForm) {
     }
 }
 
-TEST(RlShrinkBitmap, GivesTheBytesOfThePlainFormOnLongRows) {
+TEST(RlShrinkBitmap, GivesTheBytesOfTheReferenceOnLongRows) {
     Random random(51);
     for (uint16_t depth : {1, 4, 8, 24, 32}) {
         const Bytes bitmap = RandomBitmap(random, 1500, 2, depth);
@@ -86,6 +86,53 @@ TEST(StretchX, TruncationLeavesTheLeftColumnUnfilled) {
     EXPECT_EQ(row[0], 0);
     EXPECT_EQ(row[1], 1);
     EXPECT_EQ(row[14], 11);
+}
+
+// Two rows of three pixels become five: at 5 / 2, the lower row goes into the last two and, 5 - 2
+// of them, the upper one into the others.
+TEST(Stretch, RepeatsRowsFromTheLastUp) {
+    const Bytes rows = {1, 2, 3, 91, 4, 5, 6, 92};
+    Bytes target(20, 0);
+    EXPECT_TRUE(Stretch(rows.data(), target.data(), 8, 3, 2, 3, 5));
+    EXPECT_EQ(target, Bytes({1, 2, 3, 0, 1, 2, 3, 0, 1, 2, 3, 0, 4, 5, 6, 0, 4, 5, 6, 0}));
+}
+
+TEST(Stretch, ResamplesItsRowsByTheWidths) {
+    const Bytes rows = {1, 2, 3, 91, 4, 5, 6, 92};
+    Bytes narrow(12, 0), wide(24, 0);
+    EXPECT_TRUE(
+        Stretch(rows.data(), narrow.data(), 8, 3, 2, 2, 3)); // 3 / 2: pixel 0, then the last
+    EXPECT_EQ(narrow, Bytes({1, 3, 0, 0, 1, 3, 0, 0, 4, 6, 0, 0}));
+    EXPECT_TRUE(Stretch(rows.data(), wide.data(), 8, 3, 2, 6, 3)); // 6 / 3: each twice
+    EXPECT_EQ(wide,
+              Bytes({1, 1, 2, 2, 3, 3, 0, 0, 1, 1, 2, 2, 3, 3, 0, 0, 4, 4, 5, 5, 6, 6, 0, 0}));
+}
+
+TEST(Stretch, TruncationLeavesTheFirstRowAsItIs) {
+    // In doubles 11 x (15 / 11) is less than 15: 14 rows are filled.
+    Bytes rows(44, 0);
+    for (uint8_t y = 0; y < 11; ++y)
+        rows[size_t{y} * 4] = static_cast<uint8_t>(y + 1);
+    Bytes target(60, 99);
+    EXPECT_TRUE(Stretch(rows.data(), target.data(), 8, 1, 11, 1, 15));
+    EXPECT_EQ(target[0], 99);
+    EXPECT_EQ(target[4], 1);
+    EXPECT_EQ(target[56], 11);
+}
+
+TEST(Stretch, APositionInARowBeyond16BitsFails) {
+    const uint8_t row[4] = {0x80, 0, 0, 0};
+    Bytes target(2 * 8192, 0);
+    EXPECT_FALSE(Stretch(row, target.data(), 1, 2, 1, 65536, 2));
+    EXPECT_EQ(target, Bytes(2 * 8192, 0));
+}
+
+// Four rows to three at 4 / 3: rows 0, 1 and 2. Of the columns, the first and the last.
+TEST(Shrink, DropsRowsAndColumns) {
+    const Bytes rows = {1, 2, 3, 91, 4, 5, 6, 92, 7, 8, 9, 93, 10, 11, 12, 94};
+    Bytes target(12, 0);
+    EXPECT_TRUE(Shrink(rows.data(), target.data(), 8, 3, 4, 2, 3));
+    EXPECT_EQ(target, Bytes({1, 3, 0, 0, 4, 6, 0, 0, 7, 9, 0, 0}));
 }
 
 Bytes Column(uint32_t height, uint32_t targetHeight) {

@@ -2,6 +2,7 @@
 
 #include "color/depth.h"
 #include "color/dither.h"
+#include "color/reduce.h"
 #include "device/device_record.h"
 #include "export/offscreen.h"
 #include "kowen/codes.h"

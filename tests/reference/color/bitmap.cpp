@@ -1,7 +1,9 @@
 #include "reference/color/bitmap.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <utility>
 
 namespace kowen::reference {
 
@@ -82,20 +84,15 @@ void SetPixel(uint8_t *pixels, uint32_t bytesPerLine, uint32_t x, uint32_t y, ui
 
 uint32_t NearestRGBIndex(int red, int green, int blue, const Bytes &table, uint32_t count) {
     const bool wantGrey = AllClose(red, green, blue, 4);
-    uint32_t best = 0x7FFFFFFF;
-    uint32_t index = 0;
+    std::pair<uint32_t, uint32_t> best = {0x7FFFFFFF, 0}; // distance, then index
     for (uint32_t i = 0; i < count && i < table.size() / 3; ++i) {
         const int r = table[3 * i], g = table[3 * i + 1], b = table[3 * i + 2];
-        if ((r == g && g == b) != wantGrey)
-            continue;
         const auto distance = static_cast<uint32_t>(
             (red - r) * (red - r) + (green - g) * (green - g) + (blue - b) * (blue - b));
-        if (distance < best) {
-            best = distance;
-            index = i;
-        }
+        if ((r == g && g == b) == wantGrey)
+            best = std::min(best, {distance, i});
     }
-    return index;
+    return best.second;
 }
 
 std::vector<uint32_t> BuildColormap(const Bytes *fromTable, uint16_t from, const Bytes *toTable,

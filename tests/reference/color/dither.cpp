@@ -11,51 +11,68 @@ uint8_t Clamp(int x) {
     return static_cast<uint8_t>(x < 0 ? 0 : x > 255 ? 255 : x);
 }
 
-uint8_t Entry(const Bytes &table, uint32_t count, uint32_t k, int channel) {
-    return k < count && k < table.size() / 3 ? table[3 * k + static_cast<uint32_t>(channel)] : 0;
+// 7 of 16, less so many eighths.
+int Share(int error, int eighths) {
+    return 7 * error / 16 - eighths * (error / 8);
+}
+
+Bytes EntryAt(const Bytes &table, uint32_t count, uint32_t index) {
+    if (index >= count || index >= table.size() / 3)
+        return {0, 0, 0};
+    const auto entry = table.begin() + ptrdiff_t{3} * index;
+    return {entry, entry + 3};
 }
 
 } // namespace
 
-void DitherOneLine(uint8_t *current, uint8_t *next, const Bytes &table, uint32_t width,
-                   uint32_t count) {
-    uint32_t k = 0;
-    for (uint32_t i = 0; i + 1 < width; ++i) {
-        uint8_t *pixel = current + 3 * i;
-        k = NearestRGBIndex(pixel[0], pixel[1], pixel[2], table, count);
-        for (int c = 0; c < 3; ++c) {
-            const int e = pixel[c] - Entry(table, count, k, c);
-            const int q = e / 8;
-            const int s = 7 * e / 16;
-            pixel[c] = Entry(table, count, k, c);
-            pixel[c + 3] = Clamp(pixel[c + 3] + s);
-            if (next == nullptr)
-                continue;
-            uint8_t *below = next + 3 * i + c;
-            *below = Clamp(*below + s - q);
-            if (i > 0)
-                below[-3] = Clamp(below[-3] + s - 2 * q);
-            below[3] = Clamp(below[3] + s - 3 * q);
+DitheredRow DitherRow(const Bytes &row, const Bytes &table, uint32_t count) {
+    DitheredRow dithered = {{}, std::vector<int>(row.size(), 0)};
+    Bytes chosen = EntryAt(table, count, 0);
+    for (size_t i = 0; i < row.size(); i += 3) {
+        int pixel[3];
+        for (size_t c = 0; c < 3; ++c)
+            pixel[c] = i == 0 ? row[c] : Clamp(row[i + c] + Share(dithered.errors[i + c - 3], 0));
+        if (i + 3 < row.size()) {
+            chosen =
+                EntryAt(table, count, NearestRGBIndex(pixel[0], pixel[1], pixel[2], table, count));
+            for (size_t c = 0; c < 3; ++c)
+                dithered.errors[i + c] = pixel[c] - chosen[c];
         }
+        dithered.colors.insert(dithered.colors.end(), chosen.begin(), chosen.end());
     }
-    for (int c = 0; width > 0 && c < 3; ++c)
-        current[3 * (width - 1) + static_cast<uint32_t>(c)] = Entry(table, count, k, c);
+    return dithered;
+}
+
+// The error of the pixel above to the left comes first, then that of the one above, then that of
+// the one to the right of it; but what a last pixel of the row above would hand on does not exist.
+Bytes WithErrors(const Bytes &row, const std::vector<int> &errorsAbove) {
+    Bytes result = row;
+    const auto takeFrom = [&](size_t i, size_t source, int eighths) {
+        result[i] = Clamp(result[i] + Share(errorsAbove[source], eighths));
+    };
+    for (size_t i = 0; i < row.size(); ++i) {
+        if (i >= 3)
+            takeFrom(i, i - 3, 3);
+        takeFrom(i, i, 1);
+        if (i + 3 < row.size())
+            takeFrom(i, i + 3, 2);
+    }
+    return result;
 }
 
 Bytes DitherGivenCT(const Bytes &bitmap, uint32_t width, uint32_t height, uint16_t from,
                     uint16_t to, const Bytes *palette, const Bytes &table, uint32_t count) {
     Bytes copy = ConvertBitmapDepth(bitmap, width, height, from, 24, palette, nullptr, 0);
-    const size_t stride = BytesPerLine(width, 24);
+    const auto stride = static_cast<ptrdiff_t>(BytesPerLine(width, 24));
+    std::vector<int> errors(size_t{width} * 3, 0);
     for (uint32_t y = 0; y < height; ++y) {
-        uint8_t *current = copy.data() + y * stride;
-        uint8_t *next = y + 1 < height ? current + stride : nullptr;
-        if (to == 1) {
-            if (y == 0)
-                ColorMode(static_cast<int>(width), current, 3);
-            if (next != nullptr)
-                ColorMode(static_cast<int>(width), next, 3);
-        }
-        DitherOneLine(current, next, table, width, count);
+        const auto row = copy.begin() + y * stride;
+        if (to == 1 && width != 0)
+            ColorMode(static_cast<int>(width), &*row, 3);
+        const DitheredRow dithered =
+            DitherRow(WithErrors({row, row + ptrdiff_t{3} * width}, errors), table, count);
+        std::copy(dithered.colors.begin(), dithered.colors.end(), row);
+        errors = dithered.errors;
     }
     return ConvertBitmapDepth(copy, width, height, 24, to, nullptr, &table, count);
 }

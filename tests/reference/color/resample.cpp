@@ -1,6 +1,7 @@
 #include "reference/color/resample.h"
 
 #include <cstring>
+#include <utility>
 
 namespace kowen::reference {
 namespace {
@@ -49,20 +50,12 @@ void Row(const uint8_t *source, uint8_t *destination, uint16_t depth, uint32_t w
     (targetWidth > width ? StretchRow : ShrinkRow)(source, destination, depth, width, targetWidth);
 }
 
-// Whether pixel (x, y) lies inside the block, within its row or past it.
-bool Inside(const Bytes &bitmap, uint16_t depth, uint32_t width, uint32_t x, uint32_t y) {
-    const uint64_t bit = uint64_t{y} * BytesPerLine(width, depth) * 8 + uint64_t{x} * depth;
-    return bit + depth <= uint64_t{bitmap.size()} * 8;
-}
-
-void Exchange(Bytes &bitmap, uint16_t depth, uint32_t width, uint32_t x, uint32_t far, uint32_t y) {
-    if (!Inside(bitmap, depth, width, far, y))
+void ExchangeBits(Bytes &block, size_t a, size_t b) {
+    const auto bitOf = [&](size_t i) { return block[i / 8] >> (7 - i % 8) & 1; };
+    if (bitOf(a) == bitOf(b))
         return;
-    const uint32_t stride = BytesPerLine(width, depth);
-    const uint32_t a = GetPixel(bitmap.data(), stride, x, y, depth);
-    const uint32_t b = GetPixel(bitmap.data(), stride, far, y, depth);
-    SetPixel(bitmap.data(), stride, x, y, depth, b, nullptr, nullptr, 0);
-    SetPixel(bitmap.data(), stride, far, y, depth, a, nullptr, nullptr, 0);
+    block[a / 8] ^= static_cast<uint8_t>(128 >> a % 8);
+    block[b / 8] ^= static_cast<uint8_t>(128 >> b % 8);
 }
 
 } // namespace
@@ -107,17 +100,22 @@ Bytes Resample(const Bytes &bitmap, uint16_t depth, uint32_t width, uint32_t hei
 void Flip(Bytes &bitmap, uint16_t depth, uint32_t width, uint32_t height, bool horizontal,
           bool vertical) {
     const size_t stride = BytesPerLine(width, depth);
-    for (uint32_t step = 0; stride != 0 && step < (height + 1) / 2; ++step) {
-        const uint32_t top = step, bottom = height - 1 - step;
-        if (vertical) {
-            const Bytes row(bitmap.begin() + static_cast<ptrdiff_t>(top * stride),
-                            bitmap.begin() + static_cast<ptrdiff_t>((top + 1) * stride));
-            std::memmove(bitmap.data() + top * stride, bitmap.data() + bottom * stride, stride);
-            std::memcpy(bitmap.data() + bottom * stride, row.data(), stride);
+    const bool isKnown = depth == 1 || depth == 4 || depth == 8 || depth == 24 || depth == 32;
+    const auto mirror = [&](uint32_t y) {
+        for (uint32_t x = 0; isKnown && x < width / 2; ++x) {
+            const size_t near = y * stride * 8 + size_t{x} * depth;
+            const size_t far = y * stride * 8 + size_t{width - x} * depth;
+            for (size_t bit = 0; far + depth <= bitmap.size() * 8 && bit < depth; ++bit)
+                ExchangeBits(bitmap, near + bit, far + bit);
         }
-        for (uint32_t x = 0; horizontal && x < width / 2; ++x) {
-            Exchange(bitmap, depth, width, x, width - x, top);
-            Exchange(bitmap, depth, width, x, width - x, bottom);
+    };
+    for (uint32_t y = 0; stride != 0 && y < (height + 1) / 2; ++y) {
+        const uint32_t bottom = height - 1 - y;
+        for (size_t i = 0; vertical && y != bottom && i < stride; ++i)
+            std::swap(bitmap[y * stride + i], bitmap[bottom * stride + i]);
+        if (horizontal) {
+            mirror(y);
+            mirror(bottom);
         }
     }
 }
