@@ -41,32 +41,31 @@ extern "C" {
 
 enum {
     KOWEN_HOST_OK = 0,
-    KOWEN_HOST_ERR_ARGUMENT = 1, /**< a null or senseless argument, an unknown setting or value */
-    KOWEN_HOST_ERR_MODULE = 2,   /**< no module found, or it cannot be loaded or is no filter */
-    KOWEN_HOST_ERR_MEMORY = 3,   /**< not enough memory */
-    KOWEN_HOST_ERR_PICTURE = 4,  /**< the row reader failed */
-    KOWEN_HOST_ERR_SIZE = 5,     /**< the JPEG would have no pixels or more than 65535 a side */
-    KOWEN_HOST_ERR_OUTPUT = 6,   /**< the output cannot be opened, written or given its name */
-    KOWEN_HOST_ERR_EXISTS = 7,   /**< a file of that name must not be replaced */
-    KOWEN_HOST_ERR_EXPORT = 8,   /**< the module gave up; moduleCode says with which code */
-    KOWEN_HOST_ERR_CANCELLED =
-        9,                    /**< the progress callback asked to stop; nothing was left behind */
-    KOWEN_HOST_ERR_BUSY = 10, /**< called from inside a callback */
-    KOWEN_HOST_ERR_PROFILE = 11, /**< a settings profile is missing, unreadable or none */
-    KOWEN_HOST_ERR_LIMIT = 12    /**< no quality gives a file of at most max-bytes */
+    KOWEN_HOST_ERR_ARGUMENT = 1,  /**< a null or senseless argument, an unknown setting or value */
+    KOWEN_HOST_ERR_MODULE = 2,    /**< no module found, or it cannot be loaded or is no filter */
+    KOWEN_HOST_ERR_MEMORY = 3,    /**< not enough memory */
+    KOWEN_HOST_ERR_PICTURE = 4,   /**< the row reader failed */
+    KOWEN_HOST_ERR_SIZE = 5,      /**< the JPEG would have no pixels or more than 65535 a side */
+    KOWEN_HOST_ERR_OUTPUT = 6,    /**< the output cannot be opened, written or given its name */
+    KOWEN_HOST_ERR_EXISTS = 7,    /**< a file of that name must not be replaced */
+    KOWEN_HOST_ERR_EXPORT = 8,    /**< the module gave up; moduleCode says with which code */
+    KOWEN_HOST_ERR_CANCELLED = 9, /**< the progress callback asked to stop; no file is left */
+    KOWEN_HOST_ERR_BUSY = 10,     /**< called from inside a callback */
+    KOWEN_HOST_ERR_PROFILE = 11,  /**< a settings profile is missing, unreadable or none */
+    KOWEN_HOST_ERR_LIMIT = 12     /**< no quality gives a file of at most max-bytes */
 };
 
-/** What a user would not expect, as bits of KowenResult.notes; KowenResult.notesText has sentences.
+/**
+ * What a user would not expect, as bits of KowenResult.notes; KowenResult.notesText has sentences.
  */
 enum {
     KOWEN_NOTE_PROFILE_USED = 1 << 0, /**< settings came from a profile; profilePath names it */
     KOWEN_NOTE_ENLARGED = 1 << 1,     /**< the JPEG has more pixels than the picture */
     KOWEN_NOTE_REDUCED = 1 << 2,      /**< the JPEG has fewer pixels than the picture */
-    KOWEN_NOTE_RESOLUTION_CLAMPED = 1
-                                    << 3, /**< a resolution outside 32 to 400 dpi was moved there */
-    KOWEN_NOTE_COLOURS_CLIPPED = 1 << 4,  /**< clippedPercent says how many pixels */
-    KOWEN_NOTE_FLATTENED = 1 << 5,        /**< transparent pixels were put on the background */
-    KOWEN_NOTE_TURNED = 1 << 6,           /**< the picture was turned upright */
+    KOWEN_NOTE_RESOLUTION_CLAMPED = 1 << 3, /**< the picture's resolution cannot be stated */
+    KOWEN_NOTE_COLOURS_CLIPPED = 1 << 4, /**< more vivid than the filter can give, clippedPercent */
+    KOWEN_NOTE_FLATTENED = 1 << 5,       /**< transparent pixels were put on the background */
+    KOWEN_NOTE_TURNED = 1 << 6,          /**< the picture was turned upright */
     KOWEN_NOTE_CONVERTED_TO_SRGB = 1 << 7, /**< a colour profile was applied, then dropped */
     KOWEN_NOTE_EXIF_KEPT = 1 << 8,
     KOWEN_NOTE_EXIF_DROPPED = 1 << 9,
@@ -138,8 +137,8 @@ typedef enum KowenPixelFormat {
     KOWEN_PIXEL_RGBA = 2, /**< 4 bytes: red, green, blue, alpha (not premultiplied; 255 opaque) */
     KOWEN_PIXEL_GREY = 3, /**< 1 byte, 0 black */
     KOWEN_PIXEL_INDEXED = 4,    /**< 1 byte, an index into the palette */
-    KOWEN_PIXEL_BILEVEL = 5,    /**< 1 bit, the leftmost pixel in the top bit; an index into the
-                                   palette,    without one 0 is black and 1 white */
+    KOWEN_PIXEL_BILEVEL = 5,    /**< 1 bit, the leftmost pixel in the top bit: an index into the
+                                     palette; without one 0 is black, 1 white */
     KOWEN_PIXEL_GREY_ALPHA = 6, /**< 2 bytes: grey, alpha */
     KOWEN_PIXEL_BGRA = 7        /**< 4 bytes: blue, green, red, alpha */
 } KowenPixelFormat;
@@ -191,8 +190,7 @@ KOWEN_HOST_API void KowenSetRowError(const char *message);
 /** Settings of exports, by name. */
 typedef struct KowenSettings KowenSettings;
 
-/** Makes settings that have every default. Null when memory is exhausted. Free: KowenFreeSettings.
- */
+/** Makes settings that have every default; null when memory is exhausted. */
 KOWEN_HOST_API KowenSettings *KowenNewSettings(void);
 KOWEN_HOST_API KowenSettings *KowenCopySettings(const KowenSettings *settings);
 KOWEN_HOST_API void KowenFreeSettings(KowenSettings *settings);

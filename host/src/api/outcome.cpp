@@ -50,6 +50,7 @@ void FillResult(const Outcome &outcome, KowenResult *result) noexcept {
     CopyText(full.message, outcome.message);
     CopyText(full.notesText, outcome.notesText);
     CopyText(full.profilePath, outcome.profilePath);
+    CopyText(full.profileSection, outcome.profileSection);
     std::memcpy(result, &full, std::min<size_t>(result->size, sizeof full));
 }
 

@@ -27,6 +27,7 @@ struct Outcome {
     std::string_view message; ///< static, or what the exception being handled holds
     std::string notesText;
     std::string profilePath;
+    std::string profileSection;
 
     /// Notes something that the user would not expect, with a sentence for it.
     void Note(uint32_t bit, const std::string &sentence);

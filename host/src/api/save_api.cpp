@@ -24,7 +24,9 @@ void NoteProfile(const KowenSettings *settings, Outcome *outcome) {
     if (settings == nullptr || settings->named.ProfilePath().empty())
         return;
     outcome->profilePath = settings->named.ProfilePath();
-    outcome->Note(KOWEN_NOTE_PROFILE_USED, "settings of the profile " + outcome->profilePath);
+    outcome->profileSection = settings->named.ProfileSection();
+    outcome->Note(KOWEN_NOTE_PROFILE_USED, "settings of the profile " + outcome->profilePath +
+                                               ", section " + outcome->profileSection);
 }
 
 } // namespace

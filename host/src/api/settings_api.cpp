@@ -1,9 +1,7 @@
 #include "api/handles.h"
 #include "api/outcome.h"
 #include "base/failure.h"
-#include "settings/profile_file.h"
 
-#include <cerrno>
 #include <cstring>
 #include <new>
 
@@ -57,18 +55,4 @@ int32_t KowenIsSet(const KowenSettings *settings, const char *name) {
 
 const char *KowenSettingName(size_t index) {
     return index < kSettingCount ? SettingName(static_cast<SettingId>(index)) : nullptr;
-}
-
-int32_t KowenLoadProfile(KowenSettings *settings, const char *path, const char *section,
-                         KowenResult *result) {
-    return Call(result, [&](Outcome *outcome) {
-        if (settings == nullptr || path == nullptr)
-            throw BadArgument("there are no settings or no profile");
-        const ProfileFile profile = LoadProfileFile(path);
-        if (!profile.exists)
-            FailWith(KOWEN_HOST_ERR_PROFILE, profile.path, ENOENT);
-        const std::string chosen = ChooseSection(profile, section != nullptr ? section : "");
-        settings->named.TakeProfile(LoadSettings(profile, chosen), profile.path);
-        outcome->profilePath = profile.path;
-    });
 }

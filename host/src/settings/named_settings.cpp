@@ -138,20 +138,6 @@ void CheckColours(const FilterSettings &filter, bool asFilter) {
                           "progressive to no, or colour to ycc422");
 }
 
-// What the filter itself takes; a host that fits and states the resolution is freer.
-void CheckFilterLimits(const FilterSettings &filter) {
-    const auto dpiFits = [](int32_t dpi) {
-        return dpi >= KOWEN_MIN_RESOLUTION && dpi <= KOWEN_MAX_RESOLUTION;
-    };
-    const auto sideFits = [](double inches) {
-        return inches >= KOWEN_MIN_INCHES && inches <= KOWEN_MAX_INCHES;
-    };
-    if (filter.UserResolution() && !(dpiFits(filter.xDpi) && dpiFits(filter.yDpi)))
-        throw BadArgument("the filter's resolutions are from 32 to 400 dots per inch");
-    if (filter.UserSize() && !(sideFits(filter.widthInches) && sideFits(filter.heightInches)))
-        throw BadArgument("the filter's sizes are from 0.03125 to 22 inches each way");
-}
-
 } // namespace
 
 void NamedSettings::Set(const std::string &name, const std::string &value) {
@@ -174,7 +160,8 @@ ExportSettings NamedSettings::Values() const {
     return result;
 }
 
-void NamedSettings::TakeProfile(const FilterSettings &profile, const std::string &path) {
+void NamedSettings::TakeProfile(const FilterSettings &profile, const std::string &path,
+                                const std::string &section) {
     const auto take = [&](SettingId id) {
         Origin &origin = origins[static_cast<size_t>(id)];
         if (origin == Origin::kSet)
@@ -209,6 +196,7 @@ void NamedSettings::TakeProfile(const FilterSettings &profile, const std::string
     }
     filter.lineMode = profile.lineMode;
     profilePath = path;
+    profileSection = section;
 }
 
 SettingId FindSetting(const std::string &name) {
@@ -224,6 +212,19 @@ SettingId FindSetting(const std::string &name) {
 
 const char *SettingName(SettingId id) {
     return Of(id).name;
+}
+
+void CheckFilterLimits(const FilterSettings &filter) {
+    const auto dpiFits = [](int32_t dpi) {
+        return dpi >= KOWEN_MIN_RESOLUTION && dpi <= KOWEN_MAX_RESOLUTION;
+    };
+    const auto sideFits = [](double inches) {
+        return inches >= KOWEN_MIN_INCHES && inches <= KOWEN_MAX_INCHES;
+    };
+    if (filter.UserResolution() && !(dpiFits(filter.xDpi) && dpiFits(filter.yDpi)))
+        throw BadArgument("the filter's resolutions are from 32 to 400 dots per inch");
+    if (filter.UserSize() && !(sideFits(filter.widthInches) && sideFits(filter.heightInches)))
+        throw BadArgument("the filter's sizes are from 0.03125 to 22 inches each way");
 }
 
 void CheckTogether(const ExportSettings &settings) {

@@ -42,14 +42,17 @@ public:
     Origin OriginOf(SettingId id) const { return origins[static_cast<size_t>(id)]; }
     ExportSettings Values() const;
     const std::string &ProfilePath() const { return profilePath; }
+    const std::string &ProfileSection() const { return profileSection; }
 
     /// Takes what a profile's section says, but for what was set.
-    void TakeProfile(const FilterSettings &profile, const std::string &path);
+    void TakeProfile(const FilterSettings &profile, const std::string &path,
+                     const std::string &section);
 
 private:
     ExportSettings values;
     std::array<Origin, kSettingCount> origins = {};
     std::string profilePath;
+    std::string profileSection;
 };
 
 /// The setting of a name. Throws BadArgument that lists the names.
@@ -60,5 +63,8 @@ const char *SettingName(SettingId id);
 
 /// Throws BadArgument for settings that do not go together or give no usable file.
 void CheckTogether(const ExportSettings &settings);
+
+/// Throws BadArgument for a size or a resolution that the filter itself does not take.
+void CheckFilterLimits(const FilterSettings &filter);
 
 } // namespace kowen::host
