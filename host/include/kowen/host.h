@@ -94,7 +94,7 @@ typedef struct KowenResult {
     uint32_t notes;         /**< KOWEN_NOTE_... */
     double clippedPercent;  /**< pixels whose colours the filter cannot give exactly, 0 to 100 */
     char message[1024];     /**< empty, or a sentence that says what failed, where and what to do */
-    char notesText[2048];   /**< a line for each note; empty when there is none */
+    char notesText[2048];   /**< a line for each note but those of what was kept; or empty */
     char profilePath[4096]; /**< the profile in use, or empty */
     char profileSection[256]; /**< its section */
 } KowenResult;

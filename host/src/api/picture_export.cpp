@@ -2,8 +2,12 @@
 
 #include "base/failure.h"
 #include "filter/export_run.h"
+#include "settings/named_settings.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <optional>
+#include <utility>
 
 namespace kowen::host {
 namespace {
@@ -14,30 +18,6 @@ bool IsGreyFile(const ExportSettings &settings) {
     return settings.filter.colourFormat == KOWEN_FORMAT_GREY;
 }
 
-SourceSize UprightSize(const GivenPicture &picture) {
-    SourceSize size = {static_cast<int>(picture.UprightWidth()),
-                       static_cast<int>(picture.UprightHeight()), picture.xDpi, picture.yDpi};
-    if (picture.Transposed())
-        std::swap(size.xDpi, size.yDpi);
-    return size;
-}
-
-std::vector<uint8_t> BytesOf(const void *data, size_t size) {
-    const auto *bytes = static_cast<const uint8_t *>(data);
-    return std::vector<uint8_t>(bytes, bytes + size);
-}
-
-SourceFacts FactsOf(const GivenPicture &picture) {
-    SourceFacts facts;
-    facts.size = UprightSize(picture);
-    facts.turned = picture.orientation != 1;
-    facts.exif = BytesOf(picture.exif, picture.exifSize);
-    facts.icc = BytesOf(picture.icc, picture.iccSize);
-    if (picture.comment != nullptr)
-        facts.comment = picture.comment;
-    return facts;
-}
-
 CellPlan PlanOf(const ExportSettings &settings, const SourceSize &size) {
     return settings.asFilter ? PlanFilterCell(settings, size) : PlanExactCell(settings, size);
 }
@@ -46,8 +26,10 @@ bool Resized(const CellPlan &plan, const SourceSize &size) {
     return plan.outputWidth != size.width || plan.outputHeight != size.height;
 }
 
-HeadEdits EditsOf(const ExportSettings &settings, const CellPlan &plan) {
+HeadEdits EditsOf(const PreparedPicture &prepared, const ExportSettings &settings,
+                  const CellPlan &plan, Outcome *outcome) {
     HeadEdits edits;
+    edits.segments = MetadataFor(prepared.facts, settings, plan, outcome);
     if (settings.asFilter)
         return edits;
     edits.height = static_cast<uint16_t>(plan.outputHeight);
@@ -83,8 +65,6 @@ void NotePixels(const PreparedPicture &prepared, Outcome *outcome) {
         outcome->Note(KOWEN_NOTE_FLATTENED, "transparent pixels were put on the background");
     if (prepared.facts.turned)
         outcome->Note(KOWEN_NOTE_TURNED, "the picture was turned upright");
-    if (prepared.facts.converted)
-        outcome->Note(KOWEN_NOTE_CONVERTED_TO_SRGB, "the colours were converted to sRGB");
 }
 
 void NoteFile(const ExportSettings &settings, const CellPlan &plan, Outcome *outcome) {
@@ -101,7 +81,7 @@ void NoteFile(const ExportSettings &settings, const CellPlan &plan, Outcome *out
         outcome->Note(KOWEN_NOTE_UNCOMMON_FILE,
                       "grey files as the filter has them say 24 bits a sample, which most programs "
                       "do not open");
-    if (settings.filter.quality < 45)
+    if (outcome->quality < kLowestPlainQuality)
         outcome->Note(KOWEN_NOTE_UNCOMMON_FILE,
                       "below quality 45 some of the file's quantisers do not fit their byte, which "
                       "shows as patterns in the picture");
@@ -117,12 +97,99 @@ void TakeFacts(const JpegFacts &facts, Outcome *outcome) {
     outcome->scans = facts.scans;
 }
 
+// One export, whatever it takes.
+struct Job {
+    const PreparedPicture &prepared;
+    const ExportSettings &settings;
+    CellPlan plan;
+    HeadEdits edits;
+    Target *target;
+    Progress *progress;
+};
+
+JpegFacts RunInto(const Job &job, Sink *sink, bool last, Outcome *outcome) {
+    const Bitmap &bitmap = job.prepared.handed.bitmap;
+    std::optional<Bitmap> copy;
+    if (!last)
+        copy.emplace(bitmap.Copy());
+    EditedStream stream(sink, job.edits);
+    RunExport(job.prepared.module, copy ? *copy : bitmap, job.plan, job.settings.page,
+              job.target->Name(), &stream, job.progress, &outcome->moduleCode);
+    return stream.Watch().Facts();
+}
+
+JpegFacts ExportOnce(const Job &job, bool last, Outcome *outcome) {
+    job.progress->BeginPart(kHandOverPart, 1);
+    outcome->quality = job.settings.filter.quality;
+    const JpegFacts facts = RunInto(job, job.target->Open(job.progress), last, outcome);
+    job.target->Commit();
+    return facts;
+}
+
+// One try at a limit of bytes. False when they do not suffice.
+bool Fits(const Job &job, MemorySink *sink, JpegFacts *facts, Outcome *outcome) {
+    try {
+        *facts = RunInto(job, sink, false, outcome);
+        return true;
+    } catch (const Failure &failure) {
+        if (failure.SystemError() == EFBIG)
+            return false;
+        throw;
+    }
+}
+
+// Files grow with the quality, so that halving the range finds the last one that fits; what it
+// finds was made and measured.
+JpegFacts ExportToFit(const Job &job, Outcome *outcome) {
+    const int32_t wanted = job.settings.filter.quality;
+    int32_t low = job.settings.asFilter ? KOWEN_MIN_QUALITY : kLowestPlainQuality;
+    int32_t high = wanted;
+    std::optional<MemorySink> best;
+    JpegFacts bestFacts;
+    Job attempt = job;
+    for (int tries = 0; low <= high; ++tries) {
+        const double told = 1 - (1 - kHandOverPart) / (1 << tries);
+        job.progress->BeginPart(told, (1 + told) / 2);
+        attempt.plan.settings.quality = tries == 0 ? high : (low + high) / 2;
+        MemorySink sink(job.settings.maxBytes);
+        JpegFacts facts;
+        if (Fits(attempt, &sink, &facts, outcome)) {
+            low = attempt.plan.settings.quality + 1;
+            best.emplace(std::move(sink));
+            bestFacts = facts;
+            outcome->quality = attempt.plan.settings.quality;
+        } else {
+            high = attempt.plan.settings.quality - 1;
+        }
+    }
+    if (!best)
+        throw Failure(KOWEN_HOST_ERR_LIMIT,
+                      job.target->Name() + ": no quality gives a file of at most " +
+                          std::to_string(job.settings.maxBytes) +
+                          " bytes; allow more, or make the picture smaller with size");
+    Sink *sink = job.target->Open(job.progress);
+    int failed = sink->Write(best->Data(), best->Size());
+    if (failed == 0)
+        failed = sink->Finish();
+    if (failed == ECANCELED)
+        FailCancelled();
+    if (failed != 0)
+        FailWith(KOWEN_HOST_ERR_OUTPUT, job.target->Name(), failed);
+    job.target->Commit();
+    if (outcome->quality != wanted)
+        outcome->Note(KOWEN_NOTE_QUALITY_LOWERED,
+                      "quality " + std::to_string(outcome->quality) + " is the highest that fits " +
+                          std::to_string(job.settings.maxBytes) + " bytes");
+    return bestFacts;
+}
+
 } // namespace
 
 PreparedPicture Prepare(const FilterModule &module, const GivenPicture &picture,
                         const ExportSettings &settings, Progress *progress) {
     CheckTogether(settings);
-    SourceFacts facts = FactsOf(picture);
+    std::unique_ptr<ColourTransform> transform;
+    SourceFacts facts = FactsOf(picture, settings, &transform);
     const CellPlan plan = PlanOf(settings, facts.size);
     PixelPlan pixels;
     pixels.adjust = !settings.asFilter;
@@ -130,6 +197,7 @@ PreparedPicture Prepare(const FilterModule &module, const GivenPicture &picture,
     pixels.greyFile = IsGreyFile(settings);
     pixels.colourMode = settings.filter.colourMode;
     pixels.background = settings.background;
+    pixels.toSrgb = transform.get();
     progress->BeginPart(0, kHandOverPart);
     HandedOver handed = HandOver(module, picture, pixels, progress);
     return {module, std::move(facts), settings, std::move(handed)};
@@ -147,21 +215,15 @@ ExportSettings WithPixelSettings(const ExportSettings &settings, const ExportSet
 
 void Export(const PreparedPicture &prepared, const ExportSettings &settings, bool last,
             Target *target, Progress *progress, Outcome *outcome) {
-    const CellPlan plan = PlanOf(settings, prepared.facts.size);
-    const HeadEdits edits = EditsOf(settings, plan);
-    outcome->quality = settings.filter.quality;
-    EditedStream stream(target->Open(progress), edits);
-    std::optional<Bitmap> copy;
-    if (!last)
-        copy.emplace(prepared.handed.bitmap.Copy());
-    progress->BeginPart(kHandOverPart, 1);
-    RunExport(prepared.module, copy ? *copy : prepared.handed.bitmap, plan, settings.page,
-              target->Name(), &stream, progress, &outcome->moduleCode);
-    target->Commit();
-    TakeFacts(stream.Watch().Facts(), outcome);
+    CheckTogether(settings);
+    Job job = {prepared, settings, PlanOf(settings, prepared.facts.size), {}, target, progress};
+    job.edits = EditsOf(prepared, settings, job.plan, outcome);
+    const JpegFacts facts =
+        settings.maxBytes == 0 ? ExportOnce(job, last, outcome) : ExportToFit(job, outcome);
+    TakeFacts(facts, outcome);
     NoteSize(prepared.facts.size, outcome);
     NotePixels(prepared, outcome);
-    NoteFile(settings, plan, outcome);
+    NoteFile(settings, job.plan, outcome);
 }
 
 } // namespace kowen::host

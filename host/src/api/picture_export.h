@@ -2,29 +2,13 @@
 #pragma once
 
 #include "api/outcome.h"
+#include "api/source_facts.h"
 #include "api/target.h"
 #include "base/progress.h"
-#include "filter/cell_plan.h"
 #include "picture/hand_over.h"
-#include "settings/named_settings.h"
-#include "stream/jpeg_head.h"
-
-#include <memory>
-#include <string>
-#include <vector>
+#include "settings/values.h"
 
 namespace kowen::host {
-
-/// What of a picture remains when its pixels are handed over.
-struct SourceFacts {
-    SourceSize size; ///< upright
-    bool turned = false;
-    std::vector<uint8_t> exif;
-    std::vector<uint8_t> icc; ///< of the pixels as they were handed over; empty = sRGB
-    bool iccDropped = false;
-    bool converted = false; ///< from a profile's colours to sRGB
-    std::string comment;
-};
 
 /// A picture that was handed over, with the settings that decided about its pixels.
 struct PreparedPicture {
@@ -38,7 +22,8 @@ struct PreparedPicture {
 PreparedPicture Prepare(const FilterModule &module, const GivenPicture &picture,
                         const ExportSettings &settings, Progress *progress);
 
-/// Exports it. `last` says that its pixels are not needed any more; else a copy is made.
+/// Exports it, at the highest quality that fits when the settings limit the bytes. `last` says that
+/// its pixels are not needed any more; else, and for each try at a limit, a copy is made.
 /// Throws Failure; the outcome has what there is to say until then.
 void Export(const PreparedPicture &prepared, const ExportSettings &settings, bool last,
             Target *target, Progress *progress, Outcome *outcome);

@@ -19,7 +19,13 @@ MemorySink::~MemorySink() {
     std::free(memory);
 }
 
+MemorySink::MemorySink(MemorySink &&other) noexcept
+    : most(other.most), memory(std::exchange(other.memory, nullptr)),
+      used(std::exchange(other.used, 0)), capacity(std::exchange(other.capacity, 0)) {}
+
 int MemorySink::Write(const uint8_t *bytes, size_t count) noexcept {
+    if (count > most - used)
+        return EFBIG;
     if (count > capacity - used) {
         const size_t wanted = std::max({kPendingBytes, used + count, capacity * 2});
         void *grown = std::realloc(memory, wanted);

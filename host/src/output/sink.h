@@ -25,19 +25,22 @@ public:
 /// Keeps the bytes in memory that KowenFree frees.
 class MemorySink : public Sink {
 public:
-    MemorySink() = default;
+    /// limit  bytes that are taken; more are refused with EFBIG.
+    explicit MemorySink(uint64_t limit = UINT64_MAX) : most(limit) {}
     ~MemorySink() override;
-    MemorySink(const MemorySink &) = delete;
-    MemorySink &operator=(const MemorySink &) = delete;
+    MemorySink(MemorySink &&other) noexcept;
+    MemorySink &operator=(MemorySink &&) = delete;
 
     int Write(const uint8_t *bytes, size_t count) noexcept override;
 
+    const uint8_t *Data() const { return memory; }
     size_t Size() const { return used; }
 
     /// Hands the memory over; never null for a JPEG.
     void *Release();
 
 private:
+    uint64_t most;
     uint8_t *memory = nullptr;
     size_t used = 0;
     size_t capacity = 0;
@@ -55,12 +58,6 @@ public:
 private:
     KowenWriter write;
     void *context;
-};
-
-/// Counts only.
-class CountingSink : public Sink {
-public:
-    int Write(const uint8_t *, size_t) noexcept override { return 0; }
 };
 
 /// Writes to a descriptor, in large pieces. The descriptor stays the caller's.

@@ -8,8 +8,6 @@
 namespace kowen::host {
 namespace {
 
-constexpr int32_t kLowestPlainQuality = 45; // all quantisers fit a byte from here on
-
 using Parse = void (*)(const std::string &text, ExportSettings *settings);
 using Format = std::string (*)(const ExportSettings &settings);
 

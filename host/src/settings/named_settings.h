@@ -27,6 +27,9 @@ enum class SettingId : uint8_t {
 };
 inline constexpr size_t kSettingCount = static_cast<size_t>(SettingId::kAsFilter) + 1;
 
+/// All quantisers of a file fit their bytes from this quality on.
+inline constexpr int32_t kLowestPlainQuality = 45;
+
 /// Where a value comes from.
 enum class Origin : uint8_t { kDefault, kProfile, kSet };
 

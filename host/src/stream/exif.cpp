@@ -1,0 +1,192 @@
+#include "stream/exif.h"
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+
+namespace kowen::host {
+namespace {
+
+// Tags (EXIF 2.3, tables 4 to 9, and TIFF 6.0).
+enum Tag : uint16_t {
+    kImageWidth = 0x0100,
+    kImageLength = 0x0101,
+    kOrientation = 0x0112,
+    kThumbnail = 0x0201,
+    kThumbnailBytes = 0x0202,
+    kExifDirectory = 0x8769,
+    kGpsDirectory = 0x8825,
+    kPixelXDimension = 0xA002,
+    kPixelYDimension = 0xA003,
+    kInteroperability = 0xA005
+};
+
+constexpr uint16_t kShort = 3;
+constexpr uint16_t kLong = 4;
+constexpr size_t kHeaderBytes = 8;
+constexpr size_t kEntryBytes = 12;
+constexpr uint32_t kUpright = 1;
+constexpr char kPrefix[] = {'E', 'x', 'i', 'f', 0, 0};
+
+// Bytes of a value of each type; 0 for types that there are not.
+size_t TypeBytes(uint16_t type) {
+    constexpr uint8_t kBytes[] = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4, 8, 4, 8};
+    return type < sizeof kBytes ? kBytes[type] : 0;
+}
+
+// A TIFF structure in memory; every access is checked.
+class Tiff {
+public:
+    explicit Tiff(std::span<const uint8_t> exif) : bytes(exif.begin(), exif.end()) {
+        if (bytes.size() >= sizeof kPrefix &&
+            std::memcmp(bytes.data(), kPrefix, sizeof kPrefix) == 0)
+            bytes.erase(bytes.begin(), bytes.begin() + sizeof kPrefix);
+        constexpr uint8_t kLittle[] = {'I', 'I', 42, 0};
+        constexpr uint8_t kBig[] = {'M', 'M', 0, 42};
+        if (bytes.size() < kHeaderBytes)
+            return;
+        little = std::memcmp(bytes.data(), kLittle, sizeof kLittle) == 0;
+        valid = little || std::memcmp(bytes.data(), kBig, sizeof kBig) == 0;
+    }
+
+    bool Valid() const { return valid; }
+    size_t Size() const { return bytes.size(); }
+    std::vector<uint8_t> &Bytes() { return bytes; }
+
+    uint32_t Number(size_t at, size_t count) const {
+        uint32_t value = 0;
+        for (size_t i = 0; i < count; ++i)
+            value = value << 8 | bytes[little ? at + count - 1 - i : at + i];
+        return value;
+    }
+
+    void Put(size_t at, size_t count, uint32_t value) {
+        for (size_t i = 0; i < count; ++i)
+            bytes[little ? at + i : at + count - 1 - i] = static_cast<uint8_t>(value >> 8 * i);
+    }
+
+    // The entries of a directory; nothing when it does not lie in the data.
+    std::optional<size_t> Entries(size_t directory) const {
+        if (directory < kHeaderBytes || directory > bytes.size() - 2)
+            return std::nullopt;
+        const size_t count = Number(directory, 2);
+        if (count == 0 || directory + 2 + count * kEntryBytes + 4 > bytes.size())
+            return std::nullopt;
+        return count;
+    }
+
+    // Where the entry of a tag is; 0 when there is none.
+    size_t Find(size_t directory, uint16_t tag) const {
+        for (size_t i = 0; i < Entries(directory).value_or(0); ++i) {
+            const size_t at = directory + 2 + i * kEntryBytes;
+            if (Number(at, 2) == tag)
+                return at;
+        }
+        return 0;
+    }
+
+    // The value of a tag of one SHORT or LONG.
+    std::optional<uint32_t> Value(size_t directory, uint16_t tag) const {
+        const size_t at = Find(directory, tag);
+        if (at == 0 || Number(at + 4, 4) != 1)
+            return std::nullopt;
+        const uint32_t type = Number(at + 2, 2);
+        if (type != kShort && type != kLong)
+            return std::nullopt;
+        return Number(at + 8, type == kShort ? 2 : 4);
+    }
+
+    // Replaces it; the value fits 16 bits.
+    void SetValue(size_t directory, uint16_t tag, uint32_t value) {
+        const size_t at = Find(directory, tag);
+        if (at == 0 || Number(at + 4, 4) != 1)
+            return;
+        Put(at + 8, 4, 0);
+        Put(at + 8, Number(at + 2, 2) == kLong ? 4 : 2, value);
+    }
+
+    size_t First() const { return Number(4, 4); }
+    size_t NextPlace(size_t directory) const {
+        return directory + 2 + *Entries(directory) * kEntryBytes;
+    }
+
+    // The end of a directory and of everything that its entries point at.
+    size_t End(size_t directory) const {
+        const std::optional<size_t> count = Entries(directory);
+        if (!count)
+            return 0;
+        size_t end = NextPlace(directory) + 4;
+        for (size_t i = 0; i < *count; ++i) {
+            const size_t at = directory + 2 + i * kEntryBytes;
+            const uint64_t size =
+                uint64_t{TypeBytes(static_cast<uint16_t>(Number(at + 2, 2)))} * Number(at + 4, 4);
+            const uint64_t last = uint64_t{Number(at + 8, 4)} + size;
+            if (size > 4 && last <= bytes.size())
+                end = std::max(end, static_cast<size_t>(last));
+        }
+        return end;
+    }
+
+private:
+    std::vector<uint8_t> bytes;
+    bool valid = false;
+    bool little = false;
+};
+
+// Everything but the thumbnail ends here.
+size_t EndOfData(const Tiff &tiff) {
+    size_t end = tiff.End(tiff.First());
+    for (const Tag tag : {kExifDirectory, kGpsDirectory})
+        end = std::max(end, tiff.End(tiff.Value(tiff.First(), tag).value_or(0)));
+    const size_t exif = tiff.Value(tiff.First(), kExifDirectory).value_or(0);
+    return std::max(end, tiff.End(tiff.Value(exif, kInteroperability).value_or(0)));
+}
+
+// Unlinks the second directory, blanks its picture, and cuts off what then lies unused at the end.
+void DropThumbnail(Tiff *tiff) {
+    const size_t link = tiff->NextPlace(tiff->First());
+    const size_t directory = tiff->Number(link, 4);
+    if (directory == 0)
+        return;
+    tiff->Put(link, 4, 0);
+    if (!tiff->Entries(directory))
+        return;
+    const size_t end = EndOfData(*tiff);
+    const size_t picture = tiff->Value(directory, kThumbnail).value_or(0);
+    const size_t count = tiff->Value(directory, kThumbnailBytes).value_or(0);
+    if (picture < end || picture > tiff->Size() || count > tiff->Size() - picture)
+        return;
+    std::fill_n(tiff->Bytes().begin() + static_cast<ptrdiff_t>(picture), count, uint8_t{0});
+    const bool isLast = tiff->Size() - (picture + count) < 4;
+    if (isLast && directory >= end)
+        tiff->Bytes().resize(std::max(end, kHeaderBytes));
+}
+
+} // namespace
+
+std::vector<uint8_t> FitExif(std::span<const uint8_t> exif, const ExifFit &fit) {
+    Tiff tiff(exif);
+    if (!tiff.Valid() || !tiff.Entries(tiff.First()))
+        return {};
+    const size_t first = tiff.First();
+    const size_t directory = tiff.Value(first, kExifDirectory).value_or(0);
+    tiff.SetValue(first, kOrientation, kUpright);
+    tiff.SetValue(first, kImageWidth, fit.width);
+    tiff.SetValue(first, kImageLength, fit.height);
+    tiff.SetValue(directory, kPixelXDimension, fit.width);
+    tiff.SetValue(directory, kPixelYDimension, fit.height);
+    if (!fit.keepThumbnail)
+        DropThumbnail(&tiff);
+    return std::move(tiff.Bytes());
+}
+
+ExifSize SizeInExif(std::span<const uint8_t> exif) {
+    const Tiff tiff(exif);
+    if (!tiff.Valid() || !tiff.Entries(tiff.First()))
+        return {};
+    const size_t directory = tiff.Value(tiff.First(), kExifDirectory).value_or(0);
+    return {tiff.Value(directory, kPixelXDimension).value_or(0),
+            tiff.Value(directory, kPixelYDimension).value_or(0)};
+}
+
+} // namespace kowen::host
