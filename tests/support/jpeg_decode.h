@@ -38,8 +38,9 @@ struct DecodedJpeg {
 };
 
 enum class DecodeAs {
-    kColours,   ///< RGB, or one grey channel for a one-component file
-    kComponents ///< the components as they are stored, no colour transform
+    kColours,    ///< RGB, or one grey channel for a one-component file
+    kComponents, ///< the components as they are stored, no colour transform
+    kShown       ///< as programs show it: kColours with smooth upsampling
 };
 
 namespace jpeg_decode_detail {
@@ -109,7 +110,7 @@ inline DecodedJpeg DecodeJpeg(const void *data, size_t size, DecodeAs as = Decod
     jpeg_read_header(&info, TRUE);
     detail::TakeHeader(info, &result);
     info.dct_method = JDCT_ISLOW;
-    info.do_fancy_upsampling = FALSE;
+    info.do_fancy_upsampling = as == DecodeAs::kShown ? TRUE : FALSE;
     if (as == DecodeAs::kComponents)
         info.out_color_space = info.jpeg_color_space;
     jpeg_start_decompress(&info);
