@@ -79,6 +79,8 @@ struct Union {
 
 // nesting counts the brackets that are open, the union's own among them.
 Union MeasureUnion(std::string_view text, size_t at, int nesting) {
+    if (nesting > kMaxNesting)
+        return {kUnmeasurable, text.size()};
     uint64_t largest = 0;
     uint64_t alternative = 0;
     int structures = 0;

@@ -74,6 +74,10 @@ const char *AddNested(uint32_t &size, const char *text, int32_t nesting) {
 
 // GetUnionSize; nesting counts the brackets that are open, the union's own among them.
 const char *MeasureUnion(const char *text, uint32_t *size, int32_t nesting) {
+    if (nesting > kMaxNesting) {
+        *size = kUnmeasurable;
+        return text + std::strlen(text);
+    }
     *size = 0;
     uint32_t alternative = 0;
     int32_t structures = 0;

@@ -158,7 +158,7 @@ void CodeDcScan(const Store &store, CompressEnv &env, uint32_t &fillCount) {
 
 // Blocks of a component that are coded in the last MCU of a row: those that touch the picture.
 uint32_t BlocksInLastMcu(const CompressEnv &env, const Component &component, uint32_t width) {
-    if (width != env.paddedWidth || env.imageWidth > width)
+    if (width != env.paddedWidth)
         return component.blocksInMcu;
     const uint32_t padding = (env.paddedWidth - env.imageWidth) / 8;
     return std::min(component.blocksInMcu, env.maxH > padding ? env.maxH - padding : 0u);

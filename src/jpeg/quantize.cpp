@@ -17,10 +17,6 @@ int16_t RoundedQuotient(int32_t c, int32_t q) {
     return static_cast<int16_t>(numerator / denominator + (numerator % denominator > 0 ? 1 : 0));
 }
 
-uint32_t AtLeastOne(uint32_t quantiser) {
-    return quantiser == 0 ? 1 : quantiser;
-}
-
 void MakeDivisor(QuantDivisors &divisors, int i, uint32_t q) {
     const auto k = 2 + static_cast<uint32_t>(std::bit_width(q - 1));
     divisors.bias[i] = static_cast<int16_t>(8 * q - 4);
@@ -33,8 +29,7 @@ void MakeDivisor(QuantDivisors &divisors, int i, uint32_t q) {
 
 int32_t QuantizeBlock(int16_t *block, const CompressEnv *env, int32_t number) noexcept {
     for (int i = 0; i < kBlockSize; ++i)
-        block[i] =
-            RoundedQuotient(block[i], static_cast<int32_t>(AtLeastOne(env->quantTable[number][i])));
+        block[i] = RoundedQuotient(block[i], env->quantTable[number][i]);
     return 0;
 }
 
@@ -46,7 +41,7 @@ const QuantDivisors &Divisors(CompressEnv *env, int32_t number) noexcept {
         return divisors;
     std::memcpy(divisors.quantTable, quantTable, sizeof(divisors.quantTable));
     for (int i = 0; i < kBlockSize; ++i)
-        MakeDivisor(divisors, i, AtLeastOne(quantTable[i]));
+        MakeDivisor(divisors, i, quantTable[i]);
     return divisors;
 }
 

@@ -37,7 +37,8 @@ struct QuantDivisors {
 /// Test: QuantizeBlock.HalvesRoundTowardMinusInfinity.
 int32_t QuantizeBlock(int16_t *block, const CompressEnv *env, int32_t number) noexcept;
 
-/// Returns the divisors of a table of the environment, rebuilt if the table has changed.
+/// Returns the divisors of a table of the environment, rebuilt if the table has changed. Its
+/// quantisers are never 0.
 const QuantDivisors &Divisors(CompressEnv *env, int32_t number) noexcept;
 
 } // namespace kowen

@@ -427,6 +427,24 @@ TEST(GetUnionSize, BracketsOfBothKindsCountAsNesting) {
     EXPECT_EQ(size, 100u) << "one after another is not inside each other";
 }
 
+// 64 brackets are as many as there may be, whichever of them are a union's.
+TEST_F(QivReadStruct, UnionsCountAsNestingToTheLimit) {
+    OpenOver(std::string(20, 'x'));
+    const auto read = [&](int outer, const std::string &text) {
+        const std::string description = std::string(static_cast<size_t>(outer), '{') + text + "C";
+        return ReadRecords(description.c_str(), 8, 1);
+    };
+    EXPECT_EQ(read(63, "(C|)"), 1);
+    EXPECT_EQ(read(64, "(C|)"), -1);
+    EXPECT_EQ(read(62, "({C}|)"), 1);
+    EXPECT_EQ(read(63, "({C}|)"), -1);
+    EXPECT_EQ(read(62, "((C|)|)"), 1);
+    EXPECT_EQ(read(63, "((C|)|)"), -1);
+    EXPECT_EQ(read(61, "({(C|)}|)"), 1);
+    EXPECT_EQ(read(62, "({(C|)}|)"), -1);
+    EXPECT_EQ(read(61, "({C}{(C|)}|)"), 1) << "a closed bracket does not count";
+}
+
 TEST(GetUnionSize, WhatCannotBeMeasuredIsAsLargeAsCanBe) {
     uint32_t size = 77;
     GetUnionSize("(4294967295C|)", &size);

@@ -174,6 +174,16 @@ TEST(CompressProgressive, WidthOtherThanThePaddedHasNoPadding) {
     EXPECT_EQ(env.Bytes(static_cast<uint32_t>(count)), CodePlainly(whole, 75));
 }
 
+// Padded to 32 columns, of 20: rows of 64 have none of that padding.
+TEST(CompressProgressive, RowsWiderThanTheEnvironmentHaveNoPadding) {
+    const Picture whole = reference::MappedPicture(MakeNoise(64, 8).pixels, 64, 8, 212);
+    const std::vector<uint8_t> pixels = Padded(whole);
+    PictureEnv env(212, 246, 75, 20, 8);
+    const int32_t count = CompressProgressive(nullptr, pixels.data(), 8, 64, env.Get());
+    ASSERT_GT(count, 0);
+    EXPECT_EQ(env.Bytes(static_cast<uint32_t>(count)), CodePlainly(whole, 75));
+}
+
 // 8388608 MCUs: their blocks are 4.6 GB, more than a block of memory can have.
 TEST(CompressProgressive, PictureThatNoStoreCanHoldHasNoCount) {
     const uint8_t pixel[3] = {};

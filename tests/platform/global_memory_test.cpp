@@ -7,8 +7,10 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <malloc.h>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kowen {
@@ -102,6 +104,36 @@ TEST(GlobalAlloc, RoundsTheBlockAsDocumented) {
     // A full 32 bits more; nothing wraps.
     EXPECT_EQ(GlobalBlockBytes(0xFFFFFFFFu), k64Bit ? 0x100000028u : 0x100000020u);
 }
+
+#ifdef __GLIBC__
+// The heap rounds a request up to a word less than a multiple of 16, so that 48 bytes show one that
+// is too small, 56 and 100040 one that is too large.
+TEST(GlobalAlloc, AsksTheHeapForJustTheBlock) {
+    constexpr std::size_t kHeapRounding = k64Bit ? 8 : 12;
+    const std::vector<std::pair<uint32_t, std::size_t>> blocks = {
+        {k64Bit ? 2 : 14, 48}, {k64Bit ? 13 : 22, 56}, {k64Bit ? 99994 : 100006, 100040}};
+    for (const auto &[size, bytes] : blocks) {
+        const MemoryHandle handle = GlobalAlloc(kGlobalFlags, size);
+        const std::size_t asked = malloc_usable_size(reinterpret_cast<void *>(handle));
+        EXPECT_GE(asked, bytes) << size;
+        EXPECT_LE(asked, bytes + kHeapRounding) << size;
+        const MemoryHandle grown = GlobalReAlloc(handle, size + 16, kGlobalFlags);
+        const std::size_t again = malloc_usable_size(reinterpret_cast<void *>(grown));
+        EXPECT_GE(again, bytes + 16) << size;
+        EXPECT_LE(again, bytes + 16 + kHeapRounding) << size;
+        GlobalFree(grown);
+    }
+}
+
+TEST(GlobalPointerToHandle, AsksTheHeapForAHeaderAndAByte) {
+    char foreign[4];
+    const MemoryHandle handle = GlobalPointerToHandle(foreign, sizeof foreign);
+    const std::size_t asked = malloc_usable_size(reinterpret_cast<void *>(handle));
+    EXPECT_GE(asked, kHeaderBytes + 1u);
+    EXPECT_LE(asked, kHeaderBytes + 12u);
+    GlobalFree(handle);
+}
+#endif
 
 TEST(GlobalAlloc, LeavesRoomForEveryPadding) {
     for (uint32_t size = 0; size < 64; ++size) {

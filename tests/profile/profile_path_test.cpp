@@ -105,6 +105,18 @@ TEST_F(INIopenTest, APathThatDoesNotFitTheNameIsNotFound) {
     EXPECT_EQ(name[length + 1], '#');
 }
 
+TEST_F(INIopenTest, APathBehindASlashFitsToTheLastByte) {
+    inidir.Write("a.ini", "there");
+    ScopedEnvironment variable("INIDIR", (inidir.Path() + "/").c_str());
+    const auto length = static_cast<int32_t>(inidir.Path().size() + std::strlen("/a.ini"));
+    EXPECT_EQ(Open("a.ini", length + 1), "there");
+    EXPECT_EQ(name, inidir.Path() + "/a.ini");
+    EXPECT_EQ(name[length + 1], '#');
+    // Nothing of the path that was found before it is looked at again.
+    EXPECT_EQ(Open("a.ini", length), "(none)");
+    EXPECT_STREQ(name, "a.ini");
+}
+
 TEST_F(INIopenTest, NothingThereGivesZero) {
     {
         ScopedEnvironment variable("INIDIR", nullptr);
@@ -238,6 +250,16 @@ TEST_F(GetProfileDirectoryTest, APathThatDoesNotFitIsNotFound) {
     EXPECT_EQ(name, fits + "n");
     here.Write(fits + "n", "here");
     EXPECT_EQ(Find(fits + "n", nullptr), 0);
+    EXPECT_EQ(name, fits + "n");
+}
+
+TEST_F(GetProfileDirectoryTest, BehindASlashAPathFitsToTheLastByteToo) {
+    const std::string fits(143 - inidir.Path().size() - 1, 'n');
+    inidir.Write(fits, "there");
+    ScopedEnvironment variable("INIDIR", (inidir.Path() + "/").c_str());
+    EXPECT_EQ(Find(fits, nullptr), 0);
+    EXPECT_EQ(name, inidir.Path() + "/" + fits);
+    EXPECT_EQ(Find(fits + "n", nullptr), 1);
     EXPECT_EQ(name, fits + "n");
 }
 

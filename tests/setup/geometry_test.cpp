@@ -385,6 +385,11 @@ TEST(ScaleImageSize, LeavesASmallSize) {
 TEST(ScaleImageSize, LeavesTheLimitItself) {
     ExpectScaled(22, 22, 22.0, 22.0);
 }
+// 6.959248368791741 x 22 / 22 would be the number below it.
+TEST(ScaleImageSize, LeavesTheOtherSideOfTheLimitAlone) {
+    ExpectScaled(22.0, 6.959248368791741, 22.0, 6.959248368791741);
+    ExpectScaled(6.959248368791741, 22.0, 6.959248368791741, 22.0);
+}
 TEST(ScaleImageSize, LeavesNegativeSizes) {
     ExpectScaled(-30, -40, -30.0, -40.0);
 }
