@@ -33,10 +33,9 @@ const char *ProfileDirectory() noexcept {
 bool JoinPath(const char *directory, const char *name, char *path, int32_t size) noexcept {
     const std::size_t length = std::strlen(directory);
     const bool needsSlash = length != 0 && directory[length - 1] != '/';
-    if (!FitsPath(length + (needsSlash ? 1 : 0) + std::strlen(name), size))
-        return false;
-    return std::snprintf(path, static_cast<std::size_t>(size), "%s%s%s", directory,
-                         needsSlash ? "/" : "", name) < size;
+    const int joined = std::snprintf(path, static_cast<std::size_t>(size), "%s%s%s", directory,
+                                     needsSlash ? "/" : "", name);
+    return joined >= 0 && joined < size;
 }
 
 // A directory opens like a file, a pipe waits for its other end, a device may never end.

@@ -150,6 +150,7 @@ int32_t ConvertDepth(CellPicture &picture) noexcept {
     return failed ? failed : PollStage(picture);
 }
 
+/// Never does anything: nobody answers an output format, so that it stays 0.
 int32_t ConvertToCmyk(CellPicture &picture) noexcept {
     if (picture.outputFormat != kOutputCmyk || picture.targetDepth != kFourBytes)
         return KOWEN_OK;

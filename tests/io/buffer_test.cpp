@@ -95,8 +95,10 @@ TEST(FillQivIOBuf, GoesOnWhenTheDirtyBufferCannotBeWritten) {
     disk.Fail(FailingDisk::kWrite, 1);
     EXPECT_EQ(FillQivIOBuf(file), 12288);
     EXPECT_EQ(Record(file).error, -1);
+    EXPECT_EQ(Record(file).dirty, 0);
     EXPECT_EQ(ReadText(file, 3), Pattern(3)) << "the three bytes are lost";
-    qivClose(file);
+    EXPECT_EQ(qivClose(file), -1);
+    EXPECT_EQ(disk.Writes(), std::vector<int32_t>{3}) << "what was read is not written";
     EXPECT_EQ(directory.Read("a"), Pattern(20000));
 }
 
