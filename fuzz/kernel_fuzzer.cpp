@@ -247,11 +247,10 @@ struct Tables {
         static const Tables progressive(246);
         return operation == 245 ? sequential : progressive;
     }
-    const HuffmanEntry *Differences(int component) const {
-        return env->huffmanTable[component == 0 ? kDcDiffLuminance : kDcDiffChrominance];
-    }
-    const HuffmanEntry *Codes(int component) const {
-        return env->huffmanTable[component == 0 ? kAcLuminance : kAcChrominance];
+    const CodeTables *Codes(int component) const {
+        const int number = component == 0 ? 0 : 1;
+        return FindCodeTables(env->huffmanTable[kDcLuminance + number],
+                              env->huffmanTable[kAcLuminance + number]);
     }
 
     int operation;
@@ -298,13 +297,8 @@ void CodeMcus(const Kernels &variant, const Tables &tables, const Picture &pictu
         transformed.emplace_back(picture.blocks[c], variant.zigZag);
     for (uint32_t c = 0; c < picture.components; ++c) {
         const int component = static_cast<int>(c);
-        components[c] = {transformed[c].coefficients.data(),
-                         transformed[c].nonZero.data(),
-                         picture.blocksInMcu[c],
-                         tables.Differences(component),
-                         tables.Codes(component),
-                         AcCodesOf(tables.Codes(component)),
-                         &predictors[c]};
+        components[c] = {transformed[c].coefficients.data(), transformed[c].nonZero.data(),
+                         picture.blocksInMcu[c], tables.Codes(component), &predictors[c]};
     }
     Sink sink(kMaxMcuBytes, more);
     for (uint32_t left = picture.mcus; left > 0; sink.Take()) {
@@ -338,8 +332,8 @@ void CodeDcs(const Kernels &variant, const Tables &tables, const Picture &pictur
     int16_t predictors[3] = {};
     ComponentDcs components[3];
     for (uint32_t c = 0; c < picture.components; ++c)
-        components[c] = {dcs[c].data(), picture.blocksInMcu[c],
-                         tables.Differences(static_cast<int>(c)), &predictors[c]};
+        components[c] = {dcs[c].data(), picture.blocksInMcu[c], tables.Codes(static_cast<int>(c)),
+                         &predictors[c]};
     Sink sink(kMaxMcuBytes, more);
     for (uint32_t left = picture.mcus; left > 0; sink.Take()) {
         const uint32_t coded = variant.codeDcs(&sink.bits, components, picture.components, left);
@@ -362,7 +356,6 @@ void Dcs(Input *input) {
 
 void CodeAcs(const Kernels &variant, int component, int run, const std::vector<Block> &blocks,
              uint32_t more, const reference::Coder &coder) {
-    const HuffmanEntry *codes = Tables::Of(246).Codes(component);
     const Transformed transformed(blocks, variant.zigZag);
     const auto count = static_cast<uint32_t>(blocks.size());
     std::vector<int16_t> dcs(count);
@@ -372,7 +365,7 @@ void CodeAcs(const Kernels &variant, int component, int run, const std::vector<B
                            dcs.data(), packed.Get());
     for (uint32_t b = 0; b < count; ++b)
         Require(dcs[b] == blocks[b][0], "the DC coefficients");
-    AcScan scan = {codes, AcCodesOf(codes), static_cast<uint32_t>(run)};
+    AcScan scan = {Tables::Of(246).Codes(component), static_cast<uint32_t>(run)};
     Sink sink(kMaxBlockBytes, more);
     const int16_t *next = packed.Get();
     for (uint32_t done = 0; done < count; sink.Take()) {

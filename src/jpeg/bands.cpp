@@ -74,12 +74,7 @@ uint32_t RoundedUp(uint32_t value, uint32_t unit) {
 ComponentBlocks Coded(const ChunkBlocks &blocks, uint32_t blocksInMcu, CompressEnv &env,
                       int component) {
     const bool luminance = component == 0;
-    return {blocks.coefficients,
-            blocks.nonZero,
-            blocksInMcu,
-            env.huffmanTable[luminance ? kDcDiffLuminance : kDcDiffChrominance],
-            env.huffmanTable[luminance ? kAcLuminance : kAcChrominance],
-            AcCodesOf(env, luminance ? kAcLuminance : kAcChrominance),
+    return {blocks.coefficients, blocks.nonZero, blocksInMcu, CodeTablesOf(env, luminance ? 0 : 1),
             &env.dcPredictor[component]};
 }
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "io/file_handle.h"
-#include "jpeg/ac_codes.h"
+#include "jpeg/code_tables.h"
 #include "jpeg/huffman_entry.h"
 #include "jpeg/quantize.h"
 
@@ -64,8 +64,8 @@ struct CompressEnv {
     // Derived from quantTable on first use; see QuantDivisors.
     QuantDivisors divisors[kQuantTables];
 
-    // Of the AC tables, on first use; the process's own. See AcCodesOf.
-    const AcCodes *acCodes[2];
+    // Of the Huffman tables, on first use; the process's own. See CodeTablesOf.
+    const CodeTables *codeTables[2];
 };
 
 /// Fills a fresh environment from the arguments and the current setup: sampling factors, padded

@@ -1,13 +1,26 @@
-// The block coder of the kernels: whole codes into a 64-bit accumulator, zero runs from the bits
-// of the non-zero coefficients. Gives the bits that block_coder.h defines. Included inside a
-// namespace of its own by the kernels of each instruction set, whose Place(k) tells where zig-zag
-// position k stands in a block.
+// The block coder of the kernels: symbols are listed for many blocks, packed to bytes and stuffed
+// in loops of their own, which leaves few unpredictable branches. Gives the bits that block_coder.h
+// defines. Included by the kernels of each instruction set, which supply
+//   Place(k)                      where zig-zag position k stands in a block
+//   PairsOf(symbols, pairs)       joins the symbols of kSymbolsAtOnce / 2 pairs
+//   StuffBytes(bytes, end, out)   T.81 F.1.2.3, byte stuffing; returns the end of what was written;
+//                                 may read and write kStuffSlack bytes more
 
 constexpr uint32_t kZeroRunSymbol = 0xF0;
 constexpr uint32_t kLongestEobRun = 32767;
+constexpr uint32_t kBatchBlocks = 32;
+// A DC, and an AC or the end at each position; before them the end of a run of blocks, in two
+// parts.
+constexpr uint32_t kBatchSymbols = kBatchBlocks * 66;
+constexpr uint32_t kBatchBytes = kBatchBlocks * (22 + 63 * 26 + 30) / 8;
+constexpr uint32_t kPackSlack = 8; // bytes that BitPacker may write more
 
 inline uint32_t BitWidth(uint32_t value) {
     return value == 0 ? 0 : 32 - static_cast<uint32_t>(__builtin_clz(value));
+}
+
+inline bool HasRoom(const BitSink &sink, uint32_t bytes) {
+    return sink.limit - sink.out >= static_cast<intptr_t>(bytes);
 }
 
 inline void StoreBigEndian(uint8_t *out, uint64_t word) {
@@ -17,82 +30,127 @@ inline void StoreBigEndian(uint8_t *out, uint64_t word) {
     __builtin_memcpy(out, &word, sizeof(word));
 }
 
-// Whether a byte is 0xFF: its top bit is set and adding 1 clears it.
-inline bool HasStuffing(uint64_t word) {
-    constexpr uint64_t kTops = 0x8080808080808080u;
-    return (word & kTops & ~(word + 0x0101010101010101u)) != 0;
-}
+// Packs bits to bytes, behind the sink's pending ones; what does not fill a byte is pending again.
+class BitPacker {
+public:
+    BitPacker(BitSink &sink, uint8_t *out)
+        : sink_(sink), out_(out), pending_(sink.pending),
+          bits_(pending_ == 0 ? 0 : sink.accumulator << (64 - pending_)) {}
 
-// Stores the whole bytes among the pending bits, all at once when none of them is 0xFF.
-inline void StoreBytes(BitSink &sink) {
-    uint64_t word = sink.pending == 0 ? 0 : sink.accumulator << (64 - sink.pending);
-    uint32_t bytes = sink.pending / 8;
-    sink.pending %= 8;
-    if (!HasStuffing(word)) [[likely]] {
-        StoreBigEndian(sink.out, word);
-        sink.out += bytes;
-        return;
+    // 0 to 56 bits, left-aligned. Of the length the low 6 bits count.
+    void Append(uint64_t bits, uint64_t length) {
+        bits_ |= bits >> pending_;
+        StoreBigEndian(out_, bits_);
+        const auto used = static_cast<uint32_t>(pending_ + length) & 63;
+        out_ += used / 8;
+        bits_ <<= used & 56;
+        pending_ = used & 7;
     }
-    for (; bytes > 0; --bytes, word <<= 8) {
-        *sink.out++ = static_cast<uint8_t>(word >> 56);
-        if (word >> 56 == 0xFF)
-            *sink.out++ = 0; // T.81 F.1.2.3, byte stuffing
+
+    // Returns the end of the whole bytes.
+    uint8_t *End() {
+        sink_.pending = pending_;
+        sink_.accumulator = pending_ == 0 ? 0 : bits_ >> (64 - pending_);
+        return out_;
     }
-}
 
-// Appends count bits, 0 to 32; bits above them must be 0.
-inline void Put(BitSink &sink, uint32_t bits, uint32_t count) {
-    if (sink.pending + count > 64) [[unlikely]]
-        StoreBytes(sink);
-    sink.accumulator = sink.accumulator << count | bits;
-    sink.pending += count;
-}
+private:
+    BitSink &sink_;
+    uint8_t *out_;
+    uint32_t pending_;
+    uint64_t bits_; // left-aligned
+};
 
-inline void Put(BitSink &sink, const HuffmanEntry &entry) {
-    Put(sink, entry.code, entry.length);
+// A batch of symbols in file order, and the bytes they become.
+struct SymbolBatch {
+    PackedCode symbols[kBatchSymbols + kSymbolsAtOnce];
+    PackedCode *end;
+    uint8_t bytes[kBatchBytes + (kPackSlack > kStuffSlack ? kPackSlack : kStuffSlack)];
+
+    void Reset() { end = symbols; }
+    void Put(PackedCode code) { *end++ = code; }
+    [[gnu::noinline]] void Write(BitSink &sink);
+};
+
+// Not inlined: with the lister's variables there are too few registers.
+void SymbolBatch::Write(BitSink &sink) {
+    for (uint32_t i = 0; i < kSymbolsAtOnce; ++i)
+        end[i] = 0;
+    BitPacker packer(sink, bytes);
+    for (const PackedCode *symbol = symbols; symbol < end; symbol += kSymbolsAtOnce) {
+        SymbolPair pairs[kSymbolsAtOnce / 2];
+        PairsOf(symbol, pairs);
+        for (const SymbolPair &pair : pairs)
+            packer.Append(pair.bits, pair.length);
+    }
+    sink.out = StuffBytes(bytes, packer.End(), sink.out);
 }
 
 // The code of a DC coefficient's difference to the predictor, which follows it.
-inline const HuffmanEntry &DcDifference(const HuffmanEntry *differences, int16_t dc,
-                                        int16_t &predictor) {
+inline PackedCode DcCode(const CodeTables &tables, int16_t dc, int16_t &predictor) {
     const int32_t difference = dc - predictor;
     predictor = dc;
-    return differences[(difference >= 0 ? difference : difference + 4095) & 4095];
-}
-
-// EncodeDC.
-inline void PutDc(BitSink &sink, const HuffmanEntry *differences, int16_t dc, int16_t &predictor) {
-    Put(sink, DcDifference(differences, dc, predictor));
+    return tables
+        .ofDifference[static_cast<uint32_t>(difference + (difference >> 31)) & (kDifferences - 1)];
 }
 
 // What EncodeACCoef emits, for any coefficient.
-inline HuffmanEntry LongAcCode(const HuffmanEntry *codes, uint32_t run, int32_t coefficient) {
+inline PackedCode LongAcCode(const CodeTables &tables, uint32_t run, int32_t coefficient) {
     const int32_t sign = coefficient >> 31;
     const uint32_t category = BitWidth(static_cast<uint32_t>((coefficient ^ sign) - sign));
     const uint32_t appended = static_cast<uint32_t>(coefficient + sign) & ((1u << category) - 1u);
-    const HuffmanEntry entry = codes[run * 16 + category];
-    return {entry.code << category | appended, static_cast<uint8_t>(entry.length + category)};
+    const PackedCode code = tables.ofSymbol[run * 16 + category] + category;
+    return code | appended << (32 - (code & kLengthMask));
 }
 
 // What EncodeACCoef emits, for a run of at most 15.
-inline HuffmanEntry AcCode(const HuffmanEntry *codes, const AcCodes &acCodes, uint32_t run,
-                           int32_t coefficient) {
+inline PackedCode AcCode(const CodeTables &tables, uint32_t run, int32_t coefficient) {
     const auto place = static_cast<uint32_t>(coefficient + kShortReach);
     if (place < kShortCoefficients) [[likely]]
-        return acCodes.ofCoefficient[run * kShortCoefficients + place];
-    return LongAcCode(codes, run, coefficient);
+        return tables.ofCoefficient[run * kShortCoefficients + place];
+    return LongAcCode(tables, run, coefficient);
 }
 
-// EncodeZRL and EncodeACCoef.
-inline void PutAc(BitSink &sink, const HuffmanEntry *codes, const AcCodes &acCodes, uint32_t run,
-                  int32_t coefficient) {
-    for (; run > 15; run -= 16)
-        Put(sink, codes[kZeroRunSymbol]);
-    Put(sink, AcCode(codes, acCodes, run, coefficient));
+// Lists a block's AC coefficients behind symbol: nonZero has their zig-zag positions, valueAt(k) is
+// the next of them. Returns the end.
+template <typename ValueAt>
+inline PackedCode *ListAcs(const CodeTables &tables, uint64_t nonZero, ValueAt valueAt,
+                           PackedCode *symbol) {
+    uint32_t next = 1;
+    for (uint64_t left = nonZero; left != 0; left &= left - 1) {
+        const auto k = static_cast<uint32_t>(__builtin_ctzll(left));
+        uint32_t run = k - next;
+        for (; run > 15; run -= 16)
+            [[unlikely]] *symbol++ = tables.ofSymbol[kZeroRunSymbol];
+        *symbol++ = AcCode(tables, run, valueAt(k));
+        next = k + 1;
+    }
+    return symbol;
 }
 
-inline bool HasRoom(const BitSink &sink, uint32_t bytes) {
-    return sink.limit - sink.out >= static_cast<intptr_t>(bytes);
+// How many MCUs are coded together: what a batch and the room hold.
+inline uint32_t BatchMcus(const BitSink &sink, uint32_t blocksInMcu, uint32_t mcus) {
+    const auto room = static_cast<uint32_t>((sink.limit - sink.out) / kMaxMcuBytes);
+    const uint32_t most = room < mcus ? room : mcus;
+    const uint32_t batch = kBatchBlocks / blocksInMcu;
+    return batch < most ? batch : most;
+}
+
+// Coder: made of the components; Code codes a batch of MCUs.
+template <typename Coder, typename Component>
+uint32_t CodeBatches(BitSink *sink, Component *components, uint32_t count, uint32_t mcus) {
+    if (!HasRoom(*sink, kMaxMcuBytes))
+        return 0;
+    uint32_t blocksInMcu = 0;
+    for (uint32_t c = 0; c < count; ++c)
+        blocksInMcu += components[c].blocksInMcu;
+    Coder coder(components, count);
+    uint32_t done = 0;
+    while (const uint32_t batch = BatchMcus(*sink, blocksInMcu, mcus - done)) {
+        coder.Code(*sink, components, count, batch);
+        done += batch;
+    }
+    return done;
 }
 
 int16_t *PackBlocks(const int16_t *coefficients, const uint64_t *nonZero, uint32_t blocks,
@@ -105,64 +163,65 @@ int16_t *PackBlocks(const int16_t *coefficients, const uint64_t *nonZero, uint32
     return packed;
 }
 
-uint32_t CodeDcs(BitSink *sinkInOut, ComponentDcs *components, uint32_t count, uint32_t mcus) {
-    BitSink sink = *sinkInOut;
-    uint32_t mcu = 0;
-    for (; mcu < mcus && HasRoom(sink, kMaxMcuBytes); ++mcu) {
-        for (uint32_t c = 0; c < count; ++c) {
-            ComponentDcs &component = components[c];
-            int16_t predictor = *component.predictor;
-            for (uint32_t i = 0; i < component.blocksInMcu; ++i)
-                PutDc(sink, component.differences, *component.dcs++, predictor);
-            *component.predictor = predictor;
-        }
+class DcCoder {
+public:
+    DcCoder(const ComponentDcs *, uint32_t) {}
+
+    void Code(BitSink &sink, ComponentDcs *components, uint32_t count, uint32_t mcus) {
+        batch_.Reset();
+        for (; mcus > 0; --mcus)
+            for (uint32_t c = 0; c < count; ++c)
+                for (uint32_t i = 0; i < components[c].blocksInMcu; ++i)
+                    batch_.Put(DcCode(*components[c].tables, *components[c].dcs++,
+                                      *components[c].predictor));
+        batch_.Write(sink);
     }
-    if (mcu > 0) // else there is nothing new, and perhaps no room for a word
-        StoreBytes(sink);
-    *sinkInOut = sink;
-    return mcu;
+
+private:
+    SymbolBatch batch_;
+};
+
+uint32_t CodeDcs(BitSink *sink, ComponentDcs *components, uint32_t count, uint32_t mcus) {
+    return CodeBatches<DcCoder>(sink, components, count, mcus);
 }
 
 // T.81 G.1.2.2: EOBn codes runs of 2^n to 2^(n + 1) - 1, then the run's low n bits.
-inline void FlushEobRun(BitSink &sink, AcScan &scan) {
+inline void ListEobRun(SymbolBatch &batch, AcScan &scan) {
     if (scan.eobRun == 0)
         return;
     const uint32_t n = BitWidth(scan.eobRun) - 1;
-    Put(sink, scan.codes[n * 16]);
-    Put(sink, scan.eobRun & ((1u << n) - 1u), n);
+    batch.Put(scan.tables->ofSymbol[n * 16]);
+    batch.Put(Packed(scan.eobRun & ((1u << n) - 1u), n));
     scan.eobRun = 0;
 }
 
-uint32_t CodeAcs(BitSink *sinkInOut, AcScan *scanInOut, const uint64_t *nonZero,
-                 const int16_t **packedInOut, uint32_t blocks) {
-    BitSink sink = *sinkInOut;
-    AcScan scan = *scanInOut;
-    const int16_t *packed = *packedInOut;
-    uint32_t b = 0;
-    for (; b < blocks && HasRoom(sink, kMaxBlockBytes); ++b) {
-        uint64_t left = nonZero[b] & ~uint64_t{1};
-        uint32_t next = 1;
-        if (left != 0) {
-            FlushEobRun(sink, scan);
-            for (; left != 0; left &= left - 1) {
-                const auto k = static_cast<uint32_t>(__builtin_ctzll(left));
-                PutAc(sink, scan.codes, *scan.acCodes, k - next, *packed++);
-                next = k + 1;
+uint32_t CodeAcs(BitSink *sink, AcScan *scan, const uint64_t *nonZero, const int16_t **packed,
+                 uint32_t blocks) {
+    SymbolBatch batch;
+    uint32_t done = 0;
+    while (done < blocks && HasRoom(*sink, kMaxBlockBytes)) {
+        const auto room = static_cast<uint32_t>((sink->limit - sink->out) / kMaxBlockBytes);
+        uint32_t left = blocks - done < kBatchBlocks ? blocks - done : kBatchBlocks;
+        left = left < room ? left : room;
+        batch.Reset();
+        for (; left > 0; --left, ++done) {
+            const uint64_t acs = nonZero[done] & ~uint64_t{1};
+            if (acs != 0) {
+                ListEobRun(batch, *scan);
+                batch.end = ListAcs(
+                    *scan->tables, acs, [packed](uint32_t) { return *(*packed)++; }, batch.end);
             }
-            StoreBytes(sink);
+            if (acs >> 63 == 0 && ++scan->eobRun == kLongestEobRun)
+                ListEobRun(batch, *scan);
         }
-        if (next != 64 && ++scan.eobRun == kLongestEobRun) {
-            FlushEobRun(sink, scan);
-            StoreBytes(sink);
-        }
+        batch.Write(*sink);
     }
-    *sinkInOut = sink;
-    *scanInOut = scan;
-    *packedInOut = packed;
-    return b;
+    return done;
 }
 
 void EndAcs(BitSink *sink, AcScan *scan) {
-    FlushEobRun(*sink, *scan);
-    StoreBytes(*sink);
+    SymbolBatch batch;
+    batch.Reset();
+    ListEobRun(batch, *scan);
+    batch.Write(*sink);
 }

@@ -6,11 +6,12 @@
 
 namespace kowen {
 
-const AcCodes *AcCodesOf(CompressEnv &env, HuffmanSlot slot) noexcept {
-    const AcCodes *&acCodes = env.acCodes[slot - kAcLuminance];
-    if (acCodes == nullptr)
-        acCodes = AcCodesOf(env.huffmanTable[slot]);
-    return acCodes;
+const CodeTables *CodeTablesOf(CompressEnv &env, int number) noexcept {
+    const CodeTables *&tables = env.codeTables[number];
+    if (tables == nullptr)
+        tables = FindCodeTables(env.huffmanTable[kDcLuminance + number],
+                                env.huffmanTable[kAcLuminance + number]);
+    return tables;
 }
 
 EntropyOutput::EntropyOutput(CompressEnv &env, uint32_t &fillCount) noexcept

@@ -8,8 +8,8 @@
 
 namespace kowen {
 
-/// The lookup tables of huffmanTable[slot], kAcLuminance or kAcChrominance.
-const AcCodes *AcCodesOf(CompressEnv &env, HuffmanSlot slot) noexcept;
+/// The lookup tables of the environment's codes. number: 0 luminance, 1 chrominance.
+const CodeTables *CodeTablesOf(CompressEnv &env, int number) noexcept;
 
 /// Takes over the environment's bit state from construction to End; between the two the
 /// environment's own is not valid. After a failed growth of the buffer, which loses it, coding goes

@@ -5,8 +5,7 @@
 // flags, and they include nothing that other files share but plain declarations.
 #pragma once
 
-#include "jpeg/ac_codes.h"
-#include "jpeg/huffman_entry.h"
+#include "jpeg/code_tables.h"
 #include "jpeg/quantize.h"
 #include "platform/instruction_sets.h"
 
@@ -34,9 +33,7 @@ struct ComponentBlocks {
     const int16_t *coefficients; ///< 64 a block, in the order of the kernels
     const uint64_t *nonZero;     ///< a bit per zig-zag position
     uint32_t blocksInMcu;
-    const HuffmanEntry *differences; ///< whole DC differences
-    const HuffmanEntry *codes;       ///< AC codes by symbol
-    const AcCodes *acCodes;          ///< the same as lookup tables
+    const CodeTables *tables;
     int16_t *predictor;
 };
 
@@ -44,15 +41,14 @@ struct ComponentBlocks {
 struct ComponentDcs {
     const int16_t *dcs;
     uint32_t blocksInMcu;
-    const HuffmanEntry *differences;
+    const CodeTables *tables;
     int16_t *predictor;
 };
 
 /// A progressive AC scan on its way.
 struct AcScan {
-    const HuffmanEntry *codes; ///< by symbol
-    const AcCodes *acCodes;    ///< the same as lookup tables
-    uint32_t eobRun;           ///< blocks that ended on zeros and are not coded yet
+    const CodeTables *tables;
+    uint32_t eobRun; ///< blocks that ended on zeros and are not coded yet
 };
 
 struct Kernels {

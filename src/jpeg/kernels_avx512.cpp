@@ -46,7 +46,12 @@ inline uint32_t Place(uint32_t k) {
     return k;
 }
 
-#include "jpeg/code_mcus_avx512.inl"
+#include "jpeg/byte_stuffing.inl"
+#include "jpeg/pairs_avx2.inl"
+
+#include "jpeg/entropy_kernel.inl"
+
+#include "jpeg/mcu_coder_avx512.inl"
 #include "jpeg/variant.inl"
 
 } // namespace

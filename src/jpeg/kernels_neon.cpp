@@ -55,7 +55,12 @@ inline uint32_t Place(uint32_t k) {
     return kZigZagBytes.place[k];
 }
 
-#include "jpeg/code_mcus.inl"
+#include "jpeg/byte_stuffing.inl"
+#include "jpeg/pairs.inl"
+
+#include "jpeg/entropy_kernel.inl"
+
+#include "jpeg/mcu_coder.inl"
 #include "jpeg/variant.inl"
 
 } // namespace

@@ -29,7 +29,38 @@ inline uint32_t Place(uint32_t k) {
 }
 } // namespace
 
-#include "jpeg/code_mcus.inl"
+constexpr uint32_t kStuffSlack = 8;
+
+// Eight bytes at a time, where none of them is 255.
+inline uint8_t *StuffBytes(const uint8_t *bytes, const uint8_t *end, uint8_t *out) {
+    for (; end - bytes >= 8; bytes += 8) {
+        uint64_t word;
+        __builtin_memcpy(&word, bytes, sizeof(word));
+        // A byte is 255 when its top bit is set and adding 1 clears it.
+        if ((word & 0x8080808080808080u & ~(word + 0x0101010101010101u)) == 0) [[likely]] {
+            __builtin_memcpy(out, &word, sizeof(word));
+            out += sizeof(word);
+            continue;
+        }
+        for (uint32_t i = 0; i < 8; ++i) {
+            *out++ = bytes[i];
+            if (bytes[i] == 0xFF)
+                *out++ = 0;
+        }
+    }
+    for (; bytes < end; ++bytes) {
+        *out++ = *bytes;
+        if (*bytes == 0xFF)
+            *out++ = 0;
+    }
+    return out;
+}
+
+#include "jpeg/pairs.inl"
+
+#include "jpeg/entropy_kernel.inl"
+
+#include "jpeg/mcu_coder.inl"
 
 void MapRgbToYcc(uint8_t *row, uint32_t width) {
     MapToYcc<0, 2>(row, width);

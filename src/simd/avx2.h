@@ -71,6 +71,7 @@ struct Bytes {
     static constexpr uint32_t kCount = 32;
     __m256i v;
 
+    static Bytes Load(const uint8_t *p) { return {LoadVector(p)}; }
     void Store(uint8_t *p) const { StoreVector(p, v); }
     static Bytes All(int x) { return {_mm256_set1_epi8(static_cast<char>(x))}; }
 
@@ -78,6 +79,10 @@ struct Bytes {
     friend Bytes operator-(Bytes a, Bytes b) { return {_mm256_sub_epi8(a.v, b.v)}; }
     friend Bytes operator&(Bytes a, Bytes b) { return {_mm256_and_si256(a.v, b.v)}; }
     friend Bytes operator|(Bytes a, Bytes b) { return {_mm256_or_si256(a.v, b.v)}; }
+    uint32_t FirstOf255() const {
+        const int found = _mm256_movemask_epi8(_mm256_cmpeq_epi8(v, _mm256_set1_epi8(-1)));
+        return static_cast<uint32_t>(__builtin_ctzll(static_cast<uint32_t>(found) | 1ull << 32));
+    }
     static Bytes SubtractToZero(Bytes a, Bytes b) { return {_mm256_subs_epu8(a.v, b.v)}; }
     template <int N> Bytes ShiftRight() const {
         return Bytes{_mm256_srli_epi16(v, N)} & All(0xFF >> N);

@@ -70,6 +70,7 @@ struct Bytes {
     static constexpr uint32_t kCount = 64;
     __m512i v;
 
+    static Bytes Load(const uint8_t *p) { return {LoadVector(p)}; }
     void Store(uint8_t *p) const { StoreVector(p, v); }
     static Bytes All(int x) { return {_mm512_set1_epi8(static_cast<char>(x))}; }
 
@@ -77,6 +78,10 @@ struct Bytes {
     friend Bytes operator-(Bytes a, Bytes b) { return {_mm512_sub_epi8(a.v, b.v)}; }
     friend Bytes operator&(Bytes a, Bytes b) { return {_mm512_and_si512(a.v, b.v)}; }
     friend Bytes operator|(Bytes a, Bytes b) { return {_mm512_or_si512(a.v, b.v)}; }
+    uint32_t FirstOf255() const {
+        const uint64_t found = _mm512_cmpeq_epi8_mask(v, _mm512_set1_epi8(-1));
+        return static_cast<uint32_t>(_tzcnt_u64(found));
+    }
     static Bytes SubtractToZero(Bytes a, Bytes b) { return {_mm512_subs_epu8(a.v, b.v)}; }
     template <int N> Bytes ShiftRight() const {
         return Bytes{_mm512_srli_epi16(v, N)} & All(0xFF >> N);

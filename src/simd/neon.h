@@ -48,12 +48,14 @@ struct Wide {
     template <int N> Words Narrow() const {
         if constexpr (N <= 16)
             return {vrshrn_high_n_s32(vrshrn_n_s32(low, N), high, N)};
-        const int32x4_t half = vdupq_n_s32(1 << (N - 1));
-        return Words{vaddhn_high_s32(vaddhn_s32(low, half), high, half)}
-            .template ShiftRight<N - 16>();
+        else
+            return HighHalves(vdupq_n_s32(1 << (N - 1))).template ShiftRight<N - 16>();
     }
 
 private:
+    Words HighHalves(int32x4_t added) const {
+        return {vaddhn_high_s32(vaddhn_s32(low, added), high, added)};
+    }
     template <int Factor> static Wide AddProduct(Wide sum, Words x) {
         return {vmlal_n_s16(sum.low, vget_low_s16(x.v), Factor),
                 vmlal_high_n_s16(sum.high, x.v, Factor)};
@@ -69,6 +71,7 @@ struct Bytes {
     static constexpr uint32_t kCount = 16;
     uint8x16_t v;
 
+    static Bytes Load(const uint8_t *p) { return {vld1q_u8(p)}; }
     void Store(uint8_t *p) const { vst1q_u8(p, v); }
     static Bytes All(int x) { return {vdupq_n_u8(static_cast<uint8_t>(x))}; }
 
@@ -76,6 +79,12 @@ struct Bytes {
     friend Bytes operator-(Bytes a, Bytes b) { return {vsubq_u8(a.v, b.v)}; }
     friend Bytes operator&(Bytes a, Bytes b) { return {vandq_u8(a.v, b.v)}; }
     friend Bytes operator|(Bytes a, Bytes b) { return {vorrq_u8(a.v, b.v)}; }
+    uint32_t FirstOf255() const {
+        // Four bits for each byte.
+        const uint16x8_t found = vreinterpretq_u16_u8(vceqq_u8(v, vdupq_n_u8(255)));
+        const uint64_t bits = vget_lane_u64(vreinterpret_u64_u8(vshrn_n_u16(found, 4)), 0);
+        return bits == 0 ? kCount : static_cast<uint32_t>(__builtin_ctzll(bits)) / 4;
+    }
     static Bytes SubtractToZero(Bytes a, Bytes b) { return {vqsubq_u8(a.v, b.v)}; }
     template <int N> Bytes ShiftRight() const { return {vshrq_n_u8(v, N)}; }
     static Bytes NegatedWhereLess(Bytes x, Bytes a, Bytes b) {

@@ -73,6 +73,7 @@ struct Bytes {
     static constexpr uint32_t kCount = 16;
     __m128i v;
 
+    static Bytes Load(const uint8_t *p) { return {LoadVector(p)}; }
     void Store(uint8_t *p) const { StoreVector(p, v); }
     static Bytes All(int x) { return {_mm_set1_epi8(static_cast<char>(x))}; }
 
@@ -80,6 +81,10 @@ struct Bytes {
     friend Bytes operator-(Bytes a, Bytes b) { return {_mm_sub_epi8(a.v, b.v)}; }
     friend Bytes operator&(Bytes a, Bytes b) { return {_mm_and_si128(a.v, b.v)}; }
     friend Bytes operator|(Bytes a, Bytes b) { return {_mm_or_si128(a.v, b.v)}; }
+    uint32_t FirstOf255() const {
+        const int found = _mm_movemask_epi8(_mm_cmpeq_epi8(v, _mm_set1_epi8(-1)));
+        return static_cast<uint32_t>(__builtin_ctz(static_cast<uint32_t>(found) | 1u << 16));
+    }
     static Bytes SubtractToZero(Bytes a, Bytes b) { return {_mm_subs_epu8(a.v, b.v)}; }
     template <int N> Bytes ShiftRight() const {
         return Bytes{_mm_srli_epi16(v, N)} & All(0xFF >> N);

@@ -76,6 +76,11 @@ void Append(std::vector<uint8_t> &all, const std::vector<uint8_t> &more) {
     all.insert(all.end(), more.begin(), more.end());
 }
 
+const CodeTables *TablesOf(const PictureEnv &env, int number) {
+    return FindCodeTables(env->huffmanTable[kDcLuminance + number],
+                          env->huffmanTable[kAcLuminance + number]);
+}
+
 class EntropyKernelVariant : public testing::TestWithParam<const Kernels *> {};
 
 /// Codes MCUs of up to three components in a variant and in the reference, and compares the bytes,
@@ -102,9 +107,7 @@ struct McuComparison {
         for (uint32_t c = 0; c < componentCount; ++c) {
             const int chroma = Role(c) == 0 ? 0 : 1;
             components.push_back({transformed[c].coefficients.data(), transformed[c].nonZero.data(),
-                                  Blocks(c), env->huffmanTable[4 + chroma],
-                                  env->huffmanTable[2 + chroma],
-                                  AcCodesOf(env->huffmanTable[2 + chroma]), &predictors[Role(c)]});
+                                  Blocks(c), TablesOf(env, chroma), &predictors[Role(c)]});
         }
         reference::Coder coder(245, 100);
         for (size_t mcu = 0; mcu < mcus; ++mcu)
@@ -164,13 +167,8 @@ TEST_P(EntropyKernelVariant, CodeMcusNeedsRoom) {
     PictureEnv env(215, 245, 100, 8, 8);
     const Transformed transformed(MakeBlocks(1, kSparse, 1), kernels.zigZag);
     int16_t predictor = 0;
-    ComponentBlocks component = {transformed.coefficients.data(),
-                                 transformed.nonZero.data(),
-                                 1,
-                                 env->huffmanTable[4],
-                                 env->huffmanTable[2],
-                                 AcCodesOf(env->huffmanTable[2]),
-                                 &predictor};
+    ComponentBlocks component = {transformed.coefficients.data(), transformed.nonZero.data(), 1,
+                                 TablesOf(env, 0), &predictor};
     Sink output(kMaxMcuBytes - 1);
     EXPECT_EQ(kernels.codeMcus(&output.sink, &component, 1, 1), 0u);
     EXPECT_TRUE(output.Take().empty());
@@ -216,7 +214,7 @@ TEST_P(EntropyKernelVariant, CodeDcs) {
     int16_t predictors[3] = {};
     ComponentDcs components[3];
     for (int c = 0; c < 3; ++c)
-        components[c] = {dcs[c].data(), c == 0 ? 2u : 1u, env->huffmanTable[c == 0 ? 4 : 5],
+        components[c] = {dcs[c].data(), c == 0 ? 2u : 1u, TablesOf(env, c == 0 ? 0 : 1),
                          &predictors[c]};
     Sink output(kMaxMcuBytes + 20);
     std::vector<uint8_t> bytes;
@@ -248,8 +246,7 @@ TEST_P(EntropyKernelVariant, CodeAcs) {
             std::vector<int16_t> packed(kBlocks * 64);
             kernels.packBlocks(transformed.coefficients.data(), transformed.nonZero.data(), kBlocks,
                                dcs.data(), packed.data());
-            AcScan scan = {env->huffmanTable[2 + component],
-                           AcCodesOf(env->huffmanTable[2 + component]), 0};
+            AcScan scan = {TablesOf(env, component), 0};
             const int16_t *next = packed.data();
             Sink output(kMaxBlockBytes + 20);
             std::vector<uint8_t> bytes;

@@ -311,12 +311,10 @@ TEST_P(KernelVariant, FullBuffersStayAsTheyAre) {
     ComponentBlocks blocks = {.coefficients = coefficients,
                               .nonZero = &nonZero,
                               .blocksInMcu = 1,
-                              .differences = nullptr,
-                              .codes = nullptr,
-                              .acCodes = nullptr,
+                              .tables = nullptr,
                               .predictor = &predictor};
     EXPECT_EQ(GetParam()->codeMcus(&sink, &blocks, 1, 1), 0u);
-    AcScan scan = {.codes = nullptr, .acCodes = nullptr, .eobRun = 5};
+    AcScan scan = {.tables = nullptr, .eobRun = 5};
     const int16_t *packed = coefficients;
     EXPECT_EQ(GetParam()->codeAcs(&sink, &scan, &nonZero, &packed, 1), 0u);
     EXPECT_EQ(sink.accumulator, full.accumulator);

@@ -2,24 +2,50 @@
 // listed and symbols turned into bits by vectors, so that no branch depends on a coefficient but
 // those for runs of 16 zeros and for stuffing.
 
-#include "jpeg/mcu_batches.inl"
-
 constexpr uint32_t kMaxComponents = 4;
 
 // A batch's symbols in file order.
 struct Symbols {
     alignas(64) uint8_t place[kBatchSymbols + 64]; // zig-zag, and the component in the top bits
     alignas(64) int16_t value[kBatchSymbols + 64];
-    alignas(64) uint32_t dcWord[kBatchBlocks + 16]; // whole DC differences: see AcCodes::ofSymbol
+    alignas(64) PackedCode dcCode[kBatchBlocks + 16];
     uint32_t count;
     uint32_t dcCount;
 };
 
 // Their bits, two symbols together.
-struct SymbolPairs {
+struct AllPairs {
     alignas(64) uint64_t bits[kBatchSymbols / 2 + 8];
     alignas(64) uint8_t length[kBatchSymbols / 2 + 8];
 };
+
+// The positions where a code for 16 zeros stands: each 16th of a gap before a coefficient. The DC's
+// bit must be set.
+inline uint64_t ZeroRuns(uint64_t nonZero) {
+    uint64_t within = nonZero; // 15 positions behind a coefficient
+    within |= within << 1;
+    within |= within << 2;
+    within |= within << 4;
+    within |= within << 8;
+    uint64_t runs = 0;
+    for (uint64_t far = nonZero & ~(within << 1) & ~uint64_t{1}; far != 0; far &= far - 1) {
+        const uint64_t before = nonZero & ((far & -far) - 1);
+        const auto last = 63 - static_cast<uint32_t>(__builtin_clzll(before));
+        for (uint32_t k = last + 16; k < static_cast<uint32_t>(__builtin_ctzll(far)); k += 16)
+            runs |= uint64_t{1} << k;
+    }
+    return runs;
+}
+
+// The symbol mask, the zig-zag positions with a symbol: the DC, each coefficient that is not 0,
+// each 16th of the zeros before one, and the end of the block behind the last. As long as the last
+// two are coded as run 15 before coefficient 0 and run 0 before coefficient 0, they need no
+// attention of their own.
+inline uint64_t SymbolMask(uint64_t nonZero) {
+    uint64_t mask = nonZero | 1;
+    mask |= ZeroRuns(mask);
+    return mask | uint64_t{2} << (63 - static_cast<uint32_t>(__builtin_clzll(mask)));
+}
 
 inline __m512i EachPlace() {
     alignas(64) static constexpr uint8_t kPlaces[64] = {
@@ -32,8 +58,7 @@ inline __m512i EachPlace() {
 // Lists the next block of component c.
 inline void ListBlock(Symbols &symbols, ComponentBlocks &component, uint32_t c) {
     const int16_t *block = component.coefficients;
-    const HuffmanEntry &dc = DcDifference(component.differences, block[0], *component.predictor);
-    symbols.dcWord[symbols.dcCount++] = dc.code << 8 | dc.length;
+    symbols.dcCode[symbols.dcCount++] = DcCode(*component.tables, block[0], *component.predictor);
 
     const uint64_t coded = SymbolMask(*component.nonZero);
     const auto low = static_cast<__mmask32>(coded);
@@ -53,10 +78,10 @@ inline void ListBlock(Symbols &symbols, ComponentBlocks &component, uint32_t c) 
 
 // 16 symbols side by side.
 struct SymbolBits {
-    __m512i bits, length; // right-aligned; 0 behind the last symbol
+    __m512i bits, length; // left-aligned; 0 behind the last symbol
 };
 
-// The place in acWords of each symbol's code: component, run and category. What stands there for a
+// The place in acCodes of each symbol's code: component, run and category. What stands there for a
 // DC is not used.
 inline __m512i WordIndex(const Symbols &symbols, uint32_t first, __m512i category) {
     const __m128i place = _mm_load_si128(reinterpret_cast<const __m128i *>(symbols.place + first));
@@ -71,18 +96,20 @@ inline __m512i WordIndex(const Symbols &symbols, uint32_t first, __m512i categor
         _mm512_slli_epi32(_mm512_cvtepu8_epi32(_mm_and_si128(run, _mm_set1_epi8(15))), 4));
 }
 
-// Joins code and appended bits; a DC's word, which has both, goes with category 0.
-inline SymbolBits JoinCodeAndBits(__m512i word, __m512i value, __m512i category) {
+// Joins code and appended bits; a DC's code, which has both, goes with category 0.
+inline SymbolBits JoinCodeAndBits(__m512i code, __m512i value, __m512i category) {
+    const __m512i lengthMask = _mm512_set1_epi32(kLengthMask);
     const __m512i shifted = _mm512_add_epi32(value, _mm512_srai_epi32(value, 31));
     const __m512i above = _mm512_sllv_epi32(_mm512_set1_epi32(-1), category);
-    const __m512i code = _mm512_sllv_epi32(_mm512_srli_epi32(word, 8), category);
-    return {_mm512_or_si512(code, _mm512_andnot_si512(above, shifted)),
-            _mm512_add_epi32(_mm512_and_si512(word, _mm512_set1_epi32(0xFF)), category)};
+    const __m512i length = _mm512_add_epi32(_mm512_and_si512(code, lengthMask), category);
+    const __m512i appended = _mm512_sllv_epi32(_mm512_andnot_si512(above, shifted),
+                                               _mm512_sub_epi32(_mm512_set1_epi32(32), length));
+    return {_mm512_or_si512(_mm512_andnot_si512(lengthMask, code), appended), length};
 }
 
 // dcs: the DCs before these 16 symbols; counts on.
 inline SymbolBits FindBits(const Symbols &symbols, uint32_t first, uint32_t &dcs,
-                           const uint32_t *acWords) {
+                           const PackedCode *acCodes) {
     const uint32_t left = symbols.count - first;
     const auto live = static_cast<__mmask16>(left >= 16 ? 0xFFFF : (1u << left) - 1);
     const __m128i place = _mm_load_si128(reinterpret_cast<const __m128i *>(symbols.place + first));
@@ -93,51 +120,33 @@ inline SymbolBits FindBits(const Symbols &symbols, uint32_t first, uint32_t &dcs
         _mm512_maskz_sub_epi32(static_cast<__mmask16>(live & ~isDc), _mm512_set1_epi32(32),
                                _mm512_lzcnt_epi32(_mm512_abs_epi32(value)));
     __m512i word = _mm512_mask_i32gather_epi32(_mm512_setzero_si512(), live,
-                                               WordIndex(symbols, first, category), acWords, 4);
-    word = _mm512_mask_expand_epi32(word, isDc, _mm512_loadu_si512(symbols.dcWord + dcs));
+                                               WordIndex(symbols, first, category), acCodes, 4);
+    word = _mm512_mask_expand_epi32(word, isDc, _mm512_loadu_si512(symbols.dcCode + dcs));
     dcs += static_cast<uint32_t>(__builtin_popcount(isDc));
     return JoinCodeAndBits(word, value, category);
 }
 
-inline void FindPairs(const Symbols &symbols, const uint32_t *acWords, SymbolPairs &pairs) {
+inline void FindPairs(const Symbols &symbols, const PackedCode *acCodes, AllPairs &pairs) {
     const __m512i lowHalf = _mm512_set1_epi64(0xFFFFFFFF);
     uint32_t dcs = 0;
     for (uint32_t i = 0; i < symbols.count; i += 16) {
-        const SymbolBits s = FindBits(symbols, i, dcs, acWords);
-        const __m512i secondLength = _mm512_srli_epi64(s.length, 32);
-        const __m512i first = _mm512_sllv_epi64(_mm512_and_si512(s.bits, lowHalf), secondLength);
+        const SymbolBits s = FindBits(symbols, i, dcs, acCodes);
+        const __m512i firstLength = _mm512_and_si512(s.length, lowHalf);
+        const __m512i second = _mm512_srlv_epi64(_mm512_andnot_si512(lowHalf, s.bits), firstLength);
         _mm512_store_si512(pairs.bits + i / 2,
-                           _mm512_or_si512(first, _mm512_srli_epi64(s.bits, 32)));
-        const __m512i length = _mm512_and_si512(_mm512_add_epi64(s.length, secondLength), lowHalf);
+                           _mm512_or_si512(_mm512_slli_epi64(s.bits, 32), second));
+        const __m512i length = _mm512_add_epi64(firstLength, _mm512_srli_epi64(s.length, 32));
         _mm_storel_epi64(reinterpret_cast<__m128i *>(pairs.length + i / 2),
                          _mm512_cvtepi64_epi8(length));
     }
-}
-
-// T.81 F.1.2.3, byte stuffing. Reads and writes up to 63 bytes more.
-inline uint8_t *StuffBytes(const uint8_t *bytes, const uint8_t *end, uint8_t *out) {
-    while (bytes < end) {
-        const __m512i next = _mm512_loadu_si512(bytes);
-        const uint64_t ones = _mm512_cmpeq_epi8_mask(next, _mm512_set1_epi8(-1));
-        const int64_t plain = ones == 0 ? 64 : __builtin_ctzll(ones);
-        _mm512_storeu_si512(out, next);
-        if (plain >= end - bytes)
-            return out + (end - bytes);
-        const int64_t taken = plain == 64 ? 64 : plain + 1;
-        bytes += taken;
-        out += taken;
-        if (plain != 64)
-            *out++ = 0;
-    }
-    return out;
 }
 
 class McuCoder {
 public:
     McuCoder(const ComponentBlocks *components, uint32_t count) {
         for (uint32_t c = 0; c < count; ++c)
-            __builtin_memcpy(acWords_ + c * kAcSymbols, components[c].acCodes->ofSymbol,
-                             sizeof(AcCodes::ofSymbol));
+            __builtin_memcpy(acCodes_ + c * kAcSymbols, components[c].tables->ofSymbol,
+                             sizeof(CodeTables::ofSymbol));
     }
 
     void Code(BitSink &sink, ComponentBlocks *components, uint32_t count, uint32_t mcus) {
@@ -146,7 +155,7 @@ public:
             for (uint32_t c = 0; c < count; ++c)
                 for (uint32_t i = 0; i < components[c].blocksInMcu; ++i)
                     ListBlock(symbols_, components[c], c);
-        FindPairs(symbols_, acWords_, pairs_);
+        FindPairs(symbols_, acCodes_, pairs_);
         BitPacker packer(sink, bytes_);
         for (uint32_t i = 0; i < (symbols_.count + 1) / 2; ++i)
             packer.Append(pairs_.bits[i], pairs_.length[i]);
@@ -154,10 +163,10 @@ public:
     }
 
 private:
-    alignas(64) uint32_t acWords_[kMaxComponents * kAcSymbols];
+    alignas(64) PackedCode acCodes_[kMaxComponents * kAcSymbols];
     Symbols symbols_;
-    SymbolPairs pairs_;
-    uint8_t bytes_[kBatchBytes + 64];
+    AllPairs pairs_;
+    uint8_t bytes_[kBatchBytes + kStuffSlack];
 };
 
 uint32_t CodeMcus(BitSink *sink, ComponentBlocks *components, uint32_t count, uint32_t mcus) {

@@ -1,0 +1,47 @@
+// Huffman codes as the entropy kernels look them up.
+#pragma once
+
+#include "jpeg/huffman_entry.h"
+
+#include <cstdint>
+
+namespace kowen {
+
+/// A code of at most 26 bits and its length in one word: the bits left-aligned, the length in the
+/// low 6 bits. 0 emits nothing.
+using PackedCode = uint32_t;
+
+inline constexpr uint32_t kLengthMask = 63; ///< of a PackedCode
+
+/// The low length bits of bits, of which the others are 0.
+constexpr PackedCode Packed(uint32_t bits, uint32_t length) noexcept {
+    return length == 0 ? 0 : bits << (32 - length) | length;
+}
+
+inline constexpr uint32_t kAcSymbols = 256;
+inline constexpr uint32_t kShortRuns = 16;  ///< zeros before the coefficient, 0 to 15
+inline constexpr int32_t kShortReach = 128; ///< coefficients from -128 to 127
+inline constexpr uint32_t kShortCoefficients = 2 * kShortReach;
+inline constexpr uint32_t kShortCodes = kShortRuns * kShortCoefficients;
+inline constexpr uint32_t kDifferences = 4096;
+
+/// The codes of one DC and one AC table as lookup tables.
+struct CodeTables {
+    /// What EncodeDC emits for a difference d, code and appended bits in one: at d for d >= 0, at
+    /// 4095 + d else.
+    PackedCode ofDifference[kDifferences];
+    /// What EncodeACCoef emits for a run and a coefficient, likewise: at run x 256 + coefficient +
+    /// 128. Run 15 before 0 is the code for 16 zeros, run 0 before 0 the end of the block.
+    PackedCode ofCoefficient[kShortCodes];
+    /// The codes alone, by run x 16 + category.
+    PackedCode ofSymbol[kAcSymbols];
+};
+
+/// The lookup tables of two code tables, built once and cached by the process: the filter has two
+/// pairs for each operation.
+///
+/// dcCodes  12 entries by category.
+/// acCodes  256 entries by symbol.
+const CodeTables *FindCodeTables(const HuffmanEntry *dcCodes, const HuffmanEntry *acCodes) noexcept;
+
+} // namespace kowen
