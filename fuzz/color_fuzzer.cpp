@@ -1,4 +1,4 @@
-// The colour library on any depths, sizes, tables and pixels, next to its plain forms. The first
+// The colour library on any depths, sizes, tables and pixels, next to the reference. The first
 // bytes choose the operation and its settings, the others are tables and pixels.
 #include "fuzz/module_state.h"
 
@@ -56,7 +56,7 @@ Picture AnyPicture(Input *input) {
     picture.pixels = input->Fill(bytes);
     picture.block = MakeBlock(picture.pixels);
     picture.isWhole = BitmapFits(picture.block, picture.width, picture.height, picture.depth);
-    // The plain forms want padding, also that of the last row.
+    // The reference reads the padding of the last row, too.
     picture.pixels.resize(
         reference::MakeBitmap(picture.width, picture.height, picture.depth).size());
     return picture;
@@ -94,7 +94,7 @@ void Convert(Input *input) {
         Require(Contents(result) == reference::ConvertBitmapDepth(
                                         picture.pixels, picture.width, picture.height,
                                         picture.depth, to, source.Get(), target.Get(), count),
-                "what the plain form gives");
+                "what the reference gives");
     for (MemoryHandle block : {result, picture.block, source.block, target.block})
         GlobalFree(block);
 }
@@ -112,7 +112,7 @@ void Dither(Input *input) {
         Require(Contents(result) == reference::DitherGivenCT(picture.pixels, picture.width,
                                                              picture.height, picture.depth, to,
                                                              palette.Get(), *table.entries, count),
-                "what the plain form gives");
+                "what the reference gives");
     for (MemoryHandle block : {result, picture.block, palette.block, table.block})
         GlobalFree(block);
 }
@@ -129,12 +129,12 @@ void DitherFreely(Input *input) {
     if (result != 0) {
         const reference::Table expected = reference::DitherGetCT(
             picture.pixels, picture.width, picture.height, picture.depth, to, palette.Get());
-        Require(Contents(table) == expected.entries, "what the plain form gives");
+        Require(Contents(table) == expected.entries, "what the reference gives");
         Require(Contents(result) == reference::DitherGivenCT(picture.pixels, picture.width,
                                                              picture.height, picture.depth, to,
                                                              palette.Get(), expected.entries,
                                                              expected.count),
-                "what the plain form gives");
+                "what the reference gives");
     }
     for (MemoryHandle block : {result, picture.block, palette.block, table})
         GlobalFree(block);
@@ -152,10 +152,10 @@ void Reduce(Input *input) {
     if (table != 0) {
         Bytes padded = Contents(picture.block);
         padded.resize(reference::MakeBitmap(picture.width, picture.height, 24).size());
-        Bytes expected = reference::ReduceColors(padded, picture.width, picture.height, wanted);
-        Require(count == expected.size() / 3, "what the plain form gives");
+        Bytes expected = reference::ReduceColours(padded, picture.width, picture.height, wanted);
+        Require(count == expected.size() / 3, "what the reference gives");
         expected.resize(size_t{wanted} * 3);
-        Require(Contents(table) == expected, "what the plain form gives");
+        Require(Contents(table) == expected, "what the reference gives");
     }
     GlobalFree(table);
     GlobalFree(picture.block);
@@ -171,7 +171,7 @@ void Resample(Input *input) {
         Require(Contents(result) == reference::Resample(picture.pixels, picture.depth,
                                                         picture.width, picture.height, targetWidth,
                                                         targetHeight),
-                "what the plain form gives");
+                "what the reference gives");
     GlobalFree(result);
     GlobalFree(picture.block);
 }
@@ -188,11 +188,11 @@ void Flip(Input *input) {
     if (isWhole)
         reference::Flip(expected, picture.depth, picture.width, picture.height, (flags & 1) != 0,
                         (flags & 2) != 0);
-    Require(Contents(picture.block) == expected, "what the plain form gives");
+    Require(Contents(picture.block) == expected, "what the reference gives");
     GlobalFree(picture.block);
 }
 
-// No plain form for all of it: it must only stay inside its blocks.
+// No reference for all of it: it must only stay inside its blocks.
 void Change(Input *input) {
     const uint16_t to = AnyDepth(input);
     const Table own = AnyTable(input, true);

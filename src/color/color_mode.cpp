@@ -7,16 +7,17 @@
 namespace kowen {
 namespace {
 
-constexpr int32_t kGreyTolerance = 10;
-constexpr size_t kColorBytes = 3;
+constexpr int32_t kGreyModeTolerance = 10;
+constexpr size_t kColourBytes = 3;
 
 uint8_t Inverted(uint8_t channel) noexcept {
     return static_cast<uint8_t>(255 - channel);
 }
 
-bool IsGrey(const uint8_t *color) noexcept {
-    return feqi(color[0], color[1], kGreyTolerance) && feqi(color[1], color[2], kGreyTolerance) &&
-           feqi(color[0], color[2], kGreyTolerance);
+bool IsGrey(const uint8_t *colour) noexcept {
+    return feqi(colour[0], colour[1], kGreyModeTolerance) &&
+           feqi(colour[1], colour[2], kGreyModeTolerance) &&
+           feqi(colour[0], colour[2], kGreyModeTolerance);
 }
 
 void Invert(uint8_t *bytes, size_t count) noexcept {
@@ -24,33 +25,38 @@ void Invert(uint8_t *bytes, size_t count) noexcept {
         bytes[i] = Inverted(bytes[i]);
 }
 
-void InvertGreys(uint8_t *colors, size_t bytes) noexcept {
-    for (size_t i = 0; i < bytes; i += kColorBytes)
-        if (IsGrey(colors + i))
-            Invert(colors + i, kColorBytes);
+void InvertGreys(uint8_t *colours, size_t bytes) noexcept {
+    for (size_t i = 0; i < bytes; i += kColourBytes)
+        if (IsGrey(colours + i))
+            Invert(colours + i, kColourBytes);
+}
+
+// Weights of 3, 6 and 1 of 10, at most 255.
+uint8_t GreyOf(const uint8_t *colour) noexcept {
+    return static_cast<uint8_t>((3u * colour[0] + 6u * colour[1] + colour[2]) / 10);
 }
 
 // The greys are inverted with 255 as flip; 0 leaves them.
-void TurnGrey(uint8_t *colors, size_t bytes, uint8_t flip) noexcept {
-    for (size_t i = 0; i < bytes; i += kColorBytes) {
-        const auto grey = static_cast<uint8_t>(GreyOf(colors + i) ^ flip);
-        colors[i] = colors[i + 1] = colors[i + 2] = grey;
+void TurnGrey(uint8_t *colours, size_t bytes, uint8_t flip) noexcept {
+    for (size_t i = 0; i < bytes; i += kColourBytes) {
+        const auto grey = static_cast<uint8_t>(GreyOf(colours + i) ^ flip);
+        colours[i] = colours[i + 1] = colours[i + 2] = grey;
     }
 }
 
 } // namespace
 
-void rev_rgb(int32_t count, uint8_t *colors, int32_t mode) noexcept {
-    const size_t bytes = count > 0 ? kColorBytes * static_cast<size_t>(count) : 0;
+void rev_rgb(int32_t count, uint8_t *colours, int32_t mode) noexcept {
+    const size_t bytes = count > 0 ? kColourBytes * static_cast<size_t>(count) : 0;
     switch (mode) {
     case kModeInverted:
-        return Invert(colors, bytes);
+        return Invert(colours, bytes);
     case kModeGreysInverted:
-        return InvertGreys(colors, bytes);
+        return InvertGreys(colours, bytes);
     case kModeGreyScale:
-        return TurnGrey(colors, bytes, 0);
+        return TurnGrey(colours, bytes, 0);
     case kModeGreyScaleInverted:
-        return TurnGrey(colors, bytes, 255);
+        return TurnGrey(colours, bytes, 255);
     default:
         return;
     }

@@ -14,18 +14,14 @@ enum : int32_t {
     kModeGreyScaleInverted = 4
 };
 
-/// The grey of a colour: weights 3, 6 and 1 of 10, at most 255.
-constexpr uint8_t GreyOf(const uint8_t *color) noexcept {
-    return static_cast<uint8_t>((3u * color[0] + 6u * color[1] + color[2]) / 10);
-}
-
-/// Transforms count colours of 3 bytes red, green, blue in place; a count below 1 is none.
+/// Transforms count colours of 3 bytes red, green, blue in place; with a count below 1 nothing is
+/// touched, and colours may be null.
 ///
 /// kModeInverted           each channel c becomes 255 - c.
 /// kModeGreysInverted      the same, for colours whose channels differ by at most 10 only.
 /// kModeGreyScale          every channel becomes (3 red + 6 green + blue) / 10.
 /// kModeGreyScaleInverted  every channel becomes 255 minus that.
 /// Every other mode leaves the colours as they are.
-void rev_rgb(int32_t count, uint8_t *colors, int32_t mode) noexcept;
+void rev_rgb(int32_t count, uint8_t *colours, int32_t mode) noexcept;
 
 } // namespace kowen

@@ -1,10 +1,10 @@
 #include "color/color_resolution.h"
 
-#include "color/color_table.h"
 #include "color/depth.h"
 #include "color/dither.h"
 #include "color/pixel.h"
 #include "color/reduce.h"
+#include "color/table_view.h"
 #include "platform/global_memory.h"
 
 #include <cstring>
@@ -14,13 +14,13 @@ namespace {
 
 // Reduces a table's 2^from colours, the missing ones black, as one row of pixels.
 MemoryHandle ReduceTable(MemoryHandle table, uint16_t from, uint16_t *count) noexcept {
-    const uint16_t colors = ColorsOf(from);
-    if (table == 0 || BitmapFits(table, colors, 1, 24))
-        return rlReduceColorTable(table, colors, 1, count);
-    const MemoryHandle complete = rlGetMemory(kTableEntryBytes, colors);
+    const uint16_t colours = ColoursOf(from);
+    if (table == 0 || BitmapFits(table, colours, 1, 24))
+        return rlReduceColorTable(table, colours, 1, count);
+    const MemoryHandle complete = rlGetMemory(kTableEntryBytes, colours);
     if (complete != 0)
         std::memcpy(Lock<uint8_t>(complete), Lock<uint8_t>(table), GlobalSize(table));
-    const MemoryHandle reduced = rlReduceColorTable(complete, colors, 1, count);
+    const MemoryHandle reduced = rlReduceColorTable(complete, colours, 1, count);
     rlFreeNewData(complete);
     return reduced;
 }
@@ -32,7 +32,7 @@ MemoryHandle rlChangeColorResolution(MemoryHandle bits, uint32_t width, uint32_t
     MemoryHandle newTable = 0;
     uint16_t count = 0;
     if (to < from) {
-        count = ColorsOf(to);
+        count = ColoursOf(to);
         if (from == 24 && to >= 8)
             newTable = rlReduceColorTable(bits, static_cast<uint16_t>(width),
                                           static_cast<uint16_t>(height), &count);

@@ -1,10 +1,10 @@
 #include "color/depth.h"
 
-#include "color/color_table.h"
 #include "color/diagnostics.h"
 #include "color/nearest.h"
 #include "color/pixel.h"
 #include "color/row_convert.h"
+#include "color/table_view.h"
 #include "platform/global_memory.h"
 
 #include <cstring>
@@ -30,15 +30,15 @@ void FillColormap(uint32_t *map, uint32_t values, const uint8_t *fromTable, uint
         map[i] = 0;
         if (fromTable == nullptr || toTable == nullptr)
             continue;
-        const uint8_t *color = EntryOf(fromTable, i);
-        map[i] = to == 24 ? ColorValue(color[0], color[1], color[2])
+        const uint8_t *colour = EntryOf(fromTable, i);
+        map[i] = to == 24 ? ColourValue(colour[0], colour[1], colour[2])
                           : static_cast<uint32_t>(
-                                rlNearestRGBIndex(color[0], color[1], color[2], toTable, count));
+                                rlNearestRGBIndex(colour[0], colour[1], colour[2], toTable, count));
     }
 }
 
 // A copy of a table with all 2^bits entries, the missing ones 0; 0 when memory is exhausted.
-MemoryHandle CompletedTable(const ColorTable &table, uint16_t bits) noexcept {
+MemoryHandle CompletedTable(const TableView &table, uint16_t bits) noexcept {
     const MemoryHandle complete = rlGetMemory(kTableEntryBytes, 1u << bits);
     if (complete != 0 && table.count != 0)
         std::memcpy(Lock<uint8_t>(complete), table.entries, size_t{table.count} * kTableEntryBytes);
@@ -47,12 +47,12 @@ MemoryHandle CompletedTable(const ColorTable &table, uint16_t bits) noexcept {
 
 // Prepares the conversion of rows of width pixels; false when memory is exhausted.
 bool PrepareConversion(RowConverter *converter, uint16_t from, uint16_t to, uint32_t width,
-                       MemoryHandle fromTable, const ColorTable &target) noexcept {
+                       MemoryHandle fromTable, const TableView &target) noexcept {
     if (from > kDeepestMapped) {
         PrepareRowConverter(converter, from, to, width, nullptr, target);
         return true;
     }
-    const ColorTable source = LockTable(fromTable, 1u << from);
+    const TableView source = LockTable(fromTable, 1u << from);
     const bool isShort = fromTable != 0 && source.count < 1u << from;
     const MemoryHandle complete = isShort ? CompletedTable(source, from) : 0;
     if (isShort && complete == 0)

@@ -1,9 +1,7 @@
-// Colour depth conversion, colour maps and 32-bit layouts.
+// Colour depth conversion with given tables.
 //
-// Sizes are pixels, depths bits per pixel (pixel.h). A colour table shorter than a depth needs is
-// completed with (0, 0, 0) as a source's, and searched as far as it goes as a target's.
-//
-// With a diagnostic level of 1 or more, or below 0, the conversions report on standard error.
+// Sizes are pixels, depths bits per pixel (pixel.h). With a diagnostic level of 1 or more, or below
+// 0, the conversion reports on standard error.
 #pragma once
 
 #include "kowen/records.h"
@@ -12,8 +10,9 @@
 
 namespace kowen {
 
-/// Converts a bitmap to another depth with given tables.
+/// Converts a bitmap to another depth. Exports convert 1, 4, 8 and 32 bits to 24.
 ///
+/// bits       the source bitmap; borrowed.
 /// fromTable  the source's colour table, or 0; borrowed.
 /// toTable    the target's, or 0; borrowed. When there is none and the depth does not shrink, the
 ///            source's is meant.
@@ -22,8 +21,13 @@ namespace kowen {
 /// An indexed source is mapped by rlBuildColormap. A source of 24 or 32 bits becomes the nearest
 /// index below 24 bits, and keeps its bytes above.
 ///
-/// Returns the new bitmap, owned by the caller; 0 when memory is exhausted, when its size does not
-/// fit 32 bits, or when the source's block is too small for its size.
+/// Returns the new bitmap, owned by the caller; 0 when memory is exhausted or its size does not fit
+/// 32 bits.
+///
+/// Hardened: a source that its block does not hold gives 0.
+/// Test: RlConvertBitmapDepth.ASourceWithoutAllItsPixelsGivesNone.
+/// Hardened: entries that fromTable lacks are (0, 0, 0).
+/// Test: RlConvertBitmapDepth.EntriesThatTheSourcesTableLacksAreBlack.
 ///
 /// Kept deliberately: a map to 24 bits holds colours and a map to 32 bits holds indices, which
 /// rlSetPixel stores as they are without toTable and looks up in it otherwise.
@@ -32,7 +36,7 @@ MemoryHandle rlConvertBitmapDepth(MemoryHandle bits, uint32_t width, uint32_t he
                                   uint16_t to, MemoryHandle fromTable, MemoryHandle toTable,
                                   uint32_t count) noexcept;
 
-/// Builds the index map of an indexed source: 2^from entries of 32 bits.
+/// Builds the index map of an indexed source: 2^from entries of 32 bits. Not on the export path.
 ///
 /// fromTable  2^from entries of 3 bytes, or null; borrowed.
 /// toTable    count entries, or null; borrowed. Null means fromTable when from <= to.
@@ -41,11 +45,13 @@ MemoryHandle rlConvertBitmapDepth(MemoryHandle bits, uint32_t width, uint32_t he
 /// the target's table. All entries are 0 when a table is missing.
 ///
 /// Returns the map, for rlFreeColormap; 0 when memory is exhausted.
-/// Hardened: sources of more than 16 bits have no map, not only those of 24.
+///
+/// Hardened: sources of more than 16 bits have no map, not only those of 24: the result is 0.
+/// Test: RlBuildColormap.IsNoneForDeepSources.
 MemoryHandle rlBuildColormap(const uint8_t *fromTable, uint16_t from, const uint8_t *toTable,
                              uint16_t to, uint32_t count) noexcept;
 
-/// Frees a map; 0 is ignored. Returns 0.
+/// Frees a map; 0 is ignored. Returns 0. Not on the export path.
 int32_t rlFreeColormap(MemoryHandle map) noexcept;
 
 } // namespace kowen

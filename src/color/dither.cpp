@@ -1,12 +1,12 @@
 #include "color/dither.h"
 
 #include "color/color_mode.h"
-#include "color/color_table.h"
 #include "color/depth.h"
 #include "color/diagnostics.h"
 #include "color/nearest.h"
 #include "color/pixel.h"
 #include "color/reduce.h"
+#include "color/table_view.h"
 #include "platform/global_memory.h"
 
 #include <algorithm>
@@ -25,19 +25,19 @@ constexpr uint8_t must_have_colors[8][3] = {{255, 255, 255}, {255, 255, 0}, {255
                                             {0, 255, 255},   {255, 0, 0},   {0, 255, 0},
                                             {0, 0, 255},     {0, 0, 0}};
 
-constexpr uint16_t kMonoColors = 8;
+constexpr uint16_t kMonoColours = 8;
 constexpr uint16_t kMustHaves = 8;
 
 // A bitmap of 24 bits per pixel.
-struct TrueColors {
+struct TrueColours {
     MemoryHandle pixels;
     uint32_t width;
     uint32_t height;
 };
 
 // A copy of a bitmap with 24 bits; its pixels are 0 on failure.
-TrueColors CopyOf(MemoryHandle bitmap, uint32_t width, uint32_t height, uint16_t from,
-                  MemoryHandle palette) noexcept {
+TrueColours CopyOf(MemoryHandle bitmap, uint32_t width, uint32_t height, uint16_t from,
+                   MemoryHandle palette) noexcept {
     return {rlConvertBitmapDepth(bitmap, width, height, from, 24, palette, 0, 0), width, height};
 }
 
@@ -48,24 +48,24 @@ struct ChosenTable {
 };
 
 bool IsMono(uint16_t to) noexcept {
-    return ColorsOf(to) < 3;
+    return ColoursOf(to) < 3;
 }
 
 ChosenTable MakeMonoTable() noexcept {
-    const MemoryHandle table = rlGetMemory(kMonoColors, kTableEntryBytes);
+    const MemoryHandle table = rlGetMemory(kMonoColours, kTableEntryBytes);
     if (table != 0)
         std::memcpy(Lock<uint8_t>(table), MonoTable, sizeof(MonoTable));
-    return {table, kMonoColors};
+    return {table, kMonoColours};
 }
 
 // Quantised colours and the must-haves, in a table of 2^to entries.
-ChosenTable MakeColorTable(const TrueColors &picture, uint16_t to) noexcept {
-    const uint16_t colors = ColorsOf(to);
-    uint16_t quantised = colors > kMustHaves ? colors - kMustHaves : 0;
+ChosenTable MakeColourTable(const TrueColours &picture, uint16_t to) noexcept {
+    const uint16_t colours = ColoursOf(to);
+    uint16_t quantised = colours > kMustHaves ? colours - kMustHaves : 0;
     const MemoryHandle reduced =
         rlReduceColorTable(picture.pixels, static_cast<uint16_t>(picture.width),
                            static_cast<uint16_t>(picture.height), &quantised);
-    const MemoryHandle table = reduced != 0 ? rlGetMemory(kTableEntryBytes, colors) : 0;
+    const MemoryHandle table = reduced != 0 ? rlGetMemory(kTableEntryBytes, colours) : 0;
     if (table != 0) {
         auto *entries = Lock<uint8_t>(table);
         const size_t bytes = size_t{quantised} * kTableEntryBytes;
@@ -74,23 +74,23 @@ ChosenTable MakeColorTable(const TrueColors &picture, uint16_t to) noexcept {
                     std::min(sizeof(must_have_colors), GlobalSize(table) - bytes));
     }
     rlFreeNewData(reduced);
-    return {table, colors};
+    return {table, colours};
 }
 
 // The table that a picture is dithered to when the caller may have given one.
-ChosenTable ChooseTable(const TrueColors &picture, uint16_t to, MemoryHandle given) noexcept {
+ChosenTable ChooseTable(const TrueColours &picture, uint16_t to, MemoryHandle given) noexcept {
     if (given != 0)
-        return {given, ColorsOf(to)};
-    return IsMono(to) ? MakeMonoTable() : MakeColorTable(picture, to);
+        return {given, ColoursOf(to)};
+    return IsMono(to) ? MakeMonoTable() : MakeColourTable(picture, to);
 }
 
-void TurnRowGrey(const TrueColors &picture, uint8_t *row) noexcept {
+void TurnRowGrey(const TrueColours &picture, uint8_t *row) noexcept {
     rev_rgb(static_cast<int32_t>(picture.width), row, kModeGreyScale);
 }
 
 // Dithers all rows in place; those of no columns are none. For 1 bit, each is turned grey before
 // errors reach it.
-void DitherRows(const TrueColors &picture, const ColorTable &table, bool turnsGrey) noexcept {
+void DitherRows(const TrueColours &picture, const TableView &table, bool turnsGrey) noexcept {
     const uint32_t rows = picture.width != 0 ? picture.height : 0;
     const size_t stride = rlBytesPerLine(picture.width, 24);
     uint8_t *row = Lock<uint8_t>(picture.pixels);
@@ -108,11 +108,11 @@ void DitherRows(const TrueColors &picture, const ColorTable &table, bool turnsGr
     ReportDitherEnd();
 }
 
-MemoryHandle DitherToTable(const TrueColors &picture, uint16_t to, MemoryHandle table,
+MemoryHandle DitherToTable(const TrueColours &picture, uint16_t to, MemoryHandle table,
                            uint16_t count) noexcept {
-    const ColorTable colors = LockTable(table, count);
-    ReportDitherTable(colors.entries, colors.count);
-    DitherRows(picture, colors, to == 1);
+    const TableView colours = LockTable(table, count);
+    ReportDitherTable(colours.entries, colours.count);
+    DitherRows(picture, colours, to == 1);
     return rlConvertBitmapDepth(picture.pixels, picture.width, picture.height, 24, to, 0, table,
                                 count);
 }
@@ -121,7 +121,7 @@ MemoryHandle DitherToTable(const TrueColors &picture, uint16_t to, MemoryHandle 
 
 MemoryHandle rlDitherBitmap(MemoryHandle bitmap, uint32_t width, uint32_t height, uint16_t from,
                             uint16_t to, MemoryHandle palette, MemoryHandle *table) noexcept {
-    const TrueColors picture = CopyOf(bitmap, width, height, from, palette);
+    const TrueColours picture = CopyOf(bitmap, width, height, from, palette);
     if (picture.pixels == 0)
         return 0;
     MemoryHandle result = 0;
@@ -138,7 +138,7 @@ MemoryHandle rlDitherGetCT(MemoryHandle bitmap, uint32_t width, uint32_t height,
                            uint16_t to, MemoryHandle palette, MemoryHandle *table,
                            uint16_t *count) noexcept {
     *count = 0;
-    const TrueColors picture = CopyOf(bitmap, width, height, from, palette);
+    const TrueColours picture = CopyOf(bitmap, width, height, from, palette);
     if (picture.pixels == 0)
         return 0;
     const ChosenTable chosen = ChooseTable(picture, to, IsMono(to) ? *table : 0);
@@ -147,15 +147,15 @@ MemoryHandle rlDitherGetCT(MemoryHandle bitmap, uint32_t width, uint32_t height,
         return 0;
     *table = chosen.table;
     *count = chosen.count;
-    const ColorTable colors = LockTable(chosen.table, chosen.count);
-    ReportDitherTable(colors.entries, colors.count);
+    const TableView colours = LockTable(chosen.table, chosen.count);
+    ReportDitherTable(colours.entries, colours.count);
     return chosen.table;
 }
 
 MemoryHandle rlDitherGivenCT(MemoryHandle bitmap, uint32_t width, uint32_t height, uint16_t from,
                              uint16_t to, MemoryHandle palette, MemoryHandle table,
                              uint16_t count) noexcept {
-    const TrueColors picture = CopyOf(bitmap, width, height, from, palette);
+    const TrueColours picture = CopyOf(bitmap, width, height, from, palette);
     if (picture.pixels == 0)
         return 0;
     const MemoryHandle result = DitherToTable(picture, to, table, count);

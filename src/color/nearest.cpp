@@ -7,7 +7,12 @@
 namespace kowen {
 namespace {
 
+constexpr int32_t kGreyTolerance = 4;
 constexpr uint32_t kFarthest = 0x7FFFFFFF;
+
+bool IsGreyEntry(const uint8_t *entry) noexcept {
+    return entry[0] == entry[1] && entry[1] == entry[2];
+}
 
 bool IsGreyRequest(int32_t red, int32_t green, int32_t blue) noexcept {
     return feqi(red, green, kGreyTolerance) && feqi(green, blue, kGreyTolerance) &&

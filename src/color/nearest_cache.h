@@ -4,7 +4,7 @@
 // Not on the export path.
 #pragma once
 
-#include "color/color_table.h"
+#include "color/table_view.h"
 
 #include <cstdint>
 
@@ -15,12 +15,12 @@ inline constexpr uint32_t kNearestSlots = 4096;
 /// Each slot holds one colour that was searched for, and the low byte of its entry's index. Opened
 /// and used within one call of the library; nothing to free.
 struct NearestCache {
-    ColorTable table;
+    TableView table;
     uint32_t slots[kNearestSlots]; ///< red, green, blue and the index, from the highest byte down
 };
 
 /// Prepares searches in a table; borrowed as long as the cache is used.
-void OpenNearestCache(NearestCache *cache, const ColorTable &table) noexcept;
+void OpenNearestCache(NearestCache *cache, const TableView &table) noexcept;
 
 /// Returns the low byte of what rlNearestRGBIndex returns for a pixel value's red, green and blue.
 uint8_t NearestIndex(NearestCache *cache, uint32_t value) noexcept;

@@ -59,36 +59,36 @@ uint32_t rlGetPixel(const uint8_t *pixels, uint32_t bytesPerLine, uint32_t x, ui
     case 8:
         return at[0];
     case 24:
-        return ColorValue(at[0], at[1], at[2]);
+        return ColourValue(at[0], at[1], at[2]);
     case 32:
-        return ColorValue(at[0], at[1], at[2]) | at[3];
+        return ColourValue(at[0], at[1], at[2]) | at[3];
     default:
         return 0;
     }
 }
 
 uint32_t StoredValue(uint16_t bits, uint32_t value, const uint32_t *indexMap,
-                     const uint8_t *colorTable, uint32_t colorCount) noexcept {
+                     const uint8_t *colourTable, uint32_t colourCount) noexcept {
     if (indexMap == nullptr) {
-        if (colorTable == nullptr || bits >= 24)
+        if (colourTable == nullptr || bits >= 24)
             return value;
-        return static_cast<uint32_t>(
-            rlNearestRGBIndex(RedOf(value), GreenOf(value), BlueOf(value), colorTable, colorCount));
+        return static_cast<uint32_t>(rlNearestRGBIndex(RedOf(value), GreenOf(value), BlueOf(value),
+                                                       colourTable, colourCount));
     }
     const uint32_t mapped = indexMap[value];
-    if (colorTable == nullptr || (bits != 24 && bits != 32))
+    if (colourTable == nullptr || (bits != 24 && bits != 32))
         return mapped;
-    if (mapped >= colorCount)
-        return ColorValue(0, 0, 0);
-    const uint8_t *entry = colorTable + size_t{mapped} * kTableEntryBytes;
-    return ColorValue(entry[0], entry[1], entry[2]);
+    if (mapped >= colourCount)
+        return ColourValue(0, 0, 0);
+    const uint8_t *entry = colourTable + size_t{mapped} * kTableEntryBytes;
+    return ColourValue(entry[0], entry[1], entry[2]);
 }
 
 int32_t rlSetPixel(uint8_t *pixels, uint32_t bytesPerLine, uint32_t x, uint32_t y, uint16_t bits,
-                   uint32_t value, const uint32_t *indexMap, const uint8_t *colorTable,
-                   uint32_t colorCount) noexcept {
+                   uint32_t value, const uint32_t *indexMap, const uint8_t *colourTable,
+                   uint32_t colourCount) noexcept {
     TracePixel(x, y);
-    const uint32_t stored = StoredValue(bits, value, indexMap, colorTable, colorCount);
+    const uint32_t stored = StoredValue(bits, value, indexMap, colourTable, colourCount);
     uint8_t *at = pixels + ByteOffset(bytesPerLine, x, y, bits);
     const unsigned offset = BitOffset(x, bits);
     switch (bits) {

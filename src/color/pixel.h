@@ -1,8 +1,8 @@
 // Bitmap layout, memory and pixel access: what every colour operation is defined by.
 //
-// A bitmap has no record: its pixel block, width and height in pixels and bits per pixel go beside
-// each other through every call. Rows follow one another from the lowest address, each rounded up
-// to a multiple of 4 bytes. Depths are 1 (leftmost pixel in the highest bit), 4 (left pixel in the
+// A bitmap has no record: its pixel block, width and height in pixels and bits per pixel stand
+// beside each other in every call. Rows follow one another from the lowest address, each padded to
+// a multiple of 4 bytes. Depths are 1 (leftmost pixel in the highest bit), 4 (left pixel in the
 // high nibble), 8, 24 (red, green, blue) and 32. Every other depth reads as 0 and is not written.
 //
 // Pixel values are exchanged as 32 bits: the number itself up to 8 bits per pixel; with 24 and 32
@@ -28,7 +28,7 @@ inline constexpr uint32_t kTableEntryBytes = 3;
 inline constexpr uint32_t kSizeTooLarge = 0xFFFFFFFF;
 
 /// A colour as pixel value.
-constexpr uint32_t ColorValue(uint8_t red, uint8_t green, uint8_t blue) noexcept {
+constexpr uint32_t ColourValue(uint8_t red, uint8_t green, uint8_t blue) noexcept {
     return uint32_t{red} << 24 | uint32_t{green} << 16 | uint32_t{blue} << 8;
 }
 constexpr uint8_t RedOf(uint32_t value) noexcept {
@@ -41,18 +41,22 @@ constexpr uint8_t BlueOf(uint32_t value) noexcept {
     return static_cast<uint8_t>(value >> 8);
 }
 
-/// The value as rlSetPixel stores the low byte of: a table index, or b3 of a 32-bit pixel.
+/// What rlSetPixel stores the low byte of: a table index, or the fourth byte of a 32-bit pixel.
 constexpr uint8_t LowByteOf(uint32_t value) noexcept {
     return static_cast<uint8_t>(value);
 }
 
 /// Returns the bytes of one row: width x bits rounded up to whole bytes, then to a multiple of 4.
+///
 /// Hardened: width x bits does not wrap; a row that does not fit 32 bits is kSizeTooLarge.
+/// Test: RlBytesPerLine.DoesNotWrap.
 uint32_t rlBytesPerLine(uint32_t width, uint16_t bits) noexcept;
 
 /// Returns the bytes of a whole bitmap: bytes per row x height.
-/// Hardened: a size that does not fit 32 bits is kSizeTooLarge, which no allocation grants,
-/// instead of a wrapped and thus too small size.
+///
+/// Hardened: a size that does not fit 32 bits is kSizeTooLarge, which no allocation grants, instead
+/// of a wrapped and thus too small size.
+/// Test: RlCalcNewSize.ASizeBeyond32BitsIsRefusedByTheMemory.
 uint32_t rlCalcNewSize(uint32_t width, uint32_t height, uint16_t bits) noexcept;
 
 /// Whether every pixel of a bitmap lies inside its block (handle 0 holds none). The padding of the
@@ -60,7 +64,7 @@ uint32_t rlCalcNewSize(uint32_t width, uint32_t height, uint16_t bits) noexcept;
 bool BitmapFits(MemoryHandle pixels, uint32_t width, uint32_t height, uint16_t bits) noexcept;
 
 /// Returns the pixel value at column x of row y; 0 for a depth that has none. Nothing is checked:
-/// x is below the width and y below the height.
+/// x is below the width and y below the height. Not on the export path.
 uint32_t rlGetPixel(const uint8_t *pixels, uint32_t bytesPerLine, uint32_t x, uint32_t y,
                     uint16_t bits) noexcept;
 
@@ -68,22 +72,27 @@ uint32_t rlGetPixel(const uint8_t *pixels, uint32_t bytesPerLine, uint32_t x, ui
 ///
 /// With an index map, the map's entry. Else, below 24 bits with a colour table, the index of the
 /// table's nearest colour (rlNearestRGBIndex). Else the value. With 24 and 32 bits and both a map
-/// and a table, the map's entry is looked up in the table; (0, 0, 0) when it is no index of it.
+/// and a table, the map's entry is looked up in the table.
 ///
-/// Hardened: a table without a map is not looked at with 24 and 32 bits.
+/// Hardened: with 24 and 32 bits a table without a map is not looked at.
+/// Test: RlSetPixel.ColoursIgnoreATableWithoutAMap.
+/// Hardened: an entry of the map that is no index of the table stands for (0, 0, 0).
+/// Test: RlSetPixel.AMapEntryOutsideTheTableIsBlack.
 uint32_t StoredValue(uint16_t bits, uint32_t value, const uint32_t *indexMap,
-                     const uint8_t *colorTable, uint32_t colorCount) noexcept;
+                     const uint8_t *colourTable, uint32_t colourCount) noexcept;
 
-/// Writes one pixel; its neighbours in the same byte stay. Coordinates as in rlGetPixel.
+/// Writes one pixel; its neighbours in the same byte stay. Coordinates as in rlGetPixel. Not on the
+/// export path.
 ///
-/// indexMap    one 32-bit entry per possible value, or null; borrowed.
-/// colorTable  colorCount entries of 3 bytes, or null; borrowed.
+/// value        of a pixel of the source's depth.
+/// indexMap     one 32-bit entry per possible value, or null; borrowed.
+/// colourTable  colourCount entries of 3 bytes, or null; borrowed.
 ///
 /// Stores StoredValue of its arguments: the lowest bit, four bits or byte of it; the three bytes
 /// from the highest down; or all four. Returns 0.
 int32_t rlSetPixel(uint8_t *pixels, uint32_t bytesPerLine, uint32_t x, uint32_t y, uint16_t bits,
-                   uint32_t value, const uint32_t *indexMap, const uint8_t *colorTable,
-                   uint32_t colorCount) noexcept;
+                   uint32_t value, const uint32_t *indexMap, const uint8_t *colourTable,
+                   uint32_t colourCount) noexcept;
 
 /// Whether the diagnostic level asks for a trace of every written pixel.
 inline bool TracesPixels() noexcept {
@@ -93,17 +102,19 @@ inline bool TracesPixels() noexcept {
 /// Traces one written pixel on standard error when the diagnostic level asks for it.
 void TracePixel(uint32_t x, uint32_t y) noexcept;
 
-/// Returns a new block of count x size zero bytes, owned by the caller; 0 when memory is exhausted
-/// or the product does not fit 32 bits.
+/// Returns a new block of count x size zero bytes, owned by the caller; 0 when memory is exhausted.
+///
+/// Hardened: a product that does not fit 32 bits is refused. Test:
+/// RlGetMemory.AProductBeyond32BitsFails.
 MemoryHandle rlGetMemory(uint16_t count, uint32_t size) noexcept;
 
 /// Returns the block's data; null for handle 0.
 void *rlLockMemory(MemoryHandle handle) noexcept;
 
-/// Returns 0; nothing to do.
+/// Returns 0; nothing to do. Not on the export path.
 int32_t rlUnlockMemory(MemoryHandle handle) noexcept;
 
-/// Returns the handle of a block from its locked data pointer; 0 for null.
+/// Returns the handle of a block from its locked data pointer; 0 for null. Not on the export path.
 MemoryHandle rlPointertoHandle(const void *data) noexcept;
 
 /// Frees a block. Returns 1; 0 for handle 0.

@@ -4,8 +4,8 @@
 // 1, 4, 8 or 32 bits to 24, have loops of their own that give the same bytes.
 #pragma once
 
-#include "color/color_table.h"
 #include "color/nearest_cache.h"
+#include "color/table_view.h"
 
 #include <cstdint>
 
@@ -34,7 +34,7 @@ constexpr uint32_t PixelValues(uint16_t bits) noexcept {
 /// indexMap  one entry for each of PixelValues(from), or null; borrowed for the call.
 /// table     the target's colour table, or none; borrowed as long as the converter is used.
 void PrepareRowConverter(RowConverter *converter, uint16_t from, uint16_t to, uint32_t width,
-                         const uint32_t *indexMap, const ColorTable &table) noexcept;
+                         const uint32_t *indexMap, const TableView &table) noexcept;
 
 /// Converts height rows and reports each (ReportConvertedRow).
 ///

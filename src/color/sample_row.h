@@ -1,7 +1,6 @@
 // Resampling rows across: which source pixel each target pixel takes, and the loops that copy.
 //
-// The plain form copies pixel by pixel with rlGetPixel and rlSetPixel. The positions are the same
-// for every row, so they are computed once.
+// The positions are the same for every row, so they are computed once.
 #pragma once
 
 #include "kowen/records.h"
@@ -12,14 +11,14 @@ namespace kowen {
 
 /// Rows of width pixels to rows of targetWidth. Opened, used and closed within one call.
 struct RowSampler {
-    uint16_t depth;
+    uint16_t depth; ///< bits per pixel
     uint32_t width;
     uint32_t targetWidth;
     uint32_t first;     ///< target pixels before this one stay as they are
     MemoryHandle block; ///< what the pointers below point into
     uint32_t *source;   ///< for each target pixel the source pixel; never decreases
-    uint8_t *values;    ///< room for a source row with a byte per pixel
-    uint8_t *samples;   ///< and for a target row; only below 8 bits per pixel
+    uint8_t *values;    ///< a source row with a byte per pixel, for depths of 1 and 4
+    uint8_t *samples;   ///< and a target row
 };
 
 /// Quotient of two sizes as the positions are computed with.
@@ -37,7 +36,7 @@ inline constexpr uint32_t kLastPosition = 0xFFFF;
 bool OpenRowSampler(RowSampler *sampler, uint16_t depth, uint32_t width,
                     uint32_t targetWidth) noexcept;
 
-/// Frees what OpenRowSampler took.
+/// Frees what OpenRowSampler allocated.
 void CloseRowSampler(RowSampler *sampler) noexcept;
 
 /// Resamples one row. The target's row is zero before.

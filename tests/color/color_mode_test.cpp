@@ -5,9 +5,9 @@
 namespace kowen {
 namespace {
 
-Bytes Transformed(Bytes colors, int32_t mode) {
-    rev_rgb(static_cast<int32_t>(colors.size() / 3), colors.data(), mode);
-    return colors;
+Bytes Transformed(Bytes colours, int32_t mode) {
+    rev_rgb(static_cast<int32_t>(colours.size() / 3), colours.data(), mode);
+    return colours;
 }
 
 TEST(RevRgb, GreyScaleWeighsThreeSixAndOne) {
@@ -35,17 +35,17 @@ TEST(RevRgb, InvertsGreysOnly) {
 }
 
 TEST(RevRgb, OtherModesLeaveTheColours) {
-    const Bytes colors = {1, 2, 3, 200, 200, 200};
+    const Bytes colours = {1, 2, 3, 200, 200, 200};
     for (int32_t mode : {0, 5, -1, 103, INT32_MIN, INT32_MAX})
-        EXPECT_EQ(Transformed(colors, mode), colors) << mode;
+        EXPECT_EQ(Transformed(colours, mode), colours) << mode;
 }
 
 TEST(RevRgb, TransformsNothingBelowOneColour) {
-    Bytes colors = {1, 2, 3};
-    rev_rgb(0, colors.data(), kModeInverted);
-    rev_rgb(-5, colors.data(), kModeInverted);
+    Bytes colours = {1, 2, 3};
+    rev_rgb(0, colours.data(), kModeInverted);
+    rev_rgb(-5, colours.data(), kModeInverted);
     rev_rgb(0, nullptr, kModeGreyScale);
-    EXPECT_EQ(colors, Bytes({1, 2, 3}));
+    EXPECT_EQ(colours, Bytes({1, 2, 3}));
 }
 
 } // namespace

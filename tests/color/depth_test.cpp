@@ -77,32 +77,33 @@ TEST(RlConvertBitmapDepth, GivesTheBytesOfTheReferenceOnLargePictures) {
     }
 }
 
-const Bytes kTwoColors = {10, 20, 30, 200, 100, 50};
+const Bytes kTwoColours = {10, 20, 30, 200, 100, 50};
 
 TEST(RlConvertBitmapDepth, ExpandsIndicesThroughTheSourcesTable) {
-    EXPECT_EQ(Converted({0x40, 0, 0, 0}, 2, 1, 1, 24, &kTwoColors, nullptr, 0),
+    EXPECT_EQ(Converted({0x40, 0, 0, 0}, 2, 1, 1, 24, &kTwoColours, nullptr, 0),
               Bytes({10, 20, 30, 200, 100, 50, 0, 0}));
 }
 
 TEST(RlConvertBitmapDepth, AMapTo32BitsHoldsIndices) {
-    EXPECT_EQ(Converted({0x40, 0, 0, 0}, 2, 1, 1, 32, &kTwoColors, nullptr, 0),
+    EXPECT_EQ(Converted({0x40, 0, 0, 0}, 2, 1, 1, 32, &kTwoColours, nullptr, 0),
               Bytes({0, 0, 0, 0, 0, 0, 0, 1}));
-    EXPECT_EQ(Converted({0x40, 0, 0, 0}, 2, 1, 1, 32, &kTwoColors, &kTwoColors, 2),
+    EXPECT_EQ(Converted({0x40, 0, 0, 0}, 2, 1, 1, 32, &kTwoColours, &kTwoColours, 2),
               Bytes({10, 20, 30, 0, 200, 100, 50, 0}));
 }
 
 TEST(RlConvertBitmapDepth, AColourThatIsNoIndexOfTheTargetsTableIsBlack) {
     // The map holds the pixel values 0x0A141E00 and 0xC8643200.
-    EXPECT_EQ(Converted({0x40, 0, 0, 0}, 2, 1, 1, 24, &kTwoColors, &kTwoColors, 2), Bytes(8, 0));
+    EXPECT_EQ(Converted({0x40, 0, 0, 0}, 2, 1, 1, 24, &kTwoColours, &kTwoColours, 2), Bytes(8, 0));
     // Black is 0, and 0 is an index.
     const Bytes black = {0, 0, 0, 0, 0, 0};
-    EXPECT_EQ(Converted({0, 0, 0, 0}, 1, 1, 1, 24, &black, &kTwoColors, 2), Bytes({10, 20, 30, 0}));
+    EXPECT_EQ(Converted({0, 0, 0, 0}, 1, 1, 1, 24, &black, &kTwoColours, 2),
+              Bytes({10, 20, 30, 0}));
 }
 
 TEST(RlConvertBitmapDepth, A32BitSourceKeepsItsFirstThreeBytes) {
     EXPECT_EQ(Converted({1, 2, 3, 4, 5, 6, 7, 8}, 2, 1, 32, 24, nullptr, nullptr, 0),
               Bytes({1, 2, 3, 5, 6, 7, 0, 0}));
-    EXPECT_EQ(Converted({1, 2, 3, 4, 5, 6, 7, 8}, 2, 1, 32, 24, nullptr, &kTwoColors, 2),
+    EXPECT_EQ(Converted({1, 2, 3, 4, 5, 6, 7, 8}, 2, 1, 32, 24, nullptr, &kTwoColours, 2),
               Bytes({1, 2, 3, 5, 6, 7, 0, 0}));
 }
 
@@ -173,7 +174,7 @@ TEST(RlConvertBitmapDepth, ATargetBeyond32BitsGivesNone) {
 TEST(RlConvertBitmapDepth, GivesNoneWithoutMemory) {
     testing::internal::CaptureStdout();
     const Block bits(Bytes{9, 9, 9, 0}), indexed(Bytes{1, 0, 0, 0});
-    const Block table(kTwoColors);
+    const Block table(kTwoColours);
     {
         FailingMemory memory(1); // the bitmap
         EXPECT_EQ(rlConvertBitmapDepth(bits, 1, 1, 24, 4, 0, table, 2), 0u);
@@ -189,7 +190,7 @@ TEST(RlConvertBitmapDepth, GivesNoneWithoutMemory) {
 std::string Printed(int16_t level) {
     testing::internal::CaptureStderr();
     _debug_color_res = level;
-    Converted({0x40, 0, 0, 0, 0, 0, 0, 0}, 2, 2, 1, 8, &kTwoColors, nullptr, 0);
+    Converted({0x40, 0, 0, 0, 0, 0, 0, 0}, 2, 2, 1, 8, &kTwoColours, nullptr, 0);
     _debug_color_res = 0;
     return testing::internal::GetCapturedStderr();
 }
@@ -220,39 +221,39 @@ using Entries = std::vector<uint32_t>;
 
 TEST(RlBuildColormap, MapsToTheNearestIndex) {
     const Bytes target = {0, 0, 0, 190, 90, 60, 0, 50, 60};
-    EXPECT_EQ(IndexMap(&kTwoColors, 1, &target, 8, 3), Entries({2, 1}));
-    EXPECT_EQ(IndexMap(&kTwoColors, 1, &target, 8, 2), Entries({1, 1}));
+    EXPECT_EQ(IndexMap(&kTwoColours, 1, &target, 8, 3), Entries({2, 1}));
+    EXPECT_EQ(IndexMap(&kTwoColours, 1, &target, 8, 2), Entries({1, 1}));
 }
 
 TEST(RlBuildColormap, MapsToColoursFor24Bits) {
-    EXPECT_EQ(IndexMap(&kTwoColors, 1, &kTwoColors, 24, 2), Entries({0x0A141E00, 0xC8643200}));
-    EXPECT_EQ(IndexMap(&kTwoColors, 1, nullptr, 24, 0), Entries({0x0A141E00, 0xC8643200}));
+    EXPECT_EQ(IndexMap(&kTwoColours, 1, &kTwoColours, 24, 2), Entries({0x0A141E00, 0xC8643200}));
+    EXPECT_EQ(IndexMap(&kTwoColours, 1, nullptr, 24, 0), Entries({0x0A141E00, 0xC8643200}));
 }
 
 TEST(RlBuildColormap, MapsOntoTheSourcesTableWhenTheDepthDoesNotShrink) {
     const Bytes twice = {10, 20, 30, 10, 20, 30};
-    EXPECT_EQ(IndexMap(&kTwoColors, 1, nullptr, 1, 0), Entries({0, 1}));
-    EXPECT_EQ(IndexMap(&kTwoColors, 1, nullptr, 32, 0), Entries({0, 1}));
+    EXPECT_EQ(IndexMap(&kTwoColours, 1, nullptr, 1, 0), Entries({0, 1}));
+    EXPECT_EQ(IndexMap(&kTwoColours, 1, nullptr, 32, 0), Entries({0, 1}));
     EXPECT_EQ(IndexMap(&twice, 1, nullptr, 8, 0), Entries({0, 0}));
 }
 
 TEST(RlBuildColormap, StaysZeroWhenATableIsMissing) {
     const Bytes sixteen(48, 77);
     EXPECT_EQ(IndexMap(&sixteen, 4, nullptr, 1, 2), Entries(16, 0));
-    EXPECT_EQ(IndexMap(nullptr, 1, &kTwoColors, 8, 2), Entries(2, 0));
+    EXPECT_EQ(IndexMap(nullptr, 1, &kTwoColours, 8, 2), Entries(2, 0));
     EXPECT_EQ(IndexMap(nullptr, 1, nullptr, 24, 0), Entries(2, 0));
 }
 
 TEST(RlBuildColormap, IsNoneForDeepSources) {
     for (uint16_t from : {17, 24, 31, 32, 33, 65535})
-        EXPECT_EQ(rlBuildColormap(kTwoColors.data(), from, kTwoColors.data(), 8, 2), 0u) << from;
+        EXPECT_EQ(rlBuildColormap(kTwoColours.data(), from, kTwoColours.data(), 8, 2), 0u) << from;
     EXPECT_EQ(IndexMap(nullptr, 16, nullptr, 8, 0).size(), 65536u);
 }
 
 TEST(RlBuildColormap, IsNoneWithoutMemory) {
     testing::internal::CaptureStdout();
     FailingMemory memory(1);
-    EXPECT_EQ(rlBuildColormap(kTwoColors.data(), 1, kTwoColors.data(), 8, 2), 0u);
+    EXPECT_EQ(rlBuildColormap(kTwoColours.data(), 1, kTwoColours.data(), 8, 2), 0u);
     testing::internal::GetCapturedStdout();
 }
 

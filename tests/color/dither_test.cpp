@@ -74,7 +74,7 @@ TEST(RlDitherOneLine, AnExactColourSpreadsNoError) {
     EXPECT_EQ(lines.next, Greys({9, 8, 7, 6}));
 }
 
-TEST(RlDitherOneLine, TheLastPixelTakesItsLeftNeighboursColor) {
+TEST(RlDitherOneLine, TheLastPixelTakesItsLeftNeighboursColour) {
     EXPECT_EQ(Dithered(Greys({255, 0}), {}, kBlackAndWhite).current, Greys({255, 255}));
     EXPECT_EQ(Dithered(Greys({0, 255}), {}, kBlackAndWhite).current, Greys({0, 0}));
 }
@@ -109,15 +109,15 @@ TEST(RlDitherOneLine, HandsOnWhatTheReferenceGathers) {
         const reference::DitheredRow expected =
             reference::DitherRow(rows.current, table, static_cast<uint32_t>(table.size() / 3));
         const Lines lines = Dithered(rows.current, rows.next, table);
-        EXPECT_EQ(lines.current, expected.colors) << width;
+        EXPECT_EQ(lines.current, expected.colours) << width;
         EXPECT_EQ(lines.next, reference::WithErrors(rows.next, expected.errors)) << width;
     }
 }
 
 Bytes DitheredTo(const Bytes &bitmap, uint32_t width, uint32_t height, uint16_t from, uint16_t to,
                  const Bytes &palette, const Bytes &table, uint16_t count) {
-    const Block bits(bitmap), colors(palette), target(table);
-    const Block result(rlDitherGivenCT(bits, width, height, from, to, colors, target, count));
+    const Block bits(bitmap), colours(palette), target(table);
+    const Block result(rlDitherGivenCT(bits, width, height, from, to, colours, target, count));
     EXPECT_NE(MemoryHandle{result}, 0u);
     return Contents(result);
 }
@@ -205,6 +205,14 @@ TEST(RlDitherGivenCT, AnEmptyBitmapStaysEmpty) {
     EXPECT_EQ(GlobalSize(wide) + GlobalSize(high), 0u);
 }
 
+// As many rows as there can be, none of which has a byte: dithering them ends at once.
+TEST(RlDitherGivenCT, RowsWithoutBytesAreNotDitheredOneByOne) {
+    const Block bits(Bytes{1, 2, 3, 4}), table(kBlackAndWhite);
+    const Block result(rlDitherGivenCT(bits, 0, 0xFFFFFFFF, 24, 1, 0, table, 2));
+    EXPECT_NE(MemoryHandle{result}, 0u);
+    EXPECT_EQ(GlobalSize(result), 0u);
+}
+
 const Bytes kMonoTable = {0,   0,   0,   255, 255, 255, 64,  64,  64,  128, 128, 128,
                           160, 160, 160, 192, 192, 192, 208, 208, 208, 224, 224, 224};
 const Bytes kMustHaves = {255, 255, 255, 255, 255, 0, 255, 0, 255, 0, 255, 255,
@@ -282,9 +290,9 @@ TEST(RlDitherBitmap, GivesTheTableAndBytesOfTheReference) {
             const uint32_t height = 1 + random.Below(40);
             const Bytes bitmap = RandomBitmap(random, width, height, from);
             const Bytes palette = RandomTable(random, from <= 8 ? 1u << from : 1);
-            const Block bits(bitmap), colors(palette);
+            const Block bits(bitmap), colours(palette);
             MemoryHandle table = 0;
-            const Block result(rlDitherBitmap(bits, width, height, from, to, colors, &table));
+            const Block result(rlDitherBitmap(bits, width, height, from, to, colours, &table));
             const Block owned(table);
             reference::Table expected =
                 reference::DitherGetCT(bitmap, width, height, from, to, &palette);
@@ -300,12 +308,12 @@ TEST(RlDitherBitmap, GivesTheTableAndBytesOfTheReference) {
 TEST(RlDitherBitmap, GivesNoneWithoutMemory) {
     testing::internal::CaptureStdout();
     Random random(45);
-    const Block bits(RandomBitmap(random, 70, 40, 8)), colors(RandomTable(random, 256));
+    const Block bits(RandomBitmap(random, 70, 40, 8)), colours(RandomTable(random, 256));
     int k = 1;
     for (;; ++k) {
         MemoryHandle table = 0;
         FailingMemory memory(k);
-        const Block result(rlDitherBitmap(bits, 70, 40, 8, 4, colors, &table));
+        const Block result(rlDitherBitmap(bits, 70, 40, 8, 4, colours, &table));
         const Block chosen(table);
         if (!memory.Failed())
             break;
@@ -344,10 +352,10 @@ TEST(RlDitherGetCT, GivesTheTableOfTheReference) {
     Random random(46);
     for (uint16_t from : {8, 24}) {
         const Bytes bitmap = RandomBitmap(random, 50, 30, from), palette = RandomTable(random, 256);
-        const Block bits(bitmap), colors(palette);
+        const Block bits(bitmap), colours(palette);
         MemoryHandle table = 0;
         uint16_t count = 0;
-        const Block chosen(rlDitherGetCT(bits, 50, 30, from, 4, colors, &table, &count));
+        const Block chosen(rlDitherGetCT(bits, 50, 30, from, 4, colours, &table, &count));
         EXPECT_EQ(Contents(chosen),
                   reference::DitherGetCT(bitmap, 50, 30, from, 4, &palette).entries);
         EXPECT_EQ(count, 16);

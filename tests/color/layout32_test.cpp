@@ -30,15 +30,24 @@ TEST(RlRGB4toCMYK, InvertsAndClearsTheFourthByte) {
               Bytes({255, 254, 253, 0, 0, 1, 2, 0, 245, 235, 225, 0, 205, 195, 185, 0}));
 }
 
+const Bytes kOnePixelAndThreeBytes = {1, 2, 3, 4, 5, 6, 7};
+
 TEST(RlRGB4toCMYK, PixelsBeyondTheBlockAreLeftOut) {
-    const Bytes before = {1, 2, 3, 4, 5, 6, 7};
-    const Block inverted(before), cmyk(before), alpha(before);
-    rlRGB4toCMYK(inverted, 1000, 1000);
-    rlCMYKtoRGB(cmyk, 1000, 1000);
-    rlALPHAtoRGB(alpha, 0xFFFFFFFF, 0xFFFFFFFF);
-    EXPECT_EQ(Contents(inverted), Bytes({254, 253, 252, 0, 5, 6, 7}));
-    EXPECT_EQ(Contents(cmyk), Bytes({251, 251, 251, 4, 5, 6, 7}));
-    EXPECT_EQ(Contents(alpha), before);
+    const Block bits(kOnePixelAndThreeBytes);
+    rlRGB4toCMYK(bits, 1000, 1000);
+    EXPECT_EQ(Contents(bits), Bytes({254, 253, 252, 0, 5, 6, 7}));
+}
+
+TEST(RlCMYKtoRGB, PixelsBeyondTheBlockAreLeftOut) {
+    const Block bits(kOnePixelAndThreeBytes);
+    rlCMYKtoRGB(bits, 1000, 1000);
+    EXPECT_EQ(Contents(bits), Bytes({251, 251, 251, 4, 5, 6, 7}));
+}
+
+TEST(RlALPHAtoRGB, PixelsBeyondTheBlockAreLeftOut) {
+    const Block bits(Bytes{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11});
+    rlALPHAtoRGB(bits, 0xFFFFFFFF, 0xFFFFFFFF);
+    EXPECT_EQ(Contents(bits), Bytes({1, 2, 3, 5, 6, 7, 7, 8, 9, 10, 11}));
 }
 
 TEST(RlRGB4toCMYK, NothingHappensWithoutPixels) {

@@ -37,10 +37,10 @@ TEST(RlNearestRGBIndex, TheLowestOfEquallyNearWins) {
 
 TEST(RlNearestRGBIndex, ZeroWhenNoEntryQualifies) {
     constexpr uint8_t greys[] = {0, 0, 0, 200, 200, 200};
-    constexpr uint8_t colors[] = {255, 0, 0, 0, 255, 0};
+    constexpr uint8_t colours[] = {255, 0, 0, 0, 255, 0};
     EXPECT_EQ(rlNearestRGBIndex(200, 250, 200, greys, 2), 0);
-    EXPECT_EQ(rlNearestRGBIndex(10, 10, 10, colors, 2), 0);
-    EXPECT_EQ(rlNearestRGBIndex(0, 255, 0, colors, 0), 0);
+    EXPECT_EQ(rlNearestRGBIndex(10, 10, 10, colours, 2), 0);
+    EXPECT_EQ(rlNearestRGBIndex(0, 255, 0, colours, 0), 0);
     EXPECT_EQ(rlNearestRGBIndex(0, 255, 0, nullptr, 0), 0);
 }
 

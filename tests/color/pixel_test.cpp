@@ -150,9 +150,9 @@ TEST(RlSetPixel, ColoursComeFromTheTableByTheMap) {
 }
 
 TEST(RlSetPixel, ColoursComeFromTheMapWithoutATable) {
-    constexpr uint32_t colors[] = {0x0A141E28};
-    EXPECT_EQ(After(kOnes, 0, 24, 0, colors), Bytes({10, 20, 30, 255, 255, 255, 255, 255}));
-    EXPECT_EQ(After(kOnes, 0, 32, 0, colors), Bytes({10, 20, 30, 40, 255, 255, 255, 255}));
+    constexpr uint32_t colours[] = {0x0A141E28};
+    EXPECT_EQ(After(kOnes, 0, 24, 0, colours), Bytes({10, 20, 30, 255, 255, 255, 255, 255}));
+    EXPECT_EQ(After(kOnes, 0, 32, 0, colours), Bytes({10, 20, 30, 40, 255, 255, 255, 255}));
 }
 
 TEST(RlSetPixel, AMapEntryOutsideTheTableIsBlack) {

@@ -67,7 +67,7 @@ TEST(RlReduceColorTable, GivesTheColoursOfTheReference) {
         for (const auto &[width, height] : {std::pair<uint16_t, uint16_t>{31, 40}, {301, 260}}) {
             const Bytes image = RandomBitmap(random, width, height, 24);
             const Reduced table = Reduce(image, width, height, wanted);
-            Bytes expected = reference::ReduceColors(image, width, height, wanted);
+            Bytes expected = reference::ReduceColours(image, width, height, wanted);
             EXPECT_EQ(table.count, expected.size() / 3);
             expected.resize(size_t{wanted} * 3, 0);
             EXPECT_EQ(table.block, expected) << wanted << ", " << width << " x " << height;
@@ -147,7 +147,7 @@ TEST(RlChangeColorResolution, GivesTheBytesOfTheReference) {
     Random random(33);
     const Bytes image = RandomBitmap(random, 90, 70, 24);
     const Changed changed = Change(image, 90, 70, 24, 8, nullptr);
-    const Bytes table = reference::ReduceColors(image, 90, 70, 256);
+    const Bytes table = reference::ReduceColours(image, 90, 70, 256);
     EXPECT_EQ(changed.table, table);
     EXPECT_EQ(changed.bitmap,
               reference::ConvertBitmapDepth(image, 90, 70, 24, 8, nullptr, &table, 256));

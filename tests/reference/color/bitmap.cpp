@@ -134,9 +134,9 @@ Bytes ConvertBitmapDepth(const Bytes &bits, uint32_t width, uint32_t height, uin
     return result;
 }
 
-void ColorMode(int count, uint8_t *colors, int mode) {
+void ColorMode(int count, uint8_t *colours, int mode) {
     for (int i = 0; i < count; ++i) {
-        uint8_t *c = colors + 3 * i;
+        uint8_t *c = colours + 3 * i;
         const int grey = (3 * c[0] + 6 * c[1] + c[2]) / 10;
         const bool isGrey = AllClose(c[0], c[1], c[2], 10);
         for (int k = 0; k < 3; ++k) {

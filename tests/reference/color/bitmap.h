@@ -1,5 +1,5 @@
-// The plain forms of the colour library: one pixel at a time, as the operations are defined.
-// Written for reading, not for speed; blocks are vectors, a missing table is null.
+// The reference of the colour library: one pixel at a time, as the operations are defined. Written
+// apart from it, for reading, not for speed; blocks are vectors, a missing table is null.
 #pragma once
 
 #include <cstddef>
@@ -29,6 +29,6 @@ std::vector<uint32_t> BuildColormap(const Bytes *fromTable, uint16_t from, const
 Bytes ConvertBitmapDepth(const Bytes &bits, uint32_t width, uint32_t height, uint16_t from,
                          uint16_t to, const Bytes *fromTable, const Bytes *toTable, uint32_t count);
 
-void ColorMode(int count, uint8_t *colors, int mode);
+void ColorMode(int count, uint8_t *colours, int mode);
 
 } // namespace kowen::reference

@@ -38,7 +38,7 @@ DitheredRow DitherRow(const Bytes &row, const Bytes &table, uint32_t count) {
             for (size_t c = 0; c < 3; ++c)
                 dithered.errors[i + c] = pixel[c] - chosen[c];
         }
-        dithered.colors.insert(dithered.colors.end(), chosen.begin(), chosen.end());
+        dithered.colours.insert(dithered.colours.end(), chosen.begin(), chosen.end());
     }
     return dithered;
 }
@@ -71,7 +71,7 @@ Bytes DitherGivenCT(const Bytes &bitmap, uint32_t width, uint32_t height, uint16
             ColorMode(static_cast<int>(width), &*row, 3);
         const DitheredRow dithered =
             DitherRow(WithErrors({row, row + ptrdiff_t{3} * width}, errors), table, count);
-        std::copy(dithered.colors.begin(), dithered.colors.end(), row);
+        std::copy(dithered.colours.begin(), dithered.colours.end(), row);
         errors = dithered.errors;
     }
     return ConvertBitmapDepth(copy, width, height, 24, to, nullptr, &table, count);
@@ -87,7 +87,8 @@ Table DitherGetCT(const Bytes &bitmap, uint32_t width, uint32_t height, uint16_t
         return {mono, 8};
     }
     const Bytes copy = ConvertBitmapDepth(bitmap, width, height, from, 24, palette, nullptr, 0);
-    Bytes table = n > 8 ? ReduceColors(copy, width, height, static_cast<uint16_t>(n - 8)) : Bytes();
+    Bytes table =
+        n > 8 ? ReduceColours(copy, width, height, static_cast<uint16_t>(n - 8)) : Bytes();
     const Bytes mustHave = {255, 255, 255, 255, 255, 0, 255, 0, 255, 0, 255, 255,
                             255, 0,   0,   0,   255, 0, 0,   0, 255, 0, 0,   0};
     table.insert(table.end(), mustHave.begin(), mustHave.end());

@@ -8,7 +8,7 @@ namespace kowen::reference {
 
 /// A row of 24-bit pixels, without padding, after dithering.
 struct DitheredRow {
-    Bytes colors;
+    Bytes colours;
     std::vector<int> errors; ///< of each channel; 0 for the last pixel
 };
 

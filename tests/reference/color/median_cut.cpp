@@ -133,7 +133,7 @@ uint8_t Wide(int channel5) {
 
 } // namespace
 
-Bytes ReduceColors(const Bytes &pixels, uint32_t width, uint32_t height, uint16_t wanted) {
+Bytes ReduceColours(const Bytes &pixels, uint32_t width, uint32_t height, uint16_t wanted) {
     std::vector<int64_t> histogram(32768, 0);
     for (uint32_t y = 0; y < height; ++y) {
         for (uint32_t x = 0; x < width; ++x) {

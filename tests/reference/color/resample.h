@@ -1,4 +1,5 @@
-// Plain forms of shrinking, stretching and mirroring.
+// Second ways of shrinking and stretching, pixel by pixel along the row, and of mirroring, bit by
+// bit.
 #pragma once
 
 #include "reference/color/bitmap.h"

@@ -5,11 +5,11 @@
 namespace kowen {
 namespace {
 
-int Range(const ColorBox &box, int axis) noexcept {
+int Range(const ColourBox &box, int axis) noexcept {
     return box.max[axis] - box.min[axis];
 }
 
-uint8_t LongestAxis(const ColorBox &box) noexcept {
+uint8_t LongestAxis(const ColourBox &box) noexcept {
     uint8_t longest = kAxisRed;
     for (uint8_t axis = kAxisGreen; axis <= kAxisBlue; ++axis)
         if (Range(box, axis) > Range(box, longest))
@@ -25,20 +25,20 @@ uint16_t FreeSlot(const uint16_t *slots, uint32_t from, uint16_t wanted) noexcep
     return static_cast<uint16_t>(wanted - 1);
 }
 
-int64_t TotalOf(const ColorCount *list, const ColorBox &box) noexcept {
+int64_t TotalOf(const ColourCount *list, const ColourBox &box) noexcept {
     int64_t total = 0;
     for (uint32_t i = box.first; i <= box.last; ++i)
         total += list[i].count;
     return total;
 }
 
-bool SameChannelAsNext(const ColorCount *list, uint32_t i, uint8_t axis) noexcept {
+bool SameChannelAsNext(const ColourCount *list, uint32_t i, uint8_t axis) noexcept {
     return KeyChannel(list[i].key, axis) == KeyChannel(list[i + 1].key, axis);
 }
 
 } // namespace
 
-void getCRectData(ColorBox *box, const ColorCount *list, uint16_t first, uint16_t last) noexcept {
+void getCRectData(ColourBox *box, const ColourCount *list, uint16_t first, uint16_t last) noexcept {
     uint64_t sums[3] = {};
     *box = {};
     box->first = first;
@@ -59,7 +59,7 @@ void getCRectData(ColorBox *box, const ColorCount *list, uint16_t first, uint16_
         box->mean[axis] = static_cast<uint8_t>(sums[axis] / box->total);
 }
 
-uint16_t GetMaxHistSum(const ColorBox *boxes, const uint16_t *slots, uint16_t wanted) noexcept {
+uint16_t GetMaxHistSum(const ColourBox *boxes, const uint16_t *slots, uint16_t wanted) noexcept {
     uint32_t largest = 0;
     uint16_t slot = 0;
     for (uint16_t i = 0; i < wanted; ++i) {
@@ -71,11 +71,11 @@ uint16_t GetMaxHistSum(const ColorBox *boxes, const uint16_t *slots, uint16_t wa
     return slot;
 }
 
-void clrswap(ColorCount *a, ColorCount *b) noexcept {
+void clrswap(ColourCount *a, ColourCount *b) noexcept {
     std::swap(*a, *b);
 }
 
-void AdjustHeap(ColorCount *part, uint8_t axis, int32_t start, int32_t last) noexcept {
+void AdjustHeap(ColourCount *part, uint8_t axis, int32_t start, int32_t last) noexcept {
     const auto channel = [&](int32_t i) noexcept { return KeyChannel(part[i].key, axis); };
     for (int32_t parent = start, child; (child = 2 * parent + 1) <= last; parent = child) {
         if (child < last && channel(child) <= channel(child + 1))
@@ -86,7 +86,7 @@ void AdjustHeap(ColorCount *part, uint8_t axis, int32_t start, int32_t last) noe
     }
 }
 
-void HeapSort(ColorCount *part, uint8_t axis, int32_t n) noexcept {
+void HeapSort(ColourCount *part, uint8_t axis, int32_t n) noexcept {
     for (int32_t i = (n - 2) / 2; i >= 0; --i)
         AdjustHeap(part, axis, i, n); // n, not n - 1: see the contract
     for (int32_t i = n - 1; i >= 1; --i) {
@@ -95,7 +95,7 @@ void HeapSort(ColorCount *part, uint8_t axis, int32_t n) noexcept {
     }
 }
 
-uint16_t find_median(const ColorCount *list, const ColorBox *box) noexcept {
+uint16_t find_median(const ColourCount *list, const ColourBox *box) noexcept {
     if (box->last - box->first <= 1)
         return box->first;
     const int64_t half = TotalOf(list, *box) / 2;
@@ -117,8 +117,8 @@ uint16_t find_median(const ColorCount *list, const ColorBox *box) noexcept {
     return half - lowCount > highCount - half ? high : low;
 }
 
-int32_t split(ColorBox *boxes, uint16_t k, uint16_t median, uint16_t *boxCount, uint16_t *slots,
-              const ColorCount *list, uint16_t wanted) noexcept {
+int32_t split(ColourBox *boxes, uint16_t k, uint16_t median, uint16_t *boxCount, uint16_t *slots,
+              const ColourCount *list, uint16_t wanted) noexcept {
     const uint16_t first = boxes[k].first;
     const uint16_t last = boxes[k].last;
     const auto before = static_cast<uint16_t>(median - 1);

@@ -11,7 +11,7 @@ uint16_t Key(int red, int green, int blue) {
     return static_cast<uint16_t>(red << 10 | green << 5 | blue);
 }
 
-using List = std::vector<ColorCount>;
+using List = std::vector<ColourCount>;
 
 // Entries that differ in blue only, each counted as often as counts says; and the zero entry.
 List Blues(const std::vector<int> &blues, const std::vector<int> &counts) {
@@ -24,14 +24,14 @@ List Blues(const std::vector<int> &blues, const std::vector<int> &counts) {
 
 std::vector<int> BluesOf(const List &list) {
     std::vector<int> blues;
-    for (const ColorCount &entry : list)
+    for (const ColourCount &entry : list)
         blues.push_back(KeyChannel(entry.key, kAxisBlue));
     return blues;
 }
 
 std::vector<int> CountsOf(const List &list) {
     std::vector<int> counts;
-    for (const ColorCount &entry : list)
+    for (const ColourCount &entry : list)
         counts.push_back(entry.count);
     return counts;
 }
@@ -39,9 +39,9 @@ std::vector<int> CountsOf(const List &list) {
 using Numbers = std::vector<int>;
 
 TEST(KeyChannel, TakesFiveBitsEach) {
-    EXPECT_EQ(ColorKey(255, 255, 255), 0x7FFF);
-    EXPECT_EQ(ColorKey(7, 7, 7), 0);
-    EXPECT_EQ(ColorKey(8, 16, 24), Key(1, 2, 3));
+    EXPECT_EQ(ColourKey(255, 255, 255), 0x7FFF);
+    EXPECT_EQ(ColourKey(7, 7, 7), 0);
+    EXPECT_EQ(ColourKey(8, 16, 24), Key(1, 2, 3));
     EXPECT_EQ(KeyChannel(Key(1, 2, 3), kAxisRed), 1);
     EXPECT_EQ(KeyChannel(Key(1, 2, 3), kAxisGreen), 2);
     EXPECT_EQ(KeyChannel(Key(1, 2, 3), kAxisBlue), 3);
@@ -50,7 +50,7 @@ TEST(KeyChannel, TakesFiveBitsEach) {
 TEST(GetCRectData, MeasuresABox) {
     // Sums over 2 + 4 = 6 counts: red 2 + 20 = 22, green 4 + 8 = 12, blue 6 + 36 = 42.
     const List list = {{9, 9}, {Key(1, 2, 3), 2}, {Key(5, 2, 9), 4}, {9, 9}};
-    ColorBox box;
+    ColourBox box;
     getCRectData(&box, list.data(), 1, 2);
     EXPECT_EQ(box.first, 1);
     EXPECT_EQ(box.last, 2);
@@ -69,7 +69,7 @@ TEST(GetCRectData, MeasuresABox) {
 
 uint8_t AxisOf(uint16_t a, uint16_t b) {
     const List list = {{a, 1}, {b, 1}};
-    ColorBox box;
+    ColourBox box;
     getCRectData(&box, list.data(), 0, 1);
     return box.axis;
 }
@@ -84,7 +84,7 @@ TEST(GetCRectData, EqualRangesKeepTheEarlierChannel) {
 
 TEST(GetCRectData, SumsOfLargePicturesDoNotWrap) {
     const List list(32768, {Key(31, 31, 31), 65535}); // sums of 66.6 thousand million
-    ColorBox box;
+    ColourBox box;
     getCRectData(&box, list.data(), 0, 32767);
     EXPECT_EQ(box.total, 2147450880u);
     EXPECT_EQ(box.mean[kAxisBlue], 31);
@@ -92,7 +92,7 @@ TEST(GetCRectData, SumsOfLargePicturesDoNotWrap) {
 
 TEST(GetCRectData, ABoxWithoutCountsHasMeansOfZero) {
     const List list = {{Key(1, 2, 3), 0}, {Key(5, 2, 9), 0}};
-    ColorBox box;
+    ColourBox box;
     getCRectData(&box, list.data(), 0, 1);
     EXPECT_EQ(box.total, 0u);
     EXPECT_EQ(box.mean[0] + box.mean[1] + box.mean[2], 0);
@@ -100,7 +100,7 @@ TEST(GetCRectData, ABoxWithoutCountsHasMeansOfZero) {
 }
 
 uint16_t Largest(const std::vector<uint32_t> &totals, const std::vector<uint16_t> &slots) {
-    std::vector<ColorBox> boxes(totals.size());
+    std::vector<ColourBox> boxes(totals.size());
     for (size_t i = 0; i < totals.size(); ++i)
         boxes[i].total = totals[i];
     return GetMaxHistSum(boxes.data(), slots.data(), static_cast<uint16_t>(slots.size()));
@@ -118,7 +118,7 @@ TEST(GetMaxHistSum, ZeroWhenNoBoxIsLive) {
 }
 
 TEST(Clrswap, ExchangesWholeEntries) {
-    ColorCount a = {1, 2}, b = {3, 4};
+    ColourCount a = {1, 2}, b = {3, 4};
     clrswap(&a, &b);
     EXPECT_EQ(a.key, 3);
     EXPECT_EQ(a.count, 4);
@@ -184,7 +184,7 @@ TEST(HeapSort, APartOfOneTradesWithALargerNeighbour) {
 }
 
 uint16_t MedianOf(const List &list, uint16_t first, uint16_t last) {
-    ColorBox box = {};
+    ColourBox box = {};
     box.first = first;
     box.last = last;
     box.axis = kAxisBlue;
@@ -239,7 +239,7 @@ TEST(FindMedian, OfABoxWithoutCountsIsFound) {
 
 struct Slots {
     List list = Blues({1, 2, 3, 4, 5, 6}, {1, 1, 1, 1, 1, 1});
-    std::vector<ColorBox> boxes = std::vector<ColorBox>(5);
+    std::vector<ColourBox> boxes = std::vector<ColourBox>(5);
     std::vector<uint16_t> map = {0, kSlotFree, kSlotFree, kSlotFree, kSlotFree};
     uint16_t count = 1;
 
