@@ -27,12 +27,12 @@ inline constexpr uint32_t kDifferences = 4096;
 
 /// The codes of one DC and one AC table as lookup tables.
 struct CodeTables {
-    /// What EncodeDC emits for a difference d, code and appended bits in one: at d for d >= 0, at
-    /// 4095 + d else.
-    PackedCode ofDifference[kDifferences];
-    /// What EncodeACCoef emits for a run and a coefficient, likewise: at run x 256 + coefficient +
-    /// 128. Run 15 before 0 is the code for 16 zeros, run 0 before 0 the end of the block.
+    /// What EncodeACCoef emits for a run and a coefficient, code and appended bits in one: at
+    /// run x 256 + coefficient + 128. Run 15 before 0 is the code for 16 zeros, run 0 before 0 the
+    /// end of the block.
     PackedCode ofCoefficient[kShortCodes];
+    /// What EncodeDC emits for a difference d, likewise: at d for d >= 0, at 4095 + d else.
+    PackedCode ofDifference[kDifferences];
     /// The codes alone, by run x 16 + category.
     PackedCode ofSymbol[kAcSymbols];
 };

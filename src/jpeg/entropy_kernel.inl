@@ -30,6 +30,36 @@ inline void StoreBigEndian(uint8_t *out, uint64_t word) {
     __builtin_memcpy(out, &word, sizeof(word));
 }
 
+// The bits that are set, from the lowest up.
+class SetBits {
+public:
+#ifdef __aarch64__ // which counts zeros from the top, so that the mask is turned round once
+    explicit SetBits(uint64_t mask) {
+        __asm__("rbit %0, %1" : "=r"(left_) : "r"(mask));
+    }
+    uint32_t Lowest() const {
+        return static_cast<uint32_t>(__builtin_clzll(left_));
+    }
+    void Clear(uint32_t lowest) {
+        left_ &= ~(uint64_t{1} << 63 >> lowest);
+    }
+#else
+    explicit SetBits(uint64_t mask) : left_(mask) {}
+    uint32_t Lowest() const {
+        return static_cast<uint32_t>(__builtin_ctzll(left_));
+    }
+    void Clear(uint32_t) {
+        left_ &= left_ - 1;
+    }
+#endif
+    bool Any() const {
+        return left_ != 0;
+    }
+
+private:
+    uint64_t left_;
+};
+
 // Packs bits to bytes, behind the sink's pending ones; what does not fill a byte is pending again.
 class BitPacker {
 public:
@@ -77,7 +107,8 @@ void SymbolBatch::Write(BitSink &sink) {
     for (uint32_t i = 0; i < kSymbolsAtOnce; ++i)
         end[i] = 0;
     BitPacker packer(sink, bytes);
-    for (const PackedCode *symbol = symbols; symbol < end; symbol += kSymbolsAtOnce) {
+    const PackedCode *const last = end;
+    for (const PackedCode *symbol = symbols; symbol < last; symbol += kSymbolsAtOnce) {
         SymbolPair pairs[kSymbolsAtOnce / 2];
         PairsOf(symbol, pairs);
         for (const SymbolPair &pair : pairs)
@@ -103,11 +134,13 @@ inline PackedCode LongAcCode(const CodeTables &tables, uint32_t run, int32_t coe
     return code | appended << (32 - (code & kLengthMask));
 }
 
-// What EncodeACCoef emits, for a run of at most 15.
-inline PackedCode AcCode(const CodeTables &tables, uint32_t run, int32_t coefficient) {
-    const auto place = static_cast<uint32_t>(coefficient + kShortReach);
-    if (place < kShortCoefficients) [[likely]]
-        return tables.ofCoefficient[run * kShortCoefficients + place];
+// What EncodeACCoef emits, for a run of at most 15. ofZero: the place of coefficient 0 behind no
+// zeros in ofCoefficient.
+inline PackedCode AcCode(const CodeTables &tables, const PackedCode *ofZero, uint32_t run,
+                         int32_t coefficient) {
+    static_assert(kShortReach == 128);
+    if (coefficient == static_cast<int8_t>(coefficient)) [[likely]]
+        return ofZero[static_cast<int32_t>(run * kShortCoefficients) + coefficient];
     return LongAcCode(tables, run, coefficient);
 }
 
@@ -116,13 +149,16 @@ inline PackedCode AcCode(const CodeTables &tables, uint32_t run, int32_t coeffic
 template <typename ValueAt>
 inline PackedCode *ListAcs(const CodeTables &tables, uint64_t nonZero, ValueAt valueAt,
                            PackedCode *symbol) {
+    const PackedCode *ofZero = tables.ofCoefficient + kShortReach;
+    __asm__("" : "+r"(ofZero)); // else the reach is added to each index
     uint32_t next = 1;
-    for (uint64_t left = nonZero; left != 0; left &= left - 1) {
-        const auto k = static_cast<uint32_t>(__builtin_ctzll(left));
+    for (SetBits left(nonZero); left.Any();) {
+        const uint32_t k = left.Lowest();
+        left.Clear(k);
         uint32_t run = k - next;
         for (; run > 15; run -= 16)
             [[unlikely]] *symbol++ = tables.ofSymbol[kZeroRunSymbol];
-        *symbol++ = AcCode(tables, run, valueAt(k));
+        *symbol++ = AcCode(tables, ofZero, run, valueAt(k));
         next = k + 1;
     }
     return symbol;
@@ -157,8 +193,11 @@ int16_t *PackBlocks(const int16_t *coefficients, const uint64_t *nonZero, uint32
                     int16_t *dcs, int16_t *packed) {
     for (uint32_t b = 0; b < blocks; ++b, coefficients += 64) {
         dcs[b] = coefficients[0];
-        for (uint64_t left = nonZero[b] & ~uint64_t{1}; left != 0; left &= left - 1)
-            *packed++ = coefficients[Place(static_cast<uint32_t>(__builtin_ctzll(left)))];
+        for (SetBits left(nonZero[b] & ~uint64_t{1}); left.Any();) {
+            const uint32_t k = left.Lowest();
+            left.Clear(k);
+            *packed++ = coefficients[Place(k)];
+        }
     }
     return packed;
 }

@@ -9,7 +9,8 @@ struct SymbolPair {
 constexpr uint32_t kSymbolsAtOnce = 2;
 
 inline void PairsOf(const PackedCode *symbols, SymbolPair *pair) {
-    const uint64_t first = uint64_t{symbols[0] & ~kLengthMask} << 32;
-    const uint64_t second = uint64_t{symbols[1] & ~kLengthMask} << 32;
-    *pair = {first | second >> (symbols[0] & kLengthMask), symbols[0] + uint64_t{symbols[1]}};
+    constexpr uint64_t kBits = uint64_t{~kLengthMask} << 32;
+    const uint64_t both = uint64_t{symbols[1]} << 32 | symbols[0];
+    const uint64_t second = (both & kBits) >> (both & kLengthMask);
+    *pair = {(both << 32 & kBits) | second, both + (both >> 32)};
 }

@@ -44,6 +44,14 @@ struct Words {
 struct Wide {
     __m256i low, high;
 
+    template <int N> Words Narrow() const {
+        const __m256i half = _mm256_set1_epi32(1 << (N - 1));
+        return {_mm256_packs_epi32(_mm256_srai_epi32(_mm256_add_epi32(low, half), N),
+                                   _mm256_srai_epi32(_mm256_add_epi32(high, half), N))};
+    }
+};
+
+template <int...> struct Factors {
     template <int X, int Y> static Wide Products(Words x, Words y) {
         const __m256i factors =
             _mm256_set1_epi32(static_cast<int>(static_cast<uint32_t>(Y) << 16 | (X & 0xFFFF)));
@@ -53,11 +61,6 @@ struct Wide {
     template <int X, int Y> static Wide AddProducts(Wide sum, Words x, Words y) {
         const Wide products = Products<X, Y>(x, y);
         return {_mm256_add_epi32(sum.low, products.low), _mm256_add_epi32(sum.high, products.high)};
-    }
-    template <int N> Words Narrow() const {
-        const __m256i half = _mm256_set1_epi32(1 << (N - 1));
-        return {_mm256_packs_epi32(_mm256_srai_epi32(_mm256_add_epi32(low, half), N),
-                                   _mm256_srai_epi32(_mm256_add_epi32(high, half), N))};
     }
 };
 

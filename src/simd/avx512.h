@@ -43,6 +43,14 @@ struct Words {
 struct Wide {
     __m512i low, high;
 
+    template <int N> Words Narrow() const {
+        const __m512i half = _mm512_set1_epi32(1 << (N - 1));
+        return {_mm512_packs_epi32(_mm512_srai_epi32(_mm512_add_epi32(low, half), N),
+                                   _mm512_srai_epi32(_mm512_add_epi32(high, half), N))};
+    }
+};
+
+template <int...> struct Factors {
     template <int X, int Y> static Wide Products(Words x, Words y) {
         const __m512i factors =
             _mm512_set1_epi32(static_cast<int>(static_cast<uint32_t>(Y) << 16 | (X & 0xFFFF)));
@@ -52,11 +60,6 @@ struct Wide {
     template <int X, int Y> static Wide AddProducts(Wide sum, Words x, Words y) {
         const Wide products = Products<X, Y>(x, y);
         return {_mm512_add_epi32(sum.low, products.low), _mm512_add_epi32(sum.high, products.high)};
-    }
-    template <int N> Words Narrow() const {
-        const __m512i half = _mm512_set1_epi32(1 << (N - 1));
-        return {_mm512_packs_epi32(_mm512_srai_epi32(_mm512_add_epi32(low, half), N),
-                                   _mm512_srai_epi32(_mm512_add_epi32(high, half), N))};
     }
 };
 
@@ -80,7 +83,7 @@ struct Bytes {
     friend Bytes operator|(Bytes a, Bytes b) { return {_mm512_or_si512(a.v, b.v)}; }
     uint32_t FirstOf255() const {
         const uint64_t found = _mm512_cmpeq_epi8_mask(v, _mm512_set1_epi8(-1));
-        return static_cast<uint32_t>(_tzcnt_u64(found));
+        return found == 0 ? kCount : static_cast<uint32_t>(__builtin_ctzll(found));
     }
     static Bytes SubtractToZero(Bytes a, Bytes b) { return {_mm512_subs_epu8(a.v, b.v)}; }
     template <int N> Bytes ShiftRight() const {

@@ -39,12 +39,6 @@ private:
 struct Wide {
     int32x4_t low, high;
 
-    template <int X, int Y> static Wide Products(Words x, Words y) {
-        return AddProduct<Y>({vmull_n_s16(vget_low_s16(x.v), X), vmull_high_n_s16(x.v, X)}, y);
-    }
-    template <int X, int Y> static Wide AddProducts(Wide sum, Words x, Words y) {
-        return AddProduct<Y>(AddProduct<X>(sum, x), y);
-    }
     template <int N> Words Narrow() const {
         if constexpr (N <= 16)
             return {vrshrn_high_n_s32(vrshrn_n_s32(low, N), high, N)};
@@ -56,10 +50,46 @@ private:
     Words HighHalves(int32x4_t added) const {
         return {vaddhn_high_s32(vaddhn_s32(low, added), high, added)};
     }
-    template <int Factor> static Wide AddProduct(Wide sum, Words x) {
-        return {vmlal_n_s16(sum.low, vget_low_s16(x.v), Factor),
-                vmlal_high_n_s16(sum.high, x.v, Factor)};
+};
+
+// The values in lanes of two registers: products take them from there.
+template <int... Values> class Factors {
+public:
+    Factors() : lanes_{vld1q_s16(kValues.value), vld1q_s16(kValues.value + 8)} {
+        // Without this they are taken for constants, and made anew for each product.
+        __asm__("" : "+w"(lanes_[0]), "+w"(lanes_[1]));
     }
+    template <int X, int Y> Wide Products(Words x, Words y) const {
+        constexpr int kLane = LaneOf(X);
+        const int16x8_t lanes = lanes_[kLane / 8];
+        return AddProduct<Y>({vmull_laneq_s16(vget_low_s16(x.v), lanes, kLane % 8),
+                              vmull_high_laneq_s16(x.v, lanes, kLane % 8)},
+                             y);
+    }
+    template <int X, int Y> Wide AddProducts(Wide sum, Words x, Words y) const {
+        return AddProduct<Y>(AddProduct<X>(sum, x), y);
+    }
+
+private:
+    struct Table {
+        int16_t value[16];
+    };
+    static constexpr Table kValues = {{Values...}};
+
+    static constexpr int LaneOf(int value) {
+        int lane = 0;
+        while (kValues.value[lane] != value)
+            ++lane;
+        return lane;
+    }
+    template <int Value> Wide AddProduct(Wide sum, Words x) const {
+        constexpr int kLane = LaneOf(Value);
+        const int16x8_t lanes = lanes_[kLane / 8];
+        return {vmlal_laneq_s16(sum.low, vget_low_s16(x.v), lanes, kLane % 8),
+                vmlal_high_laneq_s16(sum.high, x.v, lanes, kLane % 8)};
+    }
+
+    int16x8_t lanes_[2];
 };
 
 inline Words ScaledQuotient(Words x, const int16_t *reciprocal, const int16_t *,
