@@ -5,7 +5,7 @@
 KOWEN_BUILD_PACKAGES=(cmake ninja-build ccache g++-12)
 # The host library: colour profiles. The command line: pictures, options, reports.
 KOWEN_HOST_PACKAGES=(pkg-config liblcms2-dev libgraphicsmagick++1-dev libcli11-dev nlohmann-json3-dev)
-KOWEN_TEST_PACKAGES=(libgtest-dev libjpeg62-turbo-dev nlohmann-json3-dev)
+KOWEN_TEST_PACKAGES=(libgtest-dev libjpeg62-turbo-dev libstb-dev nlohmann-json3-dev)
 
 KOWEN_PACKAGE_LOG=$KOWEN_ROOT/build/logs/packages.log
 
@@ -102,6 +102,7 @@ contents_of() {
     nlohmann-json3-dev) echo nlohmann/json.hpp ;;
     libgtest-dev) echo gtest/gtest.h ;;
     libjpeg62-turbo-dev) echo jpeglib.h ;;
+    libstb-dev) echo stb/stb_image.h ;;
     googletest) echo /usr/src/googletest ;;
     *) echo "$1" ;;
     esac

@@ -300,7 +300,8 @@ KOWEN_HOST_API void KowenFree(void *memory);
 /**
  * Progress, on the calling thread, every few rows.
  *
- * fraction  0 to 1, of reading the rows and exporting together; never falls.
+ * fraction  0 to 1, of reading the rows and exporting together; never falls. It is 1 when all is
+ *           done, once; that answer does not count.
  *
  * Returns 0 to go on; any other value cancels.
  */

@@ -220,6 +220,7 @@ void Export(const PreparedPicture &prepared, const ExportSettings &settings, boo
     job.edits = EditsOf(prepared, settings, job.plan, outcome);
     const JpegFacts facts =
         settings.maxBytes == 0 ? ExportOnce(job, last, outcome) : ExportToFit(job, outcome);
+    progress->Finish();
     TakeFacts(facts, outcome);
     NoteSize(prepared.facts.size, outcome);
     NotePixels(prepared, outcome);

@@ -29,6 +29,11 @@ bool Progress::Tell(double fraction) noexcept {
     return !cancelled;
 }
 
+void Progress::Finish() noexcept {
+    if (callback != nullptr)
+        callback(context, 1);
+}
+
 void Progress::TellOrThrow(double fraction) {
     if (!Tell(fraction))
         FailCancelled();

@@ -24,6 +24,9 @@ public:
     /// Throws Failure (KOWEN_HOST_ERR_CANCELLED) instead of returning false.
     void TellOrThrow(double fraction);
 
+    /// Tells that all is done; it is too late to cancel.
+    void Finish() noexcept;
+
     bool Cancelled() const { return cancelled; }
 
 private:

@@ -37,8 +37,8 @@ intptr_t OnWrite(Run *run, const void *bytes, int32_t count) {
 intptr_t OnIo(uintptr_t context, int32_t operation, void *argument, int32_t count) noexcept {
     auto *run = reinterpret_cast<Run *>(context);
     switch (operation) {
-    case KOWEN_IO_OPEN:
-        return static_cast<intptr_t>(context);
+    case KOWEN_IO_OPEN: // refused, it spares the filter all the work
+        return run->progress->Ask() ? static_cast<intptr_t>(context) : 0;
     case KOWEN_IO_WRITE:
         return OnWrite(run, argument, count);
     case KOWEN_IO_READ:
@@ -70,7 +70,8 @@ int32_t CallModule(const FilterModule &module, const Setup &setup, const Bitmap 
     host.setup = setup.Handle();
     host.exportRecord = &record;
     BitmapRecord picture = bitmap.Record();
-    return module.exportCellData("picture.jpg", &picture, &cell, &host);
+    // Without a name: a file of that name is what the filter takes when its host refuses to open.
+    return module.exportCellData("", &picture, &cell, &host);
 }
 
 void CheckOutcome(const std::string &name, const EditedStream &stream, const Progress &progress,

@@ -26,9 +26,9 @@ using AdjustRow = uint32_t (*)(uint8_t *row, uint32_t width);
 struct AdjustForm {
     const char *name;
 
-    /// For samples that are halved across: of each pair of columns the first gets the luminance of
-    /// its own and the mean chroma of both, of which the filter takes the first; the second gets
-    /// its luminance as a grey.
+    /// For samples that are halved across, of which the filter takes the chroma of each first
+    /// column: that gets the luminance of its own and the mean chroma of both; the second gets its
+    /// luminance as a grey, but for the row's last one, which gets the chroma as well.
     AdjustRow pairs;
 
     /// For pixels that the filter resamples: each one by itself.

@@ -145,11 +145,26 @@ template <uint32_t (*solve)(Samples *)> uint32_t EachBlock(uint8_t *row, uint32_
     return clipped;
 }
 
-// An odd last column has nobody to share its chroma with.
+// The second pixel of a pair with the chroma of both, as the first one has it.
+inline void SolveSecond(const uint8_t *pair, uint8_t *pixel) {
+    const int r = pair[0] + pair[3], g = pair[1] + pair[4], b = pair[2] + pair[5];
+    const int cb = (kCbR * r + kCbG * g + kCbB * b + 2 * kHalf) >> (kShift + 1);
+    const int cr = (kCrR * r + kCrG * g + kCrB * b + 2 * kHalf) >> (kShift + 1);
+    Solve(Luminance(pair[3], pair[4], pair[5]), cb, cr, pixel, pixel + 1, pixel + 2);
+}
+
+// An odd last column has nobody to share its chroma with. An even one is repeated by the filter up
+// to a whole number of blocks, in progressive files with its own chroma, so it gets that too.
 inline uint32_t PairsRow(uint8_t *row, uint32_t width) {
     const uint32_t paired = width & ~uint32_t{1};
-    return EachBlock<SolvePairs>(row, paired) +
-           EachBlock<SolveSingle>(row + size_t{paired} * kPixel, width - paired);
+    uint8_t *end = row + size_t{paired} * kPixel;
+    if (paired != width)
+        return EachBlock<SolvePairs>(row, paired) + EachBlock<SolveSingle>(end, 1);
+    uint8_t last[2 * kPixel];
+    std::memcpy(last, end - sizeof last, sizeof last);
+    const uint32_t clipped = EachBlock<SolvePairs>(row, paired);
+    SolveSecond(last, end - kPixel);
+    return clipped;
 }
 
 } // namespace

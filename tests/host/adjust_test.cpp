@@ -1,0 +1,187 @@
+#include "picture/adjust.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+#include <vector>
+
+namespace kowen::host {
+namespace {
+
+using Row = std::vector<uint8_t>;
+
+std::vector<const AdjustForm *> Forms() {
+    std::vector<const AdjustForm *> forms = {&kAdjustPlain};
+#ifdef KOWEN_HOST_X86
+    if (__builtin_cpu_supports("avx2"))
+        forms.push_back(&kAdjustAvx2);
+#endif
+    return forms;
+}
+
+// What the filter makes of a pixel; divisions truncate.
+struct Samples {
+    int y, cb, cr;
+};
+
+Samples ThroughFilter(const uint8_t *pixel) {
+    const int y = (3 * pixel[0] + 6 * pixel[1] + pixel[2]) / 10;
+    return {y, (pixel[2] - y) / 2 + 128, (pixel[0] - y) * 10 / 16 + 128};
+}
+
+// JFIF 1.02, not rounded.
+struct Exact {
+    double y, cb, cr;
+};
+
+Exact Jfif(double r, double g, double b) {
+    const double y = 0.299 * r + 0.587 * g + 0.114 * b;
+    return {y, (b - y) / 1.772 + 128, (r - y) / 1.402 + 128};
+}
+
+Row RandomRow(size_t width, int low, int high) {
+    std::mt19937 random(static_cast<unsigned>(width));
+    std::uniform_int_distribution<int> value(low, high);
+    Row row(width * 3);
+    for (uint8_t &byte : row)
+        byte = static_cast<uint8_t>(value(random));
+    return row;
+}
+
+TEST(AdjustRow, SolvesAPixelByHand) {
+    // Y 114.45, Cb 128 + 20.06, Cr 128 - 17.44: b = 114 + 40, r = 114 - 28, g = (1140 - 258 - 154)
+    // / 6
+    for (const AdjustForm *form : Forms()) {
+        Row row = {90, 120, 150};
+        EXPECT_EQ(form->single(row.data(), 1), 0U);
+        EXPECT_EQ(row, (Row{86, 122, 154})) << form->name;
+    }
+}
+
+TEST(AdjustRow, SharesChromaInAPairAndLeavesItToTheFirst) {
+    // Y 129.9 and 111.4; the mean (150, 100, 150) has Cb 128 + 16.56, Cr 128 + 20.93:
+    // r = 130 + 34, b = 130 + 34, g = (1300 - 492 - 164) / 6 = 107.3, up
+    for (const AdjustForm *form : Forms()) {
+        Row row = {200, 100, 100, 100, 100, 200, 7, 7, 7};
+        EXPECT_EQ(form->pairs(row.data(), 3), 0U);
+        EXPECT_EQ(row, (Row{164, 108, 164, 111, 111, 111, 7, 7, 7})) << form->name;
+    }
+}
+
+// The filter repeats the last pixel of a row up to a whole number of blocks, chroma included.
+// r = 111 + 34, b = 111 + 34, g = (1110 - 435 - 145) / 6 = 88.3, up
+TEST(AdjustRow, GivesTheLastOfARowItsChromaToo) {
+    for (const AdjustForm *form : Forms()) {
+        Row row = {200, 100, 100, 100, 100, 200};
+        EXPECT_EQ(form->pairs(row.data(), 2), 0U);
+        EXPECT_EQ(row, (Row{164, 108, 164, 145, 89, 145})) << form->name;
+    }
+}
+
+TEST(AdjustRow, GivesAnOddLastColumnItsOwnChroma) {
+    for (const AdjustForm *form : Forms()) {
+        Row row = {200, 100, 100, 100, 100, 200, 90, 120, 150};
+        form->pairs(row.data(), 3);
+        EXPECT_EQ(row, (Row{164, 108, 164, 111, 111, 111, 86, 122, 154})) << form->name;
+    }
+}
+
+TEST(AdjustRow, ClipsWhatTheFilterCannotBeGivenAndCountsIt) {
+    // Red wants r = 76 + 205 and b = 76 - 86.
+    for (const AdjustForm *form : Forms()) {
+        Row row = {255, 0, 0};
+        EXPECT_EQ(form->single(row.data(), 1), 1U);
+        EXPECT_EQ(row, (Row{255, 0, 0})) << form->name;
+        Row pair = {255, 0, 0, 255, 0, 0, 128, 128, 128};
+        EXPECT_EQ(form->pairs(pair.data(), 3), 2U) << form->name;
+        Row white = {255, 255, 255, 0, 0, 0};
+        EXPECT_EQ(form->pairs(white.data(), 2), 0U) << form->name;
+    }
+}
+
+TEST(AdjustRow, MakesGreysOfTheLuminance) {
+    for (const AdjustForm *form : Forms()) {
+        Row row = {255, 0, 0, 0, 255, 0, 0, 0, 255, 255, 255, 255};
+        EXPECT_EQ(form->grey(row.data(), 4), 0U);
+        EXPECT_EQ(row, (Row{76, 76, 76, 150, 150, 150, 29, 29, 29, 255, 255, 255})) << form->name;
+    }
+}
+
+TEST(AdjustRow, LeavesGreysAsTheyAre) {
+    for (const AdjustForm *form : Forms()) {
+        for (int grey = 0; grey < 256; ++grey) {
+            const auto value = static_cast<uint8_t>(grey);
+            Row row = {value, value, value};
+            EXPECT_EQ(form->single(row.data(), 1), 0U);
+            EXPECT_EQ(row, (Row{value, value, value})) << form->name;
+        }
+    }
+}
+
+// Every colour of a grid: what is not clipped has its samples rounded right, and luminance is
+// right for nearly all that is.
+TEST(AdjustRow, MakesTheFilterGiveWhatJfifAsksFor) {
+    for (const AdjustForm *form : Forms()) {
+        for (int r = 0; r < 256; r += 5)
+            for (int g = 0; g < 256; g += 5)
+                for (int b = 0; b < 256; b += 5) {
+                    Row row = {static_cast<uint8_t>(r), static_cast<uint8_t>(g),
+                               static_cast<uint8_t>(b)};
+                    const Exact exact = Jfif(r, g, b);
+                    const Exact solved = {std::round(exact.y), std::round(exact.cb),
+                                          std::round(exact.cr)};
+                    const double red = solved.y + 1.6 * (solved.cr - 128);
+                    const double blue = solved.y + 2 * (solved.cb - 128);
+                    const double green = (10 * solved.y - 3 * red - blue) / 6;
+                    const bool inside =
+                        red > 2 && red < 253 && blue > 2 && blue < 253 && green > 2 && green < 253;
+                    form->single(row.data(), 1);
+                    if (!inside)
+                        continue;
+                    const Samples samples = ThroughFilter(row.data());
+                    ASSERT_NEAR(samples.y, exact.y, 0.51) << r << ' ' << g << ' ' << b;
+                    ASSERT_NEAR(samples.cb, exact.cb, 0.51) << r << ' ' << g << ' ' << b;
+                    ASSERT_NEAR(samples.cr, exact.cr, 0.51) << r << ' ' << g << ' ' << b;
+                }
+    }
+}
+
+TEST(AdjustRow, GivesPairsTheMeanChroma) {
+    for (const AdjustForm *form : Forms()) {
+        const Row before = RandomRow(200, 90, 165);
+        Row row = before;
+        form->pairs(row.data(), 200);
+        for (size_t x = 0; x < 200; x += 2) {
+            const uint8_t *p = &before[x * 3];
+            const Exact first = Jfif(p[0], p[1], p[2]);
+            const Exact second = Jfif(p[3], p[4], p[5]);
+            const Samples even = ThroughFilter(&row[x * 3]);
+            const Samples odd = ThroughFilter(&row[x * 3 + 3]);
+            EXPECT_NEAR(even.y, first.y, 0.51);
+            EXPECT_NEAR(odd.y, second.y, 0.51);
+            EXPECT_NEAR(even.cb, (first.cb + second.cb) / 2, 0.51);
+            EXPECT_NEAR(even.cr, (first.cr + second.cr) / 2, 0.51);
+        }
+    }
+}
+
+TEST(AdjustRow, HasFormsThatGiveTheSameBytesForEveryWidth) {
+    for (size_t width = 1; width <= 140; ++width) {
+        for (const auto member : {&AdjustForm::pairs, &AdjustForm::single, &AdjustForm::grey}) {
+            // Bytes behind the row must stay.
+            Row plain = RandomRow(width + 20, 0, 255);
+            const Row before = plain;
+            Row fast = plain;
+            const uint32_t clipped = (kAdjustPlain.*member)(plain.data(), uint32_t(width));
+            EXPECT_EQ((FastestAdjust().*member)(fast.data(), uint32_t(width)), clipped) << width;
+            ASSERT_EQ(fast, plain) << width;
+            ASSERT_TRUE(std::equal(plain.begin() + ptrdiff_t(width) * 3, plain.end(),
+                                   before.begin() + ptrdiff_t(width) * 3))
+                << width;
+        }
+    }
+}
+
+} // namespace
+} // namespace kowen::host

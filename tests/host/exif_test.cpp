@@ -1,0 +1,104 @@
+#include "stream/exif.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace kowen::host {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+// Orientation 6 and a directory of the size 640 x 480, then a second directory with a thumbnail of
+// four bytes at the end.
+const Bytes kLittle = {
+    'I',  'I',  42,   0,   8, 0, 0, 0,                // 0: the first directory is at 8
+    2,    0,                                          // 8: two entries
+    0x12, 0x01, 3,    0,   1, 0, 0, 0, 6,    0, 0, 0, // 10: orientation, SHORT
+    0x69, 0x87, 4,    0,   1, 0, 0, 0, 38,   0, 0, 0, // 22: the EXIF directory is at 38
+    68,   0,    0,    0,                              // 34: the next directory is at 68
+    2,    0,                                          // 38: two entries
+    0x02, 0xA0, 4,    0,   1, 0, 0, 0, 0x80, 2, 0, 0, // 40: width 640, LONG
+    0x03, 0xA0, 3,    0,   1, 0, 0, 0, 0xE0, 1, 0, 0, // 52: height 480, SHORT
+    0,    0,    0,    0,                              // 64: no next
+    2,    0,                                          // 68: two entries
+    0x01, 0x02, 4,    0,   1, 0, 0, 0, 98,   0, 0, 0, // 70: the thumbnail is at 98
+    0x02, 0x02, 4,    0,   1, 0, 0, 0, 4,    0, 0, 0, // 82: and has 4 bytes
+    0,    0,    0,    0,                              // 94: no next
+    0xFF, 0xD8, 0xFF, 0xD9};                          // 98
+
+const Bytes kBig = {'M', 'M', 0, 42, 0, 0, 0, 8, 0, 1, 0x01, 0x12, 0,
+                    3,   0,   0, 0,  1, 0, 8, 0, 0, 0, 0,    0,    0};
+
+TEST(FitExif, SaysUprightAndTheJpegsSize) {
+    Bytes expected = kLittle;
+    expected[18] = 1;
+    expected[48] = 100;
+    expected[49] = 0;
+    expected[60] = 0x2C; // 300
+    expected[61] = 1;
+    EXPECT_EQ(FitExif(kLittle, {100, 300, true}), expected);
+}
+
+TEST(FitExif, DropsAThumbnailWithItsBytes) {
+    Bytes expected(kLittle.begin(), kLittle.begin() + 68);
+    expected[18] = 1;
+    expected[34] = 0;
+    EXPECT_EQ(FitExif(kLittle, {640, 480, false}), expected);
+}
+
+TEST(FitExif, BlanksAThumbnailThatOtherDataFollows) {
+    Bytes longer = kLittle;
+    longer.insert(longer.end(), {1, 2, 3, 4, 5});
+    const Bytes fitted = FitExif(longer, {640, 480, false});
+    ASSERT_EQ(fitted.size(), longer.size());
+    EXPECT_EQ(fitted[34], 0);
+    EXPECT_EQ(Bytes(fitted.begin() + 98, fitted.end()), (Bytes{0, 0, 0, 0, 1, 2, 3, 4, 5}));
+}
+
+TEST(FitExif, ReadsBothByteOrders) {
+    Bytes expected = kBig;
+    expected[19] = 1;
+    EXPECT_EQ(FitExif(kBig, {1, 1, true}), expected);
+}
+
+TEST(FitExif, TakesTheIdentifierOff) {
+    Bytes prefixed = {'E', 'x', 'i', 'f', 0, 0};
+    prefixed.insert(prefixed.end(), kBig.begin(), kBig.end());
+    EXPECT_EQ(FitExif(prefixed, {1, 1, true}).size(), kBig.size());
+}
+
+TEST(FitExif, GivesNothingForDamagedData) {
+    EXPECT_TRUE(FitExif({}, {}).empty());
+    EXPECT_TRUE(FitExif(Bytes{'I', 'I', 42, 0}, {}).empty());
+    EXPECT_TRUE(FitExif(Bytes(20, 0), {}).empty());
+    Bytes wild = kBig;
+    wild[4] = 0xFF; // the first directory lies far outside
+    EXPECT_TRUE(FitExif(wild, {}).empty());
+}
+
+// Memory checkers watch over these; what comes out is never longer than what went in.
+TEST(FitExif, StaysInsideOfWhatItIsGiven) {
+    for (size_t size = 0; size < kLittle.size(); ++size) {
+        const Bytes cut(kLittle.begin(), kLittle.begin() + ptrdiff_t(size));
+        EXPECT_LE(FitExif(cut, {1, 1, false}).size(), size);
+        SizeInExif(cut);
+    }
+    for (size_t at = 0; at < kLittle.size(); ++at) {
+        for (const uint8_t value : {0x00, 0x01, 0x7F, 0x80, 0xFF}) {
+            Bytes changed = kLittle;
+            changed[at] = value;
+            EXPECT_LE(FitExif(changed, {1, 1, false}).size(), changed.size());
+            EXPECT_LE(FitExif(changed, {1, 1, true}).size(), changed.size());
+        }
+    }
+}
+
+TEST(SizeInExif, NamesThePicturesSize) {
+    EXPECT_EQ(SizeInExif(kLittle).width, 640U);
+    EXPECT_EQ(SizeInExif(kLittle).height, 480U);
+    EXPECT_EQ(SizeInExif(kBig).width, 0U);
+}
+
+} // namespace
+} // namespace kowen::host

@@ -1,0 +1,2 @@
+#include "kowen/host.h"
+extern int nothing;

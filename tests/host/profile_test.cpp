@@ -1,0 +1,158 @@
+// Profiles through the C interface.
+#include "saving.h"
+
+#include "support/scoped_environment.h"
+#include "support/temp_directory.h"
+
+namespace kowen::test {
+namespace {
+
+std::string Value(const KowenSettings *settings, const char *name) {
+    char value[256] = "";
+    EXPECT_EQ(KowenGet(settings, name, value, sizeof value), KOWEN_HOST_OK);
+    return value;
+}
+
+struct ProfileCall {
+    ProfileCall() { result.size = sizeof result; }
+    KowenResult result = {};
+};
+
+TEST(KowenSettings, HaveNamesAndOrigins) {
+    const SomeSettings settings(SettingList{{"quality", "80"}});
+    EXPECT_EQ(KowenIsSet(settings, "quality"), 1);
+    EXPECT_EQ(KowenIsSet(settings, "dpi"), 0);
+    EXPECT_STREQ(KowenSettingName(0), "quality");
+    EXPECT_STREQ(KowenSettingName(12), "as-filter");
+    EXPECT_EQ(KowenSettingName(13), nullptr);
+    char small[3];
+    EXPECT_EQ(KowenGet(settings, "quality", small, 2), KOWEN_HOST_ERR_ARGUMENT);
+    EXPECT_EQ(KowenGet(settings, "quality", small, 3), KOWEN_HOST_OK);
+    KowenSettings *copy = KowenCopySettings(settings);
+    EXPECT_EQ(Value(copy, "quality"), "80");
+    KowenFreeSettings(copy);
+}
+
+TEST(KowenLoadProfile, TakesTheSectionThatTheProfileNames) {
+    const ScopedEnvironment noFolder("INIDIR", nullptr);
+    const TempDirectory directory;
+    const std::string path = directory.Write(
+        "my.ini", "[KOWEN]\n~Mode=Web\n[Web]\nDriver=KOWEN.1\nQuality Mode=242\nQuality=75\n"
+                  "Operation=246\nColor Format=212\n[Print]\nDriver=KOWEN.1\nQuality=90\n");
+    const SomeSettings settings(SettingList{{"progressive", "no"}});
+    ProfileCall call;
+    ASSERT_EQ(KowenLoadProfile(settings, path.c_str(), nullptr, &call.result), KOWEN_HOST_OK);
+    EXPECT_STREQ(call.result.profilePath, path.c_str());
+    EXPECT_STREQ(call.result.profileSection, "Web");
+    EXPECT_EQ(Value(settings, "quality"), "75");
+    EXPECT_EQ(Value(settings, "progressive"), "no");
+    EXPECT_EQ(KowenIsSet(settings, "quality"), 1);
+    EXPECT_EQ(KowenLoadProfile(settings, path.c_str(), "None", &call.result),
+              KOWEN_HOST_ERR_PROFILE);
+    EXPECT_NE(std::string(call.result.message).find("it has Web, Print"), std::string::npos);
+    EXPECT_EQ(KowenLoadProfile(settings, directory.File("no.ini").c_str(), nullptr, &call.result),
+              KOWEN_HOST_ERR_PROFILE);
+    const std::string text = directory.Write("a.txt", "not a profile\n");
+    EXPECT_EQ(KowenLoadProfile(settings, text.c_str(), nullptr, &call.result),
+              KOWEN_HOST_ERR_PROFILE);
+}
+
+TEST(KowenLoadProfile, IsToldBySaves) {
+    const ScopedEnvironment noFolder("INIDIR", nullptr);
+    const OpenedModule module;
+    const TempDirectory directory;
+    const std::string path = directory.Write(
+        "my.ini", "[Web]\nDriver=KOWEN.1\nQuality Mode=242\nQuality=75\nColor Format=212\n");
+    const SomeSettings settings;
+    ProfileCall call;
+    ASSERT_EQ(KowenLoadProfile(settings, path.c_str(), "Web", &call.result), KOWEN_HOST_OK);
+    const std::vector<uint8_t> pixels = Flat(8, 8, 1, 2, 3);
+    const KowenPicture picture = RgbPicture(pixels, 8, 8);
+    KowenOutput output = {};
+    output.size = sizeof output;
+    ASSERT_EQ(KowenSave(module, &picture, settings, &output, nullptr, &call.result), KOWEN_HOST_OK);
+    EXPECT_EQ(call.result.quality, 75);
+    EXPECT_TRUE(call.result.notes & KOWEN_NOTE_PROFILE_USED);
+    EXPECT_STREQ(call.result.profilePath, path.c_str());
+    EXPECT_STREQ(call.result.profileSection, "Web");
+    KowenFree(output.memory);
+}
+
+TEST(KowenSaveProfile, MakesAProfileAndKeepsWhatIsInOne) {
+    const ScopedEnvironment noFolder("INIDIR", nullptr);
+    const TempDirectory directory;
+    const std::string path = directory.File("my.ini");
+    const SomeSettings settings(SettingList{{"quality", "85"}, {"size", "6x4in"}, {"dpi", "300"}});
+    ProfileCall call;
+    ASSERT_EQ(KowenSaveProfile(settings, path.c_str(), nullptr, &call.result), KOWEN_HOST_OK)
+        << call.result.message;
+    EXPECT_STREQ(call.result.profileSection, "JPG Export");
+    const SomeSettings loaded;
+    ASSERT_EQ(KowenLoadProfile(loaded, path.c_str(), nullptr, &call.result), KOWEN_HOST_OK);
+    EXPECT_EQ(Value(loaded, "quality"), "85");
+    EXPECT_EQ(Value(loaded, "size"), "6x4in");
+    EXPECT_EQ(Value(loaded, "dpi"), "300");
+    EXPECT_EQ(Value(loaded, "colour"), "ycc422");
+
+    directory.Write("mine.ini", "; mine\n[Web]\nDriver=KOWEN.1 ; yes\nQuality=5\nOther=1\n");
+    const SomeSettings one(SettingList{{"quality", "70"}});
+    ASSERT_EQ(KowenSaveProfile(one, directory.File("mine.ini").c_str(), "Web", &call.result),
+              KOWEN_HOST_OK);
+    EXPECT_EQ(directory.Read("mine.ini"),
+              "; mine\n[Web]\nDriver=KOWEN.1 ; yes\nQuality=70\nOther=1\n"
+              "Quality Mode=242\n");
+}
+
+TEST(KowenSaveProfile, RefusesWhatAProfileCannotSay) {
+    const ScopedEnvironment noFolder("INIDIR", nullptr);
+    const TempDirectory directory;
+    const std::string path = directory.File("my.ini");
+    ProfileCall call;
+    for (const SettingList &list :
+         {SettingList{{"as-filter", "yes"}}, SettingList{{"max-bytes", "9k"}},
+          SettingList{{"size", "640x480px"}}, SettingList{{"dpi", "600"}},
+          SettingList{{"size", "A0"}}}) {
+        const SomeSettings settings(list);
+        EXPECT_EQ(KowenSaveProfile(settings, path.c_str(), nullptr, &call.result),
+                  KOWEN_HOST_ERR_ARGUMENT)
+            << list[0].first;
+    }
+    EXPECT_FALSE(directory.Has("my.ini"));
+    const std::string text = directory.Write("a.txt", "not a profile\n");
+    const SomeSettings settings(SettingList{{"quality", "70"}});
+    EXPECT_EQ(KowenSaveProfile(settings, text.c_str(), "Web", &call.result),
+              KOWEN_HOST_ERR_PROFILE);
+    EXPECT_EQ(directory.Read("a.txt"), "not a profile\n");
+    EXPECT_EQ(KowenSaveProfile(settings, "/proc/none/my.ini", nullptr, &call.result),
+              KOWEN_HOST_ERR_PROFILE);
+}
+
+TEST(KowenSaveProfile, TurnsPixelsIntoInchesOfItsResolution) {
+    const ScopedEnvironment noFolder("INIDIR", nullptr);
+    const TempDirectory directory;
+    const std::string path = directory.File("my.ini");
+    const SomeSettings settings(SettingList{{"size", "600x450px"}, {"dpi", "300x150"}});
+    ProfileCall call;
+    ASSERT_EQ(KowenSaveProfile(settings, path.c_str(), "Web", &call.result), KOWEN_HOST_OK);
+    const SomeSettings loaded;
+    ASSERT_EQ(KowenLoadProfile(loaded, path.c_str(), nullptr, &call.result), KOWEN_HOST_OK);
+    EXPECT_EQ(Value(loaded, "size"), "2x3in");
+}
+
+TEST(KowenProfileSection, ListsThem) {
+    const ScopedEnvironment noFolder("INIDIR", nullptr);
+    const TempDirectory directory;
+    const std::string path = directory.Write("my.ini", "[KOWEN]\n~Mode=Web\n[Web]\n[Print]\n");
+    char name[6];
+    ProfileCall call;
+    EXPECT_EQ(KowenProfileSection(path.c_str(), 0, name, sizeof name, &call.result), KOWEN_HOST_OK);
+    EXPECT_STREQ(name, "Web");
+    EXPECT_EQ(KowenProfileSection(path.c_str(), 1, name, sizeof name, &call.result), KOWEN_HOST_OK);
+    EXPECT_STREQ(name, "Print");
+    EXPECT_EQ(KowenProfileSection(path.c_str(), 1, name, 5, &call.result), KOWEN_HOST_ERR_ARGUMENT);
+    EXPECT_EQ(KowenProfileSection(path.c_str(), 2, name, sizeof name, &call.result),
+              KOWEN_HOST_ERR_ARGUMENT);
+}
+
+} // namespace
+} // namespace kowen::test
