@@ -11,7 +11,6 @@
 #include "device/device_record.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
-#include "platform/state.h"
 #include "raster/door.h"
 #include "raster/opcode_table.h"
 #include "setup/setup.h"

@@ -3,8 +3,10 @@
 
 #include "fuzz/input.h"
 
+#include "device/common_record.h"
+#include "device/device_record.h"
 #include "platform/global_memory.h"
-#include "platform/state.h"
+#include "setup/setup.h"
 
 #include <cstring>
 

@@ -4,7 +4,6 @@
 #include "device/device_record.h"
 #include "device/error_stack.h"
 #include "kowen/codes.h"
-#include "platform/state.h"
 #include "platform/status.h"
 
 namespace kowen {

@@ -15,4 +15,8 @@ struct CommonRecord {
     ExportRecord *statusRecord; ///< the host's status callback and context
 };
 
+/// The record; nothing in the filter makes one, so both stay 0.
+extern MemoryHandle hCommon;
+extern CommonRecord *lpCommon;
+
 } // namespace kowen

@@ -1,9 +1,14 @@
 #include "device/device_record.h"
 
+#include "device/common_record.h"
 #include "platform/global_memory.h"
-#include "platform/state.h"
 
 namespace kowen {
+
+MemoryHandle hCommon = 0;
+CommonRecord *lpCommon = nullptr;
+MemoryHandle hEMData = 0;
+EMData *lpEMData = nullptr;
 
 int32_t AllocGlobal() noexcept {
     if (hCommon == 0) {

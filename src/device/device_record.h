@@ -57,6 +57,10 @@ struct EMData {
     bool nameTooLong;                  ///< the host's name does not fit: it cannot be opened
 };
 
+/// The record, from RASTER_initdvr to RASTER_termdvr; 0 and null before and after.
+extern MemoryHandle hEMData;
+extern EMData *lpEMData;
+
 /// Makes the device record. While hCommon is not 0 it makes nothing. Returns 0; lpEMData is null
 /// afterwards when memory is exhausted.
 int32_t AllocGlobal() noexcept;

@@ -2,7 +2,6 @@
 
 #include "device/device_record.h"
 #include "device/request.h"
-#include "platform/state.h"
 
 #include <algorithm>
 #include <cstring>

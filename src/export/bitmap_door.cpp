@@ -5,7 +5,6 @@
 #include "export/output_picture.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
-#include "platform/state.h"
 #include "setup/display_info.h"
 #include "setup/setup.h"
 
@@ -66,7 +65,7 @@ int32_t ExportCellData(const char *outputName, BitmapRecord *bitmap, const CellR
     if (setup == nullptr)
         return KOWEN_ERR_SETUP;
     // Hardened: a callback that exports once more with the same setup is refused.
-    if (setup->hostCalls != 0)
+    if (setup->hostCalls.underway != 0)
         return KOWEN_ERR_OUTPUT;
     hRaster = handle;
     lpRaster = setup;

@@ -1,5 +1,6 @@
 #include "export/cell_writer.h"
 
+#include "export/compress_setup.h"
 #include "export/offscreen.h"
 #include "io/typed_io.h"
 #include "jpeg/bands.h"
@@ -11,7 +12,6 @@
 #include "jpeg/row_feeding.h"
 #include "jpeg/stream_writer.h"
 #include "platform/global_memory.h"
-#include "platform/state.h"
 #include "setup/display_info.h"
 #include "setup/geometry.h"
 #include "setup/setup.h"

@@ -5,7 +5,6 @@
 #include "export/output_picture.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
-#include "platform/state.h"
 #include "platform/status.h"
 #include "platform/text.h"
 #include "setup/setup.h"

@@ -1,7 +1,5 @@
-// Reading, writing, filling and flushing: each kind of file behind the same four calls.
-#include "io/disk_file.h"
-#include "io/host_file.h"
-#include "io/memory_file.h"
+// Reading and seeking of the kinds of files that have a buffer.
+#include "io/file_kind.h"
 
 #include <algorithm>
 #include <cstring>
@@ -9,26 +7,26 @@
 namespace kowen {
 namespace {
 
-int32_t Fill(QivFile &file) {
-    if (IsMemoryFile(file))
-        return 0;
-    if (file.ioProc)
-        return Fail(file);
-    FlushDisk(file); // a failure is kept in the error state; the fill goes on
-    return LoadDiskBuffer(file);
+bool IsInBuffer(const QivFile &file, int64_t position) {
+    return position >= file.bufBase && position <= int64_t{file.bufBase} + file.bufLast;
 }
 
-int32_t Flush(QivFile &file) {
-    if (file.ioProc)
-        return 0;
-    return IsMemoryFile(file) ? FlushMemory(file) : FlushDisk(file);
+// Whether a position from the start may be asked for at all. The length of a pipe is not known;
+// the disk's own seek says what it reaches.
+bool IsAllowed(const QivFile &file, int64_t position) {
+    if (position < 0 || position > INT32_MAX)
+        return false;
+    return position <= file.fileLength || IsWritable(file) || file.sequential;
 }
 
-int32_t ReadBuffered(QivFile &file, void *buffer, int32_t count) {
+} // namespace
+
+int32_t ReadBuffered(QivFile &file, void *buffer, int32_t count) noexcept {
+    const FileKind &kind = KindOfFile(file);
     auto *target = static_cast<unsigned char *>(buffer);
     for (int32_t left = count; left > 0;) {
         if (file.bufPos > file.bufLast) {
-            const int32_t loaded = Fill(file);
+            const int32_t loaded = kind.fill(file);
             if (loaded < 1)
                 return loaded == 0 ? count - left : -1;
         }
@@ -39,45 +37,27 @@ int32_t ReadBuffered(QivFile &file, void *buffer, int32_t count) {
         left -= run;
         file.bufPos += run;
     }
-    return count;
+    return std::max(count, 0);
 }
 
-} // namespace
-
-int32_t FillQivIOBuf(FileHandle file) noexcept {
-    LockedFile record(file);
-    return record ? Fill(*record) : -1;
-}
-
-int32_t FlushQivIO(FileHandle file) noexcept {
-    LockedFile record(file);
-    return record ? Flush(*record) : -1;
-}
-
-int32_t qivRead(FileHandle file, void *buffer, int32_t count) noexcept {
-    LockedFile record(file);
-    if (!record)
-        return 0;
-    if (record->ioProc)
-        return ReadFromHost(*record, buffer, count);
-    if (record->isDoc)
-        return docRead(file, buffer, count);
-    return count > 0 ? ReadBuffered(*record, buffer, count) : 0;
-}
-
-int32_t qivWrite(FileHandle file, const void *buffer, int32_t count) noexcept {
-    LockedFile record(file);
-    if (!record)
-        return 0;
-    if (record->ioProc)
-        return WriteToHost(*record, buffer, count);
-    // Hardened: a write through a document stream would land in some other stream's sector.
-    if (record->isDoc)
-        return Fail(*record);
-    if (count <= 0)
-        return 0;
-    return IsMemoryFile(*record) ? WriteMemory(*record, buffer, count)
-                                 : WriteDisk(*record, buffer, count);
+int32_t SeekBuffered(QivFile &file, int32_t offset, int32_t whence,
+                     int32_t (*seekOutside)(QivFile &, int32_t, int32_t)) noexcept {
+    const int64_t current = int64_t{file.bufBase} + file.bufPos;
+    int64_t target = offset;
+    if (whence == kFromCurrent) {
+        if (offset == 0)
+            return current <= INT32_MAX ? static_cast<int32_t>(current) : Fail(file);
+        target += current;
+        whence = kFromStart;
+    }
+    if (whence == kFromStart && !IsAllowed(file, target))
+        return Fail(file);
+    const auto position = static_cast<int32_t>(target);
+    if (whence == kFromStart && IsInBuffer(file, position)) {
+        file.bufPos = position - file.bufBase;
+        return position;
+    }
+    return seekOutside(file, position, whence);
 }
 
 } // namespace kowen

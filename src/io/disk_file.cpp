@@ -1,6 +1,7 @@
 #include "io/disk_file.h"
 
 #include "io/disk_operations.h"
+#include "io/file_kind.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -88,17 +89,118 @@ bool MoveStream(QivFile &file, int32_t position) {
     return unxSeek(file.fp, position, kFromStart) != -1;
 }
 
+int32_t Load(QivFile &file) {
+    if (!file.fp || !MoveStream(file, file.filePos))
+        return Fail(file);
+    const int32_t wanted = std::min(kDiskBufferBytes, INT32_MAX - file.filePos);
+    const int32_t got = diskOperations->read(file.fp, GlobalLock(file.hBuf), wanted);
+    if (got < 0) {
+        // The buffer may be half overwritten; nothing of it may reach the file any more.
+        EmptyBuffer(file, file.filePos);
+        return Fail(file);
+    }
+    EmptyBuffer(file, file.filePos);
+    file.bufLast = got - 1;
+    file.filePos += got;
+    return got;
+}
+
+int32_t Flush(QivFile &file) noexcept {
+    if (!file.dirty)
+        return 0;
+    const int32_t count = file.bufLast + 1;
+    if (file.bufBase > INT32_MAX - count || !MoveStream(file, file.bufBase))
+        return Fail(file);
+    const int32_t written = diskOperations->write(file.fp, GlobalLock(file.hBuf), count);
+    if (file.sequential)
+        file.filePos += written; // so that what has gone out is never sent again
+    const bool measured = MeasureLength(file);
+    // A buffer that stays full keeps out what comes behind it: the file would have a gap there.
+    if (!measured || written != count)
+        return Fail(file);
+    file.dirty = 0;
+    EmptyBuffer(file, file.bufBase + count);
+    return count;
+}
+
 // Makes room in a buffer that is full: 1, or the result of the write that cannot go on.
 int32_t NextBuffer(QivFile &file) {
     if (file.error == kIoError)
         return 0;
     if (file.dirty)
-        return FlushDisk(file) == -1 ? -1 : 1;
+        return Flush(file) == -1 ? -1 : 1;
     EmptyBuffer(file, file.filePos); // read to its last byte; nothing to write back
     return 1;
 }
 
+// Bytes go to bufPos, and the buffer is written back as soon as it is full. It can also be found
+// full here: read to its last byte, or left by a write-back that failed.
+int32_t Write(QivFile &file, const void *buffer, int32_t count) noexcept {
+    if (count <= 0)
+        return 0;
+    const auto *source = static_cast<const unsigned char *>(buffer);
+    auto *data = Lock<unsigned char>(file.hBuf);
+    for (int32_t left = count;;) {
+        if (file.bufPos > file.bufMax) {
+            const int32_t room = NextBuffer(file);
+            if (room < 1) {
+                // Hardened: the close tells of it, also when the disk works again.
+                if (left > 0)
+                    file.lost = 1;
+                return room;
+            }
+        }
+        if (left == 0)
+            return count;
+        const int32_t run = std::min(left, file.bufMax - file.bufPos + 1);
+        std::memcpy(data + file.bufPos, source, static_cast<std::size_t>(run));
+        source += run;
+        left -= run;
+        file.bufPos += run;
+        file.bufLast = std::max(file.bufLast, file.bufPos - 1);
+        file.dirty = 1;
+    }
+}
+
+int32_t SeekOutside(QivFile &file, int32_t offset, int32_t whence) {
+    Flush(file); // a failure is kept in the error state; the seek goes on
+    if (file.sequential) {
+        if (whence != kFromStart || offset != file.filePos)
+            return Fail(file);
+        EmptyBuffer(file, offset);
+        return offset;
+    }
+    const int32_t position = unxSeek(file.fp, offset, whence);
+    if (position == -1)
+        return Fail(file);
+    file.filePos = position;
+    return Load(file) == -1 ? -1 : position;
+}
+
+int32_t Seek(QivFile &file, int32_t offset, int32_t whence) noexcept {
+    return SeekBuffered(file, offset, whence, SeekOutside);
+}
+
+int32_t Fill(QivFile &file) noexcept {
+    Flush(file); // a failure is kept in the error state; the fill goes on
+    return Load(file);
+}
+
+int32_t Close(QivFile &file) noexcept {
+    const int32_t flushed = Flush(file);
+    const int32_t closed = file.external ? 0 : diskOperations->close(file.fp);
+    GlobalFree(file.hBuf);
+    return flushed == -1 || HasLost(file) ? -1 : closed;
+}
+
+bool CloseAndDelete(QivFile &file) noexcept {
+    Close(file);
+    return false;
+}
+
 } // namespace
+
+const FileKind kDiskKind = {ReadBuffered, Write, Seek, Fill, Flush, Close, CloseAndDelete};
 
 bool OpenDisk(QivFile &file, const char *name) noexcept {
     file.named = 1;
@@ -132,87 +234,14 @@ intptr_t DeleteDiskFile(const char *name) noexcept {
     return name && diskOperations->remove(name) == 0 ? 1 : 0;
 }
 
-// Bytes go to bufPos, and the buffer is written back as soon as it is full. It can also be found
-// full here: read to its last byte, or left by a write-back that failed.
-int32_t WriteDisk(QivFile &file, const void *buffer, int32_t count) noexcept {
-    const auto *source = static_cast<const unsigned char *>(buffer);
-    auto *data = Lock<unsigned char>(file.hBuf);
-    for (int32_t left = count;;) {
-        if (file.bufPos > file.bufMax) {
-            const int32_t room = NextBuffer(file);
-            if (room < 1) {
-                // Hardened: the close tells of it, also when the disk works again.
-                if (left > 0)
-                    file.lost = 1;
-                return room;
-            }
-        }
-        if (left == 0)
-            return count;
-        const int32_t run = std::min(left, file.bufMax - file.bufPos + 1);
-        std::memcpy(data + file.bufPos, source, static_cast<std::size_t>(run));
-        source += run;
-        left -= run;
-        file.bufPos += run;
-        file.bufLast = std::max(file.bufLast, file.bufPos - 1);
-        file.dirty = 1;
-    }
-}
-
-int32_t LoadDiskBuffer(QivFile &file) noexcept {
-    if (!file.fp || !MoveStream(file, file.filePos))
-        return Fail(file);
-    const int32_t wanted = std::min(kDiskBufferBytes, INT32_MAX - file.filePos);
-    const int32_t got = diskOperations->read(file.fp, GlobalLock(file.hBuf), wanted);
-    if (got < 0) {
-        // The buffer may be half overwritten; nothing of it may reach the file any more.
-        EmptyBuffer(file, file.filePos);
-        return Fail(file);
-    }
-    EmptyBuffer(file, file.filePos);
-    file.bufLast = got - 1;
-    file.filePos += got;
-    return got;
-}
-
-int32_t FlushDisk(QivFile &file) noexcept {
-    if (!file.dirty)
-        return 0;
-    const int32_t count = file.bufLast + 1;
-    if (file.bufBase > INT32_MAX - count || !MoveStream(file, file.bufBase))
-        return Fail(file);
-    const int32_t written = diskOperations->write(file.fp, GlobalLock(file.hBuf), count);
-    if (file.sequential)
-        file.filePos += written; // so that what has gone out is never sent again
-    const bool measured = MeasureLength(file);
-    // A buffer that stays full keeps out what comes behind it: the file would have a gap there.
-    if (!measured || written != count)
-        return Fail(file);
-    file.dirty = 0;
-    EmptyBuffer(file, file.bufBase + count);
-    return count;
-}
-
-int32_t SeekDisk(QivFile &file, int32_t offset, int32_t whence) noexcept {
-    FlushDisk(file); // a failure is kept in the error state; the seek goes on
-    if (file.sequential) {
-        if (whence != kFromStart || offset != file.filePos)
-            return Fail(file);
-        EmptyBuffer(file, offset);
-        return offset;
-    }
-    const int32_t position = unxSeek(file.fp, offset, whence);
-    if (position == -1)
-        return Fail(file);
-    file.filePos = position;
-    return LoadDiskBuffer(file) == -1 ? -1 : position;
-}
-
-int32_t CloseDisk(QivFile &file) noexcept {
-    const int32_t flushed = FlushDisk(file);
-    const int32_t closed = file.external ? 0 : diskOperations->close(file.fp);
-    GlobalFree(file.hBuf);
-    return flushed == -1 || HasLost(file) ? -1 : closed;
+int32_t unxSeek(std::FILE *stream, int32_t offset, int32_t whence) noexcept {
+    static_assert(SEEK_SET == kFromStart && SEEK_CUR == kFromCurrent && SEEK_END == kFromEnd);
+    if (!stream || whence < kFromStart || whence > kFromEnd)
+        return -1;
+    if (diskOperations->seek(stream, offset, whence) != 0)
+        return -1;
+    const int64_t position = diskOperations->tell(stream);
+    return position >= 0 && position <= INT32_MAX ? static_cast<int32_t>(position) : -1;
 }
 
 void ReleaseDisk(QivFile &file) noexcept {

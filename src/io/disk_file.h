@@ -17,21 +17,6 @@ intptr_t DiskFileExists(const char *name) noexcept;
 /// Returns 1 when the file was removed, 0 when not.
 intptr_t DeleteDiskFile(const char *name) noexcept;
 
-/// The qivWrite of disk files; count is above 0.
-int32_t WriteDisk(QivFile &file, const void *buffer, int32_t count) noexcept;
-
-/// Loads the buffer at filePos. Returns the bytes loaded, 0 at the end, -1 on error.
-int32_t LoadDiskBuffer(QivFile &file) noexcept;
-
-/// The FlushQivIO of disk files.
-int32_t FlushDisk(QivFile &file) noexcept;
-
-/// The qivSeek of disk files to a place outside the buffer.
-int32_t SeekDisk(QivFile &file, int32_t offset, int32_t whence) noexcept;
-
-/// Writes the buffer back and lets go of it and the stream. Returns the result of qivClose.
-int32_t CloseDisk(QivFile &file) noexcept;
-
 /// Lets go of the stream and the buffer of a file that its host serves; both may be missing.
 void ReleaseDisk(QivFile &file) noexcept;
 

@@ -1,7 +1,7 @@
 // Streams inside a compound document: a file of 512-byte sectors, sector n at (n + 1) * 512, each
 // stream a chain of sectors through a table that names every sector's successor. Small streams
 // are chains of 64-byte sectors inside one such stream, the mini stream, with a table of its own.
-#include "io/file_record.h"
+#include "io/file_kind.h"
 
 #include <algorithm>
 #include <cstring>
@@ -69,15 +69,16 @@ int64_t FilePosition(const QivFile &file, int32_t sector, int32_t offset) {
 }
 
 // Reads within one sector; 0 when the sector cannot be reached.
-int32_t ReadPiece(FileHandle handle, int64_t position, unsigned char *buffer, int32_t count) {
+int32_t ReadPiece(QivFile &file, int64_t position, unsigned char *buffer, int32_t count) {
+    const FileKind &below = KindOfFile(file);
     if (position < 0 || position > INT32_MAX)
         return 0;
-    if (qivSeek(handle, static_cast<int32_t>(position), kFromStart) == -1)
+    if (below.seek(file, static_cast<int32_t>(position), kFromStart) == -1)
         return 0;
-    return std::max(qivRead(handle, buffer, count), 0);
+    return std::max(below.read(file, buffer, count), 0);
 }
 
-int32_t ReadChain(FileHandle handle, QivFile &file, unsigned char *buffer, int32_t count) {
+int32_t ReadChain(QivFile &file, unsigned char *buffer, int32_t count) {
     const SectorTable table = TableOf(HasBigSectors(file) ? file.hFat : file.hMiniFat);
     const int32_t sectorBytes = StreamSectorBytes(file);
     int64_t index = file.docPos / sectorBytes;
@@ -87,7 +88,7 @@ int32_t ReadChain(FileHandle handle, QivFile &file, unsigned char *buffer, int32
         const int32_t offset = file.docPos % sectorBytes;
         const int32_t piece = std::min(sectorBytes - offset, count - total);
         const int32_t got =
-            ReadPiece(handle, FilePosition(file, sector, offset), buffer + total, piece);
+            ReadPiece(file, FilePosition(file, sector, offset), buffer + total, piece);
         total += got;
         file.docPos += got;
         if (got < piece)
@@ -98,33 +99,63 @@ int32_t ReadChain(FileHandle handle, QivFile &file, unsigned char *buffer, int32
     return total;
 }
 
+int32_t Read(QivFile &file, void *buffer, int32_t count) noexcept {
+    if (file.docPos < 0)
+        return 0;
+    count = std::min(count, std::max(file.docSize, 0) - file.docPos);
+    if (count <= 0)
+        return 0;
+    file.isDoc = 1; // whoever reads a stream has one
+    return ReadChain(file, static_cast<unsigned char *>(buffer), count);
+}
+
+// Hardened: a write through a document stream would land in some other stream's sector.
+int32_t Write(QivFile &file, const void *, int32_t) noexcept {
+    return Fail(file);
+}
+
+int32_t Seek(QivFile &file, int32_t offset, int32_t whence) noexcept {
+    if (whence < kFromStart || whence > kFromEnd)
+        return -1;
+    const int32_t size = std::max(file.docSize, 0);
+    int64_t target = offset;
+    if (whence == kFromCurrent)
+        target = int64_t{file.docPos} + offset;
+    else if (whence == kFromEnd)
+        target = int64_t{size} - offset;
+    file.docPos = static_cast<int32_t>(std::clamp<int64_t>(target, 0, size));
+    return file.docPos;
+}
+
+// The rest is the file's below.
+int32_t Fill(QivFile &file) noexcept {
+    return KindOfFile(file).fill(file);
+}
+
+int32_t Flush(QivFile &file) noexcept {
+    return KindOfFile(file).flush(file);
+}
+
+int32_t Close(QivFile &file) noexcept {
+    return KindOfFile(file).close(file);
+}
+
+bool CloseAndDelete(QivFile &file) noexcept {
+    return KindOfFile(file).closeAndDelete(file);
+}
+
 } // namespace
+
+const FileKind kDocumentKind = {Read, Write, Seek, Fill, Flush, Close, CloseAndDelete};
 
 int32_t docRead(FileHandle file, void *buffer, int32_t count) noexcept {
     LockedFile record(file);
-    if (!record || record->docPos < 0)
-        return 0;
-    count = std::min(count, std::max(record->docSize, 0) - record->docPos);
-    if (count <= 0)
-        return 0;
-    record->isDoc = 0; // the underlying file is read through the same handle
-    const int32_t total = ReadChain(file, *record, static_cast<unsigned char *>(buffer), count);
-    record->isDoc = 1;
-    return total;
+    return record ? Read(*record, buffer, count) : 0;
 }
 
 int32_t docSeek(FileHandle file, int32_t offset, int32_t whence) noexcept {
     LockedFile record(file);
-    if (!record || whence < kFromStart || whence > kFromEnd)
-        return -1;
-    const int32_t size = std::max(record->docSize, 0);
-    int64_t target = offset;
-    if (whence == kFromCurrent)
-        target = int64_t{record->docPos} + offset;
-    else if (whence == kFromEnd)
-        target = int64_t{size} - offset;
-    record->docPos = static_cast<int32_t>(std::clamp<int64_t>(target, 0, size));
-    return record->docPos;
+    return record ? Seek(*record, offset, whence) : -1;
 }
 
 } // namespace kowen

@@ -1,6 +1,7 @@
 #include "io/file_handle.h"
 
 #include "io/disk_file.h"
+#include "io/file_kind.h"
 #include "io/host_file.h"
 #include "io/memory_file.h"
 #include "io/typed_io.h"
@@ -9,8 +10,6 @@
 
 namespace kowen {
 namespace {
-
-constexpr unsigned char kEndMarker = 255;
 
 bool HasBit(int32_t mode, int32_t bit) {
     return mode != kModeWrap && (mode & bit) != 0;
@@ -34,23 +33,6 @@ bool OpenTarget(QivFile &file, const char *name, QivIODesc *descriptor) {
         return OpenDisk(file, name);
     // A refused open without a name: the descriptor's location is the host's context, no block.
     return !file.ioProc && OpenMemory(file, descriptor);
-}
-
-int32_t CloseMemory(FileHandle handle, const QivFile &file) {
-    if (!IsWritable(file))
-        return 0;
-    qivSeek(handle, 0, kFromEnd);
-    return qivWrite(handle, &kEndMarker, 1) == 1 ? 0 : -1;
-}
-
-int32_t CloseTarget(FileHandle handle, QivFile &file) {
-    if (file.ioProc) {
-        const int32_t answer = CloseOnHost(file);
-        ReleaseDisk(file);
-        // Hardened: a host that took only a part is not said to have the file.
-        return answer == 0 && HasLost(file) ? -1 : answer;
-    }
-    return IsMemoryFile(file) ? CloseMemory(handle, file) : CloseDisk(file);
 }
 
 void FreeOwnedData(void *cell) {
@@ -95,38 +77,57 @@ int32_t qivClose(FileHandle file) noexcept {
         LockedFile record(file);
         if (!record)
             return -1;
-        result = CloseTarget(file, *record);
+        result = KindOf(*record).close(*record);
     }
     GlobalFree(file);
     return result;
 }
 
+// Hardened: closed before the block is freed, for the close of a memory file still writes to its
+// block. What is left afterwards is the same.
 int32_t qivCloseandDelete(FileHandle file, const char *name) noexcept {
     void *ownedData;
-    bool isHosts;
+    bool isDeleted;
     {
         LockedFile record(file);
         if (!record)
             return -1;
+        isDeleted = KindOf(*record).closeAndDelete(*record);
         ownedData = record->ownedData;
-        isHosts = record->ioProc != nullptr;
-        if (isHosts) {
-            DeleteOnHost(*record);
-            ReleaseDisk(*record);
-        }
     }
-    if (isHosts) {
-        GlobalFree(file);
+    GlobalFree(file);
+    if (isDeleted)
         return 0;
-    }
-    // Hardened: closed before the block is freed, for the close of a memory file still
-    // writes to its block. What is left afterwards is the same.
-    qivClose(file);
     if (ownedData)
         FreeOwnedData(ownedData);
     else
-        qivOpen(name, nullptr, KOWEN_MODE_DELETE);
+        DeleteDiskFile(name);
     return 0;
+}
+
+int32_t qivRead(FileHandle file, void *buffer, int32_t count) noexcept {
+    LockedFile record(file);
+    return record ? KindOf(*record).read(*record, buffer, count) : 0;
+}
+
+int32_t qivWrite(FileHandle file, const void *buffer, int32_t count) noexcept {
+    LockedFile record(file);
+    return record ? KindOf(*record).write(*record, buffer, count) : 0;
+}
+
+int32_t qivSeek(FileHandle file, int32_t offset, int32_t whence) noexcept {
+    LockedFile record(file);
+    return record ? KindOf(*record).seek(*record, offset, whence) : -1;
+}
+
+int32_t FillQivIOBuf(FileHandle file) noexcept {
+    LockedFile record(file);
+    return record ? KindOf(*record).fill(*record) : -1;
+}
+
+int32_t FlushQivIO(FileHandle file) noexcept {
+    LockedFile record(file);
+    return record ? KindOf(*record).flush(*record) : -1;
 }
 
 } // namespace kowen

@@ -1,5 +1,8 @@
 #include "io/host_file.h"
 
+#include "io/disk_file.h"
+#include "io/file_kind.h"
+
 #include "platform/host_call.h"
 
 namespace kowen {
@@ -10,7 +13,49 @@ int32_t Call(const QivFile &file, int32_t operation, void *argument, int32_t cou
     return static_cast<int32_t>(file.ioProc(file.ioHandle, operation, argument, count));
 }
 
+int32_t Read(QivFile &file, void *buffer, int32_t count) noexcept {
+    return count < 0 ? 0 : Call(file, KOWEN_IO_READ, buffer, count);
+}
+
+int32_t Write(QivFile &file, const void *buffer, int32_t count) noexcept {
+    if (count < 0)
+        return 0;
+    const int32_t answer = Call(file, KOWEN_IO_WRITE, const_cast<void *>(buffer), count);
+    if (count > 0 && answer < count)
+        file.lost = 1;
+    else if (count > 1) // 1 may also mean "done"
+        file.hostCounts = 1;
+    return answer;
+}
+
+int32_t Seek(QivFile &file, int32_t offset, int32_t whence) noexcept {
+    return Call(file, KOWEN_IO_SEEK, &offset, whence);
+}
+
+int32_t Fill(QivFile &file) noexcept {
+    return Fail(file); // there is no buffer
+}
+
+int32_t Flush(QivFile &) noexcept {
+    return 0;
+}
+
+int32_t Close(QivFile &file) noexcept {
+    const int32_t answer = Call(file, KOWEN_IO_CLOSE, nullptr, 0);
+    ReleaseDisk(file);
+    // Hardened: a host that took only a part is not said to have the file.
+    return answer == 0 && HasLost(file) ? -1 : answer;
+}
+
+bool CloseAndDelete(QivFile &file) noexcept {
+    Call(file, KOWEN_IO_CLOSE, nullptr, KOWEN_MODE_DELETE);
+    ReleaseDisk(file);
+    return true;
+}
+
 } // namespace
+
+const FileKind kHostKind = {Read, Write, Seek, Fill, Flush, Close, CloseAndDelete};
 
 bool HasProcedure(const QivIODesc *descriptor) noexcept {
     return descriptor && descriptor->procedure;
@@ -28,33 +73,6 @@ bool OpenOnHost(QivFile &file, const char *name, const QivIODesc &descriptor) no
     file.ioHandle = static_cast<uintptr_t>(
         file.ioProc(context, KOWEN_IO_OPEN, const_cast<char *>(name), file.mode));
     return file.ioHandle != 0;
-}
-
-int32_t ReadFromHost(const QivFile &file, void *buffer, int32_t count) noexcept {
-    return count < 0 ? 0 : Call(file, KOWEN_IO_READ, buffer, count);
-}
-
-int32_t WriteToHost(QivFile &file, const void *buffer, int32_t count) noexcept {
-    if (count < 0)
-        return 0;
-    const int32_t answer = Call(file, KOWEN_IO_WRITE, const_cast<void *>(buffer), count);
-    if (count > 0 && answer < count)
-        file.lost = 1;
-    else if (count > 1) // 1 may also mean "done"
-        file.hostCounts = 1;
-    return answer;
-}
-
-int32_t SeekOnHost(const QivFile &file, int32_t offset, int32_t whence) noexcept {
-    return Call(file, KOWEN_IO_SEEK, &offset, whence);
-}
-
-int32_t CloseOnHost(const QivFile &file) noexcept {
-    return Call(file, KOWEN_IO_CLOSE, nullptr, 0);
-}
-
-int32_t DeleteOnHost(const QivFile &file) noexcept {
-    return Call(file, KOWEN_IO_CLOSE, nullptr, KOWEN_MODE_DELETE);
 }
 
 } // namespace kowen

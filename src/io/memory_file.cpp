@@ -1,10 +1,15 @@
 #include "io/memory_file.h"
 
+#include "io/file_kind.h"
+
 #include <algorithm>
 #include <cstring>
 
 namespace kowen {
 namespace {
+
+// What ends a memory file that was opened for writing.
+constexpr unsigned char kTerminator = 255;
 
 // The caller's pointer may be of any pointer type, so it is read and written as bytes.
 void *CallersPointer(const void *cell) {
@@ -80,6 +85,7 @@ bool MakeRoom(QivFile &file, int32_t count) {
     return file.growBy >= 0 && GrowTo(file, int64_t{file.bufPos} + file.growBy);
 }
 
+// A place beyond the block makes it grow to offset + growBy + 1 bytes.
 int32_t SeekFromStart(QivFile &file, int32_t offset) {
     if (offset > file.bufMax && (file.growBy < 0 || !GrowTo(file, int64_t{offset} + file.growBy)))
         return Fail(file);
@@ -87,6 +93,7 @@ int32_t SeekFromStart(QivFile &file, int32_t offset) {
     return offset;
 }
 
+// Hardened: a place before the first byte, counted from the end, gives -1.
 int32_t SeekFromEnd(QivFile &file, int32_t offset) {
     const int64_t position = int64_t{offset} + file.bufLast + 1;
     if (position < 0 || position > INT32_MAX)
@@ -102,31 +109,9 @@ int32_t TrimmedSize(const QivFile &file, int32_t size) {
     return size - 1;
 }
 
-} // namespace
-
-bool OpenMemory(QivFile &file, QivIODesc *descriptor) noexcept {
-    if (!descriptor || !descriptor->location)
-        return false;
-    file.ppData = descriptor->location;
-    file.hBuf = GlobalHandle(CallersPointer(file.ppData));
-    if (!file.hBuf)
-        return false;
-    const uint32_t block = std::min<uint32_t>(GlobalSize(file.hBuf), INT32_MAX);
-    int32_t size = std::clamp(descriptor->size, 0, static_cast<int32_t>(block));
-    file.bufLast = -1;
-    if (!(file.mode & KOWEN_MODE_CREATE)) {
-        size = TrimmedSize(file, size);
-        descriptor->size = size;
-        file.bufLast = std::max(size - 1, -1);
-    }
-    file.bufMax = size - 1;
-    file.growBy = descriptor->growBy;
-    file.filePos = kMemoryFilePos;
-    file.fileLength = file.bufLast;
-    return true;
-}
-
-int32_t WriteMemory(QivFile &file, const void *buffer, int32_t count) noexcept {
+// Hardened: a block that is full and cannot grow, because growBy is not above 0 or the size would
+// not fit in 31 bits, gives -1 and keeps its bytes.
+int32_t Write(QivFile &file, const void *buffer, int32_t count) noexcept {
     const auto *source = static_cast<const unsigned char *>(buffer);
     bool stepped = false;
     for (int32_t left = count; left > 0;) {
@@ -154,19 +139,69 @@ int32_t WriteMemory(QivFile &file, const void *buffer, int32_t count) noexcept {
             return Fail(file);
         stepped = true;
     }
-    return count;
+    return std::max(count, 0);
 }
 
-int32_t FlushMemory(QivFile &file) noexcept {
+// Grows the block to bufMax + growBy + 1 bytes. When memory is exhausted the block is lost, and the
+// caller's pointer is null then.
+int32_t Flush(QivFile &file) noexcept {
     if (file.growBy <= 0 || !GrowTo(file, int64_t{file.bufMax} + file.growBy))
         return Fail(file);
     return 1;
 }
 
-int32_t SeekMemory(QivFile &file, int32_t offset, int32_t whence) noexcept {
+// whence is kFromStart with an offset of at least 0, or kFromEnd; anything else gives -1.
+int32_t SeekOutside(QivFile &file, int32_t offset, int32_t whence) {
     if (whence == kFromStart)
         return SeekFromStart(file, offset);
     return whence == kFromEnd ? SeekFromEnd(file, offset) : Fail(file);
+}
+
+int32_t Seek(QivFile &file, int32_t offset, int32_t whence) noexcept {
+    return SeekBuffered(file, offset, whence, SeekOutside);
+}
+
+int32_t Fill(QivFile &) noexcept {
+    return 0; // everything is in the buffer
+}
+
+int32_t Close(QivFile &file) noexcept {
+    if (!IsWritable(file))
+        return 0;
+    const FileKind &kind = KindOf(file); // through a document stream nothing is written
+    kind.seek(file, 0, kFromEnd);
+    return kind.write(file, &kTerminator, 1) == 1 ? 0 : -1;
+}
+
+bool CloseAndDelete(QivFile &file) noexcept {
+    Close(file);
+    return false;
+}
+
+} // namespace
+
+const FileKind kMemoryKind = {ReadBuffered, Write, Seek, Fill, Flush, Close, CloseAndDelete};
+
+bool OpenMemory(QivFile &file, QivIODesc *descriptor) noexcept {
+    if (!descriptor || !descriptor->location)
+        return false;
+    file.ppData = descriptor->location;
+    file.hBuf = GlobalHandle(CallersPointer(file.ppData));
+    if (!file.hBuf)
+        return false;
+    const uint32_t block = std::min<uint32_t>(GlobalSize(file.hBuf), INT32_MAX);
+    int32_t size = std::clamp(descriptor->size, 0, static_cast<int32_t>(block));
+    file.bufLast = -1;
+    if (!(file.mode & KOWEN_MODE_CREATE)) {
+        size = TrimmedSize(file, size);
+        descriptor->size = size;
+        file.bufLast = std::max(size - 1, -1);
+    }
+    file.bufMax = size - 1;
+    file.growBy = descriptor->growBy;
+    file.filePos = kMemoryFilePos;
+    file.fileLength = file.bufLast;
+    return true;
 }
 
 } // namespace kowen

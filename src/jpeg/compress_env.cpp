@@ -1,9 +1,8 @@
 #include "jpeg/compress_env.h"
 
 #include "jpeg/huffman_tables.h"
+#include "kowen/codes.h"
 #include "platform/global_memory.h"
-#include "platform/state.h"
-#include "setup/setup.h"
 
 #include <cstring>
 
@@ -41,19 +40,18 @@ int32_t FindWidthHeightMCU(uint32_t *paddedWidth, uint32_t *paddedHeight, uint32
     return 0;
 }
 
-int32_t InitCompressEnv(CompressEnv *env, int32_t colorFormat, int32_t operation, uint32_t width,
+void InitCompressEnvFor(CompressEnv *env, const PictureFormat &format, uint32_t width,
                         uint32_t height) noexcept {
-    const bool subsampled = lpRaster != nullptr && lpRaster->colorFormat == KOWEN_FORMAT_YCC422;
-    env->colorFormat = colorFormat;
-    env->operation = operation;
-    env->maxH = subsampled ? 2 : 1;
+    env->colorFormat = format.colorFormat;
+    env->operation = format.operation;
+    env->maxH = format.sampledFormat == KOWEN_FORMAT_YCC422 ? 2 : 1;
     env->maxV = 1;
     env->pendingByte = 0;
     env->bitMask = 128;
-    env->componentCount = lpRaster != nullptr ? lpRaster->header.componentCount : 0;
+    env->componentCount = format.componentCount;
     env->imageWidth = width;
     env->imageHeight = height;
-    FindWidthHeightMCU(&env->paddedWidth, &env->paddedHeight, width, height, colorFormat);
+    FindWidthHeightMCU(&env->paddedWidth, &env->paddedHeight, width, height, format.colorFormat);
 
     for (int i = 0; i < kComponents; ++i) {
         const SamplingFactor factor = {i == 0 ? env->maxH : uint8_t{1}, 1};
@@ -66,7 +64,6 @@ int32_t InitCompressEnv(CompressEnv *env, int32_t colorFormat, int32_t operation
     }
     env->mcusAcross = static_cast<int32_t>(env->paddedWidth / 8 / env->maxH);
     env->mcusDown = static_cast<int32_t>(env->paddedHeight / 8 / env->maxV);
-    return 0;
 }
 
 int32_t AllocMem(MemoryHandle *handles, HuffmanEntry **tables) noexcept {

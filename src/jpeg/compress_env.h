@@ -68,16 +68,18 @@ struct CompressEnv {
     const CodeTables *codeTables[2];
 };
 
-/// Fills a fresh environment from the arguments and the current setup: sampling factors, padded
-/// size, MCU grid, bit writer and predictors.
+/// What an environment is made for, as codes of the interface.
+struct PictureFormat {
+    int32_t colorFormat;    ///< the padded size follows it
+    int32_t sampledFormat;  ///< the sampling factors follow it
+    int32_t operation;      ///< KOWEN_OPERATION_
+    uint8_t componentCount; ///< 3 or 1
+};
+
+/// Fills a fresh environment: sampling factors, padded size, MCU grid, bit packer and predictors.
 ///
-/// colorFormat, operation  the setup's codes.
-/// width, height           pixels and rows of the picture.
-/// Returns 0.
-///
-/// Kept deliberately: the sampling factors follow the current setup's colour format, the padded
-/// size the argument. Test: InitCompressEnv.SamplingFollowsTheSetupNotTheArgument.
-int32_t InitCompressEnv(CompressEnv *env, int32_t colorFormat, int32_t operation, uint32_t width,
+/// width, height  pixels and rows of the picture.
+void InitCompressEnvFor(CompressEnv *env, const PictureFormat &format, uint32_t width,
                         uint32_t height) noexcept;
 
 /// Rounds a size up to whole MCUs: 16 x 8 pixels for colour format 212, 8 x 8 for 215 and 222.

@@ -2,8 +2,7 @@
 
 #include "jpeg/compress_env.h"
 #include "jpeg/table_cache.h"
-#include "platform/state.h"
-#include "setup/setup.h"
+#include "kowen/codes.h"
 
 #include <bit>
 #include <cstring>
@@ -133,11 +132,6 @@ int32_t CreateTblsFor(HuffmanEntry *const *tables, int32_t operation) noexcept {
     if (CreateDCDiffTbl(tables[kDcDiffLuminance], tables[kDcLuminance]) != 0)
         return -1;
     return CreateDCDiffTbl(tables[kDcDiffChrominance], tables[kDcChrominance]);
-}
-
-int32_t CreateTbls(HuffmanEntry *const *tables) noexcept {
-    return CreateTblsFor(tables,
-                         lpRaster != nullptr ? lpRaster->operation : KOWEN_OPERATION_SEQUENTIAL);
 }
 
 } // namespace kowen

@@ -23,12 +23,9 @@ extern const uint8_t AC2P_CodeLens[kCodeLengths];
 extern const uint8_t HuffVal1[kProgressiveAcSymbols];
 extern const uint8_t HuffVal2[kProgressiveAcSymbols];
 
-/// Builds the six tables for the current setup's operation: the standard AC lists for 245, the
-/// progressive ones for any other. tables: six locked tables, see HuffmanSlot.
+/// Builds the six tables for an operation: the standard AC lists for 245, the progressive ones for
+/// any other. tables: six locked tables, see HuffmanSlot.
 /// Returns 0, -1 if a table could not be built (with the constant lists that cannot happen).
-int32_t CreateTbls(HuffmanEntry *const *tables) noexcept;
-
-/// The same for an operation that is given.
 int32_t CreateTblsFor(HuffmanEntry *const *tables, int32_t operation) noexcept;
 
 /// Returns the magnitude category of v: 0 for 0, n from 1 to 11 for 2^(n-1) <= |v| < 2^n,

@@ -1,7 +1,7 @@
 #include "module/entry_table.h"
 
 #include "kowen/entries.h"
-#include "platform/state.h"
+#include "setup/identity.h"
 
 #include <iterator>
 
@@ -36,10 +36,6 @@ void LoadEntryPointers(EntryPointRecord *record) noexcept {
         return;
     record->entryCount = kEntryCount;
     record->entries = entryTable;
-}
-
-uint32_t QIVGetFilterVersion() noexcept {
-    return kFilterVersion;
 }
 
 } // namespace kowen

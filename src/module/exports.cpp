@@ -12,6 +12,7 @@
 #include "setup/display_info.h"
 #include "setup/escapes.h"
 #include "setup/geometry.h"
+#include "setup/identity.h"
 #include "setup/setup.h"
 
 extern "C" {

@@ -1,25 +1,31 @@
 #include "platform/host_call.h"
 
-#include "platform/state.h"
-#include "setup/setup.h"
+#include "platform/current_setup.h"
 
 namespace kowen {
 
 namespace {
+
 int32_t callsUnderway = 0;
+
+// A setup's record begins with its count.
+uint32_t &CallsThatKeep(SetupRecord *record) noexcept {
+    return reinterpret_cast<HostCallCount *>(record)->underway;
+}
+
 } // namespace
 
 HostCall::HostCall() noexcept : handle(hRaster), record(lpRaster) {
     ++callsUnderway;
     if (record != nullptr)
-        ++record->hostCalls;
+        ++CallsThatKeep(record);
 }
 
 HostCall::~HostCall() {
     hRaster = handle;
     lpRaster = record;
     if (record != nullptr)
-        --record->hostCalls;
+        --CallsThatKeep(record);
     --callsUnderway;
 }
 

@@ -4,7 +4,6 @@
 #include "device/device_record.h"
 #include "device/error_stack.h"
 #include "device/request.h"
-#include "platform/state.h"
 #include "platform/text.h"
 
 #include <algorithm>

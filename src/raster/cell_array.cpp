@@ -5,7 +5,6 @@
 #include "device/request.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
-#include "platform/state.h"
 #include "raster/cell_output.h"
 #include "raster/picture_size.h"
 

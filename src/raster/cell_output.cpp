@@ -9,10 +9,10 @@
 #include "jpeg/compress_env.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
-#include "platform/state.h"
 #include "platform/status.h"
 #include "platform/text.h"
 #include "raster/picture_size.h"
+#include "setup/setup.h"
 
 #include <algorithm>
 #include <cstring>

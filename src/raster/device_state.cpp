@@ -5,7 +5,6 @@
 #include "export/output_file.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
-#include "platform/state.h"
 #include "platform/status.h"
 #include "raster/capabilities.h"
 #include "setup/setup.h"

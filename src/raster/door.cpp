@@ -5,12 +5,11 @@
 #include "device/request.h"
 #include "export/driver.h"
 #include "kowen/codes.h"
-#include "module/entry_table.h"
 #include "platform/host_call.h"
 #include "platform/plain_floats.h"
-#include "platform/state.h"
 #include "raster/device_state.h"
 #include "raster/opcode_table.h"
+#include "setup/identity.h"
 
 #include <cstring>
 

@@ -3,7 +3,6 @@
 #include "device/device_record.h"
 #include "device/error_stack.h"
 #include "kowen/codes.h"
-#include "platform/state.h"
 #include "raster/attributes.h"
 #include "raster/cell_array.h"
 #include "raster/device_state.h"

@@ -1,7 +1,6 @@
 #include "raster/picture_size.h"
 
 #include "device/device_record.h"
-#include "platform/state.h"
 #include "platform/text.h"
 
 namespace kowen {

@@ -6,7 +6,6 @@
 #include "export/output_picture.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
-#include "platform/state.h"
 #include "raster/cell_output.h"
 #include "raster/picture_size.h"
 #include "setup/setup.h"

@@ -1,7 +1,6 @@
 #include "setup/escapes.h"
 
 #include "platform/global_memory.h"
-#include "platform/state.h"
 #include "setup/geometry.h"
 #include "setup/limits.h"
 #include "setup/setting_store.h"

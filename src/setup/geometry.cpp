@@ -1,6 +1,5 @@
 #include "setup/geometry.h"
 
-#include "platform/state.h"
 #include "platform/text.h"
 #include "setup/setup.h"
 

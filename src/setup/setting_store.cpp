@@ -1,7 +1,7 @@
 #include "setup/setting_store.h"
 
-#include "platform/state.h"
 #include "profile/profile_file.h"
+#include "setup/identity.h"
 
 #include <clocale>
 #include <cstdarg>

@@ -2,15 +2,18 @@
 
 #include "io/file_handle.h"
 #include "platform/global_memory.h"
-#include "platform/state.h"
 #include "platform/text.h"
 #include "profile/profile_file.h"
+#include "setup/identity.h"
 #include "setup/setting_store.h"
 
 #include <cstdio>
 #include <cstring>
 
 namespace kowen {
+
+MemoryHandle hSetup = 0;
+SetupRecord *lpSetup = nullptr;
 
 namespace {
 
@@ -119,7 +122,7 @@ int32_t DestroySetup(MemoryHandle setup) noexcept {
     if (BindSetup(setup) == nullptr)
         return 1;
     // Hardened: a callback cannot take away the setup whose export called it.
-    if (lpRaster->hostCalls != 0)
+    if (lpRaster->hostCalls.underway != 0)
         return 1;
     // Hardened: a device that its host closes later does not find the freed record.
     if (lpSetup == lpRaster) {

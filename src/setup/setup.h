@@ -4,8 +4,10 @@
 #include "jpeg/header_state.h"
 #include "kowen/codes.h"
 #include "kowen/records.h"
+#include "platform/current_setup.h"
 
 #include <cstdint>
+#include <type_traits>
 
 namespace kowen {
 
@@ -21,6 +23,7 @@ inline constexpr double kDefaultHeight = 5.0;
 
 /// One zero-filled block of global memory, owned by the host through CreateSetup and DestroySetup.
 struct SetupRecord {
+    HostCallCount hostCalls; ///< first, where HostCall finds it
     char filterName[kSetupTextBytes];
     char section[kSetupTextBytes];     ///< profile section that holds this setup's keys
     char profilePath[kSetupTextBytes]; ///< empty when no profile was found
@@ -45,7 +48,6 @@ struct SetupRecord {
     int32_t printerAvailable; ///< nothing sets it, so it stays 0
 
     // Working fields of an export.
-    uint32_t hostCalls;          ///< calls into the host underway that must leave it as it is
     HostIoProcedure ioProcedure; ///< set by escape 81; non-null = the output goes through it
     ExportRecord *exportRecord;  ///< the host's; valid during one export only
     uintptr_t exportHostValue;   ///< copied from the export record by initdvr
@@ -54,6 +56,12 @@ struct SetupRecord {
     uintptr_t metafileWord2;     ///< cleared by InitPlatformMetafileFilter
     double extents[5];           ///< of the metafile, for its picture description
 };
+
+static_assert(std::is_standard_layout_v<SetupRecord>, "HostCall counts in its first member");
+
+/// The setup as the raster driver sees it; set by RASTER_initdvr, cleared by the metafile layer.
+extern MemoryHandle hSetup;
+extern SetupRecord *lpSetup;
 
 /// Points hRaster and lpRaster at a setup, as every entry does with the setup that it is given.
 /// Returns the record, or null for handle 0; lpRaster is null then too.

@@ -1,5 +1,4 @@
 // Loads a setup's settings from its profile and keeps them in range.
-#include "platform/state.h"
 #include "setup/display_info.h"
 #include "setup/limits.h"
 #include "setup/setting_store.h"

@@ -1,7 +1,7 @@
 #include "device/device_record.h"
 
+#include "device/common_record.h"
 #include "platform/global_memory.h"
-#include "platform/state.h"
 #include "support/failing_memory.h"
 
 #include <gtest/gtest.h>
@@ -10,6 +10,14 @@
 
 namespace kowen {
 namespace {
+
+// The tests of this program leave no record behind, so this holds in any order.
+TEST(DeviceRecord, NothingIsThereAtTheStart) {
+    EXPECT_EQ(hCommon, MemoryHandle{0});
+    EXPECT_EQ(lpCommon, nullptr);
+    EXPECT_EQ(hEMData, MemoryHandle{0});
+    EXPECT_EQ(lpEMData, nullptr);
+}
 
 TEST(AllocGlobal, MakesAZeroedRecord) {
     EXPECT_EQ(AllocGlobal(), 0);

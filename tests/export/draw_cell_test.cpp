@@ -7,7 +7,6 @@
 #include "export/offscreen.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
-#include "platform/state.h"
 #include "reference/color/bitmap.h"
 #include "reference/color/resample.h"
 #include "support/bitmaps.h"

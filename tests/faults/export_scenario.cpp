@@ -242,7 +242,7 @@ private:
         const SetupRecord &record = *setup.operator->();
         if (!(UserSettings(record) == *settings))
             *wrong += " a setting has changed;";
-        if (record.hostCalls != 0 || record.exportRecord != nullptr ||
+        if (record.hostCalls.underway != 0 || record.exportRecord != nullptr ||
             record.header.outputFile != 0)
             *wrong += " the setup still names an export;";
         if (lpEMData != nullptr)

@@ -1,7 +1,6 @@
 #include "faults/profile_scenario.h"
 
 #include "platform/global_memory.h"
-#include "platform/state.h"
 #include "profile/profile_file.h"
 #include "setup/escapes.h"
 #include "setup/setup.h"

@@ -1,7 +1,6 @@
 #include "jpeg/compress_env.h"
 
 #include "platform/global_memory.h"
-#include "support/current_setup.h"
 #include "support/failing_memory.h"
 #include "support/heap_use.h"
 
@@ -10,18 +9,17 @@
 namespace kowen {
 namespace {
 
-CompressEnv Initialised(int32_t colorFormat, int32_t operation, uint32_t width, uint32_t height) {
+CompressEnv Initialised(const PictureFormat &format, uint32_t width, uint32_t height) {
     CompressEnv env = {};
     env.pendingByte = 7;
     env.bitMask = 3;
     env.dcPredictor[2] = 9;
-    EXPECT_EQ(InitCompressEnv(&env, colorFormat, operation, width, height), 0);
+    InitCompressEnvFor(&env, format, width, height);
     return env;
 }
 
-TEST(InitCompressEnv, SubsampledChromaHasMcusOfSixteenByEight) {
-    const CurrentSetup setup(212, 245);
-    const CompressEnv env = Initialised(212, 245, 17, 9);
+TEST(InitCompressEnvFor, SubsampledChromaHasMcusOfSixteenByEight) {
+    const CompressEnv env = Initialised({212, 212, 245, 3}, 17, 9);
     EXPECT_EQ(env.colorFormat, 212);
     EXPECT_EQ(env.operation, 245);
     EXPECT_EQ(env.maxH, 2);
@@ -45,14 +43,14 @@ TEST(InitCompressEnv, SubsampledChromaHasMcusOfSixteenByEight) {
     }
 }
 
-TEST(InitCompressEnv, FullSizeFormatsHaveMcusOfEightByEight) {
+TEST(InitCompressEnvFor, FullSizeFormatsHaveMcusOfEightByEight) {
     for (const int32_t colorFormat : {222, 215}) {
-        const CurrentSetup setup(colorFormat, 246);
-        const CompressEnv env = Initialised(colorFormat, 246, 17, 9);
+        const uint8_t components = colorFormat == 222 ? 3 : 1;
+        const CompressEnv env = Initialised({colorFormat, colorFormat, 246, components}, 17, 9);
         EXPECT_EQ(env.operation, 246);
         EXPECT_EQ(env.maxH, 1);
         EXPECT_EQ(env.maxV, 1);
-        EXPECT_EQ(env.componentCount, colorFormat == 222 ? 3u : 1u);
+        EXPECT_EQ(env.componentCount, components);
         EXPECT_EQ(env.paddedWidth, 24u);
         EXPECT_EQ(env.paddedHeight, 16u);
         EXPECT_EQ(env.mcusAcross, 3);
@@ -65,37 +63,21 @@ TEST(InitCompressEnv, FullSizeFormatsHaveMcusOfEightByEight) {
     }
 }
 
-TEST(InitCompressEnv, BitWriterAndPredictorsStartEmpty) {
-    const CurrentSetup setup;
-    const CompressEnv env = Initialised(212, 245, 16, 8);
+TEST(InitCompressEnvFor, BitWriterAndPredictorsStartEmpty) {
+    const CompressEnv env = Initialised({212, 212, 245, 3}, 16, 8);
     EXPECT_EQ(env.pendingByte, 0);
     EXPECT_EQ(env.bitMask, 128);
     for (const int16_t predictor : env.dcPredictor)
         EXPECT_EQ(predictor, 0);
 }
 
-TEST(InitCompressEnv, SamplingFollowsTheSetupNotTheArgument) {
-    {
-        const CurrentSetup setup(212, 245);
-        const CompressEnv env = Initialised(222, 245, 17, 9);
-        EXPECT_EQ(env.colorFormat, 222);
-        EXPECT_EQ(env.maxH, 2);
-        EXPECT_EQ(env.sampling[0].h, 2);
-        EXPECT_EQ(env.paddedWidth, 24u); // by the argument
-        EXPECT_EQ(env.mcusAcross, 1);    // 24 / 8 / 2
-    }
-    const CurrentSetup setup(222, 245);
-    const CompressEnv env = Initialised(212, 245, 17, 9);
-    EXPECT_EQ(env.maxH, 1);
-    EXPECT_EQ(env.sampling[0].h, 1);
-    EXPECT_EQ(env.paddedWidth, 32u);
-    EXPECT_EQ(env.mcusAcross, 4); // 32 / 8 / 1
-}
-
-TEST(InitCompressEnv, ComponentCountIsTheHeaderStates) {
-    const CurrentSetup setup(212, 245);
-    setup->header.componentCount = 1;
-    EXPECT_EQ(Initialised(212, 245, 16, 8).componentCount, 1u);
+TEST(InitCompressEnvFor, SamplingAndPaddingMayFollowTwoFormats) {
+    const CompressEnv env = Initialised({222, 212, 245, 3}, 17, 9);
+    EXPECT_EQ(env.colorFormat, 222);
+    EXPECT_EQ(env.maxH, 2);
+    EXPECT_EQ(env.sampling[0].h, 2);
+    EXPECT_EQ(env.paddedWidth, 24u);
+    EXPECT_EQ(env.mcusAcross, 1); // 24 / 8 / 2
 }
 
 TEST(FindWidthHeightMCU, RoundsUpToWholeMcus) {

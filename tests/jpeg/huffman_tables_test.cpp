@@ -2,7 +2,6 @@
 
 #include "jpeg/compress_env.h"
 #include "reference/jpeg/bits.h"
-#include "support/current_setup.h"
 
 #include <array>
 #include <vector>
@@ -156,10 +155,9 @@ void ExpectAcTable(const Tables &tables, int number, const reference::HuffmanLis
     }
 }
 
-TEST(CreateTbls, SequentialSetupGivesTheStandardCodes) {
-    const CurrentSetup setup(212, 245);
+TEST(CreateTblsFor, SequentialGivesTheStandardCodes) {
     const Tables tables;
-    EXPECT_EQ(CreateTbls(tables.Get()), 0);
+    EXPECT_EQ(CreateTblsFor(tables.Get(), 245), 0);
     ExpectCode(tables.At(2, 0x00), 0b1010, 4);
     ExpectCode(tables.At(2, 0xF0), 0b11111111001, 11);
     ExpectCode(tables.At(2, 0xFA), 0b1111111111111110, 16);
@@ -171,10 +169,9 @@ TEST(CreateTbls, SequentialSetupGivesTheStandardCodes) {
     ExpectAcTable(tables, 3, lists.ac[1]);
 }
 
-TEST(CreateTbls, ProgressiveSetupAddsTheEndOfBandRuns) {
-    const CurrentSetup setup(212, 246);
+TEST(CreateTblsFor, ProgressiveAddsTheEndOfBandRuns) {
     const Tables tables;
-    EXPECT_EQ(CreateTbls(tables.Get()), 0);
+    EXPECT_EQ(CreateTblsFor(tables.Get(), 246), 0);
     ExpectCode(tables.At(2, 0x00), 0b1010, 4);
     ExpectCode(tables.At(2, 0xF0), 0b11111111001, 11);
     ExpectCode(tables.At(2, 0x10), 0xFFC2, 16); // 16-bit codes from FF40; 130 stand before it
@@ -184,19 +181,9 @@ TEST(CreateTbls, ProgressiveSetupAddsTheEndOfBandRuns) {
     ExpectAcTable(tables, 3, lists.ac[1]);
 }
 
-TEST(CreateTbls, AnyOtherOperationTakesTheProgressiveLists) {
-    const CurrentSetup setup(212, 0);
+TEST(CreateTblsFor, AnyOtherOperationTakesTheProgressiveLists) {
     const Tables tables;
-    EXPECT_EQ(CreateTbls(tables.Get()), 0);
-    EXPECT_EQ(tables.At(2, 0x10).length, 16);
-}
-
-TEST(CreateTblsFor, FollowsTheGivenOperationNotTheSetup) {
-    const CurrentSetup setup(212, 246);
-    const Tables tables;
-    EXPECT_EQ(CreateTblsFor(tables.Get(), 245), 0);
-    EXPECT_EQ(tables.At(2, 0x10).length, 0);
-    EXPECT_EQ(CreateTblsFor(tables.Get(), 246), 0);
+    EXPECT_EQ(CreateTblsFor(tables.Get(), 0), 0);
     EXPECT_EQ(tables.At(2, 0x10).length, 16);
 }
 

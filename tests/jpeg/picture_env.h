@@ -1,11 +1,11 @@
-// A compression environment that is ready to code, with a setup behind it.
+// A compression environment that is ready to code.
 #pragma once
 
 #include "jpeg/compress_env.h"
 #include "jpeg/huffman_tables.h"
 #include "jpeg/quant_tables.h"
+#include "kowen/codes.h"
 #include "platform/global_memory.h"
-#include "support/current_setup.h"
 
 #include <cstdint>
 #include <string>
@@ -16,15 +16,15 @@
 class PictureEnv {
 public:
     PictureEnv(int32_t colorFormat, int32_t operation, int quality, uint32_t width, uint32_t height,
-               uint32_t bufferBytes = 65536)
-        : setup_(colorFormat, operation, static_cast<int16_t>(quality)) {
+               uint32_t bufferBytes = 65536) {
         using namespace kowen;
         handle_ = GlobalAlloc(kGlobalFlags, sizeof(CompressEnv));
         env_ = Lock<CompressEnv>(handle_);
-        InitCompressEnv(env_, colorFormat, operation, width, height);
+        InitCompressEnvFor(env_, {colorFormat, colorFormat, operation, Components(colorFormat)},
+                           width, height);
         SetQTable(env_, quality, colorFormat);
         AllocMem(env_->huffmanHandle, env_->huffmanTable);
-        CreateTbls(env_->huffmanTable);
+        CreateTblsFor(env_->huffmanTable, operation);
         if (bufferBytes != 0)
             GiveBuffer(bufferBytes);
     }
@@ -34,7 +34,12 @@ public:
 
     kowen::CompressEnv *operator->() const { return env_; }
     kowen::CompressEnv *Get() const { return env_; }
-    const CurrentSetup &Setup() const { return setup_; }
+
+    static uint8_t Components(int32_t colorFormat) {
+        if (colorFormat == KOWEN_FORMAT_GREY)
+            return 1;
+        return colorFormat == KOWEN_FORMAT_YCC422 || colorFormat == KOWEN_FORMAT_RGB444 ? 3 : 0;
+    }
 
     /// Replaces the band buffer.
     void GiveBuffer(uint32_t bytes) {
@@ -64,7 +69,6 @@ public:
     }
 
 private:
-    CurrentSetup setup_;
     MemoryHandle handle_ = 0;
     kowen::CompressEnv *env_ = nullptr;
 };

@@ -66,20 +66,18 @@ Bytes Dht(bool sequential) {
            kAcChrominanceValues + kBandEnds;
 }
 
-/// An environment, and the header state of its setup with an output in memory.
+/// An environment, and a header state with an output in memory.
 class Headers {
 public:
     Headers(int32_t colorFormat, int32_t operation, int quality = 75, uint32_t width = 17,
             uint32_t height = 9)
-        : env(colorFormat, operation, quality, width, height), state(&env.Setup()->header) {
-        state->outputFile = output.File();
-        state->imageWidth = width;
-        state->imageHeight = height;
-    }
+        : env(colorFormat, operation, quality, width, height),
+          record{output.File(), width, height, 96, 96, PictureEnv::Components(colorFormat)} {}
 
     PictureEnv env;
     MemoryOutput output;
-    JpegHeaderState *state;
+    JpegHeaderState record;
+    JpegHeaderState *state = &record;
 };
 
 struct HeaderCase {
@@ -173,7 +171,6 @@ TEST(WriteFrameHdr, CarriesTheLowSixteenBitsOfTheSize) {
 TEST(WriteHuffHdr, FollowsTheEnvironmentsOperation) {
     for (const int32_t operation : {245, 246, 0}) {
         Headers headers(212, operation);
-        headers.env.Setup()->operation = 1; // does not count
         EXPECT_EQ(WriteHuffHdr(headers.state, headers.env.Get()), 0);
         const Bytes bytes = headers.output.Bytes();
         EXPECT_EQ(bytes, Dht(operation == 245)) << operation;

@@ -1,14 +1,24 @@
 #include "platform/host_call.h"
 
-#include "setup/setup_fixture.h"
+#include "setup/setup.h"
+
+#include <gtest/gtest.h>
 
 #include <memory>
 
 namespace kowen {
 namespace {
 
-class HostCallTest : public FilterFixture {
+class HostCallTest : public testing::Test {
 protected:
+    void SetUp() override { ClearCurrent(); }
+    void TearDown() override { ClearCurrent(); }
+
+    static void ClearCurrent() {
+        hRaster = 0;
+        lpRaster = nullptr;
+    }
+
     SetupRecord mine = {};
     SetupRecord other = {};
 };
@@ -52,11 +62,11 @@ TEST_F(HostCallTest, EachCallCountsInTheSetupThatItKeeps) {
     lpRaster = &other;
     {
         const HostCall call;
-        EXPECT_EQ(mine.hostCalls, 1u);
-        EXPECT_EQ(other.hostCalls, 1u);
+        EXPECT_EQ(mine.hostCalls.underway, 1u);
+        EXPECT_EQ(other.hostCalls.underway, 1u);
     }
-    EXPECT_EQ(mine.hostCalls, 1u);
-    EXPECT_EQ(other.hostCalls, 0u);
+    EXPECT_EQ(mine.hostCalls.underway, 1u);
+    EXPECT_EQ(other.hostCalls.underway, 0u);
 }
 
 } // namespace

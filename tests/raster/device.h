@@ -4,7 +4,6 @@
 #include "device/device_record.h"
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
-#include "platform/state.h"
 #include "raster/door.h"
 #include "support/fake_host.h"
 #include "support/requests.h"

@@ -1,8 +1,8 @@
 #include "setup/escapes.h"
 
 #include "platform/global_memory.h"
-#include "platform/state.h"
 #include "setup/raster_query.h"
+#include "setup/setup.h"
 #include "setup/setup_fixture.h"
 #include "setup/unlock_counter.h"
 

@@ -1,6 +1,5 @@
 #include "setup/geometry.h"
 
-#include "platform/state.h"
 #include "setup/raster_query.h"
 #include "setup/setup.h"
 

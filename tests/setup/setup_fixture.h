@@ -3,8 +3,8 @@
 #pragma once
 
 #include "platform/global_memory.h"
-#include "platform/state.h"
 #include "setup/display_info.h"
+#include "setup/identity.h"
 #include "setup/setup.h"
 #include "support/scoped_environment.h"
 #include "support/temp_directory.h"

@@ -1,6 +1,5 @@
 #include "setup/setup.h"
 
-#include "platform/state.h"
 #include "setup/setup_fixture.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "setup/setup.h"
 
-#include "platform/state.h"
+#include "setup/identity.h"
 #include "setup/setup_fixture.h"
 #include "support/failing_memory.h"
 
@@ -346,12 +346,12 @@ TEST_F(DestroySetupTest, HandleZeroGivesOne) {
 // Hardened: the export goes on with the record when its status callback returns.
 TEST_F(DestroySetupTest, ASetupWhoseExportIsUnderWayStays) {
     SetupRecord *setup = CreateWithoutProfile();
-    setup->hostCalls = 1;
+    setup->hostCalls.underway = 1;
     EXPECT_EQ(DestroySetup(handle), 1);
     EXPECT_EQ(hRaster, handle);
     EXPECT_EQ(lpRaster, setup);
     EXPECT_EQ(setup->quality, 100);
-    setup->hostCalls = 0;
+    setup->hostCalls.underway = 0;
     EXPECT_EQ(DestroySetup(handle), 0);
     handle = 0;
 }

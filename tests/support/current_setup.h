@@ -3,7 +3,6 @@
 
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
-#include "platform/state.h"
 #include "setup/setup.h"
 
 #include <cstdint>

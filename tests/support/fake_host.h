@@ -5,7 +5,6 @@
 #include "kowen/codes.h"
 #include "kowen/records.h"
 #include "platform/global_memory.h"
-#include "platform/state.h"
 #include "setup/setup.h"
 
 #include <cstdint>

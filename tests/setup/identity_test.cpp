@@ -1,31 +1,27 @@
-#include "platform/state.h"
+#include "setup/identity.h"
 
 #include "platform/text.h"
+#include "setup/setup.h"
 
 #include <gtest/gtest.h>
-
-#include <cstring>
 
 namespace kowen {
 namespace {
 
 // The tests of setups leave no current one behind, so this holds in any order.
-TEST(FilterState, NothingIsCurrentAtTheStart) {
-    EXPECT_EQ(hCommon, MemoryHandle{0});
-    EXPECT_EQ(lpCommon, nullptr);
+TEST(FilterState, NoSetupIsCurrentAtTheStart) {
     EXPECT_EQ(hSetup, MemoryHandle{0});
     EXPECT_EQ(lpSetup, nullptr);
     EXPECT_EQ(hRaster, MemoryHandle{0});
     EXPECT_EQ(lpRaster, nullptr);
-    EXPECT_EQ(hEMData, MemoryHandle{0});
-    EXPECT_EQ(lpEMData, nullptr);
-    EXPECT_EQ(hDLLModule, 0u);
-    EXPECT_EQ(hAppAnchorBlock, 0u);
 }
 
 TEST(FilterState, TheNumbersOfTheHostInterface) {
+    EXPECT_EQ(QIVGetFilterVersion(), 0x02000005u);
     EXPECT_EQ(FilterVersion, 1);
     EXPECT_EQ(FilterID, 28);
+    EXPECT_EQ(hDLLModule, 0u);
+    EXPECT_EQ(hAppAnchorBlock, 0u);
 }
 
 TEST(FilterState, TheModuleNameIsWritable) {
