@@ -55,15 +55,16 @@ function define(name) {
     definer[name] = file
 }
 
-# What stands in a header between the namespaces' braces, statement by statement. Bodies count as
-# nothing, except that the enumerators of a plain enumeration are names as well.
+# What stands in a header between the braces of named namespaces, statement by statement. Bodies
+# count as nothing, and neither do unnamed namespaces, whose names are each file's own, except that
+# the enumerators of a plain enumeration are names as well.
 function end_of_file(    i, c, depth, statement, body, plain) {
     if (file !~ /\.h$/) return
     gsub(/'[{}();]'|"[^"]*"/, " ", text)
     statement = body = ""
     for (i = 1; i <= length(text); i++) {
         c = substr(text, i, 1)
-        if (c == "{" && depth == 0 && statement ~ /(^| )(namespace|extern) *[A-Za-z0-9_:]* *$/) {
+        if (c == "{" && depth == 0 && statement ~ /(^| )namespace +[A-Za-z0-9_:]+ *$/) {
             statement = ""
         } else if (c == "{") {
             if (depth++ == 0) {

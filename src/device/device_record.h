@@ -69,6 +69,7 @@ int32_t AllocGlobal() noexcept;
 int32_t FreeGlobal() noexcept;
 
 /// The record stays locked from AllocGlobal to FreeGlobal, so these do nothing and return 0.
+/// Not on the export path.
 int32_t LockGlobal(uint32_t ignored) noexcept;
 int32_t UnlockGlobal(uint32_t ignored) noexcept;
 

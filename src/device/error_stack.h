@@ -58,6 +58,7 @@ DdRequest *d_empes(DdRequest *request) noexcept;
 
 /// Appends count (4 bytes), the first error (8) and the overflow (4) to the return area. No
 /// opcode leads here.
+/// Not on the export path.
 void dq_es() noexcept;
 
 /// Appends bytes to the return area; what does not fit is cut off.

@@ -39,6 +39,7 @@ int32_t termdvr(uint32_t ignored) noexcept;
 ///
 /// Kept deliberately: of the extents the second and the fourth change places.
 /// Test: DescribeMetafileTest.TakesTheExtentsInAnotherOrder.
+/// Not on the export path.
 MetafilePicture DescribeMetafile(uintptr_t metafile) noexcept;
 
 /// Draws a recorded metafile into the open output; after a cancel during the drawing the output

@@ -107,6 +107,7 @@ int32_t qivWrite(FileHandle file, const void *buffer, int32_t count) noexcept;
 ///
 /// Kept deliberately: of a memory file the length that limits seeks is one byte short.
 /// Test: QivSeekMemory.ReadingReachesOnlyTheLastByte.
+/// Not on the export path.
 int32_t qivSeek(FileHandle file, int32_t offset, int32_t whence) noexcept;
 
 /// Copies the file called source to target, which is created. Returns bytes written minus bytes
@@ -114,10 +115,12 @@ int32_t qivSeek(FileHandle file, int32_t offset, int32_t whence) noexcept;
 ///
 /// Kept deliberately: opening is not checked. A missing source gives an empty target and 0.
 /// Test: QivCopy.AMissingSourceLeavesAnEmptyTargetAndSaysZero.
+/// Not on the export path.
 int32_t qivCopy(const char *source, const char *target) noexcept;
 
 /// Loads the buffer of a disk file from where the last load ended, after writing it back if it is
 /// dirty. Returns the bytes loaded, 0 at the end and for memory files, -1 on error.
+/// Not on the export path.
 int32_t FillQivIOBuf(FileHandle file) noexcept;
 
 /// Disk file: writes the dirty buffer back and empties it. Returns the bytes written, 0 when it is
@@ -125,10 +128,12 @@ int32_t FillQivIOBuf(FileHandle file) noexcept;
 ///
 /// Kept deliberately: the file's position is after the buffer's last byte then.
 /// Test: FlushQivIO.MovesThePositionBehindTheBuffer.
+/// Not on the export path.
 int32_t FlushQivIO(FileHandle file) noexcept;
 
 /// Reads up to count bytes of a document stream. Returns how many came. A chain of sectors that
 /// leaves its table or runs in a circle ends the read.
+/// Not on the export path.
 int32_t docRead(FileHandle file, void *buffer, int32_t count) noexcept;
 
 /// Moves in a document stream; the target is brought into 0 to its size. Returns the new
@@ -136,6 +141,7 @@ int32_t docRead(FileHandle file, void *buffer, int32_t count) noexcept;
 ///
 /// Kept deliberately: from the end the offset counts backwards.
 /// Test: DocSeek.FromTheEndCountsBackwards.
+/// Not on the export path.
 int32_t docSeek(FileHandle file, int32_t offset, int32_t whence) noexcept;
 
 /// Moves a stream. Returns its new position, -1 when it cannot be reached or told in 32 bits.
@@ -143,6 +149,7 @@ int32_t unxSeek(std::FILE *stream, int32_t offset, int32_t whence) noexcept;
 
 /// Copies the directory part of path, its last separator included: up to the last backslash, else
 /// the last slash; empty without either. destination holds strlen(path) + 1 bytes and may be path.
+/// Not on the export path.
 void s_getpath(char *destination, const char *path) noexcept;
 
 /// Copies the file name of path: what follows the last backslash, else the last slash, else the

@@ -1,4 +1,5 @@
 // Records described by a short text, moved between a packed file and aligned memory.
+// Not on the export path.
 //
 // A description is a sequence of items, each an optional decimal count and a code in either case:
 //   C chars, S 16-bit integers, L 32-bit integers, F floats, D doubles (8 bytes);

@@ -2,6 +2,8 @@
 //
 // The buffers of the numbers need no alignment. In the file there is never any padding. Counts are
 // elements; a count of 0 or less moves nothing. Handle 0 reads and writes nothing.
+//
+// Not on the export path, except qivWriteChar, qivWriteShort and qivSetDataFormat.
 #pragma once
 
 #include "io/file_handle.h"

@@ -18,13 +18,13 @@ constexpr uint32_t kChunkBlocks = kChunkSamples / 8;
 
 // One component's rows of samples for a chunk of MCUs.
 struct SampleRows {
-    uint8_t samples[kBandRows][kChunkSamples + kSampleSlack];
+    uint8_t samples[kMcuRowHeight][kChunkSamples + kSampleSlack];
 
     // Repeats the last of width samples up to the padded width, and the last row down to 8 rows.
     void Repeat(uint32_t rows, uint32_t width, uint32_t paddedWidth) {
         for (uint32_t row = 0; row < rows; ++row)
             std::memset(samples[row] + width, samples[row][width - 1], paddedWidth - width);
-        for (uint32_t row = rows; row < kBandRows; ++row)
+        for (uint32_t row = rows; row < kMcuRowHeight; ++row)
             std::memcpy(samples[row], samples[rows - 1], paddedWidth);
     }
 };
@@ -139,7 +139,7 @@ void CodeChunk444(EntropyOutput &output, CompressEnv &env, const PixelRows<Byte>
 template <typename Byte>
 int32_t CodeBand(const PixelRows<Byte> &band, CompressEnv &env, bool subsampled) {
     uint32_t fillCount = 0;
-    if (band.rows == 0 || band.rows > kBandRows)
+    if (band.rows == 0 || band.rows > kMcuRowHeight)
         return 0;
     EntropyOutput output(env, fillCount);
     for (uint32_t x = 0; x < band.width; x += kChunkSamples) {

@@ -8,7 +8,7 @@ namespace kowen {
 
 struct CompressEnv;
 
-inline constexpr uint32_t kBandRows = 8;
+inline constexpr uint32_t kMcuRowHeight = 8;
 inline constexpr uint32_t kPixelBytes = 3;
 
 /// Rows of 3-byte pixels, in either direction through memory.
@@ -35,6 +35,7 @@ using SourceRows = PixelRows<uint8_t>;
 ///                last even column).
 /// Returns the band's byte count; bits that do not fill a byte stay in the environment. 0 after a
 /// failed growth of the buffer.
+/// Not on the export path.
 ///
 /// Kept deliberately: chroma is that of the even columns alone, not a mean of two.
 /// Test: Decoded.ChromaIsThatOfTheEvenColumns.
@@ -47,6 +48,7 @@ int32_t CompressBands422(uint8_t *outputIgnored, const uint8_t *pixels, uint32_t
 /// Kept deliberately: all components share the predictor and the Huffman tables of the first,
 /// while they are quantised by their own table; the headers name table 1 for components 2 and 3.
 /// Test: CompressBands444.ComponentsShareTheFirstPredictor.
+/// Not on the export path.
 int32_t CompressBands444(uint8_t *outputIgnored, const uint8_t *pixels, uint32_t rows,
                          uint32_t width, CompressEnv *env) noexcept;
 
@@ -65,6 +67,7 @@ int32_t MapAndCompressBand(const SourceRows &rows, CompressEnv *env) noexcept;
 ///              their blocks counts as padding then.
 /// Returns the byte count; 0 after a failed growth of the buffer; -1 if the coefficient store
 /// cannot be allocated.
+/// Not on the export path.
 int32_t CompressProgressive(uint8_t *outputIgnored, const uint8_t *pixels, uint32_t rows,
                             uint32_t width, CompressEnv *env) noexcept;
 

@@ -1,4 +1,4 @@
-// Huffman coding of quantised blocks: T.81 F.1.2, step by step.
+// Huffman coding of quantised blocks: T.81 F.1.2, step by step. Not on the export path.
 //
 // The band coders use the kernels of kernels.h; these functions code one block through the bit
 // writer and define what those must produce.

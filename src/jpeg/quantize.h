@@ -35,6 +35,7 @@ struct QuantDivisors {
 ///
 /// Kept deliberately: halves round toward minus infinity (2.5 -> 2, -2.5 -> -3).
 /// Test: QuantizeBlock.HalvesRoundTowardMinusInfinity.
+/// Not on the export path.
 int32_t QuantizeBlock(int16_t *block, const CompressEnv *env, int32_t number) noexcept;
 
 /// Returns the divisors of a table of the environment, rebuilt if the table has changed. Its

@@ -45,7 +45,7 @@ int32_t WriteBand(FileHandle output, const CompressEnv &env, uint32_t count) {
 
 // Makes the band buffer; its capacity is less than its size for short bands, deliberately.
 bool AllocateBand(CompressEnv &env, uint32_t width, uint32_t rowCount) {
-    const uint64_t bytes = uint64_t{std::max(rowCount, kBandRows)} * width * kPixelBytes;
+    const uint64_t bytes = uint64_t{std::max(rowCount, kMcuRowHeight)} * width * kPixelBytes;
     if (bytes > UINT32_MAX)
         return false;
     env.outputHandle = GlobalAlloc(kGlobalFlags, static_cast<uint32_t>(bytes));
@@ -83,9 +83,9 @@ int32_t WriteMcuRow(FileHandle output, const SourceRows &rows, CompressEnv *env)
 // Ends at the first MCU row that is lost: with a gap in it the picture would look whole.
 int32_t WriteMcuRows(FileHandle output, const SourceRows &band, CompressEnv *env) {
     int32_t result = 0;
-    for (uint32_t first = 0; first < band.rows && result == 0; first += kBandRows) {
+    for (uint32_t first = 0; first < band.rows && result == 0; first += kMcuRowHeight) {
         const SourceRows rows = {band.Row(first), band.stepBytes,
-                                 std::min(kBandRows, band.rows - first), band.width};
+                                 std::min(kMcuRowHeight, band.rows - first), band.width};
         result = WriteMcuRow(output, rows, env);
     }
     return result;
@@ -152,7 +152,8 @@ int32_t MapAndWriteBand(FileHandle output, const SourceRows &band, CompressEnv *
     const bool sequential = env->operation == KOWEN_OPERATION_SEQUENTIAL;
     const bool progressive =
         env->operation == KOWEN_OPERATION_PROGRESSIVE && env->colorFormat == KOWEN_FORMAT_YCC422;
-    if (!AllocateBand(*env, band.width, sequential ? kBandRows : std::max(band.rows, kBandRows))) {
+    if (!AllocateBand(*env, band.width,
+                      sequential ? kMcuRowHeight : std::max(band.rows, kMcuRowHeight))) {
         FreeBand(*env);
         return KOWEN_ERR_MEMORY;
     }

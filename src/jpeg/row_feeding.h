@@ -12,13 +12,16 @@ struct CompressEnv;
 
 /// Copies the last real pixel of a row into each following place up to the padded width.
 /// lastPixel: 3 bytes, with room for the rest behind them. Returns 0.
+/// Not on the export path.
 int32_t JpgPadRow(uint8_t *lastPixel, uint32_t paddedWidth, uint32_t width) noexcept;
 
 /// Copies the last real row into each following row up to the padded count. Returns 0.
+/// Not on the export path.
 int32_t JpgPadTo8Rows(uint8_t *lastRow, uint32_t paddedRows, uint32_t rows,
                       uint32_t strideBytes) noexcept;
 
 /// Copies count bytes in pieces of at most 32767. Returns 0.
+/// Not on the export path.
 int32_t HugeMemcpy(void *destination, const void *source, uint32_t count) noexcept;
 
 /// Codes rowCount rows and writes the bytes to the output file.
@@ -30,6 +33,7 @@ int32_t HugeMemcpy(void *destination, const void *source, uint32_t count) noexce
 ///
 /// Hardened: 300 if the band buffer could not be grown; the band is lost.
 /// Test: CompAndWriteNRows.LostGrowthIsReported.
+/// Not on the export path.
 int32_t CompAndWriteNRows(FileHandle output, const uint8_t *rows, uint32_t width, uint32_t rowCount,
                           CompressEnv *env) noexcept;
 

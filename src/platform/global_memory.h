@@ -109,6 +109,7 @@ int32_t qivPtrGlobalFree(void *data) noexcept;
 void *qivPtrGlobalReAlloc(void *data, uint32_t size, uint32_t flags) noexcept;
 
 /// As GlobalHandle.
+/// Not on the export path.
 MemoryHandle qivPtrGlobalHandle(const void *data) noexcept;
 
 /// GlobalLock with the type the caller wants.

@@ -48,6 +48,7 @@ int32_t GetPrivateProfileString(const char *section, const char *key, const char
                                 char *buffer, int32_t size, const char *file) noexcept;
 
 /// GetPrivateProfileString of "QIV.INI".
+/// Not on the export path.
 int32_t GetProfileString(const char *section, const char *key, const char *defaultText,
                          char *buffer, int32_t size) noexcept;
 
@@ -61,6 +62,7 @@ int32_t GetPrivateProfileInt(const char *section, const char *key, int32_t defau
                              const char *file) noexcept;
 
 /// GetPrivateProfileInt of "QIV.INI".
+/// Not on the export path.
 int32_t GetProfileInt(const char *section, const char *key, int32_t defaultValue) noexcept;
 
 /// Writes, replaces or deletes an entry; the whole file is rewritten, all line ends as its first.
@@ -87,6 +89,7 @@ int32_t WritePrivateProfileString(const char *section, const char *key, const ch
                                   const char *file) noexcept;
 
 /// WritePrivateProfileString of "QIV.INI".
+/// Not on the export path.
 int32_t WriteProfileString(const char *section, const char *key, const char *value) noexcept;
 
 /// Opens a profile under its name, else in the directory INIDIR.
@@ -95,6 +98,7 @@ int32_t WriteProfileString(const char *section, const char *key, const char *val
 /// nameSize  bytes of the name buffer. A path that does not fit is not found.
 /// mode      of qivOpen.
 /// Returns the handle, to be closed with INIclose, or 0.
+/// Not on the export path.
 FileHandle INIopen(char *name, int32_t nameSize, int32_t mode) noexcept;
 
 /// Closes what INIopen opened; 0 is ignored.
@@ -111,6 +115,7 @@ int32_t GetProfileDirectory(char *name, const char *path) noexcept;
 
 /// Makes a new empty file in /tmp, readable by its owner only. destination receives its name,
 /// below 64 bytes. Returns 1, or 0 with destination unchanged when none could be made.
+/// Not on the export path.
 ///
 /// Hardened: the file is there, not only its name, so that nobody else can put one under it.
 /// Test: QIVGetTempFileName.MakesAnEmptyFileOfItsOwn.

@@ -44,6 +44,7 @@ DdRequest *ds_clip(DdRequest *request) noexcept;
 DdRequest *ds_dm(DdRequest *request) noexcept;
 
 /// Accepted like the others; no opcode leads here.
+/// Not on the export path.
 DdRequest *ds_fl(DdRequest *request) noexcept;
 
 } // namespace kowen

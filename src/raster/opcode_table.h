@@ -39,6 +39,7 @@ int32_t InquireSupport(int32_t opcode, int32_t primitive) noexcept;
 ///
 /// Kept deliberately: the answer is 0 for every primitive, also for -5 and -6, which d_gdp does
 /// run; a host uses those by prior agreement. Test: InqGDPSupport.DeniesEveryPrimitive.
+/// Not on the export path.
 int32_t InqGDPSupport(int32_t id) noexcept;
 
 } // namespace kowen

@@ -30,6 +30,7 @@ int32_t GetPrinterInfo(double *width, double *height, int16_t *xResolution,
                        int16_t *yResolution) noexcept;
 
 /// Returns 0.
+/// Not on the export path.
 int32_t GetDisplayColorInfo(void *ignored) noexcept;
 
 /// Advances *text past the digits it stands on and past one more character, whatever that is,

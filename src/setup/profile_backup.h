@@ -1,4 +1,6 @@
 // Profile utilities of the platform off-screen's hosts.
+//
+// Not on the export path.
 #pragma once
 
 #include <cstdint>

@@ -116,6 +116,7 @@ int32_t UseDefaultSettings(SetupRecord *record) noexcept;
 int32_t LoadProfile(uint32_t ignored) noexcept;
 
 /// Does nothing; returns 1. Settings are persisted one by one, by the escapes.
+/// Not on the export path.
 int32_t SaveProfile() noexcept;
 
 /// Answers of the range checks: a resolution or the quality, or a width or height, was reset.
