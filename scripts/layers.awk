@@ -100,7 +100,7 @@ function name_statement(s, hasBody,    name) {
     while (s ~ /^ *template *</) s = substr(s, end_of_angles(s) + 1)
     gsub(/\[\[[^]]*\]\]|alignas\([^)]*\)/, "", s)
     gsub(/^ +| +$/, "", s)
-    if (s == "" || s ~ /^(static_assert|friend|using namespace)/) return
+    if (s == "" || s ~ /^(static_assert|friend|using namespace|namespace)/) return
     if (s ~ /^(struct|class|union|enum) / && (hasBody || s ~ /^enum/) && s !~ /[(=]/) {
         sub(/^(struct|class|union|enum( class| struct)?) /, "", s)
         sub(/[ :].*/, "", s)
