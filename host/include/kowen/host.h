@@ -18,8 +18,9 @@
  * - Records that callers make start with their size in bytes (`sizeof` of the record), so that
  *   later versions can add fields at the end. Zero the rest: zero is every field's default.
  * - Any thread may call. The filter's state is one for the process, so calls wait for each other.
- *   From inside one of its callbacks a call is refused with KOWEN_HOST_ERR_BUSY.
- * - Nothing throws, nothing prints, no signal handler is touched.
+ *   From inside one of its callbacks a call that needs the module is refused with
+ *   KOWEN_HOST_ERR_BUSY.
+ * - Nothing throws, nothing prints, no signal handler is touched. Callbacks must not throw or jump.
  *
  * Usable from C99 and C++.
  */

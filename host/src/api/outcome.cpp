@@ -18,7 +18,8 @@ template <size_t kSize> void CopyText(char (&target)[kSize], std::string_view te
     while (count < text.size() && count > 0 &&
            (static_cast<unsigned char>(text[count]) & 0xC0) == 0x80)
         --count;
-    std::memcpy(target, text.data(), count);
+    if (count != 0)
+        std::memcpy(target, text.data(), count);
     target[count] = '\0';
 }
 
