@@ -178,8 +178,18 @@ TEST(FreeCompressEnv, FreesTheTablesTheBandBufferAndItself) {
     });
 }
 
-TEST(FreeCompressEnv, IgnoresHandleZero) {
+TEST(FreeCompressEnv, OfHandleZeroFreesNothing) {
+    const CurrentSetup setup(222, 245);
+    const MemoryHandle handle = GlobalAlloc(kGlobalFlags, sizeof(CompressEnv));
+    auto *env = Lock<CompressEnv>(handle);
+    ASSERT_EQ(InitCompressEnv(env, 222, 245, 17, 9), 0);
+    AllocMem(env->huffmanHandle, env->huffmanTable);
+    const MemoryHandle table = env->huffmanHandle[0];
+    const uint32_t bytes = GlobalSize(table);
     FreeCompressEnv(0);
+    EXPECT_EQ(GlobalSize(handle), sizeof(CompressEnv));
+    EXPECT_EQ(GlobalSize(table), bytes);
+    FreeCompressEnv(handle);
 }
 
 } // namespace

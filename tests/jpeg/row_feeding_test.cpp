@@ -173,6 +173,24 @@ TEST(CompAndWriteNRows, LargeBandsAreWrittenInPieces) {
     EXPECT_EQ(output.Bytes(), band.coded);
 }
 
+// Grey blocks that are brighter by two than those between them, at a quantiser of 16 for the mean.
+// A block is eight bits: category 1 of the difference (010), its sign, the end of the block (1010).
+TEST(CompAndWriteNRows, ABandOf40000BytesIsWrittenAs32767And7233) {
+    constexpr uint32_t kWidth = 40000 * 8;
+    Bytes rows;
+    for (uint32_t row = 0; row < 8; ++row)
+        for (uint32_t block = 0; block < 40000; ++block)
+            rows.insert(rows.end(), 8 * 3, block % 2 == 0 ? 130 : 128);
+    PictureEnv env(KOWEN_FORMAT_GREY, KOWEN_OPERATION_SEQUENTIAL, 75, kWidth, 8, 0);
+    const HostOutput output;
+    EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), kWidth, 8, env.Get()), 0);
+    EXPECT_EQ(output.WriteSizes(), (std::vector<int32_t>{32767, 7233}));
+    Bytes coded;
+    for (int pair = 0; pair < 20000; ++pair)
+        coded.insert(coded.end(), {0b01011010, 0b01001010});
+    EXPECT_EQ(output.Bytes(), coded);
+}
+
 // Six bits of a flat grey block fill no byte: the write is made all the same.
 TEST(CompAndWriteNRows, BandWithoutAWholeByteIsAWriteOfNone) {
     const Bytes rows(8 * 8 * 3, 128);

@@ -115,9 +115,17 @@ TEST(LoadPointers, MayBeCalledAgain) {
     }
 }
 
-TEST(LoadPointers, ANullRecordIsLeftAlone) {
+TEST(LoadPointers, ANullRecordChangesNoTable) {
     const ModuleHost host;
-    host.Symbol<LoadPointersFunction>("fltLoadPointers")(nullptr);
+    const auto load = host.Symbol<LoadPointersFunction>("fltLoadPointers");
+    EntryPointRecord before = {};
+    load(&before);
+    load(nullptr);
+    EntryPointRecord after = {};
+    load(&after);
+    EXPECT_EQ(after.entries, before.entries);
+    EXPECT_EQ(after.entryCount, 9);
+    EXPECT_EQ(host.Entry<GetFilterVersionFunction>(1005)(), 0x02000005u);
 }
 
 TEST(FilterVersion, IsTwoRelease5) {

@@ -177,8 +177,18 @@ TEST_F(INIopenTest, EachFailingAllocationGivesZero) {
     }
 }
 
-TEST(INIclose, ZeroIsIgnored) {
+TEST_F(INIopenTest, ClosingHandleZeroClosesNoFile) {
+    here.Write("a.ini", "here");
+    std::strcpy(name, "a.ini");
+    const FileHandle file = INIopen(name, 260, 0);
+    const auto files = CountOpenFiles();
     INIclose(0);
+    EXPECT_EQ(CountOpenFiles(), files);
+    char text[5] = "";
+    EXPECT_EQ(qivRead(file, text, 4), 4);
+    EXPECT_STREQ(text, "here");
+    INIclose(file);
+    EXPECT_EQ(CountOpenFiles(), files - 1);
 }
 
 TEST_F(GetProfileDirectoryTest, FindsTheProfileInTheDirectoryFirst) {

@@ -192,21 +192,56 @@ TEST_F(RasterWriteCells, ATargetDepthBelow24BitsIsAnError) {
     EXPECT_EQ(Written(), "");
 }
 
-TEST_F(RasterWriteCells, UnknownColorFormatsAreHarmless) {
-    for (int32_t format : {213, 214, 216, 217, 218, 219}) {
+// A picture of a format without components is a file of headers: 2 bytes of SOI, 18 of APP0, 134 of
+// DQT, 10 of SOF0, 420 of DHT, 10 of SOS and 2 of EOI.
+constexpr size_t kHeaderBytes = 596;
+const std::string kScanHeader("\xFF\xDA\x00\x06\x00\x01\x00\x00\x3F\x00", 10);
+
+// 213 and 214 are no formats and keep the depth, 216 and 217 ask for 65532 and 65528 bits.
+TEST_F(RasterWriteCells, UnknownColorFormatsGiveFilesOfHeaders) {
+    for (int32_t format : {213, 214, 216, 217}) {
         setup->colorFormat = format;
-        DrawPicture(16, 8);
-        for (uint16_t depth : {1, 4, 8, 24, 32})
-            Write(Pixels(16 * 4 * 8, 9), 16, 8, depth, depth == 24);
-        Terminate();
+        for (uint16_t depth : {1, 4, 8, 24, 32}) {
+            DrawPicture(16, 8);
+            EXPECT_EQ(Write(Pixels(16 * 4 * 8, 9), 16, 8, depth, depth == 24), 0) << format;
+            const std::string written = Written();
+            EXPECT_EQ(written.size(), kHeaderBytes) << format << " of " << depth << " bits";
+            EXPECT_TRUE(written.ends_with(kScanHeader + "\xFF\xD9"));
+            Terminate();
+        }
     }
 }
 
-TEST_F(RasterWriteCells, DepthsAbove24BitsAreHarmless) {
-    DrawPicture(16, 8);
-    for (uint16_t depth : {25, 31, 32, 33, 64, 256, 1000})
-        for (int32_t colors : {kCellsIndexed, kCellsRgb, kCellsCmyk, kCellsRgbAlpha})
-            Write(Pixels(16 * 1000 / 8 * 8, 9), 16, 8, depth, colors);
+// 218 asks for 3 bits and 219 for 4, of which a row is too few bytes for the cell writer; cells of
+// 4 bits are not converted and are left to it.
+TEST_F(RasterWriteCells, ColorFormatsOfFewBitsAreErrors) {
+    for (int32_t format : {218, 219}) {
+        setup->colorFormat = format;
+        for (uint16_t depth : {1, 4, 8, 24, 32}) {
+            const bool fits = format == 219 && depth == 4;
+            DrawPicture(16, 8);
+            EXPECT_EQ(Write(Pixels(16 * 4 * 8, 9), 16, 8, depth, depth == 24), fits ? 0 : 300);
+            EXPECT_EQ(Written().size(), fits ? kHeaderBytes : 0) << format << " of " << depth;
+            Terminate();
+        }
+    }
+}
+
+// CMYK of (9, 9, 9, 9) is a grey of 246, of RGB and a fourth byte 9. Otherwise 32 bits are read as
+// they lie, and pixels of any other depth as 0.
+TEST_F(RasterWriteCells, DepthsAbove24BitsAreTakenBytewiseOrForBlack) {
+    for (uint16_t depth : {25, 31, 32, 33, 64, 256, 1000}) {
+        const int read = depth == 32 ? 9 : 0;
+        for (const auto &[colors, grey] :
+             {std::pair(kCellsIndexed, read), std::pair(kCellsRgb, read),
+              std::pair(kCellsCmyk, 246), std::pair(kCellsRgbAlpha, 9)}) {
+            DrawPicture(16, 8);
+            EXPECT_EQ(Write(Pixels(16 * 1000 / 8 * 8, 9), 16, 8, depth, colors), 0);
+            EXPECT_EQ(Written(), Coded(Pixels(16 * 3 * 8, static_cast<uint8_t>(grey)), 16, 8))
+                << depth << " bits, colours " << colors;
+            Terminate();
+        }
+    }
 }
 
 TEST_F(RasterWriteCells, WithoutAResolutionFitsThePictureIntoThePage) {

@@ -71,6 +71,14 @@ TEST_F(InitDevice, TellsItsCapabilitiesAndTheColorMode) {
     EXPECT_EQ(capabilities[47], 3);
 }
 
+TEST_F(InitDevice, OpensForAHostWithoutRoomForItsCapabilities) {
+    record.capabilities = nullptr;
+    ASSERT_EQ(Initialise(), 0);
+    EXPECT_EQ(lpEMData->stateWord, 1);
+    EXPECT_EQ(Run(kOpenDevice), 0);
+    EXPECT_EQ(lpEMData->stateWord, 2);
+}
+
 TEST_F(InitDevice, AnnouncesAProgressRangeOfAHundred) {
     ASSERT_EQ(Initialise(), 0);
     EXPECT_EQ(host.calls, (std::vector<StatusCall>{{0x1234, 0, -2, 100, 0, 0}}));

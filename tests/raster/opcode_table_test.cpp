@@ -1,5 +1,7 @@
 #include "raster/opcode_table.h"
 
+#include "device/common_record.h"
+#include "platform/state.h"
 #include "raster/attributes.h"
 #include "raster/cell_array.h"
 #include "raster/device.h"
@@ -163,10 +165,20 @@ TEST(DNoop, ReturnsItsArgument) {
     EXPECT_EQ(d_noop(nullptr), nullptr);
 }
 
-TEST(EscMode, AcceptsEveryMode) {
-    esc_mode(0);
-    esc_mode(1);
-    esc_mode(-7);
+using EscMode = RasterDeviceTest;
+
+TEST_F(EscMode, ChangesNoRecord) {
+    ASSERT_EQ(Initialise(), 0);
+    ASSERT_EQ(Run(kOpenDevice), 0);
+    CommonRecord common = {1, 17, 50, &host.record};
+    const auto device = BytesOf(*lpEMData);
+    const auto shared = BytesOf(common);
+    lpCommon = &common;
+    for (const int32_t mode : {0, 1, -7})
+        esc_mode(mode);
+    lpCommon = nullptr;
+    EXPECT_EQ(BytesOf(*lpEMData), device);
+    EXPECT_EQ(BytesOf(common), shared);
 }
 
 } // namespace

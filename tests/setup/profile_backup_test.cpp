@@ -1,6 +1,7 @@
 #include "setup/profile_backup.h"
 
 #include "setup/setup.h"
+#include "support/temp_directory.h"
 
 #include <cstdio>
 #include <cstring>
@@ -74,8 +75,15 @@ TEST(BackupProfile, WithoutATemporaryNameTheProfileStays) {
     EXPECT_STREQ(setup.backupPath, "/home/user/QIV.INI");
 }
 
-TEST(LoadProfileList, DoesNothing) {
+TEST(LoadProfileList, ReadsNoAddressAndChangesNothing) {
+    const TempDirectory directory;
+    SetupRecord setup = RecordWithProfile(directory.Write("p.ini", "[S]\nDriver=d\n").c_str());
+    const SetupRecord before = setup;
+    const auto address = reinterpret_cast<uintptr_t>(&setup);
+    LoadProfileList(address, reinterpret_cast<uintptr_t>(setup.profilePath), address);
     LoadProfileList(1, 2, 3); // none of them is an address
+    EXPECT_EQ(std::memcmp(&setup, &before, sizeof setup), 0);
+    EXPECT_EQ(directory.Read("p.ini"), "[S]\nDriver=d\n");
 }
 
 } // namespace
