@@ -183,7 +183,7 @@ void ExpectEveryFailureIsSurvived(const TestBitmap &source, int targetWidth, int
 }
 
 TEST(BitmapDoor, EveryFailedAllocationIsSurvived) {
-    for (const int32_t operation : {245, 246}) {
+    for (const int32_t operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE}) {
         ExpectEveryFailureIsSurvived(MakeNoise(64, 64), 0, 0, operation);
         ExpectEveryFailureIsSurvived(MakeNoise(64, 64), 31, 45, operation);
         ExpectEveryFailureIsSurvived(MakeNoise(16, 16), 50, 41, operation);

@@ -74,8 +74,8 @@ Bytes ReferenceBegin(const reference::Header &header) {
 }
 
 TEST(BeginCellBitmap, WritesTheHeadersAndForSequentialTheScanHeader) {
-    for (const int32_t colorFormat : {212, 222, 215})
-        for (const int32_t operation : {245, 246}) {
+    for (const int32_t colorFormat : {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_RGB444, KOWEN_FORMAT_GREY})
+        for (const int32_t operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE}) {
             const CurrentSetup setup(colorFormat, operation, 60);
             setup->header.xResolution = 72;
             setup->header.yResolution = 300;
@@ -89,7 +89,7 @@ TEST(BeginCellBitmap, WritesTheHeadersAndForSequentialTheScanHeader) {
 }
 
 TEST(BeginCellBitmap, FillsTheHeaderStateAndTheEnvironment) {
-    const CurrentSetup setup(215, 245, 44);
+    const CurrentSetup setup(KOWEN_FORMAT_GREY, KOWEN_OPERATION_SEQUENTIAL, 44);
     setup->header.componentCount = 77;
     const MemoryOutput output;
     MemoryHandle environment = 0;
@@ -109,7 +109,7 @@ TEST(BeginCellBitmap, FillsTheHeaderStateAndTheEnvironment) {
 }
 
 TEST(BeginCellBitmap, OtherColorFormatsLeaveTheComponentCount) {
-    const CurrentSetup setup(213, 245);
+    const CurrentSetup setup(213, KOWEN_OPERATION_SEQUENTIAL);
     setup->header.componentCount = 3;
     const MemoryOutput output;
     MemoryHandle environment = 0;
@@ -208,8 +208,8 @@ public:
 
 TEST(WriteCellBits, WholePicturesEqualThePlainForm) {
     const int sizes[][2] = {{1, 1}, {1, 2}, {7, 7}, {8, 8}, {16, 8}, {17, 9}, {33, 18}, {101, 37}};
-    for (const int32_t colorFormat : {212, 222, 215})
-        for (const int32_t operation : {245, 246})
+    for (const int32_t colorFormat : {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_RGB444, KOWEN_FORMAT_GREY})
+        for (const int32_t operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE})
             for (const int16_t quality : {int16_t{1}, int16_t{44}, int16_t{75}, int16_t{100}})
                 for (const auto &size : sizes) {
                     const CurrentSetup setup(colorFormat, operation, quality);
@@ -222,7 +222,10 @@ TEST(WriteCellBits, WholePicturesEqualThePlainForm) {
 }
 
 void ExpectPlainFiles() {
-    constexpr int kForms[][2] = {{212, 245}, {222, 245}, {215, 245}, {212, 246}};
+    constexpr int kForms[][2] = {{KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL},
+                                 {KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL},
+                                 {KOWEN_FORMAT_GREY, KOWEN_OPERATION_SEQUENTIAL},
+                                 {KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE}};
     for (const int width : {1, 2, 8, 9, 16, 17, 31, 32, 33, 63, 64, 65, 96, 130, 511, 513, 1030})
         for (const int height : {1, 8, 11})
             for (const auto &[colorFormat, operation] : kForms) {
@@ -239,7 +242,7 @@ TEST(WriteCellBits, EveryFormOfTheKernelsWritesThePlainFile) {
 
 TEST(WriteCellBits, ZeroHandlesWriteNothing) {
     const PixelBlock pixels(MakeNoise(8, 8));
-    Begun picture(212, 245, 8, 8);
+    Begun picture(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 8, 8);
     EXPECT_EQ(picture.Write(0, 8, 8), 0);
     EXPECT_EQ(WriteCellBits(picture.output.File(), pixels.Handle(), 8, 8, 24, 1, 0), 0);
     EXPECT_TRUE(picture.Written().empty());
@@ -248,9 +251,9 @@ TEST(WriteCellBits, ZeroHandlesWriteNothing) {
 
 TEST(WriteCellBits, BandsComeFromTopToBottomEachBottomUp) {
     const TestBitmap whole = MakeNoise(21, 24);
-    const CurrentSetup outer(212, 245, 90);
+    const CurrentSetup outer(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 90);
     const Bytes expected = WriteWhole(whole);
-    Begun picture(212, 245, 21, 24, 90);
+    Begun picture(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 21, 24, 90);
     for (const int top : {0, 8, 16}) {
         TestBitmap band = MakeBlank(21, 8);
         // The band's rows lie together in memory, the last band first.
@@ -265,9 +268,10 @@ TEST(WriteCellBits, BandsComeFromTopToBottomEachBottomUp) {
 
 // 20 rows are coded as 8, 8 and 4, the next band's 7 rows as a group of their own.
 TEST(WriteCellBits, BandIsCodedInGroupsOfEightAndASmallerLast) {
-    for (const int32_t colorFormat : {212, 222, 215}) {
-        reference::Coder coder(245, 75);
-        Begun picture(colorFormat, 245, 19, 27);
+    for (const int32_t colorFormat :
+         {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_RGB444, KOWEN_FORMAT_GREY}) {
+        reference::Coder coder(KOWEN_OPERATION_SEQUENTIAL, 75);
+        Begun picture(colorFormat, KOWEN_OPERATION_SEQUENTIAL, 19, 27);
         for (const int rows : {20, 7}) {
             const TestBitmap band = MakeNoise(19, rows, static_cast<uint32_t>(rows));
             const PixelBlock pixels(band);
@@ -275,10 +279,10 @@ TEST(WriteCellBits, BandIsCodedInGroupsOfEightAndASmallerLast) {
             const auto mapped = reference::MappedPicture(band.pixels, 19, rows, colorFormat);
             for (int top = 0; top < rows; top += 8) {
                 const auto group = mapped.Rows(top, std::min(8, rows - top));
-                if (colorFormat == 212)
+                if (colorFormat == KOWEN_FORMAT_YCC422)
                     reference::CodeBand422(coder, group);
                 else
-                    reference::CodeBand444(coder, group, colorFormat == 215 ? 1 : 3);
+                    reference::CodeBand444(coder, group, colorFormat == KOWEN_FORMAT_GREY ? 1 : 3);
             }
         }
         EXPECT_EQ(picture.Written(), coder.bits.Bytes()) << colorFormat;
@@ -286,8 +290,8 @@ TEST(WriteCellBits, BandIsCodedInGroupsOfEightAndASmallerLast) {
 }
 
 TEST(WriteCellBits, PixelsAreMappedInTheCallersBand) {
-    for (const int32_t colorFormat : {212, 222, 215})
-        for (const int32_t operation : {245, 246}) {
+    for (const int32_t colorFormat : {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_RGB444, KOWEN_FORMAT_GREY})
+        for (const int32_t operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE}) {
             const TestBitmap before = MakeNoise(5, 9);
             TestBitmap after = before;
             const PixelBlock pixels(before);
@@ -315,8 +319,8 @@ TestBitmap Exchanged(TestBitmap bitmap) {
 
 TEST(WriteCellBits, PixelOrderFourExchangesRedAndBlue) {
     const TestBitmap bitmap = MakeNoise(13, 10);
-    for (const int32_t colorFormat : {212, 222, 215})
-        for (const int32_t operation : {245, 246}) {
+    for (const int32_t colorFormat : {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_RGB444, KOWEN_FORMAT_GREY})
+        for (const int32_t operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE}) {
             const CurrentSetup setup(colorFormat, operation, 90);
             EXPECT_EQ(WriteWhole(bitmap, kPixelOrderBgr), WriteWhole(Exchanged(bitmap)))
                 << colorFormat << ", " << operation;
@@ -328,13 +332,13 @@ TEST(WriteCellBits, PixelOrderFourLeavesTheCallersBandExchanged) {
     const TestBitmap bitmap = MakeNoise(13, 10);
     {
         const PixelBlock pixels(bitmap);
-        Begun picture(222, 245, 13, 10);
+        Begun picture(KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL, 13, 10);
         picture.Write(pixels.Handle(), 13, 10, 24, kPixelOrderBgr);
         EXPECT_EQ(pixels.Contents(), bitmap.pixels);
     }
     const PixelBlock pixels(bitmap);
     const PixelBlock exchanged(Exchanged(bitmap));
-    Begun picture(212, 245, 13, 10);
+    Begun picture(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 13, 10);
     picture.Write(pixels.Handle(), 13, 10, 24, kPixelOrderBgr);
     picture.Write(exchanged.Handle(), 13, 10, 24, kPixelOrderRgb);
     EXPECT_EQ(pixels.Contents(), exchanged.Contents());
@@ -344,7 +348,7 @@ TEST(WriteCellBits, OtherPixelOrdersAndSmallDepthsExchangeNothing) {
     const TestBitmap bitmap = MakeNoise(13, 10);
     const auto written = [&](int32_t depth, uint16_t pixelOrder) {
         const PixelBlock pixels(bitmap);
-        Begun picture(212, 245, 13, 10);
+        Begun picture(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 13, 10);
         EXPECT_EQ(picture.Write(pixels.Handle(), 13, 10, depth, pixelOrder), 0);
         return picture.Written();
     };
@@ -359,10 +363,10 @@ TEST(WriteCellBits, OtherPixelOrdersAndSmallDepthsExchangeNothing) {
 }
 
 TEST(WriteCellBits, BlockSmallerThanTheBandIsRefusedUntouched) {
-    for (const int32_t operation : {245, 246}) {
+    for (const int32_t operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE}) {
         const TestBitmap bitmap = MakeNoise(5, 8); // rows of 16 bytes
         const PixelBlock pixels(bitmap);
-        Begun picture(212, operation, 5, 9);
+        Begun picture(KOWEN_FORMAT_YCC422, operation, 5, 9);
         EXPECT_EQ(picture.Write(pixels.Handle(), 5, 9), 300);
         EXPECT_EQ(picture.Write(pixels.Handle(), 6, 8), 300); // rows of 20 bytes
         EXPECT_EQ(picture.Write(pixels.Handle(), 5, 0x10000008), 300);
@@ -376,19 +380,19 @@ TEST(WriteCellBits, BlockSmallerThanTheBandIsRefusedUntouched) {
 
 TEST(WriteCellBits, BandWithoutRowsWritesNothing) {
     const PixelBlock pixels(MakeNoise(8, 8));
-    Begun picture(212, 245, 8, 8);
+    Begun picture(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 8, 8);
     EXPECT_EQ(picture.Write(pixels.Handle(), 8, 0), 0);
     EXPECT_TRUE(picture.Written().empty());
 }
 
 TEST(WriteCellBits, BandWithoutColumnsHasNoRows) {
     const PixelBlock pixels(MakeNoise(8, 8));
-    for (const int32_t colorFormat : {212, 222}) {
-        Begun picture(colorFormat, 245, 0, 8);
+    for (const int32_t colorFormat : {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_RGB444}) {
+        Begun picture(colorFormat, KOWEN_OPERATION_SEQUENTIAL, 0, 8);
         EXPECT_EQ(picture.Write(pixels.Handle(), 0, 0xFFFFFFFF), 0);
         EXPECT_TRUE(picture.Written().empty());
     }
-    Begun progressive(222, 246, 0, 8);
+    Begun progressive(KOWEN_FORMAT_RGB444, KOWEN_OPERATION_PROGRESSIVE, 0, 8);
     EXPECT_EQ(progressive.Write(pixels.Handle(), 0, 0xFFFFFFFF), 0);
     EXPECT_TRUE(progressive.Written().empty());
     EXPECT_EQ(pixels.Contents(), MakeNoise(8, 8).pixels);
@@ -397,7 +401,7 @@ TEST(WriteCellBits, BandWithoutColumnsHasNoRows) {
 TEST(WriteCellBits, ProgressiveBandWithoutColumnsIsFourScanHeaders) {
     const PixelBlock pixels(MakeNoise(8, 8));
     for (const uint32_t rows : {8u, 0xFFFFFFFFu}) {
-        Begun picture(212, 246, 0, 8);
+        Begun picture(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 0, 8);
         EXPECT_EQ(picture.Write(pixels.Handle(), 0, rows), 0);
         EXPECT_EQ(picture.Written(), FromHex("FF DA 00 0C 03 01 00 02 11 03 11 00 00 00"
                                              "FF DA 00 08 01 01 00 01 3F 00"
@@ -407,10 +411,10 @@ TEST(WriteCellBits, ProgressiveBandWithoutColumnsIsFourScanHeaders) {
 }
 
 TEST(WriteCellBits, WithoutAWorkBufferTheBandIsRefused) {
-    for (const int32_t operation : {245, 246}) {
+    for (const int32_t operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE}) {
         const TestBitmap bitmap = MakeNoise(16, 8);
         const PixelBlock pixels(bitmap);
-        Begun picture(212, operation, 16, 8);
+        Begun picture(KOWEN_FORMAT_YCC422, operation, 16, 8);
         const FailingMemory memory(1);
         EXPECT_EQ(picture.Write(pixels.Handle(), 16, 8), 300);
         EXPECT_TRUE(memory.Failed());
@@ -421,7 +425,7 @@ TEST(WriteCellBits, WithoutAWorkBufferTheBandIsRefused) {
 
 TEST(WriteCellBits, ALostGroupIsTheResult) {
     const PixelBlock pixels(MakeFlat(64, 16, 1, 2, 3));
-    Begun picture(212, 245, 64, 16);
+    Begun picture(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 64, 16);
     const FailingMemory memory(2); // the first group's growth
     EXPECT_EQ(picture.Write(pixels.Handle(), 64, 16), 300);
     EXPECT_TRUE(memory.Failed());
@@ -430,7 +434,7 @@ TEST(WriteCellBits, ALostGroupIsTheResult) {
 
 TEST(WriteCellBits, ProgressiveWithoutACoefficientStoreFails) {
     const PixelBlock pixels(MakeNoise(16, 8));
-    Begun picture(212, 246, 16, 8);
+    Begun picture(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 16, 8);
     const FailingMemory memory(2); // the band buffer is the first
     EXPECT_EQ(picture.Write(pixels.Handle(), 16, 8), -1);
     EXPECT_TRUE(memory.Failed());
@@ -438,19 +442,22 @@ TEST(WriteCellBits, ProgressiveWithoutACoefficientStoreFails) {
 }
 
 TEST(WriteCellBits, ProgressiveOfOtherFormatsHasNoScan) {
-    for (const int32_t colorFormat : {222, 215}) {
-        const CurrentSetup setup(colorFormat, 246, 75);
+    for (const int32_t colorFormat : {KOWEN_FORMAT_RGB444, KOWEN_FORMAT_GREY}) {
+        const CurrentSetup setup(colorFormat, KOWEN_OPERATION_PROGRESSIVE, 75);
         const TestBitmap bitmap = MakeNoise(17, 9);
         EXPECT_EQ(WriteWhole(bitmap),
-                  ReferenceBegin({17, 9, colorFormat, 246, 75, 96, 96}) + FromHex("FF D9"));
+                  ReferenceBegin({17, 9, colorFormat, KOWEN_OPERATION_PROGRESSIVE, 75, 96, 96}) +
+                      FromHex("FF D9"));
     }
 }
 
 TEST(WriteCellBits, OtherOperationsHaveAProgressiveHeaderAndNoScan) {
     for (const int32_t operation : {0, 244, 247}) {
-        const CurrentSetup setup(212, operation, 75);
-        EXPECT_EQ(WriteWhole(MakeNoise(17, 9)),
-                  ReferenceBegin({17, 9, 212, 246, 75, 96, 96}) + FromHex("FF D9"))
+        const CurrentSetup setup(KOWEN_FORMAT_YCC422, operation, 75);
+        EXPECT_EQ(
+            WriteWhole(MakeNoise(17, 9)),
+            ReferenceBegin({17, 9, KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 75, 96, 96}) +
+                FromHex("FF D9"))
             << operation;
     }
 }
@@ -468,7 +475,7 @@ TEST(WriteCellBits, SetupOfZerosWritesHeadersWithoutComponents) {
 
 TEST(EndCellBitmap, WithoutASetupOnlyTheEnvironmentEnds) {
     ExpectNothingLeaks([] {
-        Begun begun(212, 245, 8, 8);
+        Begun begun(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 8, 8);
         SetupRecord *const setup = std::exchange(lpRaster, nullptr);
         EXPECT_EQ(begun.End(), 0);
         lpRaster = setup;
@@ -477,7 +484,7 @@ TEST(EndCellBitmap, WithoutASetupOnlyTheEnvironmentEnds) {
 }
 
 TEST(WriteCellBits, UnknownColorFormatCodesNothing) {
-    const CurrentSetup setup(213, 245, 75);
+    const CurrentSetup setup(213, KOWEN_OPERATION_SEQUENTIAL, 75);
     const Bytes bytes = WriteWhole(MakeNoise(17, 9));
     const Bytes tail = FromHex("FF DA 00 06 00 01 00 00 3F 00 FF D9");
     ASSERT_GT(bytes.size(), tail.size());
@@ -487,14 +494,14 @@ TEST(WriteCellBits, UnknownColorFormatCodesNothing) {
 }
 
 TEST(EndCellBitmap, ZeroEnvironmentWritesNothing) {
-    Begun picture(212, 245, 8, 8);
+    Begun picture(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 8, 8);
     EXPECT_EQ(EndCellBitmap(picture.output.File(), 0), 0);
     EXPECT_TRUE(picture.Written().empty());
 }
 
 TEST(EndCellBitmap, PictureWithoutBandsIsHeadersAndTheEndMarker) {
-    for (const int32_t operation : {245, 246}) {
-        Begun picture(212, operation, 8, 8);
+    for (const int32_t operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE}) {
+        Begun picture(KOWEN_FORMAT_YCC422, operation, 8, 8);
         EXPECT_EQ(picture.Write(0, 8, 8), 0);
         EXPECT_EQ(picture.End(), 0);
         EXPECT_EQ(picture.Written(), FromHex("FF D9"));
@@ -519,7 +526,7 @@ struct ShortHost {
 };
 
 TEST(EndCellBitmap, AFileThatHasLostBytesGetsNoEndMarker) {
-    const CurrentSetup setup(222, 245, 75);
+    const CurrentSetup setup(KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL, 75);
     for (int shortWrite = 0, writes = 1; shortWrite <= writes; ++shortWrite) {
         const PixelBlock pixels(MakeNoise(16, 8));
         ShortHost host = {shortWrite, 0, ""};
@@ -540,7 +547,7 @@ TEST(EndCellBitmap, AFileThatHasLostBytesGetsNoEndMarker) {
 }
 
 TEST(EndCellBitmap, CompletesTheLastByteWithOnes) {
-    Begun picture(212, 245, 8, 8);
+    Begun picture(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 8, 8);
     picture.Env()->pendingByte = 0b01000000;
     picture.Env()->bitMask = 0b00010000;
     EXPECT_EQ(picture.End(), 0);
@@ -549,16 +556,17 @@ TEST(EndCellBitmap, CompletesTheLastByteWithOnes) {
 
 TEST(EndCellBitmap, WritesNoByteAtAByteBoundary) {
     // Two bands of one white pixel: EF E8 A0 0, then 2 8A 00.
-    const CurrentSetup setup(212, 245, 75);
+    const CurrentSetup setup(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 75);
     const Bytes bytes = WriteWhole(MakeFlat(1, 16, 255, 255, 255));
     EXPECT_EQ(bytes,
-              ReferenceBegin({1, 16, 212, 245, 75, 96, 96}) + FromHex("EF E8 A0 02 8A 00 FF D9"));
+              ReferenceBegin({1, 16, KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 75, 96, 96}) +
+                  FromHex("EF E8 A0 02 8A 00 FF D9"));
 }
 
 // A host that serves the output sees no write of nothing.
 TEST(EndCellBitmap, AtAByteBoundaryOnlyTheEndMarkerIsAWrite) {
-    for (const int32_t operation : {245, 246}) {
-        Begun picture(212, operation, 8, 8);
+    for (const int32_t operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE}) {
+        Begun picture(KOWEN_FORMAT_YCC422, operation, 8, 8);
         const size_t before = picture.output.WriteSizes().size();
         EXPECT_EQ(picture.End(), 0);
         ASSERT_EQ(picture.output.WriteSizes().size(), before + 1);
@@ -567,7 +575,7 @@ TEST(EndCellBitmap, AtAByteBoundaryOnlyTheEndMarkerIsAWrite) {
 }
 
 TEST(EndCellBitmap, StuffsALastByteThatBecomes255) {
-    Begun picture(212, 245, 8, 8);
+    Begun picture(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 8, 8);
     picture.Env()->pendingByte = 0b11110000;
     picture.Env()->bitMask = 0b00001000;
     EXPECT_EQ(picture.End(), 0);
@@ -576,7 +584,7 @@ TEST(EndCellBitmap, StuffsALastByteThatBecomes255) {
 
 TEST(EndCellBitmap, OtherOperationsFlushNothing) {
     for (const int32_t operation : {246, 0}) {
-        Begun picture(212, operation, 8, 8);
+        Begun picture(KOWEN_FORMAT_YCC422, operation, 8, 8);
         picture.Env()->pendingByte = 0b01000000;
         picture.Env()->bitMask = 0b00010000;
         EXPECT_EQ(picture.End(), 0);
@@ -585,7 +593,7 @@ TEST(EndCellBitmap, OtherOperationsFlushNothing) {
 }
 
 TEST(EndCellBitmap, WritesToTheSetupsFileWhateverItIsGiven) {
-    Begun picture(212, 245, 8, 8);
+    Begun picture(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 8, 8);
     const MemoryOutput other;
     EXPECT_EQ(EndCellBitmap(other.File(), picture.environment), 0);
     picture.environment = 0;
@@ -594,7 +602,7 @@ TEST(EndCellBitmap, WritesToTheSetupsFileWhateverItIsGiven) {
 }
 
 TEST(EndCellBitmap, NeedsNoMemory) {
-    Begun picture(212, 245, 8, 8);
+    Begun picture(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 8, 8);
     picture.Env()->bitMask = 1;
     const FailingMemory memory(1, FailingMemory::kThatAndAllLater);
     EXPECT_EQ(picture.End(), 0);
@@ -603,8 +611,8 @@ TEST(EndCellBitmap, NeedsNoMemory) {
 }
 
 TEST(CellWriter, LeaksNothing) {
-    for (const int32_t operation : {245, 246}) {
-        const CurrentSetup setup(212, operation, 75);
+    for (const int32_t operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE}) {
+        const CurrentSetup setup(KOWEN_FORMAT_YCC422, operation, 75);
         const PixelBlock pixels(MakeNoise(40, 20));
         for (const int failing : {0, 1, 3, 7, 8, 9, 10, 11}) {
             ExpectNothingLeaks([&] {

@@ -19,16 +19,16 @@ CompressEnv Initialised(int32_t colorFormat, int32_t operation, uint32_t width, 
 
 TEST(InitCompressEnv, SamplingFollowsTheSetupNotTheArgument) {
     {
-        const CurrentSetup setup(212, 245);
-        const CompressEnv env = Initialised(222, 245, 17, 9);
+        const CurrentSetup setup(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL);
+        const CompressEnv env = Initialised(KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL, 17, 9);
         EXPECT_EQ(env.colorFormat, 222);
         EXPECT_EQ(env.maxH, 2);
         EXPECT_EQ(env.sampling[0].h, 2);
         EXPECT_EQ(env.paddedWidth, 24u); // by the argument
         EXPECT_EQ(env.mcusAcross, 1);    // 24 / 8 / 2
     }
-    const CurrentSetup setup(222, 245);
-    const CompressEnv env = Initialised(212, 245, 17, 9);
+    const CurrentSetup setup(KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL);
+    const CompressEnv env = Initialised(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 17, 9);
     EXPECT_EQ(env.maxH, 1);
     EXPECT_EQ(env.sampling[0].h, 1);
     EXPECT_EQ(env.paddedWidth, 32u);
@@ -36,13 +36,14 @@ TEST(InitCompressEnv, SamplingFollowsTheSetupNotTheArgument) {
 }
 
 TEST(InitCompressEnv, ComponentCountIsTheHeaderStates) {
-    const CurrentSetup setup(212, 245);
+    const CurrentSetup setup(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL);
     setup->header.componentCount = 1;
-    EXPECT_EQ(Initialised(212, 245, 16, 8).componentCount, 1u);
+    EXPECT_EQ(Initialised(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 16, 8).componentCount,
+              1u);
 }
 
 TEST(InitCompressEnv, WithoutASetupNothingIsSubsampledAndNothingCounted) {
-    const CompressEnv env = Initialised(212, 245, 17, 9);
+    const CompressEnv env = Initialised(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 17, 9);
     EXPECT_EQ(env.operation, 245);
     EXPECT_EQ(env.maxH, 1);
     EXPECT_EQ(env.componentCount, 0u);
@@ -65,10 +66,10 @@ struct Tables {
 
 TEST(CreateTbls, FollowsTheSetupsOperation) {
     for (const int32_t operation : {245, 246, 0}) {
-        const CurrentSetup setup(212, operation);
+        const CurrentSetup setup(KOWEN_FORMAT_YCC422, operation);
         Tables tables;
         EXPECT_EQ(CreateTbls(tables.pointers), 0);
-        EXPECT_EQ(tables.HasEndOfBandRuns(), operation != 245) << operation;
+        EXPECT_EQ(tables.HasEndOfBandRuns(), operation != KOWEN_OPERATION_SEQUENTIAL) << operation;
     }
 }
 

@@ -154,9 +154,9 @@ int32_t Output(const MemoryOutput &output, BandedPicture &picture) {
     return OutputPicture(output.File(), &picture, &BandedPicture::Routine);
 }
 
-Bytes Reference(const TestBitmap &bitmap, int operation = 245) {
-    return reference::ReferenceExport(bitmap.pixels, bitmap.width, bitmap.height, 212, operation,
-                                      75, 100, 100);
+Bytes Reference(const TestBitmap &bitmap, int operation = KOWEN_OPERATION_SEQUENTIAL) {
+    return reference::ReferenceExport(bitmap.pixels, bitmap.width, bitmap.height,
+                                      KOWEN_FORMAT_YCC422, operation, 75, 100, 100);
 }
 
 /// Height and width in the frame header: where they stand for three components.
@@ -185,8 +185,8 @@ TEST(OutputPicture, OpensAnOffscreenOfThePicturesSize) {
 }
 
 TEST(OutputPicture, OneBandMayHoldTheWholePicture) {
-    for (const int32_t operation : {245, 246}) {
-        const CurrentSetup setup(212, operation);
+    for (const int32_t operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE}) {
+        const CurrentSetup setup(KOWEN_FORMAT_YCC422, operation);
         const MemoryOutput output;
         BandedPicture picture(MakeNoise(21, 20));
         picture.bandHeight = 20;
@@ -325,7 +325,7 @@ TEST(OutputPicture, WithoutAQueryBlockGives27) {
 
 TEST(OutputPicture, WithoutAPaletteOrAnOffscreenGives27) {
     for (const int failing : {2, 3}) {
-        const CurrentSetup setup(221, 245);
+        const CurrentSetup setup(221, KOWEN_OPERATION_SEQUENTIAL);
         const MemoryOutput output;
         BandedPicture picture(MakeNoise(16, 24));
         const FailingMemory memory(failing);
@@ -379,7 +379,7 @@ TEST(OutputPicture, SmallDepthsHaveABlankPalette) {
 
 TEST(OutputPicture, NegativeDepthCodesHaveNoPalette) {
     for (const int32_t colorFormat : {216, 217}) {
-        const CurrentSetup setup(colorFormat, 245);
+        const CurrentSetup setup(colorFormat, KOWEN_OPERATION_SEQUENTIAL);
         const MemoryOutput output;
         BandedPicture picture(MakeNoise(16, 8));
         EXPECT_EQ(Output(output, picture), 0);
@@ -415,8 +415,8 @@ TEST(OutputPicture, EveryFailedAllocationEndsTidily) {
 }
 
 void ExpectNoLeak(int32_t expected, const std::function<void(BandedPicture &)> &prepare,
-                  int refusedCall = 0, int32_t colorFormat = 212, int failing = 0) {
-    const CurrentSetup setup(colorFormat, 245);
+                  int refusedCall = 0, int32_t colorFormat = KOWEN_FORMAT_YCC422, int failing = 0) {
+    const CurrentSetup setup(colorFormat, KOWEN_OPERATION_SEQUENTIAL);
     const TestBitmap bitmap = MakeNoise(16, 24);
     ExpectNothingLeaks([&] {
         StatusHost host(setup);
@@ -443,13 +443,13 @@ TEST(OutputPicture, LeaksNothingOnAnyExit) {
     ExpectNoLeak(
         27, [](BandedPicture &picture) { picture.bandHeight = 0; }, 0, 221);
     ExpectNoLeak(
-        27, [](BandedPicture &) {}, 0, 212, 1);
+        27, [](BandedPicture &) {}, 0, KOWEN_FORMAT_YCC422, 1);
     ExpectNoLeak(
-        27, [](BandedPicture &) {}, 0, 212, 2);
+        27, [](BandedPicture &) {}, 0, KOWEN_FORMAT_YCC422, 2);
     ExpectNoLeak(
-        27, [](BandedPicture &picture) { picture.drawsNothing = true; }, 0, 212, 3);
+        27, [](BandedPicture &picture) { picture.drawsNothing = true; }, 0, KOWEN_FORMAT_YCC422, 3);
     ExpectNoLeak(
-        27, [](BandedPicture &picture) { picture.drawsNothing = true; }, 0, 212, 6);
+        27, [](BandedPicture &picture) { picture.drawsNothing = true; }, 0, KOWEN_FORMAT_YCC422, 6);
 }
 
 /// A host's bitmap as ExportCellData hands it to the drawing routine.
@@ -485,7 +485,7 @@ TEST(OutputPicture, BitmapThatNeedsNoConversionIsPassedThroughWithoutACopy) {
     const uint8_t *before = bitmap.Pixel(3, 5);
     const uint8_t *mapped = after.Pixel(3, 5);
     EXPECT_EQ((reference::Pixel{mapped[0], mapped[1], mapped[2]}),
-              reference::Mapped({before[0], before[1], before[2]}, 212));
+              reference::Mapped({before[0], before[1], before[2]}, KOWEN_FORMAT_YCC422));
 }
 
 // The environment and its six tables; the host is not told that anything was written.

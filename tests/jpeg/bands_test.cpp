@@ -32,7 +32,7 @@ Picture FromBitmap(const TestBitmap &bitmap, int colorFormat) {
 /// One band through the coder that goes with the environment's colour format.
 std::vector<uint8_t> CodeBand(PictureEnv &env, const Picture &band, int colorFormat) {
     const std::vector<uint8_t> pixels = PixelBytes(band);
-    const auto code = colorFormat == 212 ? CompressBands422 : CompressBands444;
+    const auto code = colorFormat == KOWEN_FORMAT_YCC422 ? CompressBands422 : CompressBands444;
     const int32_t count = code(nullptr, pixels.data(), static_cast<uint32_t>(band.height),
                                static_cast<uint32_t>(band.width), env.Get());
     EXPECT_GE(count, 0);
@@ -43,8 +43,8 @@ std::vector<uint8_t> CodeBand(PictureEnv &env, const Picture &band, int colorFor
 /// gives them.
 std::vector<uint8_t> CodeBands(const Picture &picture, int colorFormat, int quality,
                                int bandRows = 8) {
-    PictureEnv env(colorFormat, 245, quality, static_cast<uint32_t>(picture.width),
-                   static_cast<uint32_t>(picture.height));
+    PictureEnv env(colorFormat, KOWEN_OPERATION_SEQUENTIAL, quality,
+                   static_cast<uint32_t>(picture.width), static_cast<uint32_t>(picture.height));
     std::vector<uint8_t> bytes;
     for (int top = 0; top < picture.height; top += bandRows) {
         const Picture band = picture.Rows(top, std::min(bandRows, picture.height - top));
@@ -56,13 +56,13 @@ std::vector<uint8_t> CodeBands(const Picture &picture, int colorFormat, int qual
 
 std::vector<uint8_t> CodeBandsPlainly(const Picture &picture, int colorFormat, int quality,
                                       int bandRows = 8) {
-    reference::Coder coder(245, quality);
+    reference::Coder coder(KOWEN_OPERATION_SEQUENTIAL, quality);
     for (int top = 0; top < picture.height; top += bandRows) {
         const Picture band = picture.Rows(top, std::min(bandRows, picture.height - top));
-        if (colorFormat == 212)
+        if (colorFormat == KOWEN_FORMAT_YCC422)
             reference::CodeBand422(coder, band);
         else
-            reference::CodeBand444(coder, band, colorFormat == 215 ? 1 : 3);
+            reference::CodeBand444(coder, band, colorFormat == KOWEN_FORMAT_GREY ? 1 : 3);
     }
     return coder.bits.Bytes();
 }
@@ -95,13 +95,13 @@ void ExpectPlainBytesThroughout(int colorFormat) {
 /// Every allocation of the band fails once: the band is lost, the bit state is not.
 void ExpectLostBandKeepsTheBitState(int colorFormat) {
     const Picture picture = FromBitmap(MakeNoise(640, 8), colorFormat);
-    PictureEnv whole(colorFormat, 245, 100, 640, 8);
+    PictureEnv whole(colorFormat, KOWEN_OPERATION_SEQUENTIAL, 100, 640, 8);
     CodeBand(whole, picture, colorFormat);
     const std::vector<uint8_t> pixels = PixelBytes(picture);
-    const auto code = colorFormat == 212 ? CompressBands422 : CompressBands444;
+    const auto code = colorFormat == KOWEN_FORMAT_YCC422 ? CompressBands422 : CompressBands444;
     int failures = 0;
     for (int k = 1;; ++k) {
-        PictureEnv env(colorFormat, 245, 100, 640, 8, 1024);
+        PictureEnv env(colorFormat, KOWEN_OPERATION_SEQUENTIAL, 100, 640, 8, 1024);
         int32_t count = 0;
         {
             const FailingMemory memory(k);
@@ -122,18 +122,18 @@ void ExpectLostBandKeepsTheBitState(int colorFormat) {
 // White: luminance 255 - 128 = 127, DC 1016, by 16: 63.5, 63. Category 6: 1110 111111, end of
 // block 1010; then the same DC: 00 1010; two flat chroma blocks of 128: 00 00 each.
 TEST(CompressBands422, OneWhitePixelIsFourBlocks) {
-    PictureEnv env(212, 245, 75, 1, 1);
-    EXPECT_EQ(CodeBand(env, Flat(1, 1, {255, 128, 128}), 212), FromHex("EF E8 A0"));
+    PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 75, 1, 1);
+    EXPECT_EQ(CodeBand(env, Flat(1, 1, {255, 128, 128}), KOWEN_FORMAT_YCC422), FromHex("EF E8 A0"));
     EXPECT_EQ(env->pendingByte, 0);
     EXPECT_EQ(env->bitMask, 0b00001000); // four zeros wait
     EXPECT_EQ(env->dcPredictor[0], 63);
 }
 
 TEST(CompressBands422, BitsAndPredictorsCarryOverToTheNextBand) {
-    PictureEnv env(212, 245, 75, 1, 16);
-    EXPECT_EQ(CodeBand(env, Flat(1, 8, {255, 128, 128}), 212), FromHex("EF E8 A0"));
+    PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 75, 1, 16);
+    EXPECT_EQ(CodeBand(env, Flat(1, 8, {255, 128, 128}), KOWEN_FORMAT_YCC422), FromHex("EF E8 A0"));
     // 0000 wait; now 00 1010 00 1010 00 00 00 00.
-    EXPECT_EQ(CodeBand(env, Flat(1, 8, {255, 128, 128}), 212), FromHex("02 8A 00"));
+    EXPECT_EQ(CodeBand(env, Flat(1, 8, {255, 128, 128}), KOWEN_FORMAT_YCC422), FromHex("02 8A 00"));
     EXPECT_EQ(env->bitMask, 128);
 }
 
@@ -143,7 +143,7 @@ TEST(CompressBands422, ChromaComesFromTheEvenColumns) {
     Picture odd = even;
     for (size_t i = 1; i < odd.pixels.size(); i += 2)
         odd.pixels[i] = {100, 7, 251};
-    EXPECT_EQ(CodeBands(odd, 212, 90), CodeBands(even, 212, 90));
+    EXPECT_EQ(CodeBands(odd, KOWEN_FORMAT_YCC422, 90), CodeBands(even, KOWEN_FORMAT_YCC422, 90));
 }
 
 // Eight columns and fewer: the second luminance block is one column, repeated.
@@ -157,13 +157,14 @@ TEST(CompressBands422, BlockBeyondThePictureRepeatsItsLastColumn) {
             if (x < 3)
                 narrow.pixels[static_cast<size_t>(y * 3 + x)][0] = value;
         }
-    EXPECT_EQ(CodeBands(narrow, 212, 90), CodeBands(whole, 212, 90));
+    EXPECT_EQ(CodeBands(narrow, KOWEN_FORMAT_YCC422, 90),
+              CodeBands(whole, KOWEN_FORMAT_YCC422, 90));
 }
 
 // Nine columns: column 8 alone in the second block. Chroma repeats the last even column.
 TEST(CompressBands422, MissingColumnsRepeatTheLast) {
     for (int width = 1; width < 16; ++width) {
-        const Picture narrow = FromBitmap(MakeNoise(width, 8, 3), 212);
+        const Picture narrow = FromBitmap(MakeNoise(width, 8, 3), KOWEN_FORMAT_YCC422);
         Picture whole = Flat(16, 8, {});
         const int lastEven = (width - 1) / 2 * 2;
         for (int y = 0; y < 8; ++y)
@@ -172,33 +173,37 @@ TEST(CompressBands422, MissingColumnsRepeatTheLast) {
                 pixel = narrow.At(std::min(x, lastEven), y);
                 pixel[0] = narrow.At(std::min(x, width - 1), y)[0];
             }
-        EXPECT_EQ(CodeBands(narrow, 212, 90), CodeBands(whole, 212, 90)) << width;
+        EXPECT_EQ(CodeBands(narrow, KOWEN_FORMAT_YCC422, 90),
+                  CodeBands(whole, KOWEN_FORMAT_YCC422, 90))
+            << width;
     }
 }
 
 TEST(CompressBands422, MissingRowsRepeatTheLast) {
     for (int rows = 1; rows < 8; ++rows) {
-        const Picture some = FromBitmap(MakeNoise(16, rows, 5), 212);
+        const Picture some = FromBitmap(MakeNoise(16, rows, 5), KOWEN_FORMAT_YCC422);
         Picture whole = Flat(16, 8, {});
         for (int y = 0; y < 8; ++y)
             for (int x = 0; x < 16; ++x)
                 whole.pixels[static_cast<size_t>(y * 16 + x)] = some.At(x, std::min(y, rows - 1));
-        EXPECT_EQ(CodeBands(some, 212, 90), CodeBands(whole, 212, 90)) << rows;
+        EXPECT_EQ(CodeBands(some, KOWEN_FORMAT_YCC422, 90),
+                  CodeBands(whole, KOWEN_FORMAT_YCC422, 90))
+            << rows;
     }
 }
 
 TEST(CompressBands422, EqualsTheReferenceThroughout) {
-    WithEachVariant([] { ExpectPlainBytesThroughout(212); });
+    WithEachVariant([] { ExpectPlainBytesThroughout(KOWEN_FORMAT_YCC422); });
 }
 
 TEST(CompressBands422, LostBandKeepsTheBitState) {
-    ExpectLostBandKeepsTheBitState(212);
+    ExpectLostBandKeepsTheBitState(KOWEN_FORMAT_YCC422);
 }
 
 TEST(CompressBands444, GreyPixelIsOneBlock) {
-    PictureEnv env(215, 245, 75, 1, 1);
+    PictureEnv env(KOWEN_FORMAT_GREY, KOWEN_OPERATION_SEQUENTIAL, 75, 1, 1);
     // 1110 111111 1010, of which 14 bits are one byte and six that wait.
-    EXPECT_EQ(CodeBand(env, Flat(1, 1, {255, 0, 0}), 215), FromHex("EF"));
+    EXPECT_EQ(CodeBand(env, Flat(1, 1, {255, 0, 0}), KOWEN_FORMAT_GREY), FromHex("EF"));
     EXPECT_EQ(env->pendingByte, 0b11101000);
     EXPECT_EQ(env->bitMask, 0b00000010);
 }
@@ -207,8 +212,8 @@ TEST(CompressBands444, GreyPixelIsOneBlock) {
 // codes 60 - 63 = -3, the third 60 - 60 = 0, both with the luminance tables:
 // 1110 111111 1010, 011 00 1010, 00 1010.
 TEST(CompressBands444, ComponentsShareTheFirstPredictor) {
-    PictureEnv env(222, 245, 75, 8, 8);
-    EXPECT_EQ(CodeBand(env, Flat(8, 8, {255, 255, 255}), 222), FromHex("EF E9 94"));
+    PictureEnv env(KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL, 75, 8, 8);
+    EXPECT_EQ(CodeBand(env, Flat(8, 8, {255, 255, 255}), KOWEN_FORMAT_RGB444), FromHex("EF E9 94"));
     EXPECT_EQ(env->pendingByte, 0b01010000);
     EXPECT_EQ(env->bitMask, 0b00000100);
     EXPECT_EQ(env->dcPredictor[0], 60);
@@ -218,31 +223,33 @@ TEST(CompressBands444, ComponentsShareTheFirstPredictor) {
 
 TEST(CompressBands444, MissingColumnsAndRowsRepeatTheLast) {
     for (int size = 1; size < 8; ++size) {
-        const Picture some = FromBitmap(MakeNoise(size, size, 5), 222);
+        const Picture some = FromBitmap(MakeNoise(size, size, 5), KOWEN_FORMAT_RGB444);
         Picture whole = Flat(8, 8, {});
         for (int y = 0; y < 8; ++y)
             for (int x = 0; x < 8; ++x)
                 whole.pixels[static_cast<size_t>(y * 8 + x)] = some.Near(x, y);
-        EXPECT_EQ(CodeBands(some, 222, 90), CodeBands(whole, 222, 90)) << size;
+        EXPECT_EQ(CodeBands(some, KOWEN_FORMAT_RGB444, 90),
+                  CodeBands(whole, KOWEN_FORMAT_RGB444, 90))
+            << size;
     }
 }
 
 TEST(CompressBands444, EqualsTheReferenceThroughoutInColor) {
-    WithEachVariant([] { ExpectPlainBytesThroughout(222); });
+    WithEachVariant([] { ExpectPlainBytesThroughout(KOWEN_FORMAT_RGB444); });
 }
 
 TEST(CompressBands444, EqualsTheReferenceThroughoutInGrey) {
-    WithEachVariant([] { ExpectPlainBytesThroughout(215); });
+    WithEachVariant([] { ExpectPlainBytesThroughout(KOWEN_FORMAT_GREY); });
 }
 
 TEST(CompressBands444, LostBandKeepsTheBitState) {
-    ExpectLostBandKeepsTheBitState(222);
+    ExpectLostBandKeepsTheBitState(KOWEN_FORMAT_RGB444);
 }
 
 TEST(CompressBands444, WithoutComponentsNothingIsCoded) {
-    PictureEnv env(0, 245, 75, 16, 8);
+    PictureEnv env(0, KOWEN_OPERATION_SEQUENTIAL, 75, 16, 8);
     EXPECT_EQ(env->componentCount, 0u);
-    EXPECT_TRUE(CodeBand(env, Flat(16, 8, {1, 2, 3}), 222).empty());
+    EXPECT_TRUE(CodeBand(env, Flat(16, 8, {1, 2, 3}), KOWEN_FORMAT_RGB444).empty());
     EXPECT_EQ(env->bitMask, 128);
 }
 
@@ -252,7 +259,8 @@ void ExpectMappedAndCoded(int colorFormat) {
             const TestBitmap before = MakeNoise(width, rows, static_cast<uint32_t>(width));
             TestBitmap bitmap = before;
             const Picture mapped = FromBitmap(before, colorFormat);
-            PictureEnv env(colorFormat, 245, 90, static_cast<uint32_t>(width), 8);
+            PictureEnv env(colorFormat, KOWEN_OPERATION_SEQUENTIAL, 90,
+                           static_cast<uint32_t>(width), 8);
             const int32_t count = MapAndCompressBand(BottomUp(bitmap), env.Get());
             ASSERT_GE(count, 0);
             ASSERT_EQ(env.Bytes(static_cast<uint32_t>(count)),
@@ -271,7 +279,7 @@ void ExpectMappedAndCoded(int colorFormat) {
 
 TEST(MapAndCompressBand, MapsInPlaceAndCodes) {
     WithEachVariant([] {
-        for (const int colorFormat : {212, 222, 215})
+        for (const int colorFormat : {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_RGB444, KOWEN_FORMAT_GREY})
             ExpectMappedAndCoded(colorFormat);
     });
 }
@@ -281,8 +289,8 @@ TEST(MapAndCompressBand, TakesRowsInEitherDirection) {
     TestBitmap bottomUp = MakeBlank(20, 8);
     for (int row = 0; row < 8; ++row)
         std::copy_n(topDown.Pixel(0, row), topDown.Stride(), bottomUp.Pixel(0, 7 - row));
-    PictureEnv down(212, 245, 75, 20, 8);
-    PictureEnv up(212, 245, 75, 20, 8);
+    PictureEnv down(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 75, 20, 8);
+    PictureEnv up(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 75, 20, 8);
     const int32_t downCount =
         MapAndCompressBand({topDown.Pixel(0, 0), topDown.Stride(), 8, 20}, down.Get());
     const int32_t upCount = MapAndCompressBand(BottomUp(bottomUp), up.Get());
@@ -294,10 +302,10 @@ TEST(MapAndCompressBand, TakesRowsInEitherDirection) {
 TEST(CompressBands, OtherThanOneToEightRowsCodeNothing) {
     const std::vector<uint8_t> pixels(9 * 8 * 3, 200);
     for (const uint32_t rows : {0u, 9u}) {
-        PictureEnv subsampled(212, 245, 75, 8, 8);
+        PictureEnv subsampled(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 75, 8, 8);
         EXPECT_EQ(CompressBands422(nullptr, pixels.data(), rows, 8, subsampled.Get()), 0);
         EXPECT_EQ(subsampled->bitMask, 128) << rows;
-        PictureEnv full(222, 245, 75, 8, 8);
+        PictureEnv full(KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL, 75, 8, 8);
         EXPECT_EQ(CompressBands444(nullptr, pixels.data(), rows, 8, full.Get()), 0);
         EXPECT_EQ(full->bitMask, 128) << rows;
     }

@@ -39,7 +39,7 @@ protected:
         return EncodeDC(block.data(), env.Get(), nullptr, &fill, component);
     }
 
-    PictureEnv env{212, 245, 75, 16, 8};
+    PictureEnv env{KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 75, 16, 8};
     uint32_t fill = 0;
 };
 
@@ -153,7 +153,7 @@ TEST_F(EncodeACTest, NegativeValuesAppendOneLess) {
 
 TEST_F(EncodeACTest, RandomBlocksEqualTheReference) {
     TestRandom random(5);
-    reference::Coder plain(245, 75);
+    reference::Coder plain(KOWEN_OPERATION_SEQUENTIAL, 75);
     for (int round = 0; round < 3000; ++round) {
         Block block = {};
         const int coefficients = random.Between(0, 63);

@@ -19,7 +19,8 @@ CompressEnv Initialised(const PictureFormat &format, uint32_t width, uint32_t he
 }
 
 TEST(InitCompressEnvFor, SubsampledChromaHasMcusOfSixteenByEight) {
-    const CompressEnv env = Initialised({212, 212, 245, 3}, 17, 9);
+    const CompressEnv env = Initialised(
+        {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 3}, 17, 9);
     EXPECT_EQ(env.colorFormat, 212);
     EXPECT_EQ(env.operation, 245);
     EXPECT_EQ(env.maxH, 2);
@@ -44,9 +45,10 @@ TEST(InitCompressEnvFor, SubsampledChromaHasMcusOfSixteenByEight) {
 }
 
 TEST(InitCompressEnvFor, FullSizeFormatsHaveMcusOfEightByEight) {
-    for (const int32_t colorFormat : {222, 215}) {
-        const uint8_t components = colorFormat == 222 ? 3 : 1;
-        const CompressEnv env = Initialised({colorFormat, colorFormat, 246, components}, 17, 9);
+    for (const int32_t colorFormat : {KOWEN_FORMAT_RGB444, KOWEN_FORMAT_GREY}) {
+        const uint8_t components = colorFormat == KOWEN_FORMAT_RGB444 ? 3 : 1;
+        const CompressEnv env =
+            Initialised({colorFormat, colorFormat, KOWEN_OPERATION_PROGRESSIVE, components}, 17, 9);
         EXPECT_EQ(env.operation, 246);
         EXPECT_EQ(env.maxH, 1);
         EXPECT_EQ(env.maxV, 1);
@@ -64,7 +66,8 @@ TEST(InitCompressEnvFor, FullSizeFormatsHaveMcusOfEightByEight) {
 }
 
 TEST(InitCompressEnvFor, BitWriterAndPredictorsStartEmpty) {
-    const CompressEnv env = Initialised({212, 212, 245, 3}, 16, 8);
+    const CompressEnv env = Initialised(
+        {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 3}, 16, 8);
     EXPECT_EQ(env.pendingByte, 0);
     EXPECT_EQ(env.bitMask, 128);
     for (const int16_t predictor : env.dcPredictor)
@@ -72,7 +75,8 @@ TEST(InitCompressEnvFor, BitWriterAndPredictorsStartEmpty) {
 }
 
 TEST(InitCompressEnvFor, SamplingAndPaddingMayFollowTwoFormats) {
-    const CompressEnv env = Initialised({222, 212, 245, 3}, 17, 9);
+    const CompressEnv env = Initialised(
+        {KOWEN_FORMAT_RGB444, KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 3}, 17, 9);
     EXPECT_EQ(env.colorFormat, 222);
     EXPECT_EQ(env.maxH, 2);
     EXPECT_EQ(env.sampling[0].h, 2);
@@ -83,18 +87,18 @@ TEST(InitCompressEnvFor, SamplingAndPaddingMayFollowTwoFormats) {
 TEST(FindWidthHeightMCU, RoundsUpToWholeMcus) {
     uint32_t width = 0;
     uint32_t height = 0;
-    EXPECT_EQ(FindWidthHeightMCU(&width, &height, 17, 9, 212), 0);
+    EXPECT_EQ(FindWidthHeightMCU(&width, &height, 17, 9, KOWEN_FORMAT_YCC422), 0);
     EXPECT_EQ(width, 32u);
     EXPECT_EQ(height, 16u);
-    EXPECT_EQ(FindWidthHeightMCU(&width, &height, 17, 9, 222), 0);
+    EXPECT_EQ(FindWidthHeightMCU(&width, &height, 17, 9, KOWEN_FORMAT_RGB444), 0);
     EXPECT_EQ(width, 24u);
     EXPECT_EQ(height, 16u);
-    EXPECT_EQ(FindWidthHeightMCU(&width, &height, 17, 9, 215), 0);
+    EXPECT_EQ(FindWidthHeightMCU(&width, &height, 17, 9, KOWEN_FORMAT_GREY), 0);
     EXPECT_EQ(width, 24u);
-    EXPECT_EQ(FindWidthHeightMCU(&width, &height, 16, 8, 212), 0);
+    EXPECT_EQ(FindWidthHeightMCU(&width, &height, 16, 8, KOWEN_FORMAT_YCC422), 0);
     EXPECT_EQ(width, 16u);
     EXPECT_EQ(height, 8u);
-    EXPECT_EQ(FindWidthHeightMCU(&width, &height, 1, 1, 212), 0);
+    EXPECT_EQ(FindWidthHeightMCU(&width, &height, 1, 1, KOWEN_FORMAT_YCC422), 0);
     EXPECT_EQ(width, 16u);
     EXPECT_EQ(height, 8u);
 }
@@ -112,11 +116,11 @@ TEST(FindWidthHeightMCU, OtherColorFormatsFailAndTouchNothing) {
 TEST(FindWidthHeightMCU, SizesThatRoundOutOf32BitsFailAndTouchNothing) {
     uint32_t width = 111;
     uint32_t height = 222;
-    EXPECT_EQ(FindWidthHeightMCU(&width, &height, 0xFFFFFFF1, 8, 212), -1);
-    EXPECT_EQ(FindWidthHeightMCU(&width, &height, 8, 0xFFFFFFF9, 222), -1);
+    EXPECT_EQ(FindWidthHeightMCU(&width, &height, 0xFFFFFFF1, 8, KOWEN_FORMAT_YCC422), -1);
+    EXPECT_EQ(FindWidthHeightMCU(&width, &height, 8, 0xFFFFFFF9, KOWEN_FORMAT_RGB444), -1);
     EXPECT_EQ(width, 111u);
     EXPECT_EQ(height, 222u);
-    EXPECT_EQ(FindWidthHeightMCU(&width, &height, 0xFFFFFFF0, 0xFFFFFFF8, 212), 0);
+    EXPECT_EQ(FindWidthHeightMCU(&width, &height, 0xFFFFFFF0, 0xFFFFFFF8, KOWEN_FORMAT_YCC422), 0);
     EXPECT_EQ(width, 0xFFFFFFF0u);
     EXPECT_EQ(height, 0xFFFFFFF8u);
 }
@@ -179,10 +183,10 @@ TEST(FreeCompressEnv, FreesTheTablesTheBandBufferAndItself) {
 }
 
 TEST(FreeCompressEnv, OfHandleZeroFreesNothing) {
-    const CurrentSetup setup(222, 245);
+    const CurrentSetup setup(KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL);
     const MemoryHandle handle = GlobalAlloc(kGlobalFlags, sizeof(CompressEnv));
     auto *env = Lock<CompressEnv>(handle);
-    ASSERT_EQ(InitCompressEnv(env, 222, 245, 17, 9), 0);
+    ASSERT_EQ(InitCompressEnv(env, KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL, 17, 9), 0);
     AllocMem(env->huffmanHandle, env->huffmanTable);
     const MemoryHandle table = env->huffmanHandle[0];
     const uint32_t bytes = GlobalSize(table);

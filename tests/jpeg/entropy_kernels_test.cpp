@@ -95,7 +95,7 @@ struct McuComparison {
     uint32_t Role(uint32_t c) const { return asTheFirst ? 0 : c; }
 
     void Run(uint32_t mcus, int filling, size_t roomBytes) const {
-        PictureEnv env(212, 245, 100, 16, 8);
+        PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 100, 16, 8);
         std::vector<std::vector<Block>> blocks;
         std::vector<Transformed> transformed;
         int16_t predictors[3] = {};
@@ -109,7 +109,7 @@ struct McuComparison {
             components.push_back({transformed[c].coefficients.data(), transformed[c].nonZero.data(),
                                   Blocks(c), TablesOf(env, chroma), &predictors[Role(c)]});
         }
-        reference::Coder coder(245, 100);
+        reference::Coder coder(KOWEN_OPERATION_SEQUENTIAL, 100);
         for (size_t mcu = 0; mcu < mcus; ++mcu)
             for (uint32_t c = 0; c < componentCount; ++c)
                 for (size_t i = 0; i < Blocks(c); ++i) {
@@ -164,7 +164,7 @@ TEST_P(EntropyKernelVariant, CodeMcusOfOtherFormats) {
 
 TEST_P(EntropyKernelVariant, CodeMcusNeedsRoom) {
     const Kernels &kernels = *GetParam();
-    PictureEnv env(215, 245, 100, 8, 8);
+    PictureEnv env(KOWEN_FORMAT_GREY, KOWEN_OPERATION_SEQUENTIAL, 100, 8, 8);
     const Transformed transformed(MakeBlocks(1, kSparse, 1), kernels.zigZag);
     int16_t predictor = 0;
     ComponentBlocks component = {transformed.coefficients.data(), transformed.nonZero.data(), 1,
@@ -198,8 +198,8 @@ TEST_P(EntropyKernelVariant, PackBlocks) {
 TEST_P(EntropyKernelVariant, CodeDcs) {
     constexpr uint32_t kMcus = 3000;
     const Kernels &kernels = *GetParam();
-    PictureEnv env(212, 246, 100, 16, 8);
-    reference::Coder coder(246, 100);
+    PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 100, 16, 8);
+    reference::Coder coder(KOWEN_OPERATION_PROGRESSIVE, 100);
     TestRandom random(7);
     std::vector<int16_t> dcs[3];
     for (uint32_t mcu = 0; mcu < kMcus; ++mcu)
@@ -231,11 +231,11 @@ TEST_P(EntropyKernelVariant, CodeDcs) {
 TEST_P(EntropyKernelVariant, CodeAcs) {
     constexpr uint32_t kBlocks = 200;
     const Kernels &kernels = *GetParam();
-    PictureEnv env(212, 246, 100, 16, 8);
+    PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 100, 16, 8);
     for (int component = 0; component < 2; ++component)
         for (int filling = 0; filling <= kFillings; ++filling) {
             const std::vector<Block> blocks = MakeBlocks(kBlocks, filling, 11);
-            reference::Coder coder(246, 100);
+            reference::Coder coder(KOWEN_OPERATION_PROGRESSIVE, 100);
             int bandEnds = 0;
             for (const Block &block : blocks)
                 reference::CodeAcBand(coder, block, bandEnds, component);

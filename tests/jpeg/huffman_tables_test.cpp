@@ -157,7 +157,7 @@ void ExpectAcTable(const Tables &tables, int number, const reference::HuffmanLis
 
 TEST(CreateTblsFor, SequentialGivesTheStandardCodes) {
     const Tables tables;
-    EXPECT_EQ(CreateTblsFor(tables.Get(), 245), 0);
+    EXPECT_EQ(CreateTblsFor(tables.Get(), KOWEN_OPERATION_SEQUENTIAL), 0);
     ExpectCode(tables.At(2, 0x00), 0b1010, 4);
     ExpectCode(tables.At(2, 0xF0), 0b11111111001, 11);
     ExpectCode(tables.At(2, 0xFA), 0b1111111111111110, 16);
@@ -171,7 +171,7 @@ TEST(CreateTblsFor, SequentialGivesTheStandardCodes) {
 
 TEST(CreateTblsFor, ProgressiveAddsTheEndOfBandRuns) {
     const Tables tables;
-    EXPECT_EQ(CreateTblsFor(tables.Get(), 246), 0);
+    EXPECT_EQ(CreateTblsFor(tables.Get(), KOWEN_OPERATION_PROGRESSIVE), 0);
     ExpectCode(tables.At(2, 0x00), 0b1010, 4);
     ExpectCode(tables.At(2, 0xF0), 0b11111111001, 11);
     ExpectCode(tables.At(2, 0x10), 0xFFC2, 16); // 16-bit codes from FF40; 130 stand before it
@@ -189,7 +189,7 @@ TEST(CreateTblsFor, AnyOtherOperationTakesTheProgressiveLists) {
 
 TEST(CreateDCDiffTbl, JoinsTheCategoryCodeAndTheBits) {
     const Tables tables;
-    EXPECT_EQ(CreateTblsFor(tables.Get(), 245), 0);
+    EXPECT_EQ(CreateTblsFor(tables.Get(), KOWEN_OPERATION_SEQUENTIAL), 0);
     ExpectCode(tables.At(4, 0), 0b00, 2);
     ExpectCode(tables.At(4, 3), 0b01111, 5);
     ExpectCode(tables.At(4, 1), 0b0101, 4);
@@ -200,7 +200,7 @@ TEST(CreateDCDiffTbl, JoinsTheCategoryCodeAndTheBits) {
 
 TEST(CreateDCDiffTbl, NegativeDifferencesCountDownFrom4094) {
     const Tables tables;
-    EXPECT_EQ(CreateTblsFor(tables.Get(), 245), 0);
+    EXPECT_EQ(CreateTblsFor(tables.Get(), KOWEN_OPERATION_SEQUENTIAL), 0);
     ExpectCode(tables.At(4, 4094), 0b0100, 4);                  // -1
     ExpectCode(tables.At(4, 4092), 0b01100, 5);                 // -3
     ExpectCode(tables.At(4, 2048), 0b11111111000000000000, 20); // -2047
@@ -214,7 +214,7 @@ TEST(CreateDCDiffTbl, NegativeDifferencesCountDownFrom4094) {
 
 TEST(CreateDCDiffTbl, EveryDifferenceIsItsCategoryAndItsBits) {
     const Tables tables;
-    EXPECT_EQ(CreateTblsFor(tables.Get(), 245), 0);
+    EXPECT_EQ(CreateTblsFor(tables.Get(), KOWEN_OPERATION_SEQUENTIAL), 0);
     const auto lists = reference::SequentialLists();
     for (int table = 0; table < 2; ++table) {
         auto codes = reference::CodesOf(lists.dc[table]);

@@ -79,22 +79,22 @@ protected:
 };
 
 TEST_P(KernelVariant, MapRgbToYcc) {
-    ExpectMapping(GetParam()->mapRgbToYcc, 212, false);
-    ExpectMappingOfTheCube(GetParam()->mapRgbToYcc, 212, false, 3);
+    ExpectMapping(GetParam()->mapRgbToYcc, KOWEN_FORMAT_YCC422, false);
+    ExpectMappingOfTheCube(GetParam()->mapRgbToYcc, KOWEN_FORMAT_YCC422, false, 3);
 }
 
 TEST_P(KernelVariant, MapBgrToYcc) {
-    ExpectMapping(GetParam()->mapBgrToYcc, 212, true);
-    ExpectMappingOfTheCube(GetParam()->mapBgrToYcc, 212, true, 5);
+    ExpectMapping(GetParam()->mapBgrToYcc, KOWEN_FORMAT_YCC422, true);
+    ExpectMappingOfTheCube(GetParam()->mapBgrToYcc, KOWEN_FORMAT_YCC422, true, 5);
 }
 
 TEST_P(KernelVariant, MapToGrey) {
-    ExpectMapping(GetParam()->mapToGrey, 215, false);
-    ExpectMappingOfTheCube(GetParam()->mapToGrey, 215, false, 3);
+    ExpectMapping(GetParam()->mapToGrey, KOWEN_FORMAT_GREY, false);
+    ExpectMappingOfTheCube(GetParam()->mapToGrey, KOWEN_FORMAT_GREY, false, 3);
 }
 
 TEST_P(KernelVariant, SwapFirstAndThird) {
-    ExpectMapping(GetParam()->swapFirstAndThird, 222, false);
+    ExpectMapping(GetParam()->swapFirstAndThird, KOWEN_FORMAT_RGB444, false);
 }
 
 TEST_P(KernelVariant, Deinterleave422) {
@@ -152,16 +152,16 @@ TEST_P(KernelVariant, MapAndDeinterleave) {
              k.mapAndDeinterleave422(row, width, planes[0].data(), planes[1].data(),
                                      planes[2].data());
          },
-         212, 3, 2},
+         KOWEN_FORMAT_YCC422, 3, 2},
         {[](const Kernels &k, uint8_t *row, uint32_t width, std::vector<uint8_t> *planes) {
              k.mapAndDeinterleave444(row, width, planes[0].data(), planes[1].data(),
                                      planes[2].data());
          },
-         222, 3, 1},
+         KOWEN_FORMAT_RGB444, 3, 1},
         {[](const Kernels &k, uint8_t *row, uint32_t width, std::vector<uint8_t> *planes) {
              k.mapAndExtractGrey(row, width, planes[0].data());
          },
-         215, 1, 1},
+         KOWEN_FORMAT_GREY, 1, 1},
     };
     TestRandom random(37);
     for (const auto &each : cases)
@@ -196,7 +196,7 @@ TEST_P(KernelVariant, MapAndDeinterleave) {
 class Blocks {
 public:
     Blocks(uint32_t count, int quality) : count_(count) {
-        SetQTable(&env_, quality, 212);
+        SetQTable(&env_, quality, KOWEN_FORMAT_YCC422);
         samples_.assign(8 * Stride() + kSampleSlack, 0);
     }
     uint32_t Stride() const { return count_ * 8; }

@@ -18,41 +18,44 @@ Pixel MapOne(Pixel pixel, int32_t colorFormat, int32_t byteOrder = kByteOrderRgb
 }
 
 TEST(MapColors, ColorsBecomeLuminanceAndChroma) {
-    EXPECT_EQ(MapOne({255, 255, 255}, 212), (Pixel{255, 128, 128}));
-    EXPECT_EQ(MapOne({0, 0, 0}, 212), (Pixel{0, 128, 128}));
-    EXPECT_EQ(MapOne({255, 0, 0}, 212), (Pixel{76, 90, 239}));
-    EXPECT_EQ(MapOne({0, 255, 0}, 212), (Pixel{153, 52, 33}));  // (0 - 153) / 2, -1530 / 16
-    EXPECT_EQ(MapOne({0, 0, 255}, 212), (Pixel{25, 243, 113})); // 230 / 2, -250 / 16
+    EXPECT_EQ(MapOne({255, 255, 255}, KOWEN_FORMAT_YCC422), (Pixel{255, 128, 128}));
+    EXPECT_EQ(MapOne({0, 0, 0}, KOWEN_FORMAT_YCC422), (Pixel{0, 128, 128}));
+    EXPECT_EQ(MapOne({255, 0, 0}, KOWEN_FORMAT_YCC422), (Pixel{76, 90, 239}));
+    EXPECT_EQ(MapOne({0, 255, 0}, KOWEN_FORMAT_YCC422),
+              (Pixel{153, 52, 33})); // (0 - 153) / 2, -1530 / 16
+    EXPECT_EQ(MapOne({0, 0, 255}, KOWEN_FORMAT_YCC422),
+              (Pixel{25, 243, 113})); // 230 / 2, -250 / 16
 }
 
 // y = (300 + 606 + 102) / 10 = 100; (102 - 100) / 2 = 1; and -1 / 2, -10 / 16 are 0, not -1.
 TEST(MapColors, DivisionsTruncateTowardZero) {
-    EXPECT_EQ(MapOne({100, 101, 102}, 212), (Pixel{100, 129, 128}));
-    EXPECT_EQ(MapOne({99, 101, 99}, 212), (Pixel{100, 128, 128}));
+    EXPECT_EQ(MapOne({100, 101, 102}, KOWEN_FORMAT_YCC422), (Pixel{100, 129, 128}));
+    EXPECT_EQ(MapOne({99, 101, 99}, KOWEN_FORMAT_YCC422), (Pixel{100, 128, 128}));
 }
 
 TEST(MapColors, ByteOrderOneTakesBlueFirst) {
-    EXPECT_EQ(MapOne({0, 0, 255}, 212, kByteOrderBgr), (Pixel{76, 90, 239}));
-    EXPECT_EQ(MapOne({255, 0, 0}, 212, kByteOrderBgr), (Pixel{25, 243, 113}));
-    EXPECT_EQ(MapOne({0, 255, 0}, 212, kByteOrderBgr), (Pixel{153, 52, 33}));
+    EXPECT_EQ(MapOne({0, 0, 255}, KOWEN_FORMAT_YCC422, kByteOrderBgr), (Pixel{76, 90, 239}));
+    EXPECT_EQ(MapOne({255, 0, 0}, KOWEN_FORMAT_YCC422, kByteOrderBgr), (Pixel{25, 243, 113}));
+    EXPECT_EQ(MapOne({0, 255, 0}, KOWEN_FORMAT_YCC422, kByteOrderBgr), (Pixel{153, 52, 33}));
 }
 
 TEST(MapColors, AnyByteOrderButOneTakesRedFirst) {
     for (const int32_t byteOrder : {0, 2, 3, -1})
-        EXPECT_EQ(MapOne({255, 0, 0}, 212, byteOrder), (Pixel{76, 90, 239})) << byteOrder;
+        EXPECT_EQ(MapOne({255, 0, 0}, KOWEN_FORMAT_YCC422, byteOrder), (Pixel{76, 90, 239}))
+            << byteOrder;
 }
 
 TEST(MapColors, FullSizeFormatExchangesFirstAndThird) {
-    EXPECT_EQ(MapOne({1, 2, 3}, 222), (Pixel{3, 2, 1}));
-    EXPECT_EQ(MapOne({1, 2, 3}, 222, kByteOrderBgr), (Pixel{3, 2, 1}));
+    EXPECT_EQ(MapOne({1, 2, 3}, KOWEN_FORMAT_RGB444), (Pixel{3, 2, 1}));
+    EXPECT_EQ(MapOne({1, 2, 3}, KOWEN_FORMAT_RGB444, kByteOrderBgr), (Pixel{3, 2, 1}));
 }
 
 TEST(MapColors, GreyWeighsTheThirdByteMost) {
-    EXPECT_EQ(MapOne({0, 0, 255}, 215), (Pixel{76, 76, 76}));
-    EXPECT_EQ(MapOne({255, 0, 0}, 215), (Pixel{25, 25, 25}));
-    EXPECT_EQ(MapOne({0, 255, 0}, 215), (Pixel{153, 153, 153}));
-    EXPECT_EQ(MapOne({0, 0, 255}, 215, kByteOrderBgr), (Pixel{76, 76, 76}));
-    EXPECT_EQ(MapOne({255, 255, 255}, 215), (Pixel{255, 255, 255}));
+    EXPECT_EQ(MapOne({0, 0, 255}, KOWEN_FORMAT_GREY), (Pixel{76, 76, 76}));
+    EXPECT_EQ(MapOne({255, 0, 0}, KOWEN_FORMAT_GREY), (Pixel{25, 25, 25}));
+    EXPECT_EQ(MapOne({0, 255, 0}, KOWEN_FORMAT_GREY), (Pixel{153, 153, 153}));
+    EXPECT_EQ(MapOne({0, 0, 255}, KOWEN_FORMAT_GREY, kByteOrderBgr), (Pixel{76, 76, 76}));
+    EXPECT_EQ(MapOne({255, 255, 255}, KOWEN_FORMAT_GREY), (Pixel{255, 255, 255}));
 }
 
 TEST(MapColors, OtherFormatsAreTakenAsColor) {
@@ -62,14 +65,14 @@ TEST(MapColors, OtherFormatsAreTakenAsColor) {
 
 TEST(MapColors, BytesBetweenTheRowsStay) {
     std::vector<uint8_t> pixels = {1, 2, 3, 77, 4, 5, 6, 78};
-    EXPECT_EQ(MapColors(pixels.data(), 1, 4, 2, 222, kByteOrderRgb), 0);
+    EXPECT_EQ(MapColors(pixels.data(), 1, 4, 2, KOWEN_FORMAT_RGB444, kByteOrderRgb), 0);
     EXPECT_EQ(pixels, (std::vector<uint8_t>{3, 2, 1, 77, 6, 5, 4, 78}));
 }
 
 TEST(MapColors, NoPixelsChangeNothing) {
     uint8_t byte = 9;
-    EXPECT_EQ(MapColors(&byte, 0, 0, 1, 212, kByteOrderRgb), 0);
-    EXPECT_EQ(MapColors(&byte, 1, 4, 0, 212, kByteOrderRgb), 0);
+    EXPECT_EQ(MapColors(&byte, 0, 0, 1, KOWEN_FORMAT_YCC422, kByteOrderRgb), 0);
+    EXPECT_EQ(MapColors(&byte, 1, 4, 0, KOWEN_FORMAT_YCC422, kByteOrderRgb), 0);
     EXPECT_EQ(byte, 9);
 }
 
@@ -100,7 +103,8 @@ TEST(MapColors, EveryColorFollowsTheFormula) {
             for (int b = 0; b < 256; ++b)
                 for (const int byte : {r, g, b})
                     *p++ = static_cast<uint8_t>(byte);
-        MapColors(row.data(), kGreensAndBlues, kGreensAndBlues * 3, 1, 212, kByteOrderRgb);
+        MapColors(row.data(), kGreensAndBlues, kGreensAndBlues * 3, 1, KOWEN_FORMAT_YCC422,
+                  kByteOrderRgb);
         p = row.data();
         for (int g = 0; g < 256; ++g)
             for (int b = 0; b < 256; ++b, p += 3) {
@@ -113,14 +117,14 @@ TEST(MapColors, EveryColorFollowsTheFormula) {
 
 TEST(MapColors, EveryThirdColorEqualsTheReferenceInTheOtherFormats) {
     for (int red = 0; red < 256; red += 3) {
-        ExpectPlainMapping(red, 3, 212, kByteOrderBgr);
-        ExpectPlainMapping(red, 3, 215, kByteOrderRgb);
-        ExpectPlainMapping(red, 5, 222, kByteOrderRgb);
+        ExpectPlainMapping(red, 3, KOWEN_FORMAT_YCC422, kByteOrderBgr);
+        ExpectPlainMapping(red, 3, KOWEN_FORMAT_GREY, kByteOrderRgb);
+        ExpectPlainMapping(red, 5, KOWEN_FORMAT_RGB444, kByteOrderRgb);
     }
 }
 
 TEST(MapColors, EveryWidthEqualsTheReferenceAndStaysInItsRows) {
-    for (const int32_t colorFormat : {212, 215, 222})
+    for (const int32_t colorFormat : {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_GREY, KOWEN_FORMAT_RGB444})
         for (int width = 1; width <= 140; ++width) {
             const TestBitmap before = MakeNoise(width, 3, static_cast<uint32_t>(width));
             TestBitmap after = before;

@@ -35,8 +35,9 @@ int32_t Code(PictureEnv &env, const std::vector<uint8_t> &padded) {
 }
 
 std::vector<uint8_t> CodeWhole(const Picture &picture, int quality, uint32_t bufferBytes = 1000) {
-    PictureEnv env(212, 246, quality, static_cast<uint32_t>(picture.width),
-                   static_cast<uint32_t>(picture.height), bufferBytes);
+    PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, quality,
+                   static_cast<uint32_t>(picture.width), static_cast<uint32_t>(picture.height),
+                   bufferBytes);
     const int32_t count = Code(env, Padded(picture));
     EXPECT_GE(count, 0);
     EXPECT_EQ(env->bitMask, 128);
@@ -44,14 +45,14 @@ std::vector<uint8_t> CodeWhole(const Picture &picture, int quality, uint32_t buf
 }
 
 std::vector<uint8_t> CodePlainly(const Picture &picture, int quality) {
-    reference::Coder coder(246, quality);
+    reference::Coder coder(KOWEN_OPERATION_PROGRESSIVE, quality);
     reference::CodeProgressive(coder, picture);
     return coder.bits.Bytes();
 }
 
 void ExpectPlainBytes(const TestBitmap &bitmap, int quality) {
     const Picture picture =
-        reference::MappedPicture(bitmap.pixels, bitmap.width, bitmap.height, 212);
+        reference::MappedPicture(bitmap.pixels, bitmap.width, bitmap.height, KOWEN_FORMAT_YCC422);
     ASSERT_EQ(CodeWhole(picture, quality), CodePlainly(picture, quality))
         << bitmap.width << " x " << bitmap.height << ", " << quality;
 }
@@ -86,7 +87,8 @@ TEST(CompressProgressive, BlocksInThePaddingHaveNoAc) {
 // Padding repeats the last column, which may be an odd one; chroma of the even columns beyond it
 // is then the odd column's. The sequential coder repeats the last even column instead.
 TEST(CompressProgressive, ChromaBeyondTheEdgeIsTheLastColumns) {
-    const Picture picture = reference::MappedPicture(MakeNoise(18, 8, 4).pixels, 18, 8, 212);
+    const Picture picture =
+        reference::MappedPicture(MakeNoise(18, 8, 4).pixels, 18, 8, KOWEN_FORMAT_YCC422);
     Picture whole = Flat(32, 8, {});
     for (int y = 0; y < 8; ++y)
         for (int x = 0; x < 32; ++x)
@@ -157,18 +159,20 @@ TEST(CompressProgressive, RunsEndAtThirtyTwoThousandSevenHundredSixtySeven) {
 
 // A producer of several bands: each is coded as a picture of its own, from its own pixels.
 TEST(CompressProgressive, BandOfAPictureIsCodedAsAPicture) {
-    const Picture band = reference::MappedPicture(MakeNoise(20, 8).pixels, 20, 8, 212);
+    const Picture band =
+        reference::MappedPicture(MakeNoise(20, 8).pixels, 20, 8, KOWEN_FORMAT_YCC422);
     const std::vector<uint8_t> padded = Padded(band);
-    PictureEnv env(212, 246, 75, 20, 24); // padded 32 x 24
+    PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 75, 20, 24); // padded 32 x 24
     const int32_t count = CompressProgressive(nullptr, padded.data(), 8, 32, env.Get());
     ASSERT_GT(count, 0);
     EXPECT_EQ(env.Bytes(static_cast<uint32_t>(count)), CodePlainly(band, 75));
 }
 
 TEST(CompressProgressive, WidthOtherThanThePaddedHasNoPadding) {
-    const Picture whole = reference::MappedPicture(MakeNoise(32, 8).pixels, 32, 8, 212);
+    const Picture whole =
+        reference::MappedPicture(MakeNoise(32, 8).pixels, 32, 8, KOWEN_FORMAT_YCC422);
     const std::vector<uint8_t> pixels = Padded(whole);
-    PictureEnv env(212, 246, 75, 50, 8); // padded 64 x 8
+    PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 75, 50, 8); // padded 64 x 8
     const int32_t count = CompressProgressive(nullptr, pixels.data(), 8, 32, env.Get());
     ASSERT_GT(count, 0);
     EXPECT_EQ(env.Bytes(static_cast<uint32_t>(count)), CodePlainly(whole, 75));
@@ -176,9 +180,10 @@ TEST(CompressProgressive, WidthOtherThanThePaddedHasNoPadding) {
 
 // Padded to 32 columns, of 20: rows of 64 have none of that padding.
 TEST(CompressProgressive, RowsWiderThanTheEnvironmentHaveNoPadding) {
-    const Picture whole = reference::MappedPicture(MakeNoise(64, 8).pixels, 64, 8, 212);
+    const Picture whole =
+        reference::MappedPicture(MakeNoise(64, 8).pixels, 64, 8, KOWEN_FORMAT_YCC422);
     const std::vector<uint8_t> pixels = Padded(whole);
-    PictureEnv env(212, 246, 75, 20, 8);
+    PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 75, 20, 8);
     const int32_t count = CompressProgressive(nullptr, pixels.data(), 8, 64, env.Get());
     ASSERT_GT(count, 0);
     EXPECT_EQ(env.Bytes(static_cast<uint32_t>(count)), CodePlainly(whole, 75));
@@ -187,17 +192,18 @@ TEST(CompressProgressive, RowsWiderThanTheEnvironmentHaveNoPadding) {
 // 8388608 MCUs: their blocks are 4.6 GB, more than a block of memory can have.
 TEST(CompressProgressive, PictureThatNoStoreCanHoldHasNoCount) {
     const uint8_t pixel[3] = {};
-    PictureEnv env(212, 246, 75, 8, 8);
+    PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 75, 8, 8);
     EXPECT_EQ(CompressProgressive(nullptr, pixel, 1024, 1 << 20, env.Get()), -1);
 }
 
 TEST(CompressProgressive, WithoutMemoryThereIsNoCount) {
-    const Picture picture = reference::MappedPicture(MakeNoise(160, 64).pixels, 160, 64, 212);
+    const Picture picture =
+        reference::MappedPicture(MakeNoise(160, 64).pixels, 160, 64, KOWEN_FORMAT_YCC422);
     const std::vector<uint8_t> padded = Padded(picture);
     bool coefficientStoreFailed = false;
     bool growthFailed = false;
     for (int k = 1;; ++k) {
-        PictureEnv env(212, 246, 100, 160, 64, 512);
+        PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 100, 160, 64, 512);
         const FailingMemory memory(k);
         const int32_t count = Code(env, padded);
         if (!memory.Failed())
@@ -213,8 +219,10 @@ TEST(CompressProgressive, WithoutMemoryThereIsNoCount) {
 void ExpectMappedAndCoded(int width, int height) {
     const TestBitmap before = MakeNoise(width, height, static_cast<uint32_t>(width));
     TestBitmap bitmap = before;
-    const Picture mapped = reference::MappedPicture(before.pixels, width, height, 212);
-    PictureEnv env(212, 246, 90, static_cast<uint32_t>(width), static_cast<uint32_t>(height));
+    const Picture mapped =
+        reference::MappedPicture(before.pixels, width, height, KOWEN_FORMAT_YCC422);
+    PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 90,
+                   static_cast<uint32_t>(width), static_cast<uint32_t>(height));
     const int32_t count =
         MapAndCompressProgressive({bitmap.Pixel(0, height - 1), -bitmap.Stride(),
                                    static_cast<uint32_t>(height), static_cast<uint32_t>(width)},
@@ -244,7 +252,7 @@ TEST(MapAndCompressProgressive, MapsInPlacePadsAndCodes) {
 
 TEST(MapAndCompressProgressive, OtherColorFormatsFail) {
     TestBitmap bitmap = MakeNoise(8, 8);
-    PictureEnv env(212, 246, 90, 8, 8);
+    PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 90, 8, 8);
     env->colorFormat = 213;
     EXPECT_EQ(MapAndCompressProgressive({bitmap.Pixel(0, 0), bitmap.Stride(), 8, 8}, env.Get()),
               -1);

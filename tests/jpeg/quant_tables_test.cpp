@@ -10,7 +10,8 @@
 namespace kowen {
 namespace {
 
-std::unique_ptr<CompressEnv> WithQuality(int32_t quality, int32_t colorFormat = 212) {
+std::unique_ptr<CompressEnv> WithQuality(int32_t quality,
+                                         int32_t colorFormat = KOWEN_FORMAT_YCC422) {
     auto env = std::make_unique<CompressEnv>();
     EXPECT_EQ(SetQTable(env.get(), quality, colorFormat), 0);
     return env;

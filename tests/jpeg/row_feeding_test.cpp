@@ -86,19 +86,20 @@ Bytes MappedBytes(const Bytes &bytes, int32_t colorFormat) {
 
 /// The complete bytes of one band of noise, quality 100.
 Bytes PlainBand(const Bytes &rows, int width, int height, int32_t colorFormat) {
-    reference::Coder coder(245, 100);
+    reference::Coder coder(KOWEN_OPERATION_SEQUENTIAL, 100);
     const auto picture = AsPicture(rows, width, height);
-    if (colorFormat == 212)
+    if (colorFormat == KOWEN_FORMAT_YCC422)
         reference::CodeBand422(coder, picture);
     else
-        reference::CodeBand444(coder, picture, colorFormat == 215 ? 1 : 3);
+        reference::CodeBand444(coder, picture, colorFormat == KOWEN_FORMAT_GREY ? 1 : 3);
     return coder.bits.Bytes();
 }
 
 TEST(CompAndWriteNRows, SequentialFormatsWriteTheirBand) {
-    for (const int32_t colorFormat : {212, 222, 215}) {
+    for (const int32_t colorFormat :
+         {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_RGB444, KOWEN_FORMAT_GREY}) {
         const Bytes rows = NoiseRows(37, 5);
-        PictureEnv env(colorFormat, 245, 100, 37, 5, 0);
+        PictureEnv env(colorFormat, KOWEN_OPERATION_SEQUENTIAL, 100, 37, 5, 0);
         const MemoryOutput output;
         EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 37, 5, env.Get()), 0);
         EXPECT_EQ(output.Bytes(), PlainBand(rows, 37, 5, colorFormat)) << colorFormat;
@@ -107,10 +108,10 @@ TEST(CompAndWriteNRows, SequentialFormatsWriteTheirBand) {
 
 TEST(CompAndWriteNRows, ProgressivePictureIsWrittenAtOnce) {
     const Bytes rows = NoiseRows(32, 16);
-    PictureEnv env(212, 246, 90, 32, 16, 0);
+    PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 90, 32, 16, 0);
     const MemoryOutput output;
     EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 32, 16, env.Get()), 0);
-    reference::Coder coder(246, 90);
+    reference::Coder coder(KOWEN_OPERATION_PROGRESSIVE, 90);
     reference::CodeProgressive(coder, AsPicture(rows, 32, 16));
     EXPECT_EQ(output.Bytes(), coder.bits.Bytes());
 }
@@ -118,12 +119,12 @@ TEST(CompAndWriteNRows, ProgressivePictureIsWrittenAtOnce) {
 TEST(CompAndWriteNRows, OtherProgressiveFormatsAndOperationsWriteNothing) {
     const Bytes rows = NoiseRows(32, 16);
     for (const int32_t colorFormat : {222, 215, 0}) {
-        PictureEnv env(colorFormat, 246, 90, 32, 16, 0);
+        PictureEnv env(colorFormat, KOWEN_OPERATION_PROGRESSIVE, 90, 32, 16, 0);
         const MemoryOutput output;
         EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 32, 16, env.Get()), 0);
         EXPECT_TRUE(output.Bytes().empty()) << colorFormat;
     }
-    PictureEnv env(212, 0, 90, 32, 16, 0);
+    PictureEnv env(KOWEN_FORMAT_YCC422, 0, 90, 32, 16, 0);
     const MemoryOutput output;
     EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 32, 16, env.Get()), 0);
     EXPECT_TRUE(output.Bytes().empty());
@@ -131,11 +132,11 @@ TEST(CompAndWriteNRows, OtherProgressiveFormatsAndOperationsWriteNothing) {
 
 TEST(CompAndWriteNRows, BufferIsGoneAfterwards) {
     const Bytes rows = NoiseRows(500, 1); // outgrows its capacity of one row
-    PictureEnv env(222, 245, 100, 500, 1, 0);
+    PictureEnv env(KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL, 100, 500, 1, 0);
     const MemoryOutput output;
     EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 500, 1, env.Get()), 0);
     EXPECT_EQ(env->outputHandle, 0u);
-    EXPECT_EQ(output.Bytes(), PlainBand(rows, 500, 1, 222));
+    EXPECT_EQ(output.Bytes(), PlainBand(rows, 500, 1, KOWEN_FORMAT_RGB444));
 }
 
 /// A band of this many pixels of noise in colour format 222 and quality 100, and its bytes.
@@ -147,13 +148,13 @@ struct Band {
 
 Band NoiseBand(uint32_t width) {
     const Bytes rows = NoiseRows(width, 8);
-    return {width, rows, PlainBand(rows, static_cast<int>(width), 8, 222)};
+    return {width, rows, PlainBand(rows, static_cast<int>(width), 8, KOWEN_FORMAT_RGB444)};
 }
 
 TEST(CompAndWriteNRows, SmallBandsAreOneWrite) {
     const Band band = NoiseBand(1000);
     ASSERT_LT(band.coded.size(), 32768u);
-    PictureEnv env(222, 245, 100, band.width, 8, 0);
+    PictureEnv env(KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL, 100, band.width, 8, 0);
     const HostOutput output;
     EXPECT_EQ(CompAndWriteNRows(output.File(), band.rows.data(), band.width, 8, env.Get()), 0);
     EXPECT_EQ(output.WriteSizes(), std::vector<int32_t>{static_cast<int32_t>(band.coded.size())});
@@ -163,7 +164,7 @@ TEST(CompAndWriteNRows, SmallBandsAreOneWrite) {
 TEST(CompAndWriteNRows, LargeBandsAreWrittenInPieces) {
     const Band band = NoiseBand(4000);
     ASSERT_GT(band.coded.size(), 2 * 32767u);
-    PictureEnv env(222, 245, 100, band.width, 8, 0);
+    PictureEnv env(KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL, 100, band.width, 8, 0);
     const HostOutput output;
     EXPECT_EQ(CompAndWriteNRows(output.File(), band.rows.data(), band.width, 8, env.Get()), 0);
     std::vector<int32_t> sizes;
@@ -194,7 +195,7 @@ TEST(CompAndWriteNRows, ABandOf40000BytesIsWrittenAs32767And7233) {
 // Six bits of a flat grey block fill no byte: the write is made all the same.
 TEST(CompAndWriteNRows, BandWithoutAWholeByteIsAWriteOfNone) {
     const Bytes rows(8 * 8 * 3, 128);
-    PictureEnv env(215, 245, 75, 8, 8, 0);
+    PictureEnv env(KOWEN_FORMAT_GREY, KOWEN_OPERATION_SEQUENTIAL, 75, 8, 8, 0);
     const HostOutput output;
     EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 8, 8, env.Get()), 0);
     EXPECT_EQ(output.WriteSizes(), std::vector<int32_t>{0});
@@ -204,7 +205,7 @@ TEST(CompAndWriteNRows, BandWithoutAWholeByteIsAWriteOfNone) {
 // A picture of one pixel has a buffer of 24 bytes, too few for its scans.
 TEST(MapAndWriteBand, LostProgressiveGrowthIsReported) {
     Bytes rows = NoiseRows(1, 1);
-    PictureEnv env(212, 246, 75, 1, 1, 0);
+    PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 75, 1, 1, 0);
     const HostOutput output;
     const FailingMemory memory(3); // after the band buffer and the coefficient store
     EXPECT_EQ(MapAndWriteBand(output.File(), {rows.data(), 3, 1, 1}, env.Get()), 300);
@@ -236,7 +237,7 @@ TEST(MapAndWriteBand, UnknownFormatIsLuminanceAndChroma) {
     for (const int32_t componentCount : {0, 3}) {
         const Bytes before = NoiseRows(37, 8);
         Bytes rows = before;
-        PictureEnv env(213, 245, 100, 37, 8, 0);
+        PictureEnv env(213, KOWEN_OPERATION_SEQUENTIAL, 100, 37, 8, 0);
         env->componentCount = static_cast<uint32_t>(componentCount);
         const MemoryOutput output;
         EXPECT_EQ(MapAndWriteBand(output.File(), {rows.data(), 37 * 3, 8, 37}, env.Get()), 0);
@@ -251,7 +252,7 @@ TEST(CompAndWriteNRows, EveryFailedAllocationLosesTheWholeBand) {
     const Band band = NoiseBand(4000);
     std::vector<int32_t> results;
     for (int k = 1;; ++k) {
-        PictureEnv env(222, 245, 100, band.width, 8, 0);
+        PictureEnv env(KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL, 100, band.width, 8, 0);
         const HostOutput output;
         const FailingMemory memory(k);
         const int32_t result =
@@ -270,7 +271,7 @@ TEST(CompAndWriteNRows, EveryFailedAllocationLosesTheWholeBand) {
 TEST(CompAndWriteNRows, LostGrowthIsReported) {
     // One row of noise: the buffer holds one row, the eight that are coded need more.
     const Bytes rows = NoiseRows(500, 1);
-    PictureEnv env(222, 245, 100, 500, 1, 0);
+    PictureEnv env(KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL, 100, 500, 1, 0);
     const HostOutput output;
     const FailingMemory memory(2);
     EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 500, 1, env.Get()), 300);
@@ -280,7 +281,7 @@ TEST(CompAndWriteNRows, LostGrowthIsReported) {
 
 TEST(CompAndWriteNRows, MissingCoefficientStoreFails) {
     const Bytes rows = NoiseRows(32, 16);
-    PictureEnv env(212, 246, 90, 32, 16, 0);
+    PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 90, 32, 16, 0);
     const HostOutput output;
     const FailingMemory memory(2);
     EXPECT_EQ(CompAndWriteNRows(output.File(), rows.data(), 32, 16, env.Get()), -1);
@@ -289,7 +290,7 @@ TEST(CompAndWriteNRows, MissingCoefficientStoreFails) {
 
 TEST(CompAndWriteNRows, SizesThatNoBufferCanHoldFail) {
     const uint8_t pixel[3] = {};
-    PictureEnv env(222, 245, 100, 8, 8, 0);
+    PictureEnv env(KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL, 100, 8, 8, 0);
     const HostOutput output;
     // 8 rows of 2^28 pixels: 6 GB.
     EXPECT_EQ(CompAndWriteNRows(output.File(), pixel, 0x10000000, 8, env.Get()), -1);
@@ -300,7 +301,7 @@ TEST(CompAndWriteNRows, LeaksNothing) {
     const Band band = NoiseBand(1800);
     ASSERT_GT(band.coded.size(), 32767u);
     for (const int failing : {0, 1, 2, 3, 4}) {
-        PictureEnv env(222, 245, 100, band.width, 8, 0);
+        PictureEnv env(KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL, 100, band.width, 8, 0);
         ExpectNothingLeaks([&] {
             const FailingMemory memory(failing);
             CompAndWriteNRows(0, band.rows.data(), band.width, 8, env.Get());
@@ -310,17 +311,17 @@ TEST(CompAndWriteNRows, LeaksNothing) {
 
 /// The writes that a sequential band's MCU rows make, quality 100.
 std::vector<int32_t> GroupSizes(const TestBitmap &bitmap, int32_t colorFormat) {
-    reference::Coder coder(245, 100);
+    reference::Coder coder(KOWEN_OPERATION_SEQUENTIAL, 100);
     const auto picture =
         reference::MappedPicture(bitmap.pixels, bitmap.width, bitmap.height, colorFormat);
     std::vector<int32_t> sizes;
     size_t before = 0;
     for (int top = 0; top < picture.height; top += 8) {
         const auto mcuRow = picture.Rows(top, std::min(8, picture.height - top));
-        if (colorFormat == 212)
+        if (colorFormat == KOWEN_FORMAT_YCC422)
             reference::CodeBand422(coder, mcuRow);
         else
-            reference::CodeBand444(coder, mcuRow, colorFormat == 215 ? 1 : 3);
+            reference::CodeBand444(coder, mcuRow, colorFormat == KOWEN_FORMAT_GREY ? 1 : 3);
         sizes.push_back(static_cast<int32_t>(coder.bits.Bytes().size() - before));
         before = coder.bits.Bytes().size();
     }
@@ -328,10 +329,11 @@ std::vector<int32_t> GroupSizes(const TestBitmap &bitmap, int32_t colorFormat) {
 }
 
 TEST(MapAndWriteBand, SequentialMcuRowsAreOneWriteEach) {
-    for (const int32_t colorFormat : {212, 222, 215}) {
+    for (const int32_t colorFormat :
+         {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_RGB444, KOWEN_FORMAT_GREY}) {
         TestBitmap bitmap = MakeNoise(33, 21);
         const std::vector<int32_t> sizes = GroupSizes(bitmap, colorFormat);
-        PictureEnv env(colorFormat, 245, 100, 33, 21, 0);
+        PictureEnv env(colorFormat, KOWEN_OPERATION_SEQUENTIAL, 100, 33, 21, 0);
         const HostOutput output;
         EXPECT_EQ(MapAndWriteBand(output.File(), BottomUp(bitmap), env.Get()), 0);
         EXPECT_EQ(output.WriteSizes(), sizes) << colorFormat;
@@ -342,7 +344,7 @@ TEST(MapAndWriteBand, SequentialMcuRowsAreOneWriteEach) {
 // Three grey MCU rows of six bits each: none, one byte, one byte.
 TEST(MapAndWriteBand, McuRowsWithoutAWholeByteAreWritesOfNone) {
     TestBitmap bitmap = MakeFlat(8, 24, 128, 128, 128);
-    PictureEnv env(215, 245, 75, 8, 24, 0);
+    PictureEnv env(KOWEN_FORMAT_GREY, KOWEN_OPERATION_SEQUENTIAL, 75, 8, 24, 0);
     const HostOutput output;
     EXPECT_EQ(MapAndWriteBand(output.File(), BottomUp(bitmap), env.Get()), 0);
     EXPECT_EQ(output.WriteSizes(), (std::vector<int32_t>{0, 1, 1}));
@@ -351,10 +353,10 @@ TEST(MapAndWriteBand, McuRowsWithoutAWholeByteAreWritesOfNone) {
 
 TEST(MapAndWriteBand, ProgressiveIsPaddedAndCodedInOneGo) {
     TestBitmap bitmap = MakeNoise(33, 21);
-    const auto mapped = reference::MappedPicture(bitmap.pixels, 33, 21, 212);
-    reference::Coder coder(246, 90);
+    const auto mapped = reference::MappedPicture(bitmap.pixels, 33, 21, KOWEN_FORMAT_YCC422);
+    reference::Coder coder(KOWEN_OPERATION_PROGRESSIVE, 90);
     reference::CodeProgressive(coder, mapped);
-    PictureEnv env(212, 246, 90, 33, 21, 0);
+    PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 90, 33, 21, 0);
     const MemoryOutput output;
     EXPECT_EQ(MapAndWriteBand(output.File(), BottomUp(bitmap), env.Get()), 0);
     EXPECT_EQ(output.Bytes(), coder.bits.Bytes());
@@ -386,7 +388,7 @@ TEST(MapAndWriteBand, WithoutABandBufferNothingIsMapped) {
     for (const int32_t operation : {245, 246, 0}) {
         const TestBitmap before = MakeNoise(16, 8);
         TestBitmap bitmap = before;
-        PictureEnv env(212, operation, 75, 16, 8, 0);
+        PictureEnv env(KOWEN_FORMAT_YCC422, operation, 75, 16, 8, 0);
         const HostOutput output;
         const FailingMemory memory(1);
         EXPECT_EQ(MapAndWriteBand(output.File(), BottomUp(bitmap), env.Get()), 300);
@@ -400,7 +402,8 @@ TEST(MapAndWriteBand, ALostMcuRowIsTheLast) {
     // One column of noise: the first MCU row needs more than the 192 bytes of its buffer.
     for (const int rows : {8, 16, 40}) {
         TestBitmap bitmap = MakeNoise(8, rows);
-        PictureEnv env(222, 245, 100, 8, static_cast<uint32_t>(rows), 0);
+        PictureEnv env(KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL, 100, 8,
+                       static_cast<uint32_t>(rows), 0);
         const HostOutput output;
         const FailingMemory memory(2);
         EXPECT_EQ(MapAndWriteBand(output.File(), BottomUp(bitmap), env.Get()), 300) << rows;
@@ -413,7 +416,8 @@ TEST(MapAndWriteBand, ALostMcuRowIsTheLast) {
 TEST(MapAndWriteBand, AnMcuRowWithoutABounceBufferIsLost) {
     const auto write = [](int32_t operation, int failing, std::vector<int32_t> *sizes) {
         TestBitmap bitmap = MakeNoise(2000, 16);
-        const int32_t colorFormat = operation == 245 ? 222 : 212;
+        const int32_t colorFormat =
+            operation == KOWEN_OPERATION_SEQUENTIAL ? KOWEN_FORMAT_RGB444 : KOWEN_FORMAT_YCC422;
         PictureEnv env(colorFormat, operation, 100, 2000, 16, 0);
         const HostOutput output;
         const FailingMemory memory(failing);
@@ -422,18 +426,19 @@ TEST(MapAndWriteBand, AnMcuRowWithoutABounceBufferIsLost) {
         return failing == 0 ? memory.Calls() : result;
     };
     std::vector<int32_t> sizes;
-    for (const int32_t operation : {245, 246}) {
+    for (const int32_t operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE}) {
         const int bounce = write(operation, 0, &sizes); // the last allocation of all
         ASSERT_GT(sizes.size(), 1u);
         ASSERT_EQ(sizes.front(), 32767);
         EXPECT_EQ(write(operation, bounce, &sizes), 300) << operation;
-        EXPECT_EQ(sizes.size(), operation == 245 ? 2u : 0u) << "the first MCU row's, or none";
+        EXPECT_EQ(sizes.size(), operation == KOWEN_OPERATION_SEQUENTIAL ? 2u : 0u)
+            << "the first MCU row's, or none";
     }
 }
 
 TEST(MapAndWriteBand, MissingCoefficientStoreFails) {
     TestBitmap bitmap = MakeNoise(16, 8);
-    PictureEnv env(212, 246, 75, 16, 8, 0);
+    PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 75, 16, 8, 0);
     const HostOutput output;
     const FailingMemory memory(2);
     EXPECT_EQ(MapAndWriteBand(output.File(), BottomUp(bitmap), env.Get()), -1);
@@ -442,10 +447,10 @@ TEST(MapAndWriteBand, MissingCoefficientStoreFails) {
 }
 
 TEST(MapAndWriteBand, LeaksNothing) {
-    for (const int32_t operation : {245, 246})
+    for (const int32_t operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE})
         for (const int failing : {0, 1, 2, 3, 4}) {
             TestBitmap bitmap = MakeNoise(60, 30);
-            PictureEnv env(212, operation, 100, 60, 30, 0);
+            PictureEnv env(KOWEN_FORMAT_YCC422, operation, 100, 60, 30, 0);
             ExpectNothingLeaks([&] {
                 const FailingMemory memory(failing);
                 MapAndWriteBand(0, BottomUp(bitmap), env.Get());

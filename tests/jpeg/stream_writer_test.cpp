@@ -92,22 +92,27 @@ TEST_P(WriteJPGHdrCases, WritesEverythingBeforeTheFirstScan) {
     const HeaderCase &each = GetParam();
     Headers headers(each.colorFormat, each.operation);
     EXPECT_EQ(WriteJPGHdr(headers.state, headers.env.Get()), 0);
-    EXPECT_EQ(headers.output.Bytes(),
-              kSoi + kApp0 + kDqtQuality75 + FromHex(each.frame) + Dht(each.operation == 245));
+    EXPECT_EQ(headers.output.Bytes(), kSoi + kApp0 + kDqtQuality75 + FromHex(each.frame) +
+                                          Dht(each.operation == KOWEN_OPERATION_SEQUENTIAL));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     AllForms, WriteJPGHdrCases,
-    testing::Values(
-        HeaderCase{212, 245, "FF C0 00 11 08 00 09 00 11 03 01 21 00 02 11 01 03 11 01"},
-        HeaderCase{222, 245, "FF C0 00 11 08 00 09 00 11 03 01 11 00 02 11 01 03 11 01"},
-        HeaderCase{215, 245, "FF C0 00 0B 18 00 09 00 11 01 01 11 00"},
-        HeaderCase{212, 246, "FF C2 00 11 08 00 09 00 11 03 01 21 00 02 11 01 03 11 01"},
-        HeaderCase{222, 246, "FF C2 00 11 08 00 09 00 11 03 01 11 00 02 11 01 03 11 01"},
-        HeaderCase{215, 246, "FF C2 00 0B 18 00 09 00 11 01 01 11 00"}));
+    testing::Values(HeaderCase{KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL,
+                               "FF C0 00 11 08 00 09 00 11 03 01 21 00 02 11 01 03 11 01"},
+                    HeaderCase{KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL,
+                               "FF C0 00 11 08 00 09 00 11 03 01 11 00 02 11 01 03 11 01"},
+                    HeaderCase{KOWEN_FORMAT_GREY, KOWEN_OPERATION_SEQUENTIAL,
+                               "FF C0 00 0B 18 00 09 00 11 01 01 11 00"},
+                    HeaderCase{KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE,
+                               "FF C2 00 11 08 00 09 00 11 03 01 21 00 02 11 01 03 11 01"},
+                    HeaderCase{KOWEN_FORMAT_RGB444, KOWEN_OPERATION_PROGRESSIVE,
+                               "FF C2 00 11 08 00 09 00 11 03 01 11 00 02 11 01 03 11 01"},
+                    HeaderCase{KOWEN_FORMAT_GREY, KOWEN_OPERATION_PROGRESSIVE,
+                               "FF C2 00 0B 18 00 09 00 11 01 01 11 00"}));
 
 TEST(WriteJFIFHdr, CarriesBothResolutionsHighByteFirst) {
-    Headers headers(212, 245);
+    Headers headers(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL);
     headers.state->xResolution = 0x0123;
     headers.state->yResolution = 400;
     EXPECT_EQ(WriteJFIFHdr(headers.output.File(), headers.state), 0);
@@ -116,7 +121,7 @@ TEST(WriteJFIFHdr, CarriesBothResolutionsHighByteFirst) {
 }
 
 TEST(WriteQTblHdr, WritesTheTablesInZigZagOrder) {
-    Headers headers(212, 245);
+    Headers headers(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL);
     EXPECT_EQ(WriteQTblHdr(headers.state, headers.env.Get()), 0);
     EXPECT_EQ(headers.output.Bytes(), kDqtQuality75);
 }
@@ -132,7 +137,7 @@ TEST(WriteQTblHdr, WritesQuantisersModulo256) {
         int written;
     } cases[] = {{1, 444, 188}, {44, 257, 1}, {45, 252, 252}, {100, 13, 13}, {0, 448, 192}};
     for (const auto &c : cases) {
-        Headers headers(212, 245, c.quality);
+        Headers headers(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, c.quality);
         EXPECT_EQ(WriteQTblHdr(headers.state, headers.env.Get()), 0);
         const Bytes bytes = headers.output.Bytes();
         ASSERT_EQ(bytes.size(), 134u);
@@ -142,7 +147,7 @@ TEST(WriteQTblHdr, WritesQuantisersModulo256) {
 }
 
 TEST(WriteFrameHdr, GreyPrecisionIs24) {
-    Headers headers(215, 245);
+    Headers headers(KOWEN_FORMAT_GREY, KOWEN_OPERATION_SEQUENTIAL);
     EXPECT_EQ(WriteFrameHdr(headers.state, headers.env.Get()), 0);
     EXPECT_EQ(headers.output.Bytes(), FromHex("FF C0 00 0B 18 00 09 00 11 01 01 11 00"));
 }
@@ -155,14 +160,14 @@ TEST(WriteFrameHdr, WithoutComponentsPrecisionIsZero) {
 
 TEST(WriteFrameHdr, AnyOperationButSequentialIsProgressive) {
     for (const int32_t operation : {246, 0, 244, 247, -1}) {
-        Headers headers(212, operation);
+        Headers headers(KOWEN_FORMAT_YCC422, operation);
         EXPECT_EQ(WriteFrameHdr(headers.state, headers.env.Get()), 0);
         EXPECT_EQ(headers.output.Bytes()[1], 0xC2) << operation;
     }
 }
 
 TEST(WriteFrameHdr, CarriesTheLowSixteenBitsOfTheSize) {
-    Headers headers(212, 245, 75, 0x12345, 0x6789A);
+    Headers headers(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 75, 0x12345, 0x6789A);
     EXPECT_EQ(WriteFrameHdr(headers.state, headers.env.Get()), 0);
     EXPECT_EQ(headers.output.Bytes(),
               FromHex("FF C0 00 11 08 78 9A 23 45 03 01 21 00 02 11 01 03 11 01"));
@@ -170,11 +175,11 @@ TEST(WriteFrameHdr, CarriesTheLowSixteenBitsOfTheSize) {
 
 TEST(WriteHuffHdr, FollowsTheEnvironmentsOperation) {
     for (const int32_t operation : {245, 246, 0}) {
-        Headers headers(212, operation);
+        Headers headers(KOWEN_FORMAT_YCC422, operation);
         EXPECT_EQ(WriteHuffHdr(headers.state, headers.env.Get()), 0);
         const Bytes bytes = headers.output.Bytes();
-        EXPECT_EQ(bytes, Dht(operation == 245)) << operation;
-        EXPECT_EQ(bytes.size(), operation == 245 ? 420u : 448u);
+        EXPECT_EQ(bytes, Dht(operation == KOWEN_OPERATION_SEQUENTIAL)) << operation;
+        EXPECT_EQ(bytes.size(), operation == KOWEN_OPERATION_SEQUENTIAL ? 420u : 448u);
     }
 }
 
@@ -234,7 +239,7 @@ TEST(OutputSHORT, StoresTheHighByteFirst) {
 }
 
 TEST(WriteScanPad, CompletesTheByteWithOnes) {
-    PictureEnv env(212, 246, 75, 16, 8);
+    PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 75, 16, 8);
     uint32_t fill = 0;
     OutputBits(nullptr, &fill, 0b010, 3, env.Get());
     EXPECT_EQ(WriteScanPad(nullptr, &fill, env.Get()), 0);
@@ -243,14 +248,14 @@ TEST(WriteScanPad, CompletesTheByteWithOnes) {
 }
 
 TEST(WriteScanPad, WritesNothingAtAByteBoundary) {
-    PictureEnv env(212, 246, 75, 16, 8);
+    PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 75, 16, 8);
     uint32_t fill = 0;
     EXPECT_EQ(WriteScanPad(nullptr, &fill, env.Get()), 0);
     EXPECT_EQ(fill, 0u);
 }
 
 TEST(WriteScanPad, StuffsAByteThatBecomes255) {
-    PictureEnv env(212, 246, 75, 16, 8);
+    PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 75, 16, 8);
     uint32_t fill = 0;
     OutputBits(nullptr, &fill, 0b1111, 4, env.Get());
     EXPECT_EQ(WriteScanPad(nullptr, &fill, env.Get()), 0);
@@ -258,7 +263,7 @@ TEST(WriteScanPad, StuffsAByteThatBecomes255) {
 }
 
 TEST(WriteScanPad, ReportsABufferThatCannotGrow) {
-    PictureEnv env(212, 246, 75, 16, 8, 0);
+    PictureEnv env(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 75, 16, 8, 0);
     uint32_t fill = 0;
     OutputBits(nullptr, &fill, 0b1, 1, env.Get());
     EXPECT_EQ(WriteScanPad(nullptr, &fill, env.Get()), 300);

@@ -37,8 +37,9 @@ class Decoded : public testing::Test {
 protected:
     DecodedJpeg Decode(const TestBitmap &bitmap, const ExportSettings &settings, DecodeAs as) {
         const ExportRun run = host.ExportToMemory(bitmap, settings);
-        return DecodeJpeg(settings.colorFormat == 215 ? WithEightBitPrecision(run.jpeg) : run.jpeg,
-                          as);
+        return DecodeJpeg(
+            settings.colorFormat == KOWEN_FORMAT_GREY ? WithEightBitPrecision(run.jpeg) : run.jpeg,
+            as);
     }
 
     ExportHost host;
@@ -49,9 +50,9 @@ TEST_F(Decoded, EverySizeIsReadWithoutARemark) {
                             {15, 8},  {16, 8},   {17, 9},  {17, 10},  {24, 16}, {31, 17},
                             {33, 64}, {101, 37}, {200, 3}, {320, 200}};
     for (const auto &size : sizes)
-        for (const int colorFormat : {212, 215})
-            for (const int operation : {245, 246}) {
-                if (colorFormat == 215 && operation == 246)
+        for (const int colorFormat : {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_GREY})
+            for (const int operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE}) {
+                if (colorFormat == KOWEN_FORMAT_GREY && operation == KOWEN_OPERATION_PROGRESSIVE)
                     continue; // has no scan
                 const TestBitmap bitmap = MakeNoise(size[0], size[1]);
                 const DecodedJpeg decoded =
@@ -61,24 +62,24 @@ TEST_F(Decoded, EverySizeIsReadWithoutARemark) {
                     << (decoded.warnings.empty() ? "" : decoded.warnings.front());
                 EXPECT_EQ(decoded.width, size[0]);
                 EXPECT_EQ(decoded.height, (size[1] + 1) / 2 * 2); // an odd height gains a row
-                EXPECT_EQ(decoded.components, colorFormat == 212 ? 3 : 1);
-                EXPECT_EQ(decoded.progressive, operation == 246);
+                EXPECT_EQ(decoded.components, colorFormat == KOWEN_FORMAT_YCC422 ? 3 : 1);
+                EXPECT_EQ(decoded.progressive, operation == KOWEN_OPERATION_PROGRESSIVE);
             }
 }
 
 TEST_F(Decoded, EveryQualityIsReadWithoutARemark) {
     const TestBitmap bitmap = MakeChecks(67, 22);
     for (int quality = 1; quality <= 100; ++quality)
-        for (const int operation : {245, 246}) {
-            const DecodedJpeg decoded =
-                Decode(bitmap, MakeSettings(212, operation, quality), DecodeAs::kColours);
+        for (const int operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE}) {
+            const DecodedJpeg decoded = Decode(
+                bitmap, MakeSettings(KOWEN_FORMAT_YCC422, operation, quality), DecodeAs::kColours);
             EXPECT_TRUE(decoded.Clean()) << quality << ": " << decoded.error;
         }
 }
 
 TEST_F(Decoded, HeaderSaysTheResolution) {
     const TestBitmap bitmap = MakeNoise(16, 8);
-    ExportSettings settings = MakeSettings(212, 245, 75);
+    ExportSettings settings = MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 75);
     settings.resolutionMode = 310;
     settings.xResolution = 72;
     settings.yResolution = 300;
@@ -100,26 +101,32 @@ constexpr Fidelity kFidelities[] = {
 
 TEST_F(Decoded, PictureIsAsGoodAsItsQuality) {
     const TestBitmap bitmap = MakeSoft(96, 64);
-    for (const int operation : {245, 246})
+    for (const int operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE})
         for (const Fidelity &fidelity : kFidelities) {
-            const DecodedJpeg decoded = Decode(
-                bitmap, MakeSettings(212, operation, fidelity.quality), DecodeAs::kComponents);
+            const DecodedJpeg decoded =
+                Decode(bitmap, MakeSettings(KOWEN_FORMAT_YCC422, operation, fidelity.quality),
+                       DecodeAs::kComponents);
             ASSERT_TRUE(decoded.Clean());
             ASSERT_EQ(decoded.channels, 3);
-            EXPECT_GT(Psnr(decoded, bitmap, 212, 0), fidelity.luminance) << fidelity.quality;
-            EXPECT_GT(Psnr(decoded, bitmap, 212, 1), fidelity.chroma) << fidelity.quality;
-            EXPECT_GT(Psnr(decoded, bitmap, 212, 2), fidelity.chroma) << fidelity.quality;
+            EXPECT_GT(Psnr(decoded, bitmap, KOWEN_FORMAT_YCC422, 0), fidelity.luminance)
+                << fidelity.quality;
+            EXPECT_GT(Psnr(decoded, bitmap, KOWEN_FORMAT_YCC422, 1), fidelity.chroma)
+                << fidelity.quality;
+            EXPECT_GT(Psnr(decoded, bitmap, KOWEN_FORMAT_YCC422, 2), fidelity.chroma)
+                << fidelity.quality;
         }
 }
 
 TEST_F(Decoded, GreyPictureIsAsGoodAsItsQuality) {
     const TestBitmap bitmap = MakeSoft(96, 64);
     for (const Fidelity &fidelity : kFidelities) {
-        const DecodedJpeg decoded =
-            Decode(bitmap, MakeSettings(215, 245, fidelity.quality), DecodeAs::kComponents);
+        const DecodedJpeg decoded = Decode(
+            bitmap, MakeSettings(KOWEN_FORMAT_GREY, KOWEN_OPERATION_SEQUENTIAL, fidelity.quality),
+            DecodeAs::kComponents);
         ASSERT_TRUE(decoded.Clean());
         ASSERT_EQ(decoded.channels, 1);
-        EXPECT_GT(Psnr(decoded, bitmap, 215, 0), fidelity.luminance) << fidelity.quality;
+        EXPECT_GT(Psnr(decoded, bitmap, KOWEN_FORMAT_GREY, 0), fidelity.luminance)
+            << fidelity.quality;
     }
 }
 
@@ -136,10 +143,11 @@ double GreatestMeanSquare(const kowen::reference::QuantTable &quantisers) {
 TEST_F(Decoded, NoBlockIsWorseThanHalfItsQuantisers) {
     namespace reference = kowen::reference;
     const TestBitmap bitmap = MakeNoise(64, 32);
-    const auto picture = reference::MappedPicture(bitmap.pixels, 64, 32, 212);
+    const auto picture = reference::MappedPicture(bitmap.pixels, 64, 32, KOWEN_FORMAT_YCC422);
     for (int quality = 45; quality <= 100; quality += 5) { // below, the file's tables are cut
         const DecodedJpeg decoded =
-            Decode(bitmap, MakeSettings(212, 245, quality), DecodeAs::kComponents);
+            Decode(bitmap, MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, quality),
+                   DecodeAs::kComponents);
         for (int component = 0; component < 3; ++component) {
             const int step = component == 0 ? 1 : 2; // chroma is that of the even columns
             const double greatest = GreatestMeanSquare(reference::Quantisers(
@@ -164,8 +172,9 @@ TEST_F(Decoded, PictureGetsBetterWithItsQuality) {
     double before = 0;
     for (const int quality : {45, 55, 65, 75, 85, 95, 100}) {
         const DecodedJpeg decoded =
-            Decode(bitmap, MakeSettings(212, 245, quality), DecodeAs::kComponents);
-        const double now = Psnr(decoded, bitmap, 212, 0);
+            Decode(bitmap, MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, quality),
+                   DecodeAs::kComponents);
+        const double now = Psnr(decoded, bitmap, KOWEN_FORMAT_YCC422, 0);
         EXPECT_GT(now, before) << quality;
         before = now;
     }
@@ -176,9 +185,11 @@ TEST_F(Decoded, ProgressiveAndSequentialPicturesAreTheSame) {
     const TestBitmap bitmap = MakeSoft(96, 64); // whole MCUs: no edge is padded differently
     for (const int quality : {30, 75, 100}) {
         const DecodedJpeg sequential =
-            Decode(bitmap, MakeSettings(212, 245, quality), DecodeAs::kComponents);
+            Decode(bitmap, MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, quality),
+                   DecodeAs::kComponents);
         const DecodedJpeg progressive =
-            Decode(bitmap, MakeSettings(212, 246, quality), DecodeAs::kComponents);
+            Decode(bitmap, MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, quality),
+                   DecodeAs::kComponents);
         EXPECT_EQ(sequential.pixels, progressive.pixels) << quality;
     }
 }
@@ -207,9 +218,9 @@ TEST_F(Decoded, PictureStandsUprightInItsColors) {
             if (!upper && left)
                 p[2] = 0;
         }
-    for (const int operation : {245, 246}) {
+    for (const int operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE}) {
         const DecodedJpeg decoded =
-            Decode(bitmap, MakeSettings(212, operation, 95), DecodeAs::kColours);
+            Decode(bitmap, MakeSettings(KOWEN_FORMAT_YCC422, operation, 95), DecodeAs::kColours);
         ASSERT_TRUE(decoded.Clean());
         ExpectColor(decoded, 4, 4, 255, 255, 255);
         ExpectColor(decoded, 28, 4, 255, 0, 0);
@@ -229,7 +240,9 @@ TEST_F(Decoded, PureColoursComeOutPaler) {
         const TestBitmap bitmap =
             MakeFlat(16, 16, static_cast<uint8_t>(given[0]), static_cast<uint8_t>(given[1]),
                      static_cast<uint8_t>(given[2]));
-        const DecodedJpeg decoded = Decode(bitmap, MakeSettings(212, 245, 100), DecodeAs::kColours);
+        const DecodedJpeg decoded =
+            Decode(bitmap, MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 100),
+                   DecodeAs::kColours);
         const uint8_t *p = decoded.At(7, 7);
         EXPECT_EQ((std::vector<int>{p[0], p[1], p[2]}),
                   (std::vector<int>{shown[0], shown[1], shown[2]}));
@@ -238,15 +251,17 @@ TEST_F(Decoded, PureColoursComeOutPaler) {
 
 // Columns of red and black, or of red and white, have the chroma of red all over.
 TEST_F(Decoded, ChromaIsThatOfTheEvenColumns) {
-    const DecodedJpeg red =
-        Decode(MakeFlat(32, 16, 255, 0, 0), MakeSettings(212, 245, 100), DecodeAs::kComponents);
+    const DecodedJpeg red = Decode(
+        MakeFlat(32, 16, 255, 0, 0),
+        MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 100), DecodeAs::kComponents);
     for (const uint8_t odd : {uint8_t{0}, uint8_t{255}}) {
         TestBitmap bitmap = MakeFlat(32, 16, 255, 0, 0);
         for (int row = 0; row < 16; ++row)
             for (int x = 1; x < 32; x += 2)
                 std::fill_n(bitmap.Pixel(x, row), 3, odd);
         const DecodedJpeg striped =
-            Decode(bitmap, MakeSettings(212, 245, 100), DecodeAs::kComponents);
+            Decode(bitmap, MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 100),
+                   DecodeAs::kComponents);
         EXPECT_NE(striped.At(1, 0)[0], red.At(1, 0)[0]);
         for (int y = 0; y < 16; ++y)
             for (int x = 0; x < 32; ++x)
@@ -259,8 +274,9 @@ TEST_F(Decoded, CancelledFileIsCutShort) {
     StatusRecorder status;
     status.answers = {1, 1};
     const TestBitmap bitmap = MakeNoise(64, 64);
-    const ExportRun run =
-        host.ExportToMemory(bitmap, MakeSettings(212, 245, 75), CellFor(bitmap), &status);
+    const ExportRun run = host.ExportToMemory(
+        bitmap, MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 75), CellFor(bitmap),
+        &status);
     const DecodedJpeg decoded = DecodeJpeg(run.jpeg);
     EXPECT_FALSE(decoded.Clean());
     EXPECT_EQ(decoded.width, 64);

@@ -111,12 +111,14 @@ TEST_F(DeviceRequests, AHostParksAValueInTheSetup) {
 TEST_F(DeviceRequests, GreyColourModesChangeTheCells) {
     raster.Terminate();
     const auto grey = [](uint8_t value) {
-        return PlainExport(MakeFlat(16, 8, value, value, value), MakeSettings(212, 245, 90));
+        return PlainExport(MakeFlat(16, 8, value, value, value),
+                           MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 90));
     };
     EXPECT_EQ(DrawFlat(KOWEN_COLOR_GREY_SCALE, 200, 100, 50), grey(125));
     EXPECT_EQ(DrawFlat(KOWEN_COLOR_GREY_SCALE_INVERTED, 200, 100, 50), grey(130));
     EXPECT_EQ(DrawFlat(KOWEN_COLOR_GREYS_INVERTED, 100, 105, 100),
-              PlainExport(MakeFlat(16, 8, 155, 150, 155), MakeSettings(212, 245, 90)));
+              PlainExport(MakeFlat(16, 8, 155, 150, 155),
+                          MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 90)));
 }
 
 // A host's own colours are changed in place, red (255, 0, 0) to 765 / 10 = 76.

@@ -25,7 +25,8 @@ using ExportBytes = std::vector<uint8_t>;
 /// The settings that a profile section holds.
 using ExportSettings = kowen::reference::DoorSettings;
 
-inline ExportSettings MakeSettings(int colorFormat, int operation = 245, int quality = 75) {
+inline ExportSettings MakeSettings(int colorFormat, int operation = KOWEN_OPERATION_SEQUENTIAL,
+                                   int quality = 75) {
     ExportSettings settings;
     settings.colorFormat = colorFormat;
     settings.operation = operation;

@@ -22,9 +22,11 @@ protected:
 TEST_F(MemoryOutput, BlockHoldsTheFileAByte255AndZeros) {
     for (const int width : {1, 16, 64, 200, 400}) {
         const TestBitmap bitmap = MakeNoise(width, 40);
-        const ExportRun run = host.ExportToMemory(bitmap, MakeSettings(212, 245, 95));
+        const ExportRun run = host.ExportToMemory(
+            bitmap, MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 95));
         EXPECT_EQ(run.result, 0);
-        const Bytes jpeg = PlainExport(bitmap, MakeSettings(212, 245, 95));
+        const Bytes jpeg =
+            PlainExport(bitmap, MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 95));
         ASSERT_GT(run.block.size(), jpeg.size());
         EXPECT_TRUE(BeginsWith(run.block, jpeg));
         EXPECT_EQ(run.block[jpeg.size()], 255);
@@ -39,7 +41,8 @@ TEST_F(MemoryOutput, BlockGrowsBy4096) {
     size_t largest = 0;
     for (int width = 8; width <= 640; width += 8) {
         const ExportRun run =
-            host.ExportToMemory(MakeNoise(width, 32), MakeSettings(222, 245, 100));
+            host.ExportToMemory(MakeNoise(width, 32),
+                                MakeSettings(KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL, 100));
         const size_t content = run.jpeg.size() + 1;
         ASSERT_EQ(run.block.size() % 4096, 0u);
         ASSERT_GE(run.block.size(), content);
@@ -54,7 +57,8 @@ TEST_F(MemoryOutput, HandleIsRightJustAfterAGrowth) {
     std::vector<size_t> remainders;
     for (int width = 1; width <= 400; ++width) {
         const TestBitmap bitmap = MakeNoise(width, 16, static_cast<uint32_t>(width));
-        const ExportSettings settings = MakeSettings(215, 245, 100);
+        const ExportSettings settings =
+            MakeSettings(KOWEN_FORMAT_GREY, KOWEN_OPERATION_SEQUENTIAL, 100);
         const ExportRun run = host.ExportToMemory(bitmap, settings);
         ASSERT_EQ(run.jpeg, PlainExport(bitmap, settings)) << width;
         remainders.push_back(run.jpeg.size() % 4096);
@@ -67,12 +71,12 @@ TEST_F(MemoryOutput, HandleIsRightJustAfterAGrowth) {
 
 TEST_F(MemoryOutput, NullNameIsMemoryOutputToo) {
     const TestBitmap bitmap = MakeNoise(16, 8);
-    const MemoryHandle setup = host.MakeSetup(MakeSettings(212));
+    const MemoryHandle setup = host.MakeSetup(MakeSettings(KOWEN_FORMAT_YCC422));
     ExportRecord record = {};
     const ExportRun run = host.Export(nullptr, bitmap, CellFor(bitmap), setup, &record);
     host.destroySetup(setup);
     EXPECT_EQ(run.result, 0);
-    EXPECT_EQ(run.jpeg, PlainExport(bitmap, MakeSettings(212)));
+    EXPECT_EQ(run.jpeg, PlainExport(bitmap, MakeSettings(KOWEN_FORMAT_YCC422)));
 }
 
 /// Serves one file, keeps every call.
@@ -137,9 +141,9 @@ protected:
 
 TEST_F(HostServedOutput, IsOpenedWrittenAndClosedInThatOrder) {
     const TestBitmap bitmap = MakeNoise(40, 20);
-    EXPECT_EQ(Export("anything at all", bitmap, MakeSettings(212)), 0);
+    EXPECT_EQ(Export("anything at all", bitmap, MakeSettings(KOWEN_FORMAT_YCC422)), 0);
     EXPECT_EQ(io.name, "anything at all");
-    EXPECT_EQ(io.bytes, PlainExport(bitmap, MakeSettings(212)));
+    EXPECT_EQ(io.bytes, PlainExport(bitmap, MakeSettings(KOWEN_FORMAT_YCC422)));
     ASSERT_GE(io.calls.size(), 3u);
     EXPECT_EQ(io.calls.front(),
               (IoRecorder::Call{KOWEN_IO_OPEN, KOWEN_MODE_CREATE | KOWEN_MODE_WRITE}));
@@ -152,9 +156,10 @@ TEST_F(HostServedOutput, IsOpenedWrittenAndClosedInThatOrder) {
 // The end of the calls: each group of rows in one write, the last bits, the end marker.
 TEST_F(HostServedOutput, GetsEachGroupOfRowsInOneWrite) {
     const TestBitmap bitmap = MakeNoise(40, 20);
-    EXPECT_EQ(Export("x", bitmap, MakeSettings(212)), 0);
-    kowen::reference::Coder coder(245, 75);
-    const auto picture = kowen::reference::MappedPicture(bitmap.pixels, 40, 20, 212);
+    EXPECT_EQ(Export("x", bitmap, MakeSettings(KOWEN_FORMAT_YCC422)), 0);
+    kowen::reference::Coder coder(KOWEN_OPERATION_SEQUENTIAL, 75);
+    const auto picture =
+        kowen::reference::MappedPicture(bitmap.pixels, 40, 20, KOWEN_FORMAT_YCC422);
     std::vector<int32_t> sizes;
     size_t before = 0;
     for (const int rows : {8, 8, 4}) {
@@ -175,8 +180,11 @@ TEST_F(HostServedOutput, GetsEachGroupOfRowsInOneWrite) {
 
 TEST_F(HostServedOutput, LargeBandsComeInPiecesOf32767) {
     const TestBitmap bitmap = MakeNoise(640, 80);
-    EXPECT_EQ(Export("x", bitmap, MakeSettings(212, 246, 100)), 0);
-    EXPECT_EQ(io.bytes, PlainExport(bitmap, MakeSettings(212, 246, 100)));
+    EXPECT_EQ(
+        Export("x", bitmap, MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 100)),
+        0);
+    EXPECT_EQ(io.bytes, PlainExport(bitmap, MakeSettings(KOWEN_FORMAT_YCC422,
+                                                         KOWEN_OPERATION_PROGRESSIVE, 100)));
     const size_t scans = io.bytes.size() - (20 + 134 + 19 + 448) - 2;
     ASSERT_GT(scans, 2 * 32767u);
     std::vector<int32_t> sizes;
@@ -190,16 +198,16 @@ TEST_F(HostServedOutput, LargeBandsComeInPiecesOf32767) {
 
 TEST_F(HostServedOutput, EmptyNameGoesToTheProcedureNotToMemory) {
     const TestBitmap bitmap = MakeNoise(16, 8);
-    EXPECT_EQ(Export("", bitmap, MakeSettings(212)), 0);
+    EXPECT_EQ(Export("", bitmap, MakeSettings(KOWEN_FORMAT_YCC422)), 0);
     EXPECT_EQ(io.name, "");
-    EXPECT_EQ(io.bytes, PlainExport(bitmap, MakeSettings(212)));
+    EXPECT_EQ(io.bytes, PlainExport(bitmap, MakeSettings(KOWEN_FORMAT_YCC422)));
     EXPECT_EQ(record.memoryBlock, 0u);
 }
 
 TEST_F(HostServedOutput, RefusedOpenOfAnImpossibleNameGives303) {
     io.refuses = true;
     const std::string path = host.directory.File("absent/a.jpg");
-    EXPECT_EQ(Export(path.c_str(), MakeNoise(16, 8), MakeSettings(212)), 303);
+    EXPECT_EQ(Export(path.c_str(), MakeNoise(16, 8), MakeSettings(KOWEN_FORMAT_YCC422)), 303);
     EXPECT_EQ(io.calls.size(), 1u);
 }
 

@@ -28,8 +28,8 @@ protected:
 };
 
 TEST_F(ExportCellDataTest, FileEqualsThePlainForm) {
-    for (const int colorFormat : {212, 222, 215})
-        for (const int operation : {245, 246})
+    for (const int colorFormat : {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_RGB444, KOWEN_FORMAT_GREY})
+        for (const int operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE})
             for (const int quality : {1, 44, 75, 100}) {
                 const TestBitmap bitmap = MakeSoft(33, 18);
                 const ExportSettings settings = MakeSettings(colorFormat, operation, quality);
@@ -44,7 +44,8 @@ TEST_F(ExportCellDataTest, EverySmallSizeEqualsThePlainForm) {
     for (int width = 1; width <= 20; ++width)
         for (int height = 1; height <= 20; ++height) {
             const TestBitmap bitmap = MakeNoise(width, height, static_cast<uint32_t>(width));
-            const ExportSettings settings = MakeSettings(212, 245 + width % 2, 90);
+            const ExportSettings settings =
+                MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL + width % 2, 90);
             const ExportRun run = host.ExportToMemory(bitmap, settings);
             ASSERT_EQ(run.jpeg, PlainExport(bitmap, settings)) << width << " x " << height;
         }
@@ -52,7 +53,8 @@ TEST_F(ExportCellDataTest, EverySmallSizeEqualsThePlainForm) {
 
 TEST_F(ExportCellDataTest, PaletteAndDeepBitmapsEqualThePlainForm) {
     for (const int depth : {1, 4, 8, 32})
-        for (const int colorFormat : {212, 222, 215}) {
+        for (const int colorFormat :
+             {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_RGB444, KOWEN_FORMAT_GREY}) {
             const TestBitmap bitmap =
                 depth == 32 ? MakeNoise(37, 22, 5, 32) : MakeIndexed(depth, 37, 22);
             const ExportSettings settings = MakeSettings(colorFormat);
@@ -67,7 +69,7 @@ TEST_F(ExportCellDataTest, SizesAndResolutionsOfTheSettingsEqualThePlainForm) {
     for (const int sizeMode : {600, 601, 602, 603})
         for (const int resolutionMode : {307, 308, 309, 310})
             for (const int resolution : {0, 75, 300}) {
-                ExportSettings settings = MakeSettings(212);
+                ExportSettings settings = MakeSettings(KOWEN_FORMAT_YCC422);
                 settings.sizeMode = sizeMode;
                 settings.resolutionMode = resolutionMode;
                 settings.xResolution = 50;
@@ -86,7 +88,7 @@ TEST_F(ExportCellDataTest, SizesAndResolutionsOfTheSettingsEqualThePlainForm) {
 
 TEST_F(ExportCellDataTest, DisplayModesTakeTheCellsPage) {
     const TestBitmap bitmap = MakeSoft(40, 24);
-    ExportSettings settings = MakeSettings(212);
+    ExportSettings settings = MakeSettings(KOWEN_FORMAT_YCC422);
     settings.sizeMode = 600;
     settings.resolutionMode = 307;
     CellRecord cell = CellFor(bitmap);
@@ -113,8 +115,9 @@ TEST_F(ExportCellDataTest, ShrunkAndStretchedBitmapsEqualThePlainForm) {
             CellRecord cell = CellFor(bitmap);
             cell.targetWidth = target[0];
             cell.targetHeight = target[1];
-            const ExportRun run = host.ExportToMemory(bitmap, MakeSettings(212), cell);
-            ASSERT_EQ(run.jpeg, PlainExport(bitmap, MakeSettings(212), cell))
+            const ExportRun run =
+                host.ExportToMemory(bitmap, MakeSettings(KOWEN_FORMAT_YCC422), cell);
+            ASSERT_EQ(run.jpeg, PlainExport(bitmap, MakeSettings(KOWEN_FORMAT_YCC422), cell))
                 << depth << ": " << target[0] << " x " << target[1];
             EXPECT_EQ(run.pixelsAfter, bitmap.pixels);
         }
@@ -122,9 +125,9 @@ TEST_F(ExportCellDataTest, ShrunkAndStretchedBitmapsEqualThePlainForm) {
 
 // A host that asked for the file twice gets the same file: nothing of the first export is left.
 TEST_F(ExportCellDataTest, ExportsOfOneSetupDoNotDisturbEachOther) {
-    const MemoryHandle setup = host.MakeSetup(MakeSettings(222));
+    const MemoryHandle setup = host.MakeSetup(MakeSettings(KOWEN_FORMAT_RGB444));
     const TestBitmap bitmap = MakeNoise(19, 12);
-    const Bytes expected = PlainExport(bitmap, MakeSettings(222));
+    const Bytes expected = PlainExport(bitmap, MakeSettings(KOWEN_FORMAT_RGB444));
     for (int i = 0; i < 3; ++i) {
         ExportRecord record = {};
         EXPECT_EQ(host.Export("", bitmap, CellFor(bitmap), setup, &record).jpeg, expected) << i;
@@ -135,13 +138,13 @@ TEST_F(ExportCellDataTest, ExportsOfOneSetupDoNotDisturbEachOther) {
 TEST_F(ExportCellDataTest, FileIsReplacedWhole) {
     host.directory.Write("a.jpg", std::string(100000, 'x'));
     const TestBitmap bitmap = MakeNoise(16, 8);
-    const ExportRun run = host.ExportToFile("a.jpg", bitmap, MakeSettings(212));
-    EXPECT_EQ(run.jpeg, PlainExport(bitmap, MakeSettings(212)));
+    const ExportRun run = host.ExportToFile("a.jpg", bitmap, MakeSettings(KOWEN_FORMAT_YCC422));
+    EXPECT_EQ(run.jpeg, PlainExport(bitmap, MakeSettings(KOWEN_FORMAT_YCC422)));
 }
 
 TEST_F(ExportCellDataTest, PassedThroughPixelsAreMappedInTheHostsMemory) {
     const TestBitmap bitmap = MakeNoise(5, 4);
-    const ExportRun run = host.ExportToMemory(bitmap, MakeSettings(222));
+    const ExportRun run = host.ExportToMemory(bitmap, MakeSettings(KOWEN_FORMAT_RGB444));
     TestBitmap after = bitmap;
     after.pixels = run.pixelsAfter;
     for (int row = 0; row < 4; ++row) {
@@ -159,7 +162,8 @@ TEST_F(ExportCellDataTest, PassedThroughPixelsAreMappedInTheHostsMemory) {
 TEST_F(ExportCellDataTest, StatusIsCalledOnceWithTheWholeBand) {
     StatusRecorder status;
     const TestBitmap bitmap = MakeNoise(40, 40);
-    const ExportRun run = host.ExportToFile("a.jpg", bitmap, MakeSettings(212), &status);
+    const ExportRun run =
+        host.ExportToFile("a.jpg", bitmap, MakeSettings(KOWEN_FORMAT_YCC422), &status);
     EXPECT_EQ(run.result, 0);
     ASSERT_EQ(status.calls.size(), 1u);
     const auto context = reinterpret_cast<intptr_t>(&status);
@@ -172,12 +176,13 @@ TEST_F(ExportCellDataTest, RefusalIsAskedOnceMoreWithAClearReply) {
     StatusRecorder status;
     status.answers = {5, 0}; // refused, then taken back
     const TestBitmap bitmap = MakeNoise(40, 40);
-    const ExportRun run = host.ExportToFile("a.jpg", bitmap, MakeSettings(212), &status);
+    const ExportRun run =
+        host.ExportToFile("a.jpg", bitmap, MakeSettings(KOWEN_FORMAT_YCC422), &status);
     ASSERT_EQ(status.calls.size(), 2u);
     const auto context = reinterpret_cast<intptr_t>(&status);
     EXPECT_EQ(status.calls[1], (StatusCall{context, 2, 61, 0, 0, 0}));
     EXPECT_TRUE(status.replyWasClearTenWords[1]);
-    EXPECT_EQ(run.jpeg, PlainExport(bitmap, MakeSettings(212)));
+    EXPECT_EQ(run.jpeg, PlainExport(bitmap, MakeSettings(KOWEN_FORMAT_YCC422)));
 }
 
 /// Headers and the whole bytes of the first and only band: no last bits, no end marker.
@@ -194,7 +199,7 @@ Bytes CancelledFile(const TestBitmap &bitmap, const ExportSettings &settings) {
     const auto picture =
         reference::MappedPicture(bitmap.pixels, bitmap.width, bitmap.height, settings.colorFormat);
     Bytes file = reference::FileHeader(header);
-    if (settings.operation == 246) {
+    if (settings.operation == KOWEN_OPERATION_PROGRESSIVE) {
         reference::CodeProgressive(coder, picture);
         return file + coder.bits.Bytes();
     }
@@ -205,16 +210,16 @@ Bytes CancelledFile(const TestBitmap &bitmap, const ExportSettings &settings) {
 
 TEST(ExportCellData, ReturnsZeroWhenCancelled) {
     const ExportHost host;
-    for (const int operation : {245, 246}) {
+    for (const int operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE}) {
         StatusRecorder status;
         status.answers = {1, 1};
         const TestBitmap bitmap = MakeNoise(40, 40);
-        const ExportRun run =
-            host.ExportToFile("a.jpg", bitmap, MakeSettings(212, operation), &status);
+        const ExportRun run = host.ExportToFile(
+            "a.jpg", bitmap, MakeSettings(KOWEN_FORMAT_YCC422, operation), &status);
         EXPECT_EQ(run.result, 0);
         EXPECT_EQ(status.Values(),
                   (std::vector<std::array<int32_t, 5>>{{0, 0, 0, 100, 0}, {2, 61, 0, 0, 0}}));
-        EXPECT_EQ(run.jpeg, CancelledFile(bitmap, MakeSettings(212, operation)));
+        EXPECT_EQ(run.jpeg, CancelledFile(bitmap, MakeSettings(KOWEN_FORMAT_YCC422, operation)));
         EXPECT_FALSE(EndsWith(run.jpeg, kEndOfImage));
     }
 }
@@ -223,26 +228,28 @@ TEST_F(ExportCellDataTest, CancelledMemoryOutputKeepsItsBlock) {
     StatusRecorder status;
     status.answers = {1, 1};
     const TestBitmap bitmap = MakeNoise(40, 40);
-    const ExportRun run = host.ExportToMemory(bitmap, MakeSettings(212), CellFor(bitmap), &status);
+    const ExportRun run =
+        host.ExportToMemory(bitmap, MakeSettings(KOWEN_FORMAT_YCC422), CellFor(bitmap), &status);
     EXPECT_EQ(run.result, 0);
-    EXPECT_EQ(run.jpeg, CancelledFile(bitmap, MakeSettings(212)));
+    EXPECT_EQ(run.jpeg, CancelledFile(bitmap, MakeSettings(KOWEN_FORMAT_YCC422)));
 }
 
 TEST_F(ExportCellDataTest, WithoutAnExportRecordNobodyIsCalled) {
     const TestBitmap bitmap = MakeNoise(16, 8);
-    const MemoryHandle setup = host.MakeSetup(MakeSettings(212));
+    const MemoryHandle setup = host.MakeSetup(MakeSettings(KOWEN_FORMAT_YCC422));
     const std::string path = host.directory.File("a.jpg");
     EXPECT_EQ(host.Export(path.c_str(), bitmap, CellFor(bitmap), setup, nullptr).result, 0);
     host.destroySetup(setup);
     const std::string file = host.directory.Read("a.jpg");
-    EXPECT_EQ(Bytes(file.begin(), file.end()), PlainExport(bitmap, MakeSettings(212)));
+    EXPECT_EQ(Bytes(file.begin(), file.end()),
+              PlainExport(bitmap, MakeSettings(KOWEN_FORMAT_YCC422)));
 }
 
 // The record of the export before is gone when the next has none.
 TEST_F(ExportCellDataTest, ExportRecordIsForgottenAtTheEnd) {
     StatusRecorder status;
     const TestBitmap bitmap = MakeNoise(16, 8);
-    const MemoryHandle setup = host.MakeSetup(MakeSettings(212));
+    const MemoryHandle setup = host.MakeSetup(MakeSettings(KOWEN_FORMAT_YCC422));
     const std::string path = host.directory.File("a.jpg");
     ExportRecord record = ExportHost::RecordFor(&status);
     host.Export(path.c_str(), bitmap, CellFor(bitmap), setup, &record);
@@ -299,7 +306,7 @@ TEST_F(ExportCellDataTest, WithoutASetupGives22) {
 }
 
 TEST_F(ExportCellDataTest, OutputThatCannotBeOpenedGives303) {
-    const MemoryHandle setup = host.MakeSetup(MakeSettings(212));
+    const MemoryHandle setup = host.MakeSetup(MakeSettings(KOWEN_FORMAT_YCC422));
     const std::vector<std::string> names = {
         host.directory.File("absent/a.jpg"), // no such directory
         host.directory.Path(),               // a directory
@@ -323,7 +330,7 @@ TEST_F(ExportCellDataTest, LongestPathIsTaken) {
         name += "/.";
     name += std::string(4095 - name.size() - file.size(), '/') + file;
     ASSERT_EQ(name.size(), 4095u);
-    const MemoryHandle setup = host.MakeSetup(MakeSettings(212));
+    const MemoryHandle setup = host.MakeSetup(MakeSettings(KOWEN_FORMAT_YCC422));
     ExportRecord record = {};
     EXPECT_EQ(host.Export(name.c_str(), MakeNoise(16, 8), CellFor(MakeBlank(16, 8)), setup, &record)
                   .result,
@@ -333,7 +340,7 @@ TEST_F(ExportCellDataTest, LongestPathIsTaken) {
 }
 
 TEST_F(ExportCellDataTest, MemoryOutputWithoutAnExportRecordGives303) {
-    const MemoryHandle setup = host.MakeSetup(MakeSettings(212));
+    const MemoryHandle setup = host.MakeSetup(MakeSettings(KOWEN_FORMAT_YCC422));
     Untouched untouched(host);
     EXPECT_EQ(untouched.Export("", setup, nullptr), 303);
     EXPECT_EQ(untouched.Export(nullptr, setup, nullptr), 303);
@@ -343,7 +350,7 @@ TEST_F(ExportCellDataTest, MemoryOutputWithoutAnExportRecordGives303) {
 
 // A bitmap that cannot be drawn is a file without a picture, or without an end; never a crash.
 TEST_F(ExportCellDataTest, ImpossibleBitmapsReturnZero) {
-    const MemoryHandle setup = host.MakeSetup(MakeSettings(212));
+    const MemoryHandle setup = host.MakeSetup(MakeSettings(KOWEN_FORMAT_YCC422));
     const auto run = [&](const TestBitmap &bitmap, int targetWidth, int targetHeight) {
         CellRecord cell = CellFor(bitmap);
         cell.targetWidth = targetWidth;
@@ -428,7 +435,7 @@ void ExpectSame(const Guarded<Record> &now, const Guarded<Record> &then) {
 
 TEST_F(ExportCellDataTest, HostRecordsStayButForTheDocumentedFields) {
     for (const bool toMemory : {false, true}) {
-        const MemoryHandle setup = host.MakeSetup(MakeSettings(212));
+        const MemoryHandle setup = host.MakeSetup(MakeSettings(KOWEN_FORMAT_YCC422));
         const std::string path = toMemory ? "" : host.directory.File("a.jpg");
         Guarded<BitmapRecord> bitmap;
         bitmap.record.depth = 24;
@@ -506,8 +513,10 @@ int CountOpenFiles() {
 TEST_F(ExportCellDataTest, ThousandsOfExportsLeaveNothingBehind) {
     const TestBitmap bitmaps[] = {MakeNoise(24, 16), MakeNoise(24, 15), MakeIndexed(8, 24, 16)};
     const MemoryHandle setups[] = {
-        host.MakeSetup(MakeSettings(212)), host.MakeSetup(MakeSettings(222)),
-        host.MakeSetup(MakeSettings(215)), host.MakeSetup(MakeSettings(212, 246))};
+        host.MakeSetup(MakeSettings(KOWEN_FORMAT_YCC422)),
+        host.MakeSetup(MakeSettings(KOWEN_FORMAT_RGB444)),
+        host.MakeSetup(MakeSettings(KOWEN_FORMAT_GREY)),
+        host.MakeSetup(MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE))};
     const std::string path = host.directory.File("a.jpg");
     const auto exportOne = [&](int i) {
         StatusRecorder status;
@@ -542,7 +551,7 @@ TEST_F(ExportCellDataTest, ThousandsOfExportsLeaveNothingBehind) {
 TEST_F(ExportCellDataTest, ThousandsOfSetupsLeaveNothingBehind) {
     const TestBitmap bitmap = MakeNoise(16, 8);
     const auto exportOne = [&] {
-        ASSERT_EQ(host.ExportToMemory(bitmap, MakeSettings(212)).result, 0);
+        ASSERT_EQ(host.ExportToMemory(bitmap, MakeSettings(KOWEN_FORMAT_YCC422)).result, 0);
     };
     for (int i = 0; i < 100; ++i)
         exportOne();

@@ -26,7 +26,8 @@ std::string Size(int width, int height) {
 
 std::string Form(const ExportSettings &settings) {
     return "f" + std::to_string(settings.colorFormat) + "-" +
-           (settings.operation == 246 ? "prog" : "seq") + "-q" + std::to_string(settings.quality);
+           (settings.operation == KOWEN_OPERATION_PROGRESSIVE ? "prog" : "seq") + "-q" +
+           std::to_string(settings.quality);
 }
 
 class GoldenSet {
@@ -51,9 +52,12 @@ private:
 
     void AddQualities() {
         for (const int quality : {1, 44, 45, 75, 100})
-            for (const int colorFormat : {212, 222, 215})
-                for (const int operation : {245, 246}) {
-                    if (colorFormat != 212 && operation == 246 && quality != 75)
+            for (const int colorFormat :
+                 {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_RGB444, KOWEN_FORMAT_GREY})
+                for (const int operation :
+                     {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE}) {
+                    if (colorFormat != KOWEN_FORMAT_YCC422 &&
+                        operation == KOWEN_OPERATION_PROGRESSIVE && quality != 75)
                         continue; // headers only
                     Add("soft-33x18", MakeSoft(33, 18),
                         MakeSettings(colorFormat, operation, quality));
@@ -64,31 +68,36 @@ private:
         const int sizes[][2] = {{1, 1},   {1, 2},   {2, 2},   {7, 8},    {8, 8},   {15, 16},
                                 {16, 16}, {17, 10}, {31, 30}, {101, 37}, {200, 10}};
         for (const auto &[width, height] : sizes)
-            for (const int operation : {245, 246})
+            for (const int operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE})
                 Add("noise-" + Size(width, height), MakeNoise(width, height),
-                    MakeSettings(212, operation, 90));
+                    MakeSettings(KOWEN_FORMAT_YCC422, operation, 90));
         for (const auto &[width, height] : {std::pair{1, 2}, std::pair{9, 10}, std::pair{17, 17}})
-            for (const int colorFormat : {222, 215})
+            for (const int colorFormat : {KOWEN_FORMAT_RGB444, KOWEN_FORMAT_GREY})
                 Add("checks-" + Size(width, height), MakeChecks(width, height),
-                    MakeSettings(colorFormat, 245, 60));
+                    MakeSettings(colorFormat, KOWEN_OPERATION_SEQUENTIAL, 60));
         // Long runs of empty blocks, and the largest coefficients.
-        Add("flat-640x480", MakeFlat(640, 480, 128, 128, 128), MakeSettings(212, 246, 75));
-        Add("checks-240x160", MakeChecks(240, 160), MakeSettings(212, 245, 100));
-        Add("checks-240x160", MakeChecks(240, 160), MakeSettings(212, 246, 100));
+        Add("flat-640x480", MakeFlat(640, 480, 128, 128, 128),
+            MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 75));
+        Add("checks-240x160", MakeChecks(240, 160),
+            MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 100));
+        Add("checks-240x160", MakeChecks(240, 160),
+            MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 100));
     }
 
     void AddDepths() {
-        for (const int colorFormat : {212, 222, 215}) {
+        for (const int colorFormat :
+             {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_RGB444, KOWEN_FORMAT_GREY}) {
             for (const int depth : {1, 4, 8})
                 Add("palette" + std::to_string(depth) + "-37x22", MakeIndexed(depth, 37, 22),
-                    MakeSettings(colorFormat, 245, 75));
-            Add("deep32-37x22", MakeNoise(37, 22, 5, 32), MakeSettings(colorFormat, 245, 75));
+                    MakeSettings(colorFormat, KOWEN_OPERATION_SEQUENTIAL, 75));
+            Add("deep32-37x22", MakeNoise(37, 22, 5, 32),
+                MakeSettings(colorFormat, KOWEN_OPERATION_SEQUENTIAL, 75));
         }
     }
 
     void AddPageSettings() {
         const TestBitmap bitmap = MakeGradient(40, 24);
-        ExportSettings page = MakeSettings(212, 245, 75);
+        ExportSettings page = MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 75);
         page.sizeMode = 603;
         page.resolutionMode = 310;
         page.width = 0.5;
@@ -102,7 +111,7 @@ private:
         page.height = 1.0;
         Add("narrow-page", bitmap, page);
 
-        ExportSettings display = MakeSettings(212, 245, 75);
+        ExportSettings display = MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 75);
         display.sizeMode = 600;
         display.resolutionMode = 307;
         CellRecord cell = CellFor(bitmap);
@@ -114,13 +123,14 @@ private:
         Add("display-resolution", bitmap, display, cell);
 
         CellRecord unknown = CellFor(bitmap, 0);
-        ExportSettings small = MakeSettings(212, 245, 75);
+        ExportSettings small = MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 75);
         small.width = 1.0;
         small.height = 1.0;
         Add("unknown-resolution", bitmap, small, unknown);
         for (const int resolution : {75, 300})
             Add("resolution-" + std::to_string(resolution), MakeGradient(55, 40),
-                MakeSettings(212, 245, 75), CellFor(MakeBlank(55, 40), resolution));
+                MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 75),
+                CellFor(MakeBlank(55, 40), resolution));
     }
 
     void AddResampled() {
@@ -132,7 +142,7 @@ private:
                 cell.targetWidth = width;
                 cell.targetHeight = height;
                 Add("depth" + std::to_string(depth) + "-40x24-to-" + Size(width, height), bitmap,
-                    MakeSettings(212, 245, 80), cell);
+                    MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 80), cell);
             }
     }
 

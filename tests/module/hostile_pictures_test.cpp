@@ -68,7 +68,7 @@ protected:
     }
     /// What the plain form of the encoder makes of a picture.
     static ExportBytes Expected(const TestBitmap &picture, const CellRecord &cell) {
-        return PlainExport(picture, MakeSettings(212), cell);
+        return PlainExport(picture, MakeSettings(KOWEN_FORMAT_YCC422), cell);
     }
 };
 

@@ -59,8 +59,9 @@ TEST(Quality, HasTheTablesOfAnotherQualityOfLibjpegs) {
                  {85, 68, 1}, {89, 75, 0}, {90, 77, 1}, {95, 86, 1}, {100, 95, 1}};
     const ExportHost host;
     for (const auto &row : kRows) {
-        const ExportRun run =
-            host.ExportToMemory(MakeFlat(16, 8, 0, 0, 0), MakeSettings(212, 245, row.quality));
+        const ExportRun run = host.ExportToMemory(
+            MakeFlat(16, 8, 0, 0, 0),
+            MakeSettings(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, row.quality));
         EXPECT_EQ(GreatestDifference(TablesInFile(run.jpeg), LibjpegTables(row.libjpegs)),
                   row.greatestDifference)
             << row.quality;

@@ -145,12 +145,18 @@ TEST_P(BothDoorsAgree, InAPageOfTheUsersSize) {
     ExpectSame(MakePicture(12, 8, GetParam().depth), 8, 100);
 }
 
-INSTANTIATE_TEST_SUITE_P(EverySetting, BothDoorsAgree,
-                         testing::Values(Settings{212, 245, 24}, Settings{212, 245, 8},
-                                         Settings{212, 245, 4}, Settings{212, 245, 1},
-                                         Settings{212, 246, 24}, Settings{212, 246, 8},
-                                         Settings{222, 245, 24}, Settings{222, 245, 8},
-                                         Settings{215, 245, 24}, Settings{215, 245, 1}));
+INSTANTIATE_TEST_SUITE_P(
+    EverySetting, BothDoorsAgree,
+    testing::Values(Settings{KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 24},
+                    Settings{KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 8},
+                    Settings{KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 4},
+                    Settings{KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 1},
+                    Settings{KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 24},
+                    Settings{KOWEN_FORMAT_YCC422, KOWEN_OPERATION_PROGRESSIVE, 8},
+                    Settings{KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL, 24},
+                    Settings{KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL, 8},
+                    Settings{KOWEN_FORMAT_GREY, KOWEN_OPERATION_SEQUENTIAL, 24},
+                    Settings{KOWEN_FORMAT_GREY, KOWEN_OPERATION_SEQUENTIAL, 1}));
 
 TEST_F(BothDoors, AgreeThroughAHostsProcedure) {
     HostFile file;

@@ -393,8 +393,8 @@ TEST_F(UseDefaultSettingsTest, FormatAndOperationGoToTheCurrentRecord) {
 
 TEST_F(UseDefaultSettingsTest, WithoutCurrentRecordFormatAndOperationStay) {
     SetupRecord record = {};
-    record.colorFormat = 215;
-    record.operation = 246;
+    record.colorFormat = KOWEN_FORMAT_GREY;
+    record.operation = KOWEN_OPERATION_PROGRESSIVE;
     EXPECT_EQ(UseDefaultSettings(&record), 0);
     EXPECT_EQ(record.colorFormat, 215);
     EXPECT_EQ(record.operation, 246);
