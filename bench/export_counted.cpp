@@ -2,7 +2,7 @@
 //
 //   export_counted kowen|libjpeg-turbo CASE TIMES
 //
-// CASE: 422-75, 422-100, 222-75, 222-100, grey-75, progressive-75; progressive-75-4 has
+// CASE: 422-75, 422-100, 222-75, 222-100, grey-75, grey-100, progressive-75; progressive-75-4 has
 // libjpeg-turbo's scans as the module's; icon-75 is a picture of 64 x 64. The difference between
 // two numbers of times is what the exports alone execute.
 
@@ -33,6 +33,7 @@ constexpr Case kCases[] = {
     {"222-75", {KOWEN_FORMAT_RGB444, false, 75}, Scans::kSequential},
     {"222-100", {KOWEN_FORMAT_RGB444, false, 100}, Scans::kSequential},
     {"grey-75", {KOWEN_FORMAT_GREY, false, 75}, Scans::kSequential},
+    {"grey-100", {KOWEN_FORMAT_GREY, false, 100}, Scans::kSequential},
     {"progressive-75", {KOWEN_FORMAT_YCC422, true, 75}, Scans::kUsual},
     {"progressive-75-4", {KOWEN_FORMAT_YCC422, true, 75}, Scans::kFour},
     {"icon-75", {KOWEN_FORMAT_YCC422, false, 75}, Scans::kSequential},
