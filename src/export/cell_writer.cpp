@@ -166,7 +166,7 @@ int32_t BeginCellBitmap(FileHandle output, uint32_t width, uint32_t height, int3
         FreeCompressEnv(handle);
         return kTopDown;
     }
-    CreateTbls(env->huffmanTable);
+    CreateCodes(env->huffmanTable, env->operation);
     GlobalUnlock(handle);
     *environment = handle;
     return kTopDown;

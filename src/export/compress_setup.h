@@ -22,6 +22,7 @@ int32_t InitCompressEnv(CompressEnv *env, int32_t colorFormat, int32_t operation
                         uint32_t height) noexcept;
 
 /// CreateTblsFor with the current setup's operation, KOWEN_OPERATION_SEQUENTIAL without one.
+/// Not on the export path.
 int32_t CreateTbls(HuffmanEntry *const *tables) noexcept;
 
 } // namespace kowen

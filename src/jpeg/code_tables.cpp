@@ -66,8 +66,8 @@ void BuildCoefficients(CodeTables &tables, const HuffmanEntry *acCodes) {
 const CodeTables *FindCodeTables(const HuffmanEntry *dcCodes,
                                  const HuffmanEntry *acCodes) noexcept {
     for (const Slot &slot : slots)
-        if (slot.isBuilt && AreSame(slot.acCodes, acCodes, kAcSymbols) &&
-            AreSame(slot.dcCodes, dcCodes, kDcCategories))
+        if (slot.isBuilt && AreSame(slot.dcCodes, dcCodes, kDcCategories) &&
+            AreSame(slot.acCodes, acCodes, kAcSymbols))
             return &slot.tables;
     Slot &slot = slots[nextSlot];
     nextSlot = (nextSlot + 1) % kCapacity;

@@ -1,7 +1,6 @@
 #include "jpeg/huffman_tables.h"
 
 #include "jpeg/compress_env.h"
-#include "jpeg/table_cache.h"
 #include "kowen/codes.h"
 
 #include <bit>
@@ -101,27 +100,15 @@ void JoinCodeAndBits(HuffmanEntry *differences, const HuffmanEntry &dcCode, int3
     }
 }
 
-struct DcDifferences {
-    HuffmanEntry entries[kDcDifferences - 1];
-};
-
-void Make(DcDifferences &table, const HuffmanEntry *dcCodes) {
-    for (int32_t category = 0; category < kDcCategories; ++category)
-        JoinCodeAndBits(table.entries, dcCodes[category], category);
-}
-
-// Every export needs both; copying is much faster than building.
-constinit TableCache<DcDifferences, kDcCategories, 2> dcDifferences;
-
 } // namespace
 
 int32_t CreateDCDiffTbl(HuffmanEntry *differences, const HuffmanEntry *dcCodes) noexcept {
-    const DcDifferences &table = dcDifferences.Of(dcCodes, Make);
-    std::memcpy(differences, table.entries, sizeof(table.entries));
+    for (int32_t category = 0; category < kDcCategories; ++category)
+        JoinCodeAndBits(differences, dcCodes[category], category);
     return 0;
 }
 
-int32_t CreateTblsFor(HuffmanEntry *const *tables, int32_t operation) noexcept {
+int32_t CreateCodes(HuffmanEntry *const *tables, int32_t operation) noexcept {
     const bool sequential = operation == KOWEN_OPERATION_SEQUENTIAL;
     const uint8_t *const lists[] = {DC1_CodeLens, DC2_CodeLens,
                                     sequential ? AC1_CodeLens : AC1P_CodeLens,
@@ -129,7 +116,12 @@ int32_t CreateTblsFor(HuffmanEntry *const *tables, int32_t operation) noexcept {
     for (int32_t number = kDcLuminance; number <= kAcChrominance; ++number)
         if (CreateHuffCodes(tables, lists[number], number) != 0)
             return -1;
-    if (CreateDCDiffTbl(tables[kDcDiffLuminance], tables[kDcLuminance]) != 0)
+    return 0;
+}
+
+int32_t CreateTblsFor(HuffmanEntry *const *tables, int32_t operation) noexcept {
+    if (CreateCodes(tables, operation) != 0 ||
+        CreateDCDiffTbl(tables[kDcDiffLuminance], tables[kDcLuminance]) != 0)
         return -1;
     return CreateDCDiffTbl(tables[kDcDiffChrominance], tables[kDcChrominance]);
 }
