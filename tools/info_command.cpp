@@ -1,53 +1,78 @@
 #include "info_command.h"
 
-#include "host/module.h"
-#include "host/standard_output.h"
+#include "failure.h"
+#include "readers/magick_library.h"
+#include "readers/picture_format.h"
+#include "report.h"
 
 #include <nlohmann/json.hpp>
 
-#include <cstdio>
+#include <algorithm>
+#include <optional>
 
-namespace kowen::host {
+namespace kowen::cli {
 namespace {
 
-// 0x02000005 is version 2.0, release 5.
-std::string VersionText(uint32_t version) {
-    char text[48];
-    std::snprintf(text, sizeof text, "%u.%u.%u", version >> 24, version >> 16 & 0xFF,
-                  version & 0xFFFF);
-    return text;
-}
+using Json = nlohmann::ordered_json;
 
-nlohmann::ordered_json Json(const FilterModule &module) {
-    nlohmann::ordered_json entries = nlohmann::ordered_json::array();
-    for (const TableEntry &entry : module.Entries()) {
-        nlohmann::ordered_json row;
-        row["name"] = entry.name;
-        row["ordinal"] = entry.ordinal;
-        entries.push_back(row);
+struct Formats {
+    std::vector<std::string> here;   ///< read row by row
+    std::vector<std::string> magick; ///< read by GraphicsMagick
+    std::string problem;             ///< why there are none of those
+};
+
+Formats FindFormats() {
+    Formats formats = {{"PNG", "PNM", "PAM", "JPEG"}, {}, ""};
+    try {
+        const MagickLibrary &library = LoadMagickLibrary();
+        for (const std::string &name : KnownFormats()) {
+            const auto &here = formats.here;
+            if (std::find(here.begin(), here.end(), name) == here.end() && library.reads(name))
+                formats.magick.push_back(name);
+        }
+    } catch (const Failure &failure) {
+        formats.problem = failure.what();
     }
-    nlohmann::ordered_json report;
-    report["module"] = module.Path();
-    report["version"] = VersionText(module.getFilterVersion());
-    report["entries"] = entries;
-    return report;
+    return formats;
 }
 
-std::string Table(const FilterModule &module) {
-    std::string text = module.Path() + "\nversion " + VersionText(module.getFilterVersion()) + "\n";
-    for (const TableEntry &entry : module.Entries())
-        text += "\n" + std::to_string(entry.ordinal) + "  " + entry.name;
+std::string Listed(const std::vector<std::string> &names) {
+    std::string text;
+    for (const std::string &name : names)
+        text += " " + name;
     return text;
+}
+
+void PrintText(const Module &module, const Formats &formats) {
+    PrintLine("module  " + module.Path());
+    PrintLine("version " + module.Version());
+    PrintLine("host    " + std::string(KowenHostVersion()));
+    PrintLine("reads  " + Listed(formats.here));
+    if (formats.problem.empty())
+        PrintLine("       " + Listed(formats.magick) + " (by GraphicsMagick)");
+    else
+        PrintLine("        nothing else: " + formats.problem);
+}
+
+void PrintJson(const Module &module, const Formats &formats) {
+    Json object;
+    object["module"] = module.Path();
+    object["version"] = module.Version();
+    object["host"] = KowenHostVersion();
+    object["formats"] = formats.here;
+    object["magickFormats"] = formats.magick;
+    PrintLine(object.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
 } // namespace
 
 void RunInfo(const CommonOptions &options) {
-    const FilterModule module(ModulePath(options));
+    const Module module(options.module);
+    const Formats formats = FindFormats();
     if (options.json)
-        PrintLine(Json(module).dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+        PrintJson(module, formats);
     else
-        PrintLine(Table(module));
+        PrintText(module, formats);
 }
 
-} // namespace kowen::host
+} // namespace kowen::cli

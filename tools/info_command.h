@@ -1,11 +1,11 @@
-// kowen info: what the module offers.
+// kowen info: the filter that is in use, and the formats that are read.
 #pragma once
 
-#include "command.h"
+#include "options.h"
 
-namespace kowen::host {
+namespace kowen::cli {
 
-/// Throws HostError.
+/// Throws Failure.
 void RunInfo(const CommonOptions &options);
 
-} // namespace kowen::host
+} // namespace kowen::cli

@@ -1,85 +1,79 @@
 #include "setup_command.h"
 
-#include "host/error.h"
-#include "host/profile_file.h"
-#include "host/setup_values.h"
-#include "host/standard_output.h"
+#include "failure.h"
+#include "report.h"
+#include "setting_values.h"
 
-#include <nlohmann/json.hpp>
-
-#include <cerrno>
-
-namespace kowen::host {
+namespace kowen::cli {
 namespace {
 
-ProfileFile LoadExisting(const std::string &name) {
-    ProfileFile profile = LoadProfile(name);
-    if (!profile.exists)
-        FailWith(profile.path, ENOENT);
-    return profile;
-}
+using Json = nlohmann::ordered_json;
 
-Choices ParseAssignments(const std::vector<std::string> &assignments) {
-    Choices choices;
-    for (const std::string &assignment : assignments) {
-        const size_t equals = assignment.find('=');
-        if (equals == std::string::npos)
-            throw UsageError("a setting is given as key=value, not '" + assignment + "'");
-        SetChoice(&choices, assignment.substr(0, equals), assignment.substr(equals + 1));
-    }
-    return choices;
+// What a profile can keep; the other settings are for single exports.
+constexpr const char *kKept[] = {"quality", "progressive", "colour", "colour-mode", "size", "dpi"};
+
+std::string Line(const Json &object) {
+    return object.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 void Show(const Settings &settings, const std::string &section, bool json) {
-    if (json) {
-        nlohmann::ordered_json report;
-        report["section"] = section;
-        for (const NamedSetting &setting : ListSettings(settings))
-            report[setting.key] = setting.value;
-        PrintLine(report.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
-        return;
-    }
+    Json object;
+    object["section"] = section;
     std::string text = "[" + section + "]";
-    for (const NamedSetting &setting : ListSettings(settings))
-        text += "\n" + setting.key + "=" + setting.value;
-    PrintLine(text);
+    for (const char *name : kKept) {
+        const std::string value = settings.Get(name);
+        object[name] = SettingValue(value);
+        text += std::string("\n") + name + "=" + value;
+    }
+    PrintLine(json ? Line(object) : text);
+}
+
+std::vector<std::string> Sections(const std::string &file) {
+    std::vector<std::string> names;
+    for (size_t i = 0;; ++i) {
+        char name[256] = "";
+        KowenResult result = NewResult();
+        const int32_t code = KowenProfileSection(file.c_str(), i, name, sizeof name, &result);
+        if (code == KOWEN_HOST_ERR_ARGUMENT)
+            return names;
+        if (code != KOWEN_HOST_OK)
+            ThrowResult(result);
+        names.emplace_back(name);
+    }
 }
 
 } // namespace
 
 void RunSetupShow(const SetupOptions &options) {
-    const ProfileFile profile = LoadExisting(options.file);
-    const std::string section = ChooseSection(profile, options.section);
-    Show(LoadSettings(profile, section), section, options.common.json);
+    Settings settings;
+    const std::string section = settings.LoadProfile(options.file, options.section);
+    Show(settings, section, options.common.json);
 }
 
 void RunSetupSet(const SetupOptions &options) {
-    const Choices choices = ParseAssignments(options.assignments);
-    ProfileFile profile = LoadProfile(options.file);
-    std::string section = options.section.empty() ? kDefaultSection : options.section;
-    if (profile.exists)
-        section = ChooseSection(profile, options.section);
-    CheckSectionName(section);
-    // A new profile names its section, so that nobody has to from then on.
-    if (!profile.exists)
-        profile.text.Set(key::kModeSection, key::kMode, section);
-    const FilterModule module(ModulePath(options.common));
-    KeepChoices(module, choices, section, &profile.text);
-    SaveProfile(profile);
-    if (!options.common.quiet)
-        Show(ReadSettings(profile.text, section), section, options.common.json);
+    Settings settings;
+    for (const std::string &assignment : options.assignments) {
+        const size_t equals = assignment.find('=');
+        if (equals == std::string::npos)
+            throw UsageFailure("a setting is given as name=value, not '" + assignment + "'");
+        settings.Set(assignment.substr(0, equals), assignment.substr(equals + 1));
+    }
+    settings.SaveProfile(options.file, options.section);
+    if (options.common.quiet)
+        return;
+    Settings kept;
+    const std::string section = kept.LoadProfile(options.file, options.section);
+    Show(kept, section, options.common.json);
 }
 
 void RunSetupSections(const SetupOptions &options) {
-    const ProfileFile profile = LoadExisting(options.file);
-    const std::vector<std::string> sections = SettingSections(profile.text);
+    const std::vector<std::string> sections = Sections(options.file);
     if (options.common.json) {
-        PrintLine(
-            nlohmann::json(sections).dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+        PrintLine(Line(Json(sections)));
         return;
     }
     for (const std::string &section : sections)
         PrintLine(section);
 }
 
-} // namespace kowen::host
+} // namespace kowen::cli

@@ -13,6 +13,8 @@ ln -s "$host" bin/kowen
 PATH=$directory/bin:$PATH
 "$sample" holiday.ppm
 mv holiday.ppm holiday.png
+mkdir photos
+cp holiday.png photos/
 unset INIDIR DISPLAYINFO
 
 commands=$(awk '/^```/ { inside = 0 } inside { print } /^```sh/ { inside = 1 }' "$readme" |

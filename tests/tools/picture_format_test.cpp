@@ -1,10 +1,10 @@
-#include "host/picture_format.h"
+#include "readers/picture_format.h"
 
 #include <gtest/gtest.h>
 
 #include <vector>
 
-namespace kowen::host {
+namespace kowen::cli {
 namespace {
 
 std::string FormatOf(const std::string &bytes, const std::string &path = "picture") {
@@ -35,4 +35,4 @@ TEST(PictureFormat, KnowsNoFormatThatReadsOtherFiles) {
 }
 
 } // namespace
-} // namespace kowen::host
+} // namespace kowen::cli

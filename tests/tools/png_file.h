@@ -7,7 +7,7 @@
 
 namespace kowen::test {
 
-enum PngColours { kPngGrey = 0, kPngRgb = 2, kPngPalette = 3, kPngRgba = 6 };
+enum PngColours { kPngGrey = 0, kPngRgb = 2, kPngPalette = 3, kPngGreyAlpha = 4, kPngRgba = 6 };
 
 /// What goes into a file. Rows are packed as PNG packs them, top row first.
 struct PngPicture {
@@ -19,6 +19,10 @@ struct PngPicture {
     std::string palette;             ///< red, green, blue
     uint32_t pixelsPerMetre = 0;     ///< across; 0 = not said
     uint32_t pixelsPerMetreDown = 0; ///< 0 = as across
+    std::string transparency;        ///< data of tRNS
+    std::string exif;                ///< data of eXIf
+    std::string text;                ///< data of tEXt
+    bool interlaced = false;         ///< `rows` are those of Adam7's passes then, in order
 };
 
 namespace png_detail {
@@ -72,7 +76,8 @@ inline std::string Png(const PngPicture &picture) {
         Long(static_cast<uint32_t>(picture.width)) + Long(static_cast<uint32_t>(picture.height));
     header += static_cast<char>(picture.bits);
     header += static_cast<char>(picture.colours);
-    header += std::string(3, '\0');
+    header += std::string(2, '\0');
+    header += static_cast<char>(picture.interlaced);
     std::string file = std::string("\x89PNG\r\n\x1a\n", 8) + Chunk("IHDR", header);
     if (picture.pixelsPerMetre != 0) {
         const uint32_t down =
@@ -81,6 +86,12 @@ inline std::string Png(const PngPicture &picture) {
     }
     if (!picture.palette.empty())
         file += Chunk("PLTE", picture.palette);
+    if (!picture.transparency.empty())
+        file += Chunk("tRNS", picture.transparency);
+    if (!picture.exif.empty())
+        file += Chunk("eXIf", picture.exif);
+    if (!picture.text.empty())
+        file += Chunk("tEXt", picture.text);
     std::string data;
     for (const std::string &row : picture.rows)
         data += '\0' + row;

@@ -56,7 +56,8 @@ void NotePixels(const PreparedPicture &prepared, Outcome *outcome) {
     outcome->clippedPercent = handed.clippedPercent;
     if (handed.clippedPercent > 0) {
         char percent[32];
-        std::snprintf(percent, sizeof percent, "%.2g", handed.clippedPercent);
+        std::snprintf(percent, sizeof percent, handed.clippedPercent < 10 ? "%.2g" : "%.0f",
+                      handed.clippedPercent);
         outcome->Note(KOWEN_NOTE_COLOURS_CLIPPED,
                       std::string("colours of ") + percent +
                           " % of the pixels are more vivid than the filter can give");

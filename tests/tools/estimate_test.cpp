@@ -1,0 +1,65 @@
+// kowen estimate: the table agrees with real exports and with a decoder that is not the program's.
+#include "tools/export_fixture.h"
+
+#include <nlohmann/json.hpp>
+
+namespace kowen::test {
+namespace {
+
+class Estimate : public ExportFixture {
+protected:
+    Estimate() : picture(MakeSoftPicture(120, 91)) { directory.Write("in.ppm", Ppm(picture)); }
+
+    const TestPicture picture;
+};
+
+TEST_F(Estimate, AgreesWithTheExports) {
+    Kowen({"estimate", "in.ppm", "--json"});
+    ASSERT_EQ(result.exitCode, 0) << result.errors;
+    const nlohmann::json report = nlohmann::json::parse(result.output);
+    EXPECT_EQ(report["width"], 120);
+    EXPECT_EQ(report["height"], 91);
+    std::vector<int> qualities;
+    for (const auto &row : report["qualities"]) {
+        qualities.push_back(row["quality"]);
+        Export({"in.ppm", "-o", "out.jpg", "-q", "--quality", row["quality"].dump()});
+        EXPECT_EQ(row["bytes"], ReadJpegFile(directory.File("out.jpg")).size());
+        // The tests' decoder repeats chroma samples, the program's smooths them.
+        EXPECT_NEAR(row["psnr"], Psnr(DecodeFile("out.jpg"), picture), 1.2);
+        // The same tables and sampling give nearly the same size.
+        EXPECT_NEAR(row["libjpeg"]["bytes"], row["bytes"], 200);
+        EXPECT_GT(row["libjpeg"]["psnr"], 30);
+    }
+    EXPECT_EQ(qualities, (std::vector<int>{45, 50, 60, 70, 75, 80, 85, 90, 95, 100}));
+    EXPECT_EQ(Listing(), "in.ppm out.jpg");
+}
+
+TEST_F(Estimate, PrintsATable) {
+    Kowen({"estimate", "in.ppm"});
+    EXPECT_TRUE(result.output.starts_with("in.ppm: 120 x 91 pixels\nquality      bytes   PSNR dB"));
+    EXPECT_TRUE(Has(result.output, "\n     45 "));
+    EXPECT_TRUE(Has(result.output, "\n    100 "));
+}
+
+// Read back through the program itself: three panels, the middle one near the first, the last grey.
+TEST_F(Estimate, MakesAPictureOfTheDifferences) {
+    Kowen({"estimate", "in.ppm", "--compare", "diff.png", "--quality", "75"});
+    ASSERT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_EQ(directory.Read("diff.png").substr(0, 8), "\x89PNG\r\n\x1a\n");
+    Export({"diff.png", "diff.jpg"});
+    const DecodedJpeg jpeg = DecodeFile("diff.jpg");
+    EXPECT_EQ(jpeg.width, 360);
+    EXPECT_EQ(jpeg.height, 91);
+    for (int c = 0; c < 3; ++c) {
+        EXPECT_NEAR(jpeg.At(60, 40)[c], jpeg.At(180, 40)[c], 8);
+        EXPECT_NEAR(jpeg.At(300, 40)[c], 128, 60);
+    }
+    const std::string before = directory.Read("diff.png");
+    Kowen({"estimate", "in.ppm", "--compare", "diff.png"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(Has(result.errors, "diff.png: File exists")) << result.errors;
+    EXPECT_EQ(directory.Read("diff.png"), before);
+}
+
+} // namespace
+} // namespace kowen::test

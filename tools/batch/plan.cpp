@@ -1,0 +1,205 @@
+#include "batch/plan.h"
+
+#include "batch/folder_walk.h"
+#include "failure.h"
+#include "readers/source.h"
+
+#include <cctype>
+#include <filesystem>
+#include <map>
+#include <sys/stat.h>
+#include <utility>
+
+namespace kowen::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+using FileId = std::pair<dev_t, ino_t>;
+
+std::string LowerCase(std::string text) {
+    for (char &c : text)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return text;
+}
+
+bool Identify(const std::string &path, FileId *id) {
+    struct stat status = {};
+    if (stat(path.c_str(), &status) != 0)
+        return false;
+    *id = {status.st_dev, status.st_ino};
+    return true;
+}
+
+bool IsFolder(const std::string &path) {
+    std::error_code ignored;
+    return fs::is_directory(path, ignored);
+}
+
+void MakeFolder(const std::string &folder) {
+    std::error_code error;
+    fs::create_directories(folder, error);
+    if (error || !IsFolder(folder))
+        throw Failure("--to " + folder + ": " +
+                      (error ? error.message() : "there is a file of that name"));
+}
+
+// The picture's name with the ending of a JPEG.
+std::string JpegName(const std::string &source) {
+    return fs::path(source).filename().replace_extension(".jpg").string();
+}
+
+class Planner {
+public:
+    explicit Planner(const ExportOptions &exportOptions) : options(exportOptions) {}
+
+    Plan Make() {
+        CheckNames();
+        if (!options.folder.empty())
+            MakeFolder(options.folder);
+        if (!options.output.empty())
+            Add(options.names[0], options.output, true);
+        else if (TwoNames())
+            AddTwoNames();
+        else
+            for (const std::string &name : options.names)
+                AddName(name);
+        RefuseClashes();
+        return std::move(plan);
+    }
+
+private:
+    void CheckNames() const {
+        if (!options.output.empty() && !options.folder.empty())
+            throw UsageFailure("-o names a file and --to a folder; give one of them");
+        if (!options.output.empty() && options.names.size() != 1)
+            throw UsageFailure("-o takes one picture; --to DIR takes many");
+        if (!options.output.empty() && IsFolder(options.output))
+            throw UsageFailure("-o " + options.output + " is a folder; --to takes folders");
+        for (const std::string &name : options.names) {
+            if (name == "-" && options.output.empty() && !TwoNames())
+                throw UsageFailure("a picture from the standard input has no name to make one of; "
+                                   "name the JPEG with -o");
+        }
+    }
+
+    bool TwoNames() const {
+        return options.names.size() == 2 && options.output.empty() && options.folder.empty() &&
+               !options.recursive &&
+               (options.names[1] == "-" ||
+                (EndsAsJpeg(options.names[1]) && options.names[1] != options.names[0]));
+    }
+
+    // Two JPEGs can also be two pictures, as *.jpg gives them.
+    void AddTwoNames() {
+        const std::string &source = options.names[0];
+        const std::string &target = options.names[1];
+        const bool unclear = options.force && EndsAsJpeg(source) && fs::exists(target);
+        if (unclear)
+            throw UsageFailure("two JPEGs may be a picture and its output, or two pictures: to "
+                               "replace " +
+                               target + ", name it with -o");
+        Add(source, target, options.force);
+    }
+
+    void Add(const std::string &source, const std::string &target, bool replaceJpeg) {
+        plan.jobs.push_back({source, target, replaceJpeg, ""});
+    }
+
+    void AddName(const std::string &name) {
+        if (!IsFolder(name)) {
+            const fs::path folder =
+                options.folder.empty() ? fs::path(name).parent_path() : fs::path(options.folder);
+            Add(name, (folder / JpegName(name)).string(), options.force);
+        } else if (options.recursive) {
+            AddFolder(name);
+        } else {
+            Refuse(name, "is a folder; -r exports the pictures in it");
+        }
+    }
+
+    void Refuse(const std::string &source, const std::string &reason) {
+        plan.jobs.push_back({source, "", false, source + ": " + reason});
+    }
+
+    void AddFolder(const std::string &folder) {
+        const FolderContents found = SearchFolder(folder, options.folder);
+        size_t jpegs = 0;
+        for (const FoundPicture &picture : found.pictures) {
+            if (picture.jpeg && options.folder.empty()) {
+                ++jpegs;
+                continue;
+            }
+            fs::path target = fs::path(picture.path).parent_path();
+            if (!options.folder.empty()) {
+                target = (fs::path(options.folder) / picture.below).lexically_normal();
+                MakeFolder(target.string());
+            }
+            Add(picture.path, (target / JpegName(picture.path)).string(), options.force);
+        }
+        for (const std::string &problem : found.problems)
+            plan.jobs.push_back({folder, "", false, problem});
+        Note(folder, jpegs, "that are JPEGs already");
+        Note(folder, found.others, "that are no pictures");
+    }
+
+    void Note(const std::string &folder, size_t files, const std::string &which) {
+        if (files != 0)
+            plan.notes.push_back(folder + ": passed over " + std::to_string(files) + " file" +
+                                 (files == 1 ? " " : "s ") + which);
+    }
+
+    void RefuseClashes() {
+        std::map<FileId, std::string> sources;
+        std::map<std::string, std::string> targets;
+        for (const Job &job : plan.jobs) {
+            FileId id;
+            if (Identify(job.source, &id))
+                sources.emplace(id, job.source);
+        }
+        for (Job &job : plan.jobs) {
+            if (!job.refusal.empty() || job.target == "-")
+                continue;
+            job.refusal = ClashWithPicture(sources, job);
+            if (!job.refusal.empty())
+                continue;
+            const auto [first, fresh] =
+                targets.emplace(fs::weakly_canonical(fs::path(job.target)).string(), job.source);
+            if (!fresh)
+                job.refusal = job.source + ": " + job.target + " is made from " + first->second +
+                              " already; export one of them by itself, with -o";
+        }
+    }
+
+    static std::string ClashWithPicture(const std::map<FileId, std::string> &sources,
+                                        const Job &job) {
+        FileId id;
+        if (!Identify(job.target, &id))
+            return "";
+        const auto found = sources.find(id);
+        if (found == sources.end())
+            return "";
+        if (found->second == job.source)
+            return job.source + ": the JPEG would replace its own picture; name another file with "
+                                "-o or a folder with --to";
+        return job.source + ": " + job.target +
+               " is a picture of this export itself and stays; "
+               "name another file with -o or a folder with --to";
+    }
+
+    const ExportOptions &options;
+    Plan plan;
+};
+
+} // namespace
+
+bool EndsAsJpeg(const std::string &name) {
+    const std::string lower = LowerCase(name);
+    return lower.ends_with(".jpg") || lower.ends_with(".jpeg");
+}
+
+Plan MakePlan(const ExportOptions &options) {
+    return Planner(options).Make();
+}
+
+} // namespace kowen::cli

@@ -1,0 +1,204 @@
+#include "command_options.h"
+
+#include "estimate_command.h"
+#include "export_command.h"
+#include "failure.h"
+#include "help_texts.h"
+#include "info_command.h"
+#include "setup_command.h"
+
+#include <functional>
+
+namespace kowen::cli {
+namespace {
+
+constexpr int kMostWorkers = 256;
+
+std::string Notes(const char *text) {
+    return std::string(text) + "\n" + kExitNotes;
+}
+
+// An option whose value is taken by something that knows what it may be.
+CLI::Option *AddTaken(CLI::App *command, const std::string &names, const char *type,
+                      const std::function<void(const std::string &)> &take,
+                      const std::string &help) {
+    const std::string name = names.substr(0, names.find(','));
+    const auto callback = [name, take](const std::string &text) {
+        try {
+            take(text);
+        } catch (const Failure &failure) {
+            throw CLI::ValidationError(name, failure.what());
+        }
+    };
+    return command->add_option_function<std::string>(names, callback, help)->type_name(type);
+}
+
+struct SettingOption {
+    const char *names;
+    const char *setting;
+    const char *type;
+    const char *help;
+};
+
+constexpr SettingOption kSettings[] = {
+    {"--quality", "quality", "N", "45 (smallest file) to 100 (best picture; the default)"},
+    {"--colour,--color", "colour", "FORMAT",
+     "How colours are stored: ycc422 (the default) or grey; rgb444 with --as-filter"},
+    {"--colour-mode,--color-mode", "colour-mode", "MODE",
+     "What is done to the colours: unchanged, inverted, greys-inverted, grey, grey-inverted"},
+    {"--max-bytes", "max-bytes", "N", "The highest quality up to --quality that fits: 300k, 2M"},
+    {"--size", "size", "SIZE",
+     "A box on paper: WxH in in, cm, mm or px, a paper's name (A4, letter), picture or page"},
+    {"--dpi", "dpi", "DPI", "N, NxM, picture or page (default: picture)"},
+    {"--page", "page", "PAGE", "The page that page stands for: WxH@DPI"},
+    {"--background", "background", "#RRGGBB", "What transparent pixels show (default white)"},
+    {"--exif", "exif", "WHAT", "keep (the default) or drop"},
+    {"--icc", "icc", "WHAT", "The colour profile: keep (the default), or drop after using it"},
+    {"--comment", "comment", "WHAT", "keep or drop (the default)"}};
+
+void AddModule(CLI::App *command, CommonOptions *common) {
+    command->add_option("--module", common->module, "The filter to load")->type_name("PATH");
+}
+
+void AddJson(CLI::App *command, CommonOptions *common) {
+    command->add_flag("--json", common->json, "Report as JSON on the standard output");
+}
+
+void AddQuiet(CLI::App *command, CommonOptions *common) {
+    command->add_flag("-q,--quiet", common->quiet, "Print nothing but failures");
+}
+
+void AddFlag(CLI::App *command, const char *name, Settings *settings, const char *setting,
+             const char *value, const char *help) {
+    command->add_flag_callback(
+        name, [=] { settings->Set(setting, value); }, help);
+}
+
+void AddPictureOptions(CLI::App *command, PictureOptions *options) {
+    Settings *settings = &options->settings;
+    for (const SettingOption &option : kSettings) {
+        const std::string setting = option.setting;
+        AddTaken(
+            command, option.names, option.type,
+            [settings, setting](const std::string &text) { settings->Set(setting, text); },
+            option.help);
+    }
+    AddFlag(command, "--progressive", settings, "progressive", "yes",
+            "A file that builds up in steps");
+    AddFlag(command, "--sequential", settings, "progressive", "no",
+            "A file in one pass, also when the profile says otherwise");
+    AddFlag(command, "--as-filter", settings, "as-filter", "yes",
+            "Colours, sizes and the file as the filter itself has them");
+    AddTaken(
+        command, "--resize", "SIZE",
+        [options](const std::string &text) {
+            const bool shrinkOnly = options->resize.shrinkOnly;
+            options->resize = ParseResize(text);
+            options->resize.shrinkOnly = shrinkOnly;
+        },
+        "1200x, x800, 1200x800 or 50%");
+    command->add_flag("--shrink-only", options->resize.shrinkOnly,
+                      "Leave pictures alone that --resize would enlarge");
+    command->add_flag("--accept-truncated", options->acceptTruncated,
+                      "Take what there is of a cut PNG, PNM or JPEG");
+    command
+        ->add_option("--profile", options->profile,
+                     "Start from the settings in this file (default: kowen.ini in the folder that "
+                     "INIDIR names or here, when there is one)")
+        ->type_name("FILE");
+    command
+        ->add_option("--section", options->section,
+                     "The profile's section (default: the one its ~Mode names)")
+        ->type_name("NAME");
+}
+
+void AddReporting(CLI::App *command, CommonOptions *common) {
+    AddModule(command, common);
+    AddJson(command, common);
+    AddQuiet(command, common);
+    command->add_flag_callback(
+        "--no-progress", [common] { common->progress = false; }, "No progress bar");
+}
+
+void AddExport(CLI::App *app, ExportOptions *options, int *status) {
+    CLI::App *command = app->add_subcommand("export", "Save pictures as JPEG files");
+    command->footer(Notes(kExportNotes));
+    command->add_option("PICTURE", options->names, "The pictures; - is the standard input")
+        ->required();
+    command->add_option("-o,--output", options->output, "The file to make of one picture")
+        ->type_name("FILE");
+    command->add_option("--to", options->folder, "The folder for the JPEGs")->type_name("DIR");
+    command->add_flag("-r,--recursive", options->recursive, "Take the pictures in folders");
+    command
+        ->add_option("-j,--jobs", options->workers,
+                     "Pictures at a time (default: one for each processor)")
+        ->type_name("N")
+        ->check(CLI::Range(1, kMostWorkers));
+    command->add_flag("--force", options->force, "Replace JPEGs of the same names");
+    AddPictureOptions(command, &options->picture);
+    command->add_flag("--save", options->save, "Keep the settings of this export in the profile");
+    AddReporting(command, &options->common);
+    command->callback([options, status] { *status = RunExport(options); });
+}
+
+void AddEstimate(CLI::App *app, EstimateOptions *options) {
+    CLI::App *command =
+        app->add_subcommand("estimate", "Show what each quality costs and how it looks");
+    command->footer(Notes(kEstimateNotes));
+    command->add_option("PICTURE", options->name, "The picture")->required();
+    command->add_option("--compare", options->compare, "Make a picture of the differences")
+        ->type_name("FILE.png");
+    AddPictureOptions(command, &options->picture);
+    AddReporting(command, &options->common);
+    command->callback([options] { RunEstimate(options); });
+}
+
+void AddInfo(CLI::App *app, CommonOptions *options) {
+    CLI::App *command =
+        app->add_subcommand("info", "Show the filter's version and the formats that are read");
+    command->footer(kExitNotes);
+    AddModule(command, options);
+    AddJson(command, options);
+    command->callback([options] { RunInfo(*options); });
+}
+
+CLI::App *AddSetupCommand(CLI::App *setup, const char *name, const char *help,
+                          SetupOptions *options, void (*run)(const SetupOptions &)) {
+    CLI::App *command = setup->add_subcommand(name, help);
+    command->footer(Notes(kSetupNotes));
+    command->add_option("FILE", options->file, "The profile")->required();
+    AddJson(command, &options->common);
+    command->callback([options, run] { run(*options); });
+    return command;
+}
+
+void AddSetup(CLI::App *app, SetupOptions *options) {
+    CLI::App *setup = app->add_subcommand("setup", "Show and change the settings in a profile");
+    setup->require_subcommand(1);
+    setup->footer(Notes(kSetupNotes));
+    CLI::App *show =
+        AddSetupCommand(setup, "show", "Show a section's settings", options, RunSetupShow);
+    CLI::App *set =
+        AddSetupCommand(setup, "set", "Change a section's settings", options, RunSetupSet);
+    AddSetupCommand(setup, "sections", "List the sections", options, RunSetupSections);
+    for (CLI::App *command : {show, set})
+        command
+            ->add_option("--section", options->section,
+                         "The section (default: the one the profile's ~Mode names)")
+            ->type_name("NAME");
+    set->add_option("SETTING", options->assignments, "name=value, such as quality=75")->required();
+    AddQuiet(set, &options->common);
+}
+
+} // namespace
+
+void AddCommands(CLI::App *app, AllOptions *options, int *status) {
+    AddExport(app, &options->exporting, status);
+    AddEstimate(app, &options->estimate);
+    AddSetup(app, &options->setup);
+    AddInfo(app, &options->info);
+    // Only for the list of commands: its words are rearranged before they are parsed.
+    app->add_subcommand("help", "Explain a command: kowen help export");
+}
+
+} // namespace kowen::cli

@@ -1,0 +1,40 @@
+// How a command fails: one exception type that carries the message and the exit status.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace kowen::cli {
+
+/// Exit statuses of the command line. A signal that ends it has its own: 128 and its number.
+enum ExitStatus { kExitOk = 0, kExitFailure = 1, kExitUsage = 2 };
+
+/// Ends a command, or the picture of it that is under way. what() is the message for the user,
+/// without the program's name.
+class Failure : public std::runtime_error {
+public:
+    explicit Failure(const std::string &message, ExitStatus exitStatus = kExitFailure)
+        : std::runtime_error(message), status(exitStatus) {}
+
+    ExitStatus Status() const { return status; }
+
+private:
+    ExitStatus status;
+};
+
+/// A choice that cannot be met; ends with kExitUsage.
+class UsageFailure : public Failure {
+public:
+    explicit UsageFailure(const std::string &message) : Failure(message, kExitUsage) {}
+};
+
+/// The user asked to stop.
+class Cancelled : public Failure {
+public:
+    Cancelled() : Failure("cancelled") {}
+};
+
+/// Throws "subject: reason", the reason being that of a system error number.
+[[noreturn]] void FailWith(const std::string &subject, int errorNumber);
+
+} // namespace kowen::cli

@@ -1,0 +1,87 @@
+#include "host_library.h"
+
+#include "failure.h"
+
+#include <cstdio>
+#include <new>
+
+namespace kowen::cli {
+namespace {
+
+constexpr size_t kLongestValue = 4096;
+
+const char *OrNull(const std::string &text) {
+    return text.empty() ? nullptr : text.c_str();
+}
+
+} // namespace
+
+KowenResult NewResult() {
+    KowenResult result = {};
+    result.size = sizeof result;
+    return result;
+}
+
+void ThrowResult(const KowenResult &result) {
+    if (result.code == KOWEN_HOST_ERR_ARGUMENT)
+        throw UsageFailure(result.message);
+    throw Failure(result.message);
+}
+
+Settings::Settings() : handle(KowenNewSettings()) {
+    if (!handle)
+        throw std::bad_alloc();
+}
+
+void Settings::Set(const std::string &name, const std::string &value) {
+    KowenResult result = NewResult();
+    if (KowenSet(handle.get(), name.c_str(), value.c_str(), &result) != KOWEN_HOST_OK)
+        ThrowResult(result);
+}
+
+std::string Settings::Get(const std::string &name) const {
+    char value[kLongestValue] = "";
+    KowenGet(handle.get(), name.c_str(), value, sizeof value);
+    return value;
+}
+
+bool Settings::IsSet(const std::string &name) const {
+    return KowenIsSet(handle.get(), name.c_str()) != 0;
+}
+
+std::string Settings::LoadProfile(const std::string &path, const std::string &section) {
+    KowenResult result = NewResult();
+    if (KowenLoadProfile(handle.get(), path.c_str(), OrNull(section), &result) != KOWEN_HOST_OK)
+        ThrowResult(result);
+    return result.profileSection;
+}
+
+void Settings::SaveProfile(const std::string &path, const std::string &section) const {
+    KowenResult result = NewResult();
+    if (KowenSaveProfile(handle.get(), path.c_str(), OrNull(section), &result) != KOWEN_HOST_OK)
+        ThrowResult(result);
+}
+
+Settings Settings::Copy() const {
+    Pointer copy(KowenCopySettings(handle.get()));
+    if (!copy)
+        throw std::bad_alloc();
+    return Settings(std::move(copy));
+}
+
+Module::Module(const std::string &path) {
+    KowenResult result = NewResult();
+    handle.reset(KowenOpenModule(OrNull(path), &result));
+    if (!handle)
+        ThrowResult(result);
+}
+
+std::string Module::Version() const {
+    const uint32_t version = KowenModuleVersion(handle.get());
+    char text[48];
+    std::snprintf(text, sizeof text, "%u.%u.%u", version >> 24, version >> 16 & 0xFF,
+                  version & 0xFFFF);
+    return text;
+}
+
+} // namespace kowen::cli

@@ -1,0 +1,71 @@
+// The host library's handles, owned, and its failures as exceptions.
+#pragma once
+
+#include "kowen/host.h"
+
+#include <memory>
+#include <string>
+
+namespace kowen::cli {
+
+/// A result record, ready to be filled.
+KowenResult NewResult();
+
+/// Throws what a result says: UsageFailure for an argument, else Failure.
+[[noreturn]] void ThrowResult(const KowenResult &result);
+
+/// Settings of exports, by the names of KowenSet.
+class Settings {
+public:
+    Settings();
+
+    /// Throws UsageFailure that says what would do.
+    void Set(const std::string &name, const std::string &value);
+
+    /// The value as Set takes it.
+    std::string Get(const std::string &name) const;
+
+    bool IsSet(const std::string &name) const;
+
+    /// Takes what a profile's section says of the settings that Set has not given.
+    /// section  empty = the one that the profile names. Returns the section's name.
+    std::string LoadProfile(const std::string &path, const std::string &section);
+
+    /// Keeps what Set has given in a profile's section.
+    void SaveProfile(const std::string &path, const std::string &section) const;
+
+    Settings Copy() const;
+
+    const KowenSettings *Handle() const { return handle.get(); }
+
+private:
+    struct Free {
+        void operator()(KowenSettings *settings) const { KowenFreeSettings(settings); }
+    };
+    using Pointer = std::unique_ptr<KowenSettings, Free>;
+
+    explicit Settings(Pointer settings) : handle(std::move(settings)) {}
+
+    Pointer handle;
+};
+
+/// The loaded filter.
+class Module {
+public:
+    /// path  empty = where the library looks for it. Throws Failure.
+    explicit Module(const std::string &path);
+
+    KowenModule *Handle() const { return handle.get(); }
+    std::string Path() const { return KowenModulePath(handle.get()); }
+
+    /// "2.0.5"
+    std::string Version() const;
+
+private:
+    struct Close {
+        void operator()(KowenModule *module) const { KowenCloseModule(module); }
+    };
+    std::unique_ptr<KowenModule, Close> handle;
+};
+
+} // namespace kowen::cli

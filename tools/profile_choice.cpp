@@ -1,0 +1,52 @@
+#include "profile_choice.h"
+
+#include "failure.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+
+namespace kowen::cli {
+namespace {
+
+constexpr const char *kDefaultName = "kowen.ini";
+
+std::string InFolderOfProfiles(const std::string &name) {
+    const char *folder = std::getenv("INIDIR");
+    if (folder == nullptr || *folder == '\0')
+        return "";
+    return (std::filesystem::path(folder) / name).string();
+}
+
+bool Exists(const std::string &path) {
+    std::error_code ignored;
+    return !path.empty() && std::filesystem::exists(path, ignored);
+}
+
+// As the module looks: in the folder of profiles first, then as the name stands.
+std::string Locate(const std::string &name) {
+    const std::string there = InFolderOfProfiles(name);
+    return Exists(there) ? there : name;
+}
+
+} // namespace
+
+ProfileChoice TakeProfile(PictureOptions *options, ProfileUse use) {
+    const bool named = !options->profile.empty();
+    ProfileChoice choice;
+    choice.path = Locate(named ? options->profile : kDefaultName);
+    if (Exists(choice.path)) {
+        choice.section = options->settings.LoadProfile(choice.path, options->section);
+        choice.found = true;
+        return choice;
+    }
+    if (named && use == ProfileUse::kRead)
+        FailWith(choice.path, ENOENT);
+    if (!named && (use == ProfileUse::kSave || !options->section.empty()))
+        throw UsageFailure("--save and --section need a profile: name it with --profile");
+    if (!named)
+        choice.path.clear();
+    return choice;
+}
+
+} // namespace kowen::cli

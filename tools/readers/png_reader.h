@@ -1,0 +1,58 @@
+// libpng behind functions that fail by exceptions: its jumps stay inside.
+#pragma once
+
+#include "readers/byte_input.h"
+#include "readers/source.h"
+
+#include <exception>
+#include <png.h>
+#include <string>
+
+namespace kowen::cli {
+
+class PngReader {
+public:
+    /// Throws Failure when memory is exhausted.
+    explicit PngReader(std::unique_ptr<ByteInput> input);
+    ~PngReader();
+    PngReader(const PngReader &) = delete;
+    PngReader &operator=(const PngReader &) = delete;
+
+    /// Reads everything before the pixels and chooses how they are delivered: 8 bits a channel,
+    /// 1-bit pixels packed, palettes as such.
+    void ReadHeader(PictureFacts *facts);
+
+    /// How often every row is read: 1, or more for an interlaced picture.
+    int Passes() const { return passes; }
+
+    /// Reads a row. One that was read in an earlier pass is handed in again and becomes finer.
+    /// Returns false when the file ends there or is damaged; Problem() says how.
+    bool ReadRow(uint8_t *row);
+
+    /// Reads what stands behind the pixels. Returns as ReadRow.
+    bool ReadEnd();
+
+    const std::string &Problem() const { return problem; }
+    const std::string &Path() const { return input->Path(); }
+
+private:
+    static void OnError(png_structp png, png_const_charp message);
+    static void OnWarning(png_structp png, png_const_charp message);
+    static void OnRead(png_structp png, png_bytep bytes, size_t count);
+
+    bool ReadInfo();
+    bool UpdateInfo();
+    void ChooseFormat(PictureFacts *facts);
+    void TakePalette(PictureFacts *facts);
+    void TakeMetadata(PictureFacts *facts);
+    void Rethrow();
+
+    std::unique_ptr<ByteInput> input;
+    png_structp png = nullptr;
+    png_infop info = nullptr;
+    int passes = 1;
+    std::string problem;
+    std::exception_ptr failure; ///< of the input
+};
+
+} // namespace kowen::cli

@@ -1,0 +1,84 @@
+#include "report.h"
+
+#include "failure.h"
+#include "readers/source.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cerrno>
+#include <cstdio>
+#include <unistd.h>
+
+namespace kowen::cli {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// File names may hold any bytes; those that are no UTF-8 are shown as such.
+std::string Line(const Json &object) {
+    return object.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+Json ObjectOf(const JobReport &report) {
+    Json object;
+    object["picture"] = report.source;
+    object["output"] = report.target;
+    object["done"] = report.Done();
+    if (!report.Done()) {
+        object["error"] = report.error;
+        object["milliseconds"] = report.milliseconds;
+        return object;
+    }
+    object["bytes"] = report.bytes;
+    object["width"] = report.width;
+    object["height"] = report.height;
+    object["dpi"] = {report.xDpi, report.yDpi};
+    object["grey"] = report.grey;
+    object["progressive"] = report.progressive;
+    object["quality"] = report.quality;
+    object["clippedPercent"] = report.clippedPercent;
+    object["notes"] = report.notes;
+    object["milliseconds"] = report.milliseconds;
+    return object;
+}
+
+std::string Summary(const JobReport &report) {
+    char text[200];
+    std::snprintf(text, sizeof text, ": %u x %u pixels, %u x %u dpi, %llu bytes, %.0f ms",
+                  report.width, report.height, report.xDpi, report.yDpi,
+                  static_cast<unsigned long long>(report.bytes), report.milliseconds);
+    return (report.target == "-" ? "standard output" : report.target) + text;
+}
+
+void PrintText(const JobReport &report, bool quiet) {
+    if (!report.Done()) {
+        std::fprintf(stderr, "kowen: %s\n", report.error.c_str());
+        return;
+    }
+    if (quiet)
+        return;
+    for (const std::string &note : report.notes)
+        std::fprintf(stderr, "kowen: note: %s: %s\n", NameOf(report.source).c_str(), note.c_str());
+    if (report.target == "-")
+        std::fprintf(stderr, "%s\n", Summary(report).c_str());
+    else
+        PrintLine(Summary(report));
+}
+
+} // namespace
+
+void PrintLine(const std::string &line) {
+    const std::string text = line + "\n";
+    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+    if (!written || std::fflush(stdout) != 0)
+        FailWith("standard output", errno);
+}
+
+void PrintReport(const JobReport &report, const CommonOptions &options) {
+    if (options.json)
+        PrintLine(Line(ObjectOf(report)));
+    else
+        PrintText(report, options.quiet);
+}
+
+} // namespace kowen::cli
