@@ -3,41 +3,58 @@
 #include "failure.h"
 
 #include <csignal>
+#include <sys/time.h>
 #include <unistd.h>
 
 namespace kowen::cli {
 namespace {
 
 constexpr int kSignalStatus = 128;
+constexpr long kInterruptMicroseconds = 20000;
 
 volatile std::sig_atomic_t cancelSignal = 0;
 volatile std::sig_atomic_t outputOpen = 0;
 
+// The request may come just before a call that waits, which would not notice it: from now on waiting
+// calls are interrupted again and again.
+void InterruptWaiting() {
+    itimerval interval = {};
+    interval.it_interval.tv_usec = interval.it_value.tv_usec = kInterruptMicroseconds;
+    setitimer(ITIMER_REAL, &interval, nullptr);
+}
+
+void OnAlarm(int) {}
+
 void OnSignal(int number) {
-    if (cancelSignal == 0)
+    if (cancelSignal == 0) {
         cancelSignal = number;
-    else if (!outputOpen)
+        InterruptWaiting();
+    } else if (!outputOpen) {
         _exit(kSignalStatus + cancelSignal);
+    }
+}
+
+void Handle(int number, void (*handler)(int)) {
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    sigemptyset(&action.sa_mask);
+    // No SA_RESTART: a call that waits returns, so that the request is seen.
+    sigaction(number, &action, nullptr);
 }
 
 } // namespace
 
 void InstallCancelHandlers() {
-    struct sigaction action = {};
-    action.sa_handler = OnSignal;
-    sigemptyset(&action.sa_mask);
-    // No SA_RESTART: a read from a terminal or a pipe returns, so that the request is seen.
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
         // What the caller has us ignore (nohup, a job in the background) stays ignored.
         struct sigaction before = {};
         if (sigaction(number, nullptr, &before) == 0 && before.sa_handler == SIG_IGN)
             continue;
-        sigaction(number, &action, nullptr);
+        Handle(number, OnSignal);
     }
-    struct sigaction ignore = {};
-    ignore.sa_handler = SIG_IGN;
+    Handle(SIGALRM, OnAlarm);
     for (const int number : {SIGPIPE, SIGXFSZ})
-        sigaction(number, &ignore, nullptr);
+        Handle(number, SIG_IGN);
 }
 
 int CancelSignal() {
@@ -50,9 +67,7 @@ void StopIfCancelled() {
 }
 
 void EndBySignal(int signal) {
-    struct sigaction action = {};
-    action.sa_handler = SIG_DFL;
-    sigaction(signal, &action, nullptr);
+    Handle(signal, SIG_DFL);
     raise(signal);
     _exit(kSignalStatus + signal);
 }
