@@ -32,7 +32,7 @@ expect() {
 expect "status 0" "$(set +e; need g++-12 ccache pkg-config liblcms2-dev nlohmann-json3-dev)"
 expect "This is no Debian system, so nothing is installed. Missing are:
   cmake                              Debian: cmake
-  GraphicsMagick++.pc                Debian: libgraphicsmagick++1-dev
+  GraphicsMagick.pc                  Debian: libgraphicsmagick1-dev
   CLI/CLI.hpp                        Debian: libcli11-dev
 bash: install them, then run this again
-status 1" "$(set +e; need cmake ninja-build g++-12 liblcms2-dev libgraphicsmagick++1-dev libcli11-dev)"
+status 1" "$(set +e; need cmake ninja-build g++-12 liblcms2-dev libgraphicsmagick1-dev libcli11-dev)"
