@@ -15,8 +15,8 @@ constexpr long kInterruptMicroseconds = 20000;
 volatile std::sig_atomic_t cancelSignal = 0;
 volatile std::sig_atomic_t outputOpen = 0;
 
-// The request may come just before a call that waits, which would not notice it: from now on waiting
-// calls are interrupted again and again.
+// The request may come just before a call that waits, which would not notice it: from now on
+// waiting calls are interrupted again and again.
 void InterruptWaiting() {
     itimerval interval = {};
     interval.it_interval.tv_usec = interval.it_value.tv_usec = kInterruptMicroseconds;

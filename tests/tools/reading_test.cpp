@@ -1,4 +1,5 @@
 // Pictures in every form of the formats that are read row by row, looked at in the JPEG.
+#include "tools/bmp_file.h"
 #include "tools/export_fixture.h"
 #include "tools/png_file.h"
 
@@ -223,28 +224,6 @@ TEST_F(Reading, NetpbmThatIsNone) {
     }
 }
 
-// A picture of two colours that the picture library reads: BMP, 24 bits, bottom row first.
-string Bmp(int width, int height) {
-    const auto number = [](uint32_t value) {
-        string text;
-        for (int i = 0; i < 4; ++i)
-            text += static_cast<char>(value >> (8 * i));
-        return text;
-    };
-    const int padding = (4 - width * 3 % 4) % 4;
-    string pixels;
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x)
-            pixels += x < width / 2 ? "\x80\x70\x60" : "\x70\x80\x90";
-        pixels += string(static_cast<size_t>(padding), '\0');
-    }
-    return "BM" + number(static_cast<uint32_t>(54 + pixels.size())) + number(0) + number(54) +
-           number(40) + number(static_cast<uint32_t>(width)) +
-           number(static_cast<uint32_t>(height)) + string("\x01\0\x18\0", 4) + number(0) +
-           number(static_cast<uint32_t>(pixels.size())) + number(3937) + number(3937) + number(0) +
-           number(0) + pixels;
-}
-
 TEST_F(Reading, OtherFormatsByThePictureLibrary) {
     ExpectPixel(Bmp(30, 20), 4, 10, {96, 112, 128});
     ExpectPixel(Bmp(30, 20), 25, 10, {144, 128, 112});
@@ -256,48 +235,6 @@ TEST_F(Reading, JpegOfAJpeg) {
     const string jpeg(file.begin(), file.end());
     const DecodedJpeg again = Decode(jpeg);
     EXPECT_GT(Psnr(again, MakeSoftPicture(50, 30)), 35);
-}
-
-// Each format's file, cut behind two thirds.
-TEST_F(Reading, ACutPictureIsAFailureUnlessAccepted) {
-    PngPicture png = {32, 30, 8, kPngGrey, Rows(string(32, 'x'), 30), "", 0, 0, "", "", "", false};
-    Decode(Ppm(MakeSoftPicture(160, 120)));
-    const std::map<string, string> pictures = {{"ppm", Ppm(MakeSoftPicture(32, 30))},
-                                               {"png", Png(png)},
-                                               {"jpeg", string(file.begin(), file.end())}};
-    for (const auto &[name, whole] : pictures) {
-        SCOPED_TRACE(name);
-        directory.Write("in", whole.substr(0, whole.size() * 2 / 3));
-        EXPECT_EQ(Export({"in", "-o", "cut.jpg"}).exitCode, 1);
-        EXPECT_TRUE(Has(result.errors, "--accept-truncated takes what is there")) << result.errors;
-        EXPECT_FALSE(directory.Has("cut.jpg"));
-        EXPECT_EQ(Export({"in", "-o", "cut.jpg", "--accept-truncated"}).exitCode, 0)
-            << result.errors;
-        EXPECT_TRUE(Has(result.errors, "kowen: note: in: ")) << result.errors;
-        const DecodedJpeg jpeg = DecodeFile("cut.jpg");
-        EXPECT_TRUE(jpeg.Clean());
-        EXPECT_EQ(jpeg.width, name == "jpeg" ? 160 : 32);
-        std::filesystem::remove(directory.File("cut.jpg"));
-    }
-}
-
-// The picture library gives nothing of a file that is shorter than it says.
-TEST_F(Reading, ACutPictureOfAnotherFormatIsAFailure) {
-    const string whole = Bmp(32, 30);
-    directory.Write("in", whole.substr(0, whole.size() * 2 / 3));
-    EXPECT_EQ(Export({"in", "-o", "cut.jpg"}).exitCode, 1);
-    EXPECT_TRUE(result.errors.starts_with("kowen: in: ")) << result.errors;
-    EXPECT_FALSE(directory.Has("cut.jpg"));
-}
-
-TEST_F(Reading, ScriptsOfThePictureLibraryAreNotRun) {
-    const string picture = WritePicture("a.ppm");
-    directory.Write("script.mvg", "push graphic-context\nimage over 0,0 9,9 '" + picture +
-                                      "'\npop graphic-context\n");
-    EXPECT_EQ(Export({"script.mvg"}).exitCode, 1);
-    EXPECT_TRUE(Has(result.errors, "not a picture")) << result.errors;
-    EXPECT_EQ(Export({"ppm:" + picture}).exitCode, 1);
-    EXPECT_TRUE(Has(result.errors, "No such file")) << result.errors;
 }
 
 } // namespace
