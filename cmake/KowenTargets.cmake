@@ -39,6 +39,15 @@ target_compile_options(kowen_module_options INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
   $<$<AND:$<COMPILE_LANGUAGE:CXX>,$<CXX_COMPILER_ID:GNU>>:-fno-gnu-unique>)
 
+# What reads or writes JSON links this: headers only, so those of the building machine serve any
+# other, but only they must be found.
+add_library(kowen_json INTERFACE)
+if(CMAKE_CROSSCOMPILING)
+  file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/json)
+  file(CREATE_LINK /usr/include/nlohmann ${CMAKE_BINARY_DIR}/json/nlohmann SYMBOLIC)
+  target_include_directories(kowen_json SYSTEM INTERFACE ${CMAKE_BINARY_DIR}/json)
+endif()
+
 # Tests need no speed of their own, and optimising GoogleTest's macros takes minutes.
 set(KOWEN_TEST_OPTIONS $<$<CONFIG:Release>:-O0>
   # g++ 12 takes what a test pushes into a vector or appends to a string for an overflow.

@@ -19,6 +19,7 @@ static CreateSetupFunction createSetup;
 static DestroySetupFunction destroySetup;
 static ExportCellDataFunction exportCellData;
 static ShortDoorFunction rasterDoor;
+static char *moduleName; /* 260 bytes */
 static GlobalAllocFunction globalAlloc;
 static GlobalLockFunction globalLock;
 static GlobalFreeFunction globalFree;
@@ -28,7 +29,7 @@ static void Fail(const char *what) {
     exit(1);
 }
 
-/* Stores an address in a function pointer, which C has no cast for. */
+/* Stores an address in a pointer of any kind: C has no cast for those to functions. */
 static void Bind(void *function, const void *address, const char *name) {
     if (address == NULL)
         Fail(name);
@@ -53,6 +54,8 @@ static void LoadFilter(const char *path) {
     BindEntry(&destroySetup, &table, "DestroySetup");
     BindEntry(&exportCellData, &table, "ExportCellData");
     BindEntry(&rasterDoor, &table, "RASTER_dd_entry");
+    BindEntry(&moduleName, &table, "szDLLName");
+    strncpy(moduleName, path, 259); /* the last byte stays 0 */
     Bind(&globalAlloc, dlsym(module, "GlobalAlloc"), "GlobalAlloc");
     Bind(&globalLock, dlsym(module, "GlobalLock"), "GlobalLock");
     Bind(&globalFree, dlsym(module, "GlobalFree"), "GlobalFree");

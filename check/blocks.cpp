@@ -1,0 +1,174 @@
+#include "blocks.h"
+
+#include "lifetime.h"
+#include "real_module.h"
+
+#include <map>
+#include <mutex>
+#include <set>
+
+namespace kowen::check {
+namespace {
+
+struct Block {
+    int number;
+    uint32_t bytes;
+    const void *data; ///< null for wrapped memory
+};
+
+/// Calls that come at the wrong time, from another thread, look here too.
+struct Blocks {
+    std::recursive_mutex mutex;
+    std::map<MemoryHandle, Block> live;
+    std::set<MemoryHandle> ended;
+    int made = 0;
+};
+
+Blocks &TheBlocks() {
+    return TheOne<Blocks>();
+}
+
+using Lock = std::lock_guard<std::recursive_mutex>;
+
+void EndBlock(MemoryHandle handle) {
+    const Lock lock(TheBlocks().mutex);
+    if (TheBlocks().live.erase(handle) != 0)
+        TheBlocks().ended.insert(handle);
+}
+
+/// Whether a block has its data there.
+bool IsData(const void *data) {
+    const Lock lock(TheBlocks().mutex);
+    for (const auto &[handle, block] : TheBlocks().live)
+        if (block.data == data)
+            return true;
+    return false;
+}
+
+void CheckFlags(const Call &call, uint32_t flags) {
+    if (flags != KOWEN_GLOBAL_FLAGS)
+        call.Mistake(Rule::kBlockFlags, "flags are " + std::to_string(flags));
+}
+
+/// What a call that makes a block returns.
+MemoryHandle Made(Call &call, MemoryHandle handle, BlockKind kind = BlockKind::kOwn) {
+    AddBlock(handle, kind);
+    call.Tell("handle", DescribeBlock(handle));
+    return handle;
+}
+
+} // namespace
+
+void AddBlock(MemoryHandle handle, BlockKind kind) {
+    if (handle == 0)
+        return;
+    Blocks &blocks = TheBlocks();
+    const Lock lock(blocks.mutex);
+    blocks.ended.erase(handle);
+    blocks.live[handle] = {++blocks.made, Real()->globalSize(handle),
+                           kind == BlockKind::kOwn ? Real()->globalLock(handle) : nullptr};
+}
+
+std::string DescribeBlock(MemoryHandle handle) {
+    Blocks &blocks = TheBlocks();
+    const Lock lock(blocks.mutex);
+    const auto found = blocks.live.find(handle);
+    if (found != blocks.live.end())
+        return "block " + std::to_string(found->second.number) + " of " +
+               std::to_string(found->second.bytes) + " bytes";
+    if (handle == 0)
+        return "0";
+    return blocks.ended.contains(handle) ? "ended block" : "unknown handle";
+}
+
+bool IsBlock(MemoryHandle handle) {
+    const Lock lock(TheBlocks().mutex);
+    return TheBlocks().live.contains(handle);
+}
+
+uint32_t BlockBytes(MemoryHandle handle) {
+    const Lock lock(TheBlocks().mutex);
+    const auto found = TheBlocks().live.find(handle);
+    return found == TheBlocks().live.end() ? 0 : found->second.bytes;
+}
+
+void RequireBlock(Call &call, const char *what, MemoryHandle handle) {
+    if (handle != 0 && !IsBlock(handle))
+        call.Danger(Rule::kBlockHandle, std::string("the handle of ") + what + " is that of an " +
+                                            DescribeBlock(handle));
+}
+
+void ReportBlocksLeft() {
+    for (const auto &[handle, block] : TheBlocks().live)
+        MistakeOutsideCalls(Rule::kUnload, DescribeBlock(handle) + " was never freed");
+}
+
+MemoryHandle CheckedAlloc(uint32_t flags, uint32_t size) {
+    Call call("GlobalAlloc", CallKind::kMemory, {{"flags", flags}, {"size", size}});
+    CheckFlags(call, flags);
+    return Made(call, call.Passes() ? Real()->globalAlloc(flags, size) : 0);
+}
+
+void *CheckedLock(MemoryHandle handle) {
+    Call call("GlobalLock", CallKind::kMemory, {{"handle", DescribeBlock(handle)}});
+    RequireBlock(call, "the block", handle);
+    return call.Passes() ? Real()->globalLock(handle) : nullptr;
+}
+
+int32_t CheckedUnlock(MemoryHandle handle) {
+    Call call("GlobalUnlock", CallKind::kMemory, {{"handle", DescribeBlock(handle)}});
+    RequireBlock(call, "the block", handle);
+    return call.Passes() ? Real()->globalUnlock(handle) : 0;
+}
+
+int32_t CheckedFree(MemoryHandle handle) {
+    Call call("GlobalFree", CallKind::kMemory, {{"handle", DescribeBlock(handle)}});
+    RequireBlock(call, "the block", handle);
+    if (!call.Passes())
+        return 0;
+    EndBlock(handle);
+    return Real()->globalFree(handle);
+}
+
+MemoryHandle CheckedReAlloc(MemoryHandle handle, uint32_t size, uint32_t flags) {
+    Call call("GlobalReAlloc", CallKind::kMemory,
+              {{"handle", DescribeBlock(handle)}, {"size", size}, {"flags", flags}});
+    CheckFlags(call, flags);
+    RequireBlock(call, "the block", handle);
+    if (!call.Passes())
+        return 0;
+    EndBlock(handle);
+    return Made(call, Real()->globalReAlloc(handle, size, flags));
+}
+
+uint32_t CheckedSize(MemoryHandle handle) {
+    Call call("GlobalSize", CallKind::kMemory, {{"handle", DescribeBlock(handle)}});
+    RequireBlock(call, "the block", handle);
+    const uint32_t size = call.Passes() ? Real()->globalSize(handle) : 0;
+    call.Tell("bytes", size);
+    return size;
+}
+
+MemoryHandle CheckedHandle(const void *data) {
+    const bool known = IsData(data);
+    Call call("GlobalHandle", CallKind::kMemory, {{"data", data != nullptr}});
+    if (data != nullptr && !known)
+        call.Danger(Rule::kBlockAddress, "no block has its data there");
+    const MemoryHandle handle = call.Passes() ? Real()->globalHandle(data) : 0;
+    call.Tell("handle", DescribeBlock(handle));
+    return handle;
+}
+
+MemoryHandle CheckedPointerToHandle(void *data, uint32_t size) {
+    Call call("GlobalPointerToHandle", CallKind::kMemory,
+              {{"data", data != nullptr}, {"size", size}});
+    return Made(call, call.Passes() ? Real()->globalPointerToHandle(data, size) : 0,
+                BlockKind::kWrapped);
+}
+
+uint32_t CheckedCompact(uint32_t request) {
+    const Call call("GlobalCompact", CallKind::kMemory, {{"request", request}});
+    return call.Passes() ? Real()->globalCompact(request) : 0;
+}
+
+} // namespace kowen::check

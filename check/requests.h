@@ -1,0 +1,31 @@
+// The requests to a raster device: what each needs, and what the device knows of its picture.
+#pragma once
+
+#include "calls.h"
+
+#include <cstdint>
+
+namespace kowen::check {
+
+/// What the host's requests have made of a device. All zero after an initialisation but the state.
+struct DeviceState {
+    int32_t state = 1;
+    int64_t windowColumns = 1;
+    bool pictureOpen = false;
+    uint32_t pictureDepth = 0;
+    uint32_t pictureRows = 0;
+    uint64_t rowsDrawn = 0;
+    bool rowsReversed = false;
+    double windowY1 = 0;
+    double windowY2 = 0;
+    uint32_t returnAreaSize = 0;
+    uint32_t returnAreaUsed = 0;
+};
+
+/// Reports what is wrong with a request before the device gets it.
+void CheckRequest(Call &call, const DeviceState &device, const void *request);
+
+/// What the request has made of the device; code is what the device answered.
+void FollowRequest(DeviceState *device, const void *request);
+
+} // namespace kowen::check

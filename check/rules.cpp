@@ -1,0 +1,97 @@
+#include "rules.h"
+
+#include <iterator>
+
+namespace kowen::check {
+namespace {
+
+constexpr char kHosts[] = "host-guide.md";
+constexpr char kSettings[] = "settings.md";
+constexpr char kDevice[] = "device.md";
+
+constexpr RuleText kRules[] = {
+    {Rule::kModuleName, "module-name", kHosts,
+     "Write the module's own path into the 260 bytes that the entry `szDLLName` points at."},
+    {Rule::kUnload, "unload", kHosts, "Before that, terminate devices and free setups and blocks."},
+    {Rule::kOneThread, "one-thread", kHosts, "Calls come from one thread at a time."},
+    {Rule::kCallbackCalls, "callback-calls", kHosts,
+     "From inside one, use the memory functions and nothing else of the module."},
+    {Rule::kCallbackReturns, "callback-returns", kHosts,
+     "Return it must: one that is left by `longjmp` leaves the doors shut for good."},
+    {Rule::kSetupHandle, "setup-handle", kHosts,
+     "A setup's handle comes from `CreateSetup` and is void after `DestroySetup`."},
+    {Rule::kSetupOutlives, "setup-outlives", kHosts,
+     "A setup outlives every export and device that uses it."},
+    {Rule::kBlockHandle, "block-handle", kHosts,
+     "A block's handle is void after `GlobalFree` and `GlobalReAlloc`."},
+    {Rule::kBlockFlags, "block-flags", kHosts, "Every allocation passes `KOWEN_GLOBAL_FLAGS`."},
+    {Rule::kBlockAddress, "block-address", kHosts,
+     "`GlobalHandle` takes an address that `GlobalLock` gave for a block that was not wrapped."},
+    {Rule::kExportRecords, "export-records", kHosts,
+     "`ExportCellData` needs a bitmap, a cell and a host record."},
+    {Rule::kMemoryOutput, "memory-output", kHosts, "Without an export record the result is 303."},
+    {Rule::kOutputName, "output-name", kHosts,
+     "Names have room for 4,095 bytes on the bitmap door."},
+    {Rule::kDepth, "depth", kHosts, "The depth is 1, 4, 8, 24 or 32."},
+    {Rule::kPixelRows, "pixel-rows", kHosts, "The block holds all rows, padding included."},
+    {Rule::kPalette, "palette", kHosts,
+     "Depths 1, 4 and 8 need a palette: a block of 2, 16 or 256 entries of 3 bytes, red, green, "
+     "blue."},
+    {Rule::kEmpty, "empty", kHosts, "Neither the picture nor its target is empty."},
+    {Rule::kTooLarge, "too-large", kHosts, "A JPEG has up to 65,535 columns and 65,534 rows."},
+    {Rule::kWriteAnswer, "write-answer", kHosts, "No write is answered with more than its count."},
+    {Rule::kEscapeCode, "escape-code", kSettings, "A code that is not listed here does nothing."},
+    {Rule::kEscapeSize, "escape-size", kSettings,
+     "`size` must be that of the input value: 4 for an `int32_t`, 8 for a `double`."},
+    {Rule::kEscapePointers, "escape-pointers", kSettings, "A setter needs `in`, a getter `out`."},
+    {Rule::kRasterQuery, "raster-query", kHosts,
+     "only its raster query answers for the current one, so a host with several setups calls "
+     "`EditSetup` first."},
+    {Rule::kDeviceRecord, "device-record", kDevice, "Initialising and dispatching need a record."},
+    {Rule::kDeviceRuns, "device-runs", kDevice,
+     "Before initialisation and after termination requests do nothing and answer 0."},
+    {Rule::kDeviceAgain, "device-again", kDevice,
+     "Initialising a device that runs ends it first, as termination does."},
+    {Rule::kDeviceSetup, "device-setup", kDevice, "without a setup nothing is drawn."},
+    {Rule::kDeviceName, "device-name", kDevice,
+     "A name has room for 143 bytes; a longer one cannot be opened."},
+    {Rule::kRequestState, "request-state", kDevice,
+     "A request runs only in the states that its opcode allows; in any other state, and with an "
+     "unknown opcode, it does nothing and answers 0."},
+    {Rule::kWindow, "window", kDevice,
+     "The window decides how many pixels a row has and, with a resolution, how large the picture "
+     "is"},
+    {Rule::kPrimitives, "primitives", kDevice,
+     "Hosts use the primitives: -5 opens the picture, cell arrays draw it, -6 writes it."},
+    {Rule::kRows, "rows", kDevice,
+     "Several cell arrays draw one picture in strips, all of the picture's depth and together of "
+     "its height."},
+    {Rule::kCellAddress, "cell-address", kDevice,
+     "300 means: no picture bitmap (its allocation failed), the address of the cells is null, or a "
+     "row, and outside a picture bitmap all rows, do not fit into 32 bits."},
+    {Rule::kColourCount, "colour-count", kDevice,
+     "The argument count at byte 4 is 2 + 3 times the number of colours."},
+    {Rule::kReturnArea, "return-area", kDevice,
+     "What does not fit is cut off, and every later answer then is empty."},
+};
+static_assert(std::size(kRules) == static_cast<std::size_t>(Rule::kCount));
+
+constexpr bool InOrder() {
+    for (std::size_t i = 0; i < std::size(kRules); ++i)
+        if (kRules[i].rule != static_cast<Rule>(i))
+            return false;
+    return true;
+}
+static_assert(InOrder());
+
+} // namespace
+
+const RuleText &TextOf(Rule rule) noexcept {
+    return kRules[static_cast<std::size_t>(rule)];
+}
+
+std::span<const RuleText> AllRules() noexcept {
+    return kRules;
+}
+
+} // namespace kowen::check

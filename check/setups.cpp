@@ -1,0 +1,157 @@
+#include "setups.h"
+
+#include "callbacks.h"
+#include "decode.h"
+#include "lifetime.h"
+#include "real_module.h"
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string_view>
+
+namespace kowen::check {
+namespace {
+
+constexpr size_t kNameBytes = 260;
+
+struct Setup {
+    int number;
+    HostIoProcedure procedure;
+};
+
+/// Calls that come at the wrong time, from another thread, look here too.
+struct Setups {
+    std::recursive_mutex mutex;
+    std::map<MemoryHandle, Setup> live;
+    std::set<MemoryHandle> ended;
+    MemoryHandle current = 0;
+    int made = 0;
+};
+
+char moduleName[kNameBytes];
+
+Setups &TheSetups() {
+    return TheOne<Setups>();
+}
+
+using Lock = std::lock_guard<std::recursive_mutex>;
+
+/// Hands the module's name on. A host that names the checking module means the one behind it: the
+/// default profile is that one's.
+void HandNameOn(const Call &call, bool needed) {
+    if (std::memchr(moduleName, 0, kNameBytes) == nullptr) {
+        call.Mistake(Rule::kModuleName, "the name has no terminating zero");
+        return;
+    }
+    if (needed && *moduleName == 0)
+        call.Mistake(Rule::kModuleName, "it is empty, and no profile was named");
+    const std::string_view name = std::strcmp(moduleName, OwnPath()) == 0 ? RealPath() : moduleName;
+    std::memset(Real()->name, 0, kNameBytes);
+    std::memcpy(Real()->name, name.data(), std::min(name.size(), kNameBytes - 1));
+}
+
+void Add(MemoryHandle setup) {
+    Setups &setups = TheSetups();
+    const Lock lock(setups.mutex);
+    setups.ended.erase(setup);
+    setups.live[setup] = {++setups.made, nullptr};
+    setups.current = setup;
+}
+
+void End(MemoryHandle setup) {
+    Setups &setups = TheSetups();
+    const Lock lock(setups.mutex);
+    setups.live.erase(setup);
+    setups.ended.insert(setup);
+}
+
+} // namespace
+
+char *ModuleNameArea() {
+    return moduleName;
+}
+
+std::string DescribeSetup(MemoryHandle setup) {
+    Setups &setups = TheSetups();
+    const Lock lock(setups.mutex);
+    const auto found = setups.live.find(setup);
+    if (found != setups.live.end())
+        return "setup " + std::to_string(found->second.number);
+    if (setup == 0)
+        return "0";
+    return setups.ended.contains(setup) ? "ended setup" : "unknown handle";
+}
+
+void RequireSetup(Call &call, MemoryHandle setup) {
+    Setups &setups = TheSetups();
+    const Lock lock(setups.mutex);
+    if (setup != 0 && !setups.live.contains(setup))
+        call.Danger(Rule::kSetupHandle, "the setup's handle is that of an " + DescribeSetup(setup));
+}
+
+MemoryHandle CurrentSetup() {
+    return TheSetups().current;
+}
+
+void MakeCurrent(MemoryHandle setup) {
+    TheSetups().current = setup;
+}
+
+HostIoProcedure ProcedureOf(MemoryHandle setup) {
+    const auto found = TheSetups().live.find(setup);
+    return found == TheSetups().live.end() ? nullptr : found->second.procedure;
+}
+
+void SetProcedure(MemoryHandle setup, HostIoProcedure procedure) {
+    TheSetups().live[setup].procedure = procedure;
+}
+
+void ReportSetupsLeft() {
+    for (const auto &[handle, setup] : TheSetups().live)
+        MistakeOutsideCalls(Rule::kUnload, DescribeSetup(handle) + " was never destroyed");
+}
+
+MemoryHandle CheckedCreateSetup(uint32_t reserved, const char *profilePath, const char *section,
+                                const char *filterName) {
+    Call call("CreateSetup", CallKind::kOther,
+              {{"profilePath", DescribeText(profilePath)},
+               {"section", DescribeText(section)},
+               {"filterName", DescribeText(filterName)}});
+    if (!call.Passes())
+        return 0;
+    HandNameOn(call, profilePath == nullptr || *profilePath == 0);
+    const MemoryHandle setup = Real()->createSetup(reserved, profilePath, section, filterName);
+    if (setup != 0)
+        Add(setup);
+    call.Tell("setup", DescribeSetup(setup));
+    return setup;
+}
+
+int32_t CheckedDestroySetup(MemoryHandle setup) {
+    Call call("DestroySetup", CallKind::kOther, {{"setup", DescribeSetup(setup)}});
+    RequireSetup(call, setup);
+    if (setup != 0 && IsInUse(setup))
+        call.Mistake(Rule::kSetupOutlives, DescribeSetup(setup) + " is in use");
+    const int32_t result = call.Passes() ? Real()->destroySetup(setup) : 1;
+    if (call.Passes() && result == 0) {
+        End(setup);
+        MakeCurrent(0);
+    }
+    call.Tell("result", result);
+    return result;
+}
+
+int32_t CheckedEditSetup(MemoryHandle setup, uint32_t value) {
+    Call call("EditSetup", CallKind::kOther, {{"setup", DescribeSetup(setup)}, {"value", value}});
+    RequireSetup(call, setup);
+    const int32_t result = call.Passes() ? Real()->editSetup(setup, value) : -1;
+    if (call.Passes())
+        MakeCurrent(setup);
+    call.Tell("result", result);
+    return result;
+}
+
+} // namespace kowen::check
