@@ -95,7 +95,7 @@ size_t ModuleExport::JpegBytes() const {
     size_t last = bytes == nullptr ? 0 : size(exportRecord.memoryBlock);
     while (last > 0 && bytes[last - 1] == 0)
         --last;
-    // The last byte that is not 0 is the block's own end mark.
+    // The last byte that is not 0 is the block's terminator byte.
     const bool whole = last > 3 && bytes[last - 3] == 0xFF && bytes[last - 2] == 0xD9;
     return whole ? last - 1 : 0;
 }

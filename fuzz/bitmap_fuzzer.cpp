@@ -1,8 +1,9 @@
 // Bitmaps of any depth, size, palette and pixels, exported with any settings to memory, to a disk
 // and to a host.
 //
-// What a host may reasonably ask for must come out as the plain form of the whole filter gives it,
-// byte by byte. Of everything else only the result is looked at, and that nothing is left behind.
+// What a host may reasonably ask for must come out as the reference implementation of the whole
+// filter gives it, byte by byte. Of everything else only the result is looked at, and that nothing
+// is left behind.
 #include "fuzz/module_state.h"
 
 #include "export/bitmap_door.h"
@@ -29,11 +30,11 @@ constexpr int kMostPixels = 300;            // across and down, of what is compa
 
 enum class Output { kMemory, kDisk, kHost, kNowhere, kOutputs };
 
-/// All that one call is given, and what of it has a plain form.
+/// All that one call is given, and what of it has a reference.
 struct Job {
     Output output;
     int refusedBlock;
-    uint8_t kernels; ///< which form
+    uint8_t kernels; ///< which variant
     reference::DoorSettings settings;
     int32_t colorMode;
     int32_t qualityMode;
@@ -260,7 +261,7 @@ private:
         size_t end = GlobalSize(record.memoryBlock);
         while (end > 0 && bytes[end - 1] == 0)
             --end;
-        Require(end > 0 && bytes[end - 1] == 255, "the end marker");
+        Require(end > 0 && bytes[end - 1] == 255, "the terminator byte");
         return {bytes, bytes + end - 1};
     }
 
@@ -309,7 +310,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
             if (result == KOWEN_OK)
                 Require(host.Written() ==
                             reference::ReferenceDoor(job.bitmap, PlainCell(job.cell), job.settings),
-                        "the bytes of the plain form");
+                        "the bytes of the reference");
         }
     }
     fuzz::RequireNothingIsCurrent();

@@ -1,5 +1,5 @@
 // Whole pictures drawn on the raster device in strips: what the host then gets is, byte by byte,
-// what the plain form of the bitmap door makes of the same picture.
+// what the reference implementation of the bitmap door makes of the same picture.
 #include "fuzz/module_state.h"
 
 #include "raster/door.h"
@@ -193,7 +193,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
             expected.insert(expected.end(), second.begin(), second.end());
         }
         Require(device.Written() == std::string(expected.begin(), expected.end()),
-                "the bytes of the plain form");
+                "the bytes of the reference");
     }
     fuzz::RequireNothingIsCurrent();
     return 0;

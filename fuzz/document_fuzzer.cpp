@@ -1,6 +1,6 @@
 // Streams inside compound documents: any tables, any chains, any sizes, read and moved in.
 //
-// The plain form looks every byte up by itself, from the start of the chain. The document is in
+// The reference looks every byte up by itself, from the start of the chain. The document is in
 // memory, so that the sanitizers see its end; the tables are blocks of exactly their entries.
 #include "fuzz/input.h"
 
@@ -149,7 +149,7 @@ public:
         auto *record = Lock<QivFile>(File());
         GlobalFree(record->hFat);
         GlobalFree(record->hMiniFat);
-        record->isDoc = 0; // the end marker goes into the file
+        record->isDoc = 0; // the terminator byte goes into the file
     }
     OpenStream(const OpenStream &) = delete;
     OpenStream &operator=(const OpenStream &) = delete;

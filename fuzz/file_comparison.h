@@ -79,7 +79,7 @@ public:
         reach = lengthAtOpen - 1;
     }
 
-    void Forget() { isKnown = false; }
+    void Reset() { isKnown = false; }
     bool IsKnown() const { return isKnown; }
     bool HasFailed() const { return hasFailed; }
     const PlainFile &Expected() const { return plain; }

@@ -84,7 +84,7 @@ private:
         plain.length = plain.room.size();
         FileComparison comparison(input, fuzz::FileKind::kDisk, file, mode, 0, plain);
         if (fails)
-            comparison.Forget();
+            comparison.Reset();
         RunSteps(input, &comparison);
         if (input->Seldom(8) && !fails) {
             Require(qivCloseandDelete(file, Path().c_str()) == 0, "the result of a delete");

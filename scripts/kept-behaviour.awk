@@ -41,6 +41,7 @@ function take_mark(text, what, tests, rest, word) {
     sub(/^ +/, "", what)
     sub(/ +$/, "", what)
     count++
+    kinds[count] = kind
     whats[count] = what
     testsOf[count] = tests
 }
@@ -51,13 +52,14 @@ function end_of_mark() {
     mark = ""
 }
 
-# A mark without a test of its own takes the one that follows it in the same comment.
+# A mark without a test of its own takes the one that follows it in the same comment, of a mark of
+# its kind.
 function flush_comment(name, i) {
     end_of_mark()
     for (i = count - 1; i >= 1; i--)
-        if (testsOf[i] == "") testsOf[i] = testsOf[i + 1]
+        if (testsOf[i] == "" && kinds[i] == kinds[i + 1]) testsOf[i] = testsOf[i + 1]
     for (i = 1; i <= count; i++)
-        printf "%s\t%s\t%s\t%s\n", file, name, whats[i], testsOf[i]
+        printf "%s\t%s\t%s\t%s\t%s\n", kinds[i], file, name, whats[i], testsOf[i]
     count = 0
 }
 
@@ -67,11 +69,12 @@ is_comment($0) {
     while (text != "") {
         if (match(text, /(Kept deliberately|Hardened):/)) {
             before = substr(text, 1, RSTART - 1)
-            kept = substr(text, RSTART, 4) == "Kept"
+            nextKind = substr(text, RSTART, 4) == "Kept" ? "kept" : "hardened"
             text = substr(text, RSTART + RLENGTH)
             if (inMark) mark = mark " " before
             end_of_mark()
-            inMark = kept
+            inMark = 1
+            kind = nextKind
         } else {
             if (inMark) mark = mark " " text
             text = ""

@@ -103,7 +103,7 @@ KOWEN_API int32_t EscapeSetup(MemoryHandle setup, int32_t code, uint32_t size, c
  * with GlobalFree. Its content is the JPEG, one byte 255, zeros to the end: the JPEG's length is
  * the index of the last byte that is not 0. A finished JPEG ends with the bytes FF D9 there.
  *
- * Kept deliberately: a cancelled or failed export returns 0; the file then has no end marker.
+ * Kept deliberately: a cancelled or failed export returns 0; the file then has no EOI.
  * Kept deliberately: a bitmap that needs no conversion is colour-mapped in the host's memory, so
  * its pixels are changed by the export. A host that needs them afterwards passes a copy.
  */

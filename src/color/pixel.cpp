@@ -2,6 +2,7 @@
 
 #include "color/nearest.h"
 #include "platform/global_memory.h"
+#include "platform/row_bytes.h"
 
 #include <cstdio>
 
@@ -31,8 +32,7 @@ unsigned BitOffset(uint32_t x, uint16_t bits) noexcept {
 } // namespace
 
 uint32_t rlBytesPerLine(uint32_t width, uint16_t bits) noexcept {
-    const uint64_t bytes = BytesOfBits(uint64_t{width} * bits);
-    return SaturatedSize((bytes + 3) / 4 * 4);
+    return SaturatedSize(PaddedRowBytes(width, bits));
 }
 
 uint32_t rlCalcNewSize(uint32_t width, uint32_t height, uint16_t bits) noexcept {

@@ -9,15 +9,11 @@
 namespace kowen {
 namespace {
 
-int32_t Poll(const ExportRecord *status, int32_t progress) noexcept {
-    if (!status)
-        return KOWEN_OK;
-    const int32_t refused = CallGetSet_Status(status->statusCallback, status->context,
-                                              KOWEN_STATUS_PROGRESS, 0, 0, progress, 0, nullptr);
-    if (refused == 0)
-        return KOWEN_OK;
-    push_er(KOWEN_ERR_CANCELLED);
-    return KOWEN_ERR_CANCELLED;
+int32_t Poll(const ExportRecord *status, int32_t progress) {
+    const int32_t result = PollHost(status, progress);
+    if (result != KOWEN_OK)
+        push_er(result);
+    return result;
 }
 
 } // namespace
@@ -27,8 +23,8 @@ int32_t RASTER_escape() noexcept {
     return lpEMData ? Poll(lpEMData->statusRecord, kNoProgress) : KOWEN_OK;
 }
 
-// Hardened: without a common record, which nothing in the filter makes, the poll answers
-// "go on"; with one it is the poll it always was.
+// Hardened: without a common record, which nothing in the filter makes, the poll answers "go on".
+// Test: Escape.GoesOnWithoutACommonRecord.
 int32_t escape() noexcept {
     return lpCommon ? Poll(lpCommon->statusRecord, lpCommon->statusValue) : KOWEN_OK;
 }

@@ -11,19 +11,19 @@ namespace {
 
 constexpr size_t kPopCount = 16;
 
-/// Entry index of a stack; entry -1 is the first error's slot.
-ErrorEntry &Entry(ErrorStack &stack, int32_t index) noexcept {
+// Entry index of a stack; entry -1 is the first error's slot.
+ErrorEntry &Entry(ErrorStack &stack, int32_t index) {
     return stack.slots[1 + index];
 }
 
-bool IsTop(ErrorStack &stack, const ErrorEntry &error) noexcept {
+bool IsTop(ErrorStack &stack, const ErrorEntry &error) {
     if (stack.count <= 0)
         return false;
     const ErrorEntry &top = Entry(stack, stack.count - 1);
     return top.opcode == error.opcode && top.code == error.code;
 }
 
-void Store(ErrorStack &stack, const ErrorEntry &error) noexcept {
+void Store(ErrorStack &stack, const ErrorEntry &error) {
     if (stack.count == 0)
         stack.slots[0] = error;
     if (stack.count >= stack.capacity) {

@@ -16,17 +16,17 @@ struct ErrorEntry {
 static_assert(sizeof(ErrorEntry) == 8);
 
 /// Entries that a stack with a capacity has room for.
-inline constexpr int32_t kErrorStackRoom = 8;
+inline constexpr int32_t kErrorStackEntries = 8;
 
 /// Errors, oldest first. The device's stack has capacity 0: see push_er.
 struct ErrorStack {
     uint32_t lastOpcode;
     int16_t currentError; ///< what the running dispatch will answer
-    int32_t capacity;     ///< at most kErrorStackRoom; nothing sets it, so it stays 0
+    int32_t capacity;     ///< at most kErrorStackEntries; nothing sets it, so it stays 0
     int32_t count;
     int32_t overflow; ///< errors that arrived while the stack was full
     /// slots[0] holds the first error, slots[1 + i] entry i.
-    ErrorEntry slots[1 + kErrorStackRoom];
+    ErrorEntry slots[1 + kErrorStackEntries];
 };
 
 /// Where inquiries answer: appended one behind another, never rewound.

@@ -25,10 +25,10 @@ bool Open(Export &current, const char *name) {
     if (!KeepOutputName(setup, name))
         return false;
     const OutputTarget target = {setup.outputName, setup.ioProcedure,
-                                 current.host != nullptr ? current.host->ioContext : 0};
+                                 current.host ? current.host->ioContext : 0};
     // Without an export record there is nobody to hand a memory block to.
-    const bool toMemory = setup.ioProcedure == nullptr && setup.outputName[0] == '\0';
-    if (toMemory && current.host == nullptr)
+    const bool toMemory = !setup.ioProcedure && setup.outputName[0] == '\0';
+    if (toMemory && !current.host)
         return false;
     OpenOutput(target, &current.block, &current.output);
     if (current.output.file == 0) {
@@ -60,16 +60,17 @@ void FillBitmap(BitmapRecord &bitmap, const CellRecord &cell) {
 
 int32_t ExportCellData(const char *outputName, BitmapRecord *bitmap, const CellRecord *cell,
                        const HostRecord *host) noexcept {
-    const MemoryHandle handle = host != nullptr ? host->setup : 0;
+    const MemoryHandle handle = host ? host->setup : 0;
     auto *setup = Lock<SetupRecord>(handle);
-    if (setup == nullptr)
+    if (!setup)
         return KOWEN_ERR_SETUP;
     // Hardened: a callback that exports once more with the same setup is refused.
+    // Test: HostileCallbacks.AStatusCallbackCannotExportTheSameSetupOnceMore.
     if (setup->hostCalls.underway != 0)
         return KOWEN_ERR_OUTPUT;
     hRaster = handle;
     lpRaster = setup;
-    if (bitmap == nullptr || cell == nullptr)
+    if (!bitmap || !cell)
         return KOWEN_ERR_MEMORY;
 
     setup->exportRecord = host->exportRecord;

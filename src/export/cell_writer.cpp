@@ -12,6 +12,7 @@
 #include "jpeg/row_feeding.h"
 #include "jpeg/stream_writer.h"
 #include "platform/global_memory.h"
+#include "platform/row_bytes.h"
 #include "setup/display_info.h"
 #include "setup/geometry.h"
 #include "setup/setup.h"
@@ -30,7 +31,7 @@ constexpr int16_t kEndOfImage = static_cast<int16_t>(0xFFD9);
 // the block does not limit how many of them there may be.
 bool DescribeBand(SourceRows &band, uint8_t *pixels, uint32_t blockBytes, uint32_t width,
                   uint32_t rows) {
-    const uint64_t stride = (uint64_t{width} * kPixelBytes + 3) & ~uint64_t{3};
+    const uint64_t stride = PaddedRowBytes(width, 8 * kPixelBytes);
     if (stride > UINT32_MAX || stride * rows > blockBytes)
         return false;
     if (width == 0)
@@ -59,23 +60,12 @@ void FlushLastBits(FileHandle output, CompressEnv *env) {
 }
 
 // Hardened: with bytes missing the file must not look whole.
+// Test: EndCellBitmap.AFileThatHasLostBytesGetsNoEoi.
 void WriteEnd(FileHandle output, CompressEnv *env) {
     if (env->operation == KOWEN_OPERATION_SEQUENTIAL)
         FlushLastBits(output, env);
     if (!qivHasLost(output))
         qivWriteShort(output, &kEndOfImage, 1);
-}
-
-uint8_t ComponentCount(int32_t colorFormat, uint8_t otherwise) {
-    switch (colorFormat) {
-    case KOWEN_FORMAT_YCC422:
-    case KOWEN_FORMAT_RGB444:
-        return 3;
-    case KOWEN_FORMAT_GREY:
-        return 1;
-    default:
-        return otherwise;
-    }
 }
 
 uint16_t DepthOf(int32_t colorFormat, uint16_t otherwise) {
@@ -142,11 +132,11 @@ int32_t BeginCellBitmap(FileHandle output, uint32_t width, uint32_t height, int3
                         MemoryHandle *environment) noexcept {
     *environment = 0;
     SetupRecord *setup = lpRaster;
-    if (setup == nullptr)
+    if (!setup)
         return kTopDown;
     const MemoryHandle handle = GlobalAlloc(kGlobalFlags, sizeof(CompressEnv));
     auto *env = Lock<CompressEnv>(handle);
-    if (env == nullptr)
+    if (!env)
         return kTopDown;
 
     qivSetDataFormat(output, kBigEndian, 0);
@@ -154,7 +144,7 @@ int32_t BeginCellBitmap(FileHandle output, uint32_t width, uint32_t height, int3
     setup->header.outputFile = output;
     setup->header.imageWidth = width;
     setup->header.imageHeight = height;
-    setup->header.componentCount = ComponentCount(setup->colorFormat, setup->header.componentCount);
+    SetComponentCount(*setup);
     InitCompressEnv(env, setup->colorFormat, setup->operation, width, height);
     SetQTable(env, env->quality, setup->colorFormat);
     WriteJPGHdr(&setup->header, env);
@@ -162,6 +152,7 @@ int32_t BeginCellBitmap(FileHandle output, uint32_t width, uint32_t height, int3
         WriteSHdr(output, setup->header.componentCount, 0, 0, 63, 0, 0);
 
     // Hardened: without its tables the picture goes on as without an environment.
+    // Test: BeginCellBitmap.WithoutItsTablesThereIsNoEnvironment.
     if (AllocMem(env->huffmanHandle, env->huffmanTable) != 0) {
         FreeCompressEnv(handle);
         return kTopDown;
@@ -179,7 +170,7 @@ int32_t WriteCellBits(FileHandle output, MemoryHandle pixels, uint32_t width, ui
     auto *env = Lock<CompressEnv>(environment);
     auto *first = Lock<uint8_t>(pixels);
     SourceRows band = {};
-    if (first == nullptr || !DescribeBand(band, first, GlobalSize(pixels), width, rows))
+    if (!first || !DescribeBand(band, first, GlobalSize(pixels), width, rows))
         return KOWEN_ERR_MEMORY;
     if (depth > 23 && pixelOrder == kPixelOrderBgr)
         SwapRedAndBlue(band);
@@ -191,9 +182,9 @@ int32_t WriteCellBits(FileHandle output, MemoryHandle pixels, uint32_t width, ui
 
 int32_t EndCellBitmap(FileHandle, MemoryHandle environment) noexcept {
     auto *env = Lock<CompressEnv>(environment);
-    if (env == nullptr)
+    if (!env)
         return 0;
-    if (lpRaster != nullptr)
+    if (lpRaster)
         WriteEnd(lpRaster->header.outputFile, env);
     FreeCompressEnv(environment);
     return 0;
@@ -202,7 +193,7 @@ int32_t EndCellBitmap(FileHandle, MemoryHandle environment) noexcept {
 int32_t QueryCellFormat(double *width, double *height, uint16_t *depth, int32_t *resolution, void *,
                         void *) noexcept {
     SetupRecord *setup = lpRaster;
-    if (setup == nullptr)
+    if (!setup)
         return 0;
     const auto given = static_cast<int16_t>(*resolution);
     DisplayAnswer display;

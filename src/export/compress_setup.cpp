@@ -6,6 +6,13 @@
 
 namespace kowen {
 
+void SetComponentCount(SetupRecord &setup) noexcept {
+    if (setup.colorFormat == KOWEN_FORMAT_GREY)
+        setup.header.componentCount = 1;
+    else if (setup.colorFormat == KOWEN_FORMAT_YCC422 || setup.colorFormat == KOWEN_FORMAT_RGB444)
+        setup.header.componentCount = 3;
+}
+
 int32_t InitCompressEnv(CompressEnv *env, int32_t colorFormat, int32_t operation, uint32_t width,
                         uint32_t height) noexcept {
     PictureFormat format = {colorFormat, 0, operation, 0};

@@ -7,6 +7,11 @@ namespace kowen {
 
 struct CompressEnv;
 struct HuffmanEntry;
+struct SetupRecord;
+
+/// Sets the component count of a setup's header state by its colour format; an unknown format
+/// leaves the count.
+void SetComponentCount(SetupRecord &setup) noexcept;
 
 /// Fills a fresh environment from the arguments and the current setup; see InitCompressEnvFor. The
 /// component count is that of the setup's header state. Without a current setup the components

@@ -53,9 +53,9 @@ bool TakePalette(OffscreenRecord &record, PrivateDrawing &drawing, MemoryHandle 
             static_cast<uint8_t *>(qivPtrGlobalReAlloc(record.palette, bytes, kGlobalFlags));
     drawing.palette = GlobalAlloc(kGlobalFlags, bytes);
     auto *copy = Lock<uint8_t>(drawing.palette);
-    if (record.palette == nullptr || copy == nullptr)
+    if (!record.palette || !copy)
         return false;
-    if (const auto *entries = Lock<uint8_t>(source); entries != nullptr)
+    if (const auto *entries = Lock<uint8_t>(source); entries)
         std::memcpy(copy, entries, std::min(bytes, GlobalSize(source)));
     std::memcpy(record.palette, copy, bytes);
     record.paletteCount = static_cast<uint16_t>(count);
@@ -80,8 +80,7 @@ bool OpenPalette(OffscreenRecord &record, PrivateDrawing &drawing, const BitmapR
     if (to > kMaxPaletteDepth)
         return true;
     if (to >= from) {
-        const bool wanted =
-            bitmap.palette != 0 && record.palette != nullptr && record.paletteCount >= 1;
+        const bool wanted = bitmap.palette != 0 && record.palette && record.paletteCount >= 1;
         return !wanted || TakePalette(record, drawing, bitmap.palette, EntriesOf(from));
     }
     const MemoryHandle built = BuildPalette(bitmap, to);
@@ -93,7 +92,7 @@ bool OpenPalette(OffscreenRecord &record, PrivateDrawing &drawing, const BitmapR
 
 void ClosePrivate(OffscreenRecord &record) {
     auto *drawing = Lock<PrivateDrawing>(record.privateBlock);
-    if (drawing == nullptr)
+    if (!drawing)
         return;
     rlFreeNewData(drawing->bitmap);
     rlFreeNewData(drawing->palette);
@@ -105,7 +104,7 @@ void ClosePrivate(OffscreenRecord &record) {
 uintptr_t Open(OffscreenRecord &record, const OffscreenFormat &format) {
     record.privateBlock = GlobalAlloc(kGlobalFlags, sizeof(PrivateDrawing));
     auto *drawing = Lock<PrivateDrawing>(record.privateBlock);
-    if (drawing == nullptr) {
+    if (!drawing) {
         push_er(KOWEN_ERR_OUTPUT);
         return 0;
     }
@@ -191,7 +190,7 @@ uintptr_t DrawExportCellData(int32_t operation, void *record, uintptr_t argument
         return Open(offscreen, *reinterpret_cast<const OffscreenFormat *>(argument1));
     case kDrawBand: {
         auto *drawing = Lock<PrivateDrawing>(offscreen.privateBlock);
-        return drawing != nullptr ? Draw(offscreen, *drawing) : 0;
+        return drawing ? Draw(offscreen, *drawing) : 0;
     }
     case kDrawClose:
         ClosePrivate(offscreen);

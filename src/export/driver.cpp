@@ -1,6 +1,7 @@
 #include "export/driver.h"
 
 #include "device/cancel_poll.h"
+#include "export/compress_setup.h"
 #include "export/output_file.h"
 #include "export/output_picture.h"
 #include "kowen/codes.h"
@@ -12,16 +13,16 @@
 namespace kowen {
 namespace {
 
-/// The export between initdvr and termdvr. The file is kept here as well as in the setup, so that
-/// it is closed even when the host has made another setup current meanwhile.
+// The export between initdvr and termdvr. The file is kept here as well as in the setup, so that
+// it is closed even when the host has made another setup current meanwhile.
 struct OpenExport {
     bool begun;
     OutputFile output;
-    void *block; ///< cell of OpenOutput
+    void *block; // cell of OpenOutput
 };
 OpenExport openExport = {};
 
-/// Capability reports: item numbers and the values that are not settings.
+// Capability reports: item numbers and the values that are not settings.
 enum CapabilityItem : int32_t {
     kCapabilityColorMode = 1,
     kCapabilityFonts = 2,
@@ -34,8 +35,8 @@ constexpr int32_t kAlternativeFonts = 111;
 constexpr int32_t kLinesSupported = 130;
 constexpr int32_t kOutputSupported = 1;
 
-/// The number under which the colour mode is reported.
-int32_t ReportedColorMode(int32_t colorMode) noexcept {
+// The number under which the colour mode is reported.
+int32_t ReportedColorMode(int32_t colorMode) {
     switch (colorMode) {
     case KOWEN_COLOR_INVERTED:
         return 102;
@@ -50,21 +51,7 @@ int32_t ReportedColorMode(int32_t colorMode) noexcept {
     }
 }
 
-void SetComponentCount(SetupRecord *setup) noexcept {
-    switch (setup->colorFormat) {
-    case KOWEN_FORMAT_YCC422:
-    case KOWEN_FORMAT_RGB444:
-        setup->header.componentCount = 3;
-        break;
-    case KOWEN_FORMAT_GREY:
-        setup->header.componentCount = 1;
-        break;
-    default:
-        break;
-    }
-}
-
-CapabilityCallback StartMetafileLayer(const OpenRecord &record) noexcept {
+CapabilityCallback StartMetafileLayer(const OpenRecord &record) {
     CapabilityCallback callback = nullptr;
     lpRaster->metafileFilter = InitPlatformMetafileFilter(
         record.hostValue1, record.hostValue2, record.exportRecord, &lpRaster->metafileWord1,
@@ -72,7 +59,7 @@ CapabilityCallback StartMetafileLayer(const OpenRecord &record) noexcept {
     return callback;
 }
 
-int32_t OpenSetupOutput() noexcept {
+int32_t OpenSetupOutput() {
     const ExportRecord *host = lpRaster->exportRecord;
     const OutputTarget target = {lpRaster->outputName, lpRaster->ioProcedure,
                                  host ? host->ioContext : 0};
@@ -81,8 +68,8 @@ int32_t OpenSetupOutput() noexcept {
     return result;
 }
 
-/// A memory block has no name: it ends with the driver anyway.
-void DeleteOutput() noexcept {
+// A memory block has no name: it ends with the driver anyway.
+void DeleteOutput() {
     if (!lpRaster || openExport.output.kind == OutputKind::kMemory)
         return;
     QivIODesc descriptor = {};
@@ -90,8 +77,8 @@ void DeleteOutput() noexcept {
     qivOpen(lpRaster->outputName, &descriptor, KOWEN_MODE_DELETE);
 }
 
-/// Returns 0, or not 0 when an output was open and could not be closed.
-int32_t CloseExport() noexcept {
+// Returns 0, or not 0 when an output was open and could not be closed.
+int32_t CloseExport() {
     if (!openExport.begun)
         return 0;
     const int32_t closed = openExport.output.file ? CloseOutput(openExport.output.file) : 0;
@@ -120,7 +107,7 @@ int32_t initdvr(OpenRecord *record) noexcept {
         return failed;
     if (record->outputName)
         record->outputName[0] = '\0';
-    SetComponentCount(lpRaster);
+    SetComponentCount(*lpRaster);
     lpRaster->exportHostValue = record->exportRecord ? record->exportRecord->hostValue : 0;
     record->setup = hSetup;
     if (callback)
@@ -185,12 +172,7 @@ void ReportCapabilities(CapabilityCallback callback, MemoryHandle setup) noexcep
 }
 
 int32_t UpdateStatus(int32_t percent) noexcept {
-    const ExportRecord *host = lpRaster ? lpRaster->exportRecord : nullptr;
-    if (!host || !host->statusCallback)
-        return KOWEN_OK;
-    const int32_t refused = CallGetSet_Status(host->statusCallback, host->context,
-                                              KOWEN_STATUS_PROGRESS, 0, 0, percent, 0, nullptr);
-    return refused != 0 ? KOWEN_ERR_CANCELLED : KOWEN_OK;
+    return lpRaster ? PollHost(lpRaster->exportRecord, percent) : KOWEN_OK;
 }
 
 } // namespace kowen

@@ -3,12 +3,12 @@
 namespace kowen {
 namespace {
 
-/// a - b as a 32-bit machine word: a difference beyond the limits wraps.
-double WordDifference(int32_t a, int32_t b) noexcept {
+// a - b as a 32-bit machine word: a difference beyond the limits wraps.
+double WordDifference(int32_t a, int32_t b) {
     return static_cast<int32_t>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b));
 }
 
-void Query(const MetafilePicture &picture, PictureQuery *query) noexcept {
+void Query(const MetafilePicture &picture, PictureQuery *query) {
     query->width = WordDifference(picture.right, picture.left);
     query->height = WordDifference(picture.top, picture.bottom);
     query->resolution = picture.unitsPerInch;

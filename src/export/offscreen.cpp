@@ -21,7 +21,7 @@ OffscreenRecord *InitPlatformOffscreen(uint32_t width, uint32_t *bandHeight, uin
                                        uint16_t paletteCount, uint8_t *palette, void *picture,
                                        DrawingRoutine routine, const uint8_t *flag) noexcept {
     auto *record = static_cast<OffscreenRecord *>(qivPtrGlobalAlloc(sizeof(OffscreenRecord)));
-    if (record == nullptr) {
+    if (!record) {
         *bandHeight = 0;
         return nullptr;
     }
@@ -38,7 +38,7 @@ MemoryHandle DrawPlatformOffscreen(OffscreenRecord *record, uint32_t firstRow,
 }
 
 void TermPlatformOffscreen(OffscreenRecord *record) noexcept {
-    if (record == nullptr)
+    if (!record)
         return;
     record->routine(kDrawClose, record, 0, 0);
     qivPtrGlobalFree(record);

@@ -13,31 +13,31 @@ constexpr int32_t kOpenMode = KOWEN_MODE_CREATE | KOWEN_MODE_WRITE;
 constexpr uint32_t kFirstBlockBytes = 1;
 constexpr int32_t kGrowthBytes = 4096;
 
-OutputKind KindOf(const OutputTarget &target) noexcept {
+OutputKind KindOf(const OutputTarget &target) {
     if (target.procedure)
         return OutputKind::kHost;
     return target.name && target.name[0] ? OutputKind::kNamed : OutputKind::kMemory;
 }
 
-FileHandle OpenForWriting(const char *name, QivIODesc *descriptor) noexcept {
+FileHandle OpenForWriting(const char *name, QivIODesc *descriptor) {
     return static_cast<FileHandle>(qivOpen(name, descriptor, kOpenMode));
 }
 
-FileHandle OpenHost(const OutputTarget &target) noexcept {
+FileHandle OpenHost(const OutputTarget &target) {
     QivIODesc descriptor = {};
     descriptor.location = reinterpret_cast<void *>(target.ioContext);
     descriptor.procedure = target.procedure;
     return OpenForWriting(target.name ? target.name : "", &descriptor);
 }
 
-FileHandle OpenMemory(void **block) noexcept {
+FileHandle OpenMemory(void **block) {
     QivIODesc descriptor = {};
     descriptor.location = block;
     descriptor.growBy = kGrowthBytes;
     return OpenForWriting(nullptr, &descriptor);
 }
 
-void ForgetIn(SetupRecord *setup, FileHandle file) noexcept {
+void ClearIn(SetupRecord *setup, FileHandle file) {
     if (setup && setup->header.outputFile == file)
         setup->header.outputFile = 0;
 }
@@ -74,13 +74,13 @@ int32_t OpenOutput(const OutputTarget &target, void **block, OutputFile *output)
 
 int32_t CloseOutput(FileHandle file) noexcept {
     const int32_t result = qivClose(file);
-    ForgetOutput(file);
+    ClearOutput(file);
     return result;
 }
 
-void ForgetOutput(FileHandle file) noexcept {
-    ForgetIn(lpRaster, file);
-    ForgetIn(lpSetup, file);
+void ClearOutput(FileHandle file) noexcept {
+    ClearIn(lpRaster, file);
+    ClearIn(lpSetup, file);
 }
 
 MemoryHandle OutputBlock(void *const *block) noexcept {

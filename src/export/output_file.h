@@ -52,7 +52,7 @@ int32_t OpenOutput(const OutputTarget &target, void **block, OutputFile *output)
 int32_t CloseOutput(FileHandle file) noexcept;
 
 /// Clears a file that was closed from the current setup and from the raster driver's.
-void ForgetOutput(FileHandle file) noexcept;
+void ClearOutput(FileHandle file) noexcept;
 
 /// Returns the handle of the memory block in a cell of OpenOutput; 0 when there is none. After
 /// CloseOutput this is the finished block; it stays the cell's.

@@ -34,7 +34,7 @@ struct Picture {
     Picture &operator=(const Picture &) = delete;
     ~Picture() {
         FreeCompressEnv(environment);
-        qivPtrGlobalFree(offscreen != nullptr ? offscreen->palette : palette);
+        qivPtrGlobalFree(offscreen ? offscreen->palette : palette);
         TermPlatformOffscreen(offscreen);
         GlobalUnlock(queryBlock);
         GlobalFree(queryBlock);
@@ -55,7 +55,7 @@ uint32_t EvenHeight(double height) {
 bool QueryPicture(Picture &picture, void *record, DrawingRoutine routine) {
     picture.queryBlock = GlobalAlloc(kGlobalFlags, sizeof(PictureQuery));
     picture.query = Lock<PictureQuery>(picture.queryBlock);
-    if (picture.query == nullptr)
+    if (!picture.query)
         return false;
     PictureQuery &query = *picture.query;
     QueryPlatformOffscreen(&query, record, routine);
@@ -66,7 +66,7 @@ bool QueryPicture(Picture &picture, void *record, DrawingRoutine routine) {
     return true;
 }
 
-bool MakePalette(Picture &picture) {
+bool MakeBlankPalette(Picture &picture) {
     const auto depth = static_cast<int16_t>(picture.depth);
     if (depth > kMaxPaletteDepth)
         return true;
@@ -75,7 +75,7 @@ bool MakePalette(Picture &picture) {
         return true;
     picture.palette =
         static_cast<uint8_t *>(qivPtrGlobalAlloc(picture.paletteCount * kPaletteEntryBytes));
-    return picture.palette != nullptr;
+    return picture.palette;
 }
 
 // Truncated percentage of bands done, 0 to 100.
@@ -91,8 +91,8 @@ int32_t OutputBands(Picture &picture, uint32_t bandHeight) {
     uint32_t rows = bandHeight;
     for (uint32_t band = 0; band < bands; ++band) {
         const MemoryHandle pixels = DrawPlatformOffscreen(picture.offscreen, first, first + rows);
-        // Hardened: a routine may draw nothing, but what it could not draw is not passed
-        // over.
+        // Hardened: a routine may draw nothing, but what it could not draw is not passed over.
+        // Test: OutputPicture.ABitmapThatCannotBeConvertedGives27AndNoEoi.
         if (picture.offscreen->bandLost)
             return KOWEN_ERR_WORK_MEMORY;
         int32_t result = WriteCellBits(picture.output, pixels, picture.width, rows, depth,
@@ -112,7 +112,7 @@ int32_t OutputBands(Picture &picture, uint32_t bandHeight) {
 int32_t OutputPicture(FileHandle output, void *record, DrawingRoutine routine) noexcept {
     Picture picture;
     picture.output = output;
-    if (!QueryPicture(picture, record, routine) || !MakePalette(picture))
+    if (!QueryPicture(picture, record, routine) || !MakeBlankPalette(picture))
         return KOWEN_ERR_WORK_MEMORY;
 
     uint32_t bandHeight = picture.height;
@@ -127,6 +127,7 @@ int32_t OutputPicture(FileHandle output, void *record, DrawingRoutine routine) n
     BeginCellBitmap(output, picture.width, picture.height, picture.depth, picture.palette,
                     &picture.environment);
     // Hardened: a picture that cannot be coded is not said to be written.
+    // Test: OutputPicture.WithoutAnEnvironmentGives27.
     if (picture.environment == 0)
         return KOWEN_ERR_WORK_MEMORY;
     const int32_t result = OutputBands(picture, bandHeight);

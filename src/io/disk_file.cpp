@@ -105,7 +105,7 @@ int32_t Load(QivFile &file) {
     return got;
 }
 
-int32_t Flush(QivFile &file) noexcept {
+int32_t Flush(QivFile &file) {
     if (!file.dirty)
         return 0;
     const int32_t count = file.bufLast + 1;
@@ -123,7 +123,7 @@ int32_t Flush(QivFile &file) noexcept {
     return count;
 }
 
-// Makes room in a buffer that is full: 1, or the result of the write that cannot go on.
+// Empties a buffer that is full: 1, or the result of the write that cannot go on.
 int32_t NextBuffer(QivFile &file) {
     if (file.error == kIoError)
         return 0;
@@ -135,19 +135,20 @@ int32_t NextBuffer(QivFile &file) {
 
 // Bytes go to bufPos, and the buffer is written back as soon as it is full. It can also be found
 // full here: read to its last byte, or left by a write-back that failed.
-int32_t Write(QivFile &file, const void *buffer, int32_t count) noexcept {
+int32_t Write(QivFile &file, const void *buffer, int32_t count) {
     if (count <= 0)
         return 0;
     const auto *source = static_cast<const unsigned char *>(buffer);
     auto *data = Lock<unsigned char>(file.hBuf);
     for (int32_t left = count;;) {
         if (file.bufPos > file.bufMax) {
-            const int32_t room = NextBuffer(file);
-            if (room < 1) {
-                // Hardened: the close tells of it, also when the disk works again.
+            const int32_t emptied = NextBuffer(file);
+            if (emptied < 1) {
+                // Hardened: the close tells of it, also when the disk works again. Test:
+                // WriteDisk.ADiskThatRecoversGetsTheBeginningOrAllAndTheCloseSaysWhich.
                 if (left > 0)
                     file.lost = 1;
-                return room;
+                return emptied;
             }
         }
         if (left == 0)
@@ -177,30 +178,38 @@ int32_t SeekOutside(QivFile &file, int32_t offset, int32_t whence) {
     return Load(file) == -1 ? -1 : position;
 }
 
-int32_t Seek(QivFile &file, int32_t offset, int32_t whence) noexcept {
+int32_t Seek(QivFile &file, int32_t offset, int32_t whence) {
     return SeekBuffered(file, offset, whence, SeekOutside);
 }
 
-int32_t Fill(QivFile &file) noexcept {
+int32_t Fill(QivFile &file) {
     Flush(file); // a failure is kept in the error state; the fill goes on
     return Load(file);
 }
 
-int32_t Close(QivFile &file) noexcept {
+int32_t Close(QivFile &file) {
     const int32_t flushed = Flush(file);
     const int32_t closed = file.external ? 0 : diskOperations->close(file.fp);
     GlobalFree(file.hBuf);
     return flushed == -1 || HasLost(file) ? -1 : closed;
 }
 
-bool CloseAndDelete(QivFile &file) noexcept {
+bool CloseAndDelete(QivFile &file) {
     Close(file);
     return false;
 }
 
 } // namespace
 
-const FileKind kDiskKind = {ReadBuffered, Write, Seek, Fill, Flush, Close, CloseAndDelete};
+const FileKind kDiskKind = {
+    .read = ReadBuffered,
+    .write = Write,
+    .seek = Seek,
+    .fill = Fill,
+    .flush = Flush,
+    .close = Close,
+    .closeAndDelete = CloseAndDelete,
+};
 
 bool OpenDisk(QivFile &file, const char *name) noexcept {
     file.named = 1;

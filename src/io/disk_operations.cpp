@@ -26,7 +26,7 @@ std::FILE *MovedBehindStandardStreams(std::FILE *stream, const char *mode) {
     return own;
 }
 
-std::FILE *Open(const char *name, const char *mode) noexcept {
+std::FILE *Open(const char *name, const char *mode) {
     std::FILE *stream = std::fopen(name, mode);
     if (!stream)
         return nullptr;
@@ -34,8 +34,9 @@ std::FILE *Open(const char *name, const char *mode) noexcept {
         std::fclose(stream);
         return nullptr;
     }
-    // Hardened: in a process that has closed its standard output the file would take that
-    // place, and whatever anybody prints would land in it.
+    // Hardened: in a process that has closed its standard output the file would take that place,
+    // and whatever anybody prints would land in it.
+    // Test: WriteDisk.NoFileTakesThePlaceOfAStandardStream.
     if (fileno(stream) <= STDERR_FILENO && !(stream = MovedBehindStandardStreams(stream, mode)))
         return nullptr;
     // The file record has its own buffer. A second one would hide a full disk until the close.
@@ -43,11 +44,11 @@ std::FILE *Open(const char *name, const char *mode) noexcept {
     return stream;
 }
 
-int Close(std::FILE *stream) noexcept {
+int Close(std::FILE *stream) {
     return std::fclose(stream);
 }
 
-int32_t Read(std::FILE *stream, void *buffer, int32_t count) noexcept {
+int32_t Read(std::FILE *stream, void *buffer, int32_t count) {
     const auto wanted = static_cast<std::size_t>(count);
     const std::size_t got = std::fread(buffer, 1, wanted, stream);
     // Not ferror: a stream of the caller's may bring an old error along.
@@ -56,15 +57,15 @@ int32_t Read(std::FILE *stream, void *buffer, int32_t count) noexcept {
     return static_cast<int32_t>(got);
 }
 
-int32_t Write(std::FILE *stream, const void *buffer, int32_t count) noexcept {
+int32_t Write(std::FILE *stream, const void *buffer, int32_t count) {
     return static_cast<int32_t>(std::fwrite(buffer, 1, static_cast<std::size_t>(count), stream));
 }
 
-int Seek(std::FILE *stream, int64_t offset, int whence) noexcept {
+int Seek(std::FILE *stream, int64_t offset, int whence) {
     return fseeko(stream, static_cast<off_t>(offset), whence);
 }
 
-int64_t Tell(std::FILE *stream) noexcept {
+int64_t Tell(std::FILE *stream) {
     return ftello(stream);
 }
 
@@ -74,14 +75,22 @@ bool IsDevice(const char *name) {
 }
 
 // Hardened: a device stays. A cancelled export to /dev/null would else take it away from the
-// whole machine, when the user may do that.
-int Remove(const char *name) noexcept {
+// whole machine, when the user may do that. Test: QivOpenDelete.ADeviceStays.
+int Remove(const char *name) {
     return IsDevice(name) ? -1 : unlink(name);
 }
 
 } // namespace
 
-const DiskOperations kLibcDiskOperations = {Open, Close, Read, Write, Seek, Tell, Remove};
+const DiskOperations kLibcDiskOperations = {
+    .open = Open,
+    .close = Close,
+    .read = Read,
+    .write = Write,
+    .seek = Seek,
+    .tell = Tell,
+    .remove = Remove,
+};
 
 const DiskOperations *diskOperations = &kLibcDiskOperations;
 

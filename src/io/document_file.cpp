@@ -99,7 +99,7 @@ int32_t ReadChain(QivFile &file, unsigned char *buffer, int32_t count) {
     return total;
 }
 
-int32_t Read(QivFile &file, void *buffer, int32_t count) noexcept {
+int32_t Read(QivFile &file, void *buffer, int32_t count) {
     if (file.docPos < 0)
         return 0;
     count = std::min(count, std::max(file.docSize, 0) - file.docPos);
@@ -110,11 +110,12 @@ int32_t Read(QivFile &file, void *buffer, int32_t count) noexcept {
 }
 
 // Hardened: a write through a document stream would land in some other stream's sector.
-int32_t Write(QivFile &file, const void *, int32_t) noexcept {
+// Test: QivWrite.ADocumentStreamCannotBeWritten.
+int32_t Write(QivFile &file, const void *, int32_t) {
     return Fail(file);
 }
 
-int32_t Seek(QivFile &file, int32_t offset, int32_t whence) noexcept {
+int32_t Seek(QivFile &file, int32_t offset, int32_t whence) {
     if (whence < kFromStart || whence > kFromEnd)
         return -1;
     const int32_t size = std::max(file.docSize, 0);
@@ -128,25 +129,33 @@ int32_t Seek(QivFile &file, int32_t offset, int32_t whence) noexcept {
 }
 
 // The rest is the file's below.
-int32_t Fill(QivFile &file) noexcept {
+int32_t Fill(QivFile &file) {
     return KindOfFile(file).fill(file);
 }
 
-int32_t Flush(QivFile &file) noexcept {
+int32_t Flush(QivFile &file) {
     return KindOfFile(file).flush(file);
 }
 
-int32_t Close(QivFile &file) noexcept {
+int32_t Close(QivFile &file) {
     return KindOfFile(file).close(file);
 }
 
-bool CloseAndDelete(QivFile &file) noexcept {
+bool CloseAndDelete(QivFile &file) {
     return KindOfFile(file).closeAndDelete(file);
 }
 
 } // namespace
 
-const FileKind kDocumentKind = {Read, Write, Seek, Fill, Flush, Close, CloseAndDelete};
+const FileKind kDocumentKind = {
+    .read = Read,
+    .write = Write,
+    .seek = Seek,
+    .fill = Fill,
+    .flush = Flush,
+    .close = Close,
+    .closeAndDelete = CloseAndDelete,
+};
 
 int32_t docRead(FileHandle file, void *buffer, int32_t count) noexcept {
     LockedFile record(file);

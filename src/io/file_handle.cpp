@@ -85,6 +85,7 @@ int32_t qivClose(FileHandle file) noexcept {
 
 // Hardened: closed before the block is freed, for the close of a memory file still writes to its
 // block. What is left afterwards is the same.
+// Test: QivCloseandDelete.AMemoryFilesOwnBlockIsFreedAfterItsLastGrowth.
 int32_t qivCloseandDelete(FileHandle file, const char *name) noexcept {
     void *ownedData;
     bool isDeleted;

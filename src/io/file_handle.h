@@ -54,7 +54,7 @@ struct QivIODesc {
 ///
 /// mode  kModeRead "r", KOWEN_MODE_WRITE "w+", kModeUpdate "r+" (before WRITE),
 ///       KOWEN_MODE_CREATE "w+" (before both; a memory file starts empty). WRITE and UPDATE also
-///       allow seeks past the end and give a memory file its end marker when it is closed.
+///       allow seeks past the end and give a memory file its terminator byte when it is closed.
 ///
 /// Returns the handle; 0 when the target cannot be opened (a directory never can), the descriptor
 /// that is needed is missing, or memory is exhausted.
@@ -79,12 +79,12 @@ bool qivHasLost(FileHandle file) noexcept;
 
 /// Closes the file and ends the handle, whatever the result.
 /// Returns 0; -1 for handle 0 and when bytes of the file, the last ones or earlier ones, or a
-/// memory file's end marker could not be written; the stream close's result; for a host-served file
-/// the procedure's answer, but -1 instead of 0 when it has taken less than it was given, as far as
-/// it tells.
+/// memory file's terminator byte could not be written; the stream close's result; for a host-served
+/// file the procedure's answer, but -1 instead of 0 when it has taken less than it was given, as
+/// far as it tells.
 ///
 /// Kept deliberately: a memory file opened with WRITE or UPDATE gets one byte 255 after its last.
-/// Test: QivCloseMemory.AppendsTheEndMarker.
+/// Test: QivCloseMemory.AppendsTheTerminatorByte.
 int32_t qivClose(FileHandle file) noexcept;
 
 /// Closes the file and deletes it: the procedure's file, the block that ownedData names, or the

@@ -7,15 +7,15 @@ namespace kowen {
 
 /// One kind's part of the functions of file_handle.h, whose contracts hold. The record is locked.
 struct FileKind {
-    int32_t (*read)(QivFile &file, void *buffer, int32_t count) noexcept;
-    int32_t (*write)(QivFile &file, const void *buffer, int32_t count) noexcept;
-    int32_t (*seek)(QivFile &file, int32_t offset, int32_t whence) noexcept;
-    int32_t (*fill)(QivFile &file) noexcept;
-    int32_t (*flush)(QivFile &file) noexcept;
-    int32_t (*close)(QivFile &file) noexcept;
+    int32_t (*read)(QivFile &file, void *buffer, int32_t count);
+    int32_t (*write)(QivFile &file, const void *buffer, int32_t count);
+    int32_t (*seek)(QivFile &file, int32_t offset, int32_t whence);
+    int32_t (*fill)(QivFile &file);
+    int32_t (*flush)(QivFile &file);
+    int32_t (*close)(QivFile &file);
     /// Closes the file, and deletes it where the kind has it, not its descriptor or name.
     /// Returns whether it did.
-    bool (*closeAndDelete)(QivFile &file) noexcept;
+    bool (*closeAndDelete)(QivFile &file);
 };
 
 extern const FileKind kDiskKind;     ///< disk_file.cpp

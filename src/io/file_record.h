@@ -24,7 +24,7 @@ struct QivFile {
     void *ppData;       ///< memory: address of the caller's pointer to the block
     int32_t bufPos;     ///< index in the buffer of the next byte to read or write
     int32_t bufLast;    ///< index of the buffer's last valid byte; -1 = none
-    int32_t bufMax;     ///< index of the buffer's last byte; -1 = no room
+    int32_t bufMax;     ///< index of the buffer's last byte; -1 = none
     int32_t bufBase;    ///< file position of buffer byte 0; memory: 0
     int32_t filePos;    ///< where the next load starts; kMemoryFilePos marks a memory file
     int32_t dirty;      ///< 1: the buffer holds bytes that the file has not got yet
@@ -57,25 +57,26 @@ struct QivFile {
 /// The record of a handle, locked while this lives; false for handle 0.
 class LockedFile {
 public:
-    explicit LockedFile(FileHandle file) noexcept : handle(file), record(Lock<QivFile>(file)) {}
-    ~LockedFile() { GlobalUnlock(handle); }
+    explicit LockedFile(FileHandle file) noexcept : handle_(file), record_(Lock<QivFile>(file)) {}
+    ~LockedFile() { GlobalUnlock(handle_); }
     LockedFile(const LockedFile &) = delete;
     LockedFile &operator=(const LockedFile &) = delete;
 
-    explicit operator bool() const noexcept { return record != nullptr; }
-    QivFile *operator->() const noexcept { return record; }
-    QivFile &operator*() const noexcept { return *record; }
+    explicit operator bool() const noexcept { return record_; }
+    QivFile *operator->() const noexcept { return record_; }
+    QivFile &operator*() const noexcept { return *record_; }
 
 private:
-    FileHandle handle;
-    QivFile *record;
+    FileHandle handle_;
+    QivFile *record_;
 };
 
 inline bool IsMemoryFile(const QivFile &file) noexcept {
     return file.filePos == kMemoryFilePos;
 }
 
-/// Whether the open mode allows writing: seeks past the end, and the end marker of memory files.
+/// Whether the open mode allows writing: seeks past the end, and the terminator byte of memory
+/// files.
 inline bool IsWritable(const QivFile &file) noexcept {
     return (file.mode & (KOWEN_MODE_WRITE | kModeUpdate)) != 0;
 }

@@ -13,11 +13,13 @@ int32_t Call(const QivFile &file, int32_t operation, void *argument, int32_t cou
     return static_cast<int32_t>(file.ioProc(file.ioHandle, operation, argument, count));
 }
 
-int32_t Read(QivFile &file, void *buffer, int32_t count) noexcept {
+// Hardened: a negative count gives 0 and never reaches the procedure; the same for writing.
+// Test: HostFile.CountsOfZeroReachTheHostAndNegativeOnesDoNot.
+int32_t Read(QivFile &file, void *buffer, int32_t count) {
     return count < 0 ? 0 : Call(file, KOWEN_IO_READ, buffer, count);
 }
 
-int32_t Write(QivFile &file, const void *buffer, int32_t count) noexcept {
+int32_t Write(QivFile &file, const void *buffer, int32_t count) {
     if (count < 0)
         return 0;
     const int32_t answer = Call(file, KOWEN_IO_WRITE, const_cast<void *>(buffer), count);
@@ -28,26 +30,27 @@ int32_t Write(QivFile &file, const void *buffer, int32_t count) noexcept {
     return answer;
 }
 
-int32_t Seek(QivFile &file, int32_t offset, int32_t whence) noexcept {
+int32_t Seek(QivFile &file, int32_t offset, int32_t whence) {
     return Call(file, KOWEN_IO_SEEK, &offset, whence);
 }
 
-int32_t Fill(QivFile &file) noexcept {
+int32_t Fill(QivFile &file) {
     return Fail(file); // there is no buffer
 }
 
-int32_t Flush(QivFile &) noexcept {
+int32_t Flush(QivFile &) {
     return 0;
 }
 
-int32_t Close(QivFile &file) noexcept {
+int32_t Close(QivFile &file) {
     const int32_t answer = Call(file, KOWEN_IO_CLOSE, nullptr, 0);
     ReleaseDisk(file);
     // Hardened: a host that took only a part is not said to have the file.
+    // Test: HostFile.AWriteCutShortIsLostAndTheCloseSaysSo.
     return answer == 0 && HasLost(file) ? -1 : answer;
 }
 
-bool CloseAndDelete(QivFile &file) noexcept {
+bool CloseAndDelete(QivFile &file) {
     Call(file, KOWEN_IO_CLOSE, nullptr, KOWEN_MODE_DELETE);
     ReleaseDisk(file);
     return true;
@@ -55,7 +58,15 @@ bool CloseAndDelete(QivFile &file) noexcept {
 
 } // namespace
 
-const FileKind kHostKind = {Read, Write, Seek, Fill, Flush, Close, CloseAndDelete};
+const FileKind kHostKind = {
+    .read = Read,
+    .write = Write,
+    .seek = Seek,
+    .fill = Fill,
+    .flush = Flush,
+    .close = Close,
+    .closeAndDelete = CloseAndDelete,
+};
 
 bool HasProcedure(const QivIODesc *descriptor) noexcept {
     return descriptor && descriptor->procedure;

@@ -1,8 +1,6 @@
 // Host-served files: every operation becomes one call of the host's I/O procedure, whose answer is
-// handed on.
-//
-// Hardened: a negative count gives 0 and never reaches the procedure. Of a write that is answered
-// with less than its count the record keeps that bytes are lost.
+// handed on. Of a write that is answered with less than its count the record keeps that bytes are
+// lost.
 #pragma once
 
 #include "io/file_record.h"

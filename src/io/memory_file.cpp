@@ -23,7 +23,7 @@ void SetCallersPointer(QivFile &file, void *data) {
 }
 
 // GlobalReAlloc has freed the block: leave nothing that points at it.
-void ForgetBlock(QivFile &file) {
+void ResetBlock(QivFile &file) {
     file.hBuf = 0;
     SetCallersPointer(file, nullptr);
     file.bufPos = 0;
@@ -38,7 +38,7 @@ bool GrowTo(QivFile &file, int64_t newMax) {
     const MemoryHandle grown =
         GlobalReAlloc(file.hBuf, static_cast<uint32_t>(newMax + 1), kGlobalFlags);
     if (!grown) {
-        ForgetBlock(file);
+        ResetBlock(file);
         return false;
     }
     file.hBuf = grown;
@@ -67,7 +67,7 @@ int32_t FirstBehind(const QivFile &file) {
 }
 
 // A block that was trimmed, or given with size 0, has room for the byte behind bufMax.
-bool HasRoom(const QivFile &file) {
+bool HasCapacity(const QivFile &file) {
     if (file.bufPos <= file.bufMax)
         return true;
     return file.bufPos == FirstBehind(file) &&
@@ -75,7 +75,7 @@ bool HasRoom(const QivFile &file) {
 }
 
 // Before count bytes are stored where the block has no room, as after a seek past its end.
-bool MakeRoom(QivFile &file, int32_t count) {
+bool EnsureCapacity(QivFile &file, int32_t count) {
     if (file.bufPos == FirstBehind(file)) {
         if (!GrowByStepsTo(file, int64_t{file.bufPos} + count))
             return false;
@@ -94,6 +94,7 @@ int32_t SeekFromStart(QivFile &file, int32_t offset) {
 }
 
 // Hardened: a place before the first byte, counted from the end, gives -1.
+// Test: QivSeekMemory.FromTheEndGoesAnywhereButBeforeTheStart.
 int32_t SeekFromEnd(QivFile &file, int32_t offset) {
     const int64_t position = int64_t{offset} + file.bufLast + 1;
     if (position < 0 || position > INT32_MAX)
@@ -111,14 +112,16 @@ int32_t TrimmedSize(const QivFile &file, int32_t size) {
 
 // Hardened: a block that is full and cannot grow, because growBy is not above 0 or the size would
 // not fit in 31 bits, gives -1 and keeps its bytes.
-int32_t Write(QivFile &file, const void *buffer, int32_t count) noexcept {
+// Tests: WriteMemory.AFullBlockThatCannotGrowFailsAndKeepsItsBytes and
+// ...ASizeBeyondThirtyOneBitsFailsAndKeepsTheBlock.
+int32_t Write(QivFile &file, const void *buffer, int32_t count) {
     const auto *source = static_cast<const unsigned char *>(buffer);
     bool stepped = false;
     for (int32_t left = count; left > 0;) {
-        if (!HasRoom(file)) {
+        if (!HasCapacity(file)) {
             if (file.error == kIoError)
                 return 0;
-            if (!MakeRoom(file, left))
+            if (!EnsureCapacity(file, left))
                 return Fail(file);
             stepped = true;
         }
@@ -144,7 +147,7 @@ int32_t Write(QivFile &file, const void *buffer, int32_t count) noexcept {
 
 // Grows the block to bufMax + growBy + 1 bytes. When memory is exhausted the block is lost, and the
 // caller's pointer is null then.
-int32_t Flush(QivFile &file) noexcept {
+int32_t Flush(QivFile &file) {
     if (file.growBy <= 0 || !GrowTo(file, int64_t{file.bufMax} + file.growBy))
         return Fail(file);
     return 1;
@@ -157,15 +160,15 @@ int32_t SeekOutside(QivFile &file, int32_t offset, int32_t whence) {
     return whence == kFromEnd ? SeekFromEnd(file, offset) : Fail(file);
 }
 
-int32_t Seek(QivFile &file, int32_t offset, int32_t whence) noexcept {
+int32_t Seek(QivFile &file, int32_t offset, int32_t whence) {
     return SeekBuffered(file, offset, whence, SeekOutside);
 }
 
-int32_t Fill(QivFile &) noexcept {
+int32_t Fill(QivFile &) {
     return 0; // everything is in the buffer
 }
 
-int32_t Close(QivFile &file) noexcept {
+int32_t Close(QivFile &file) {
     if (!IsWritable(file))
         return 0;
     const FileKind &kind = KindOf(file); // through a document stream nothing is written
@@ -173,14 +176,22 @@ int32_t Close(QivFile &file) noexcept {
     return kind.write(file, &kTerminator, 1) == 1 ? 0 : -1;
 }
 
-bool CloseAndDelete(QivFile &file) noexcept {
+bool CloseAndDelete(QivFile &file) {
     Close(file);
     return false;
 }
 
 } // namespace
 
-const FileKind kMemoryKind = {ReadBuffered, Write, Seek, Fill, Flush, Close, CloseAndDelete};
+const FileKind kMemoryKind = {
+    .read = ReadBuffered,
+    .write = Write,
+    .seek = Seek,
+    .fill = Fill,
+    .flush = Flush,
+    .close = Close,
+    .closeAndDelete = CloseAndDelete,
+};
 
 bool OpenMemory(QivFile &file, QivIODesc *descriptor) noexcept {
     if (!descriptor || !descriptor->location)

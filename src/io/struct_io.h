@@ -29,6 +29,8 @@ inline constexpr int32_t kMaxNesting = 64;
 /// Kept deliberately: an unclosed [ holds for the records after it too.
 /// Test: QivReadStruct.AnUnclosedStretchHoldsForLaterRecords.
 /// Hardened: a count or offset beyond 31 bits ends the transfer with -1 before it.
+/// Tests: QivReadStruct.CountsBeyondThirtyOneBitsEndTheTransfer and
+/// ...OffsetsBeyondThirtyOneBitsEndTheTransfer.
 int32_t qivReadStruct(FileHandle file, const char *description, void *buffer,
                       int32_t records) noexcept;
 
@@ -48,6 +50,7 @@ int32_t GetPadWidth(const char *text) noexcept;
 /// Kept deliberately: only alternatives followed by "|" count, so that the last never does, and
 /// the size is not padded. Test: GetUnionSize.TheLastAlternativeNeverCounts.
 /// Hardened: a size beyond 32 bits, or nesting beyond kMaxNesting, gives 0xFFFFFFFF.
+/// Test: GetUnionSize.WhatCannotBeMeasuredIsAsLargeAsCanBe.
 const char *GetUnionSize(const char *text, uint32_t *size) noexcept;
 
 } // namespace kowen

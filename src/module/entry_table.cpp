@@ -32,7 +32,7 @@ static_assert(std::size(entryTable) == kEntryCount);
 } // namespace
 
 void LoadEntryPointers(EntryPointRecord *record) noexcept {
-    if (record == nullptr)
+    if (!record)
         return;
     record->entryCount = kEntryCount;
     record->entries = entryTable;

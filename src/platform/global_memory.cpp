@@ -14,28 +14,28 @@ namespace {
 constexpr uint32_t kCompactAnswer = 65536;
 constexpr intptr_t kLargestOffsetByte = 255;
 
-unsigned char *BlockStart(MemoryHandle handle) noexcept {
+unsigned char *BlockStart(MemoryHandle handle) {
     return reinterpret_cast<unsigned char *>(handle);
 }
 
-GlobalHeader ReadHeader(MemoryHandle handle) noexcept {
+GlobalHeader ReadHeader(MemoryHandle handle) {
     GlobalHeader header;
     std::memcpy(&header, BlockStart(handle), sizeof header);
     return header;
 }
 
-bool HeapGrants(uint64_t bytes) noexcept {
-    return bytes <= UINT32_MAX && (allocationGate == nullptr || allocationGate(bytes));
+bool HeapGrants(uint64_t bytes) {
+    return bytes <= UINT32_MAX && (!allocationGate || allocationGate(bytes));
 }
 
-void ReportExhausted(uint64_t bytes) noexcept {
+void ReportExhausted(uint64_t bytes) {
     std::printf(
         "GloalAlloc function failed due to insufficient memory: needs %llu bytes memory!!\n",
         static_cast<unsigned long long>(bytes));
 }
 
 // Writes the header of a block and returns the block's data.
-unsigned char *LayOut(unsigned char *block, uint32_t flags, uint32_t size) noexcept {
+unsigned char *LayOut(unsigned char *block, uint32_t flags, uint32_t size) {
     const uint32_t offset = static_cast<uint32_t>(sizeof(GlobalHeader)) +
                             GlobalPadding(reinterpret_cast<uintptr_t>(block));
     GlobalHeader header = {};
@@ -49,19 +49,19 @@ unsigned char *LayOut(unsigned char *block, uint32_t flags, uint32_t size) noexc
 
 // A wrapping header is one byte longer than it must be, so that no memory of anybody else can
 // stand where a block of our own has its data.
-bool IsOwnBlock(MemoryHandle handle, const GlobalHeader &header) noexcept {
+bool IsOwnBlock(MemoryHandle handle, const GlobalHeader &header) {
     return header.data == BlockStart(handle) + header.dataOffset;
 }
 
 // Resizes in place where the heap can, so that growing a large block step by step does not copy
 // it each time. Frees the old block on failure.
 MemoryHandle ResizeBlock(MemoryHandle handle, const GlobalHeader &old, uint32_t size,
-                         uint32_t flags) noexcept {
+                         uint32_t flags) {
     const uint64_t bytes = GlobalBlockBytes(size);
     void *grown = HeapGrants(bytes)
                       ? std::realloc(BlockStart(handle), static_cast<std::size_t>(bytes))
                       : nullptr;
-    if (grown == nullptr) {
+    if (!grown) {
         ReportExhausted(bytes);
         std::free(BlockStart(handle));
         return 0;
@@ -69,7 +69,7 @@ MemoryHandle ResizeBlock(MemoryHandle handle, const GlobalHeader &old, uint32_t 
     return RelayGlobalBlock(static_cast<unsigned char *>(grown), old, flags, size);
 }
 
-MemoryHandle CopyWrapped(const GlobalHeader &wrapped, uint32_t size, uint32_t flags) noexcept {
+MemoryHandle CopyWrapped(const GlobalHeader &wrapped, uint32_t size, uint32_t flags) {
     const MemoryHandle copy = GlobalAlloc(flags, size);
     const uint32_t kept = std::min(wrapped.size, size);
     if (copy != 0 && kept != 0)
@@ -100,7 +100,7 @@ MemoryHandle GlobalAlloc(uint32_t flags, uint32_t size) noexcept {
         HeapGrants(bytes)
             ? std::calloc(static_cast<std::size_t>(bytes / kGlobalAlignment), kGlobalAlignment)
             : nullptr;
-    if (block == nullptr) {
+    if (!block) {
         ReportExhausted(bytes);
         return 0;
     }
@@ -143,7 +143,7 @@ uint32_t GlobalSize(MemoryHandle handle) noexcept {
 }
 
 MemoryHandle GlobalHandle(const void *data) noexcept {
-    if (data == nullptr)
+    if (!data)
         return 0;
     const auto *bytes = static_cast<const unsigned char *>(data);
     return reinterpret_cast<MemoryHandle>(bytes - bytes[-1]);
@@ -152,10 +152,10 @@ MemoryHandle GlobalHandle(const void *data) noexcept {
 MemoryHandle GlobalPointerToHandle(void *data, uint32_t size) noexcept {
     constexpr std::size_t kWrapperBytes = sizeof(GlobalHeader) + 1; // see IsOwnBlock
     void *wrapper = HeapGrants(kWrapperBytes) ? std::malloc(kWrapperBytes) : nullptr;
-    if (wrapper == nullptr)
+    if (!wrapper)
         return 0;
     GlobalHeader header = {};
-    header.size = data != nullptr ? size : 0;
+    header.size = data ? size : 0;
     header.data = data;
     header.dataOffset = sizeof(GlobalHeader);
     std::memcpy(wrapper, &header, sizeof header);
@@ -177,7 +177,7 @@ int32_t qivPtrGlobalFree(void *data) noexcept {
 }
 
 void *qivPtrGlobalReAlloc(void *data, uint32_t size, uint32_t flags) noexcept {
-    if (data == nullptr)
+    if (!data)
         return qivPtrGlobalAlloc(size);
     const MemoryHandle handle = GlobalHandle(data);
     GlobalUnlock(handle);

@@ -78,6 +78,7 @@ int32_t GlobalFree(MemoryHandle handle) noexcept;
 /// Test: GlobalReAlloc.FailureLosesTheOldBlock.
 /// Hardened: sizes are compared unsigned, so that a block of 2 GB or more is not taken for
 /// the smaller one. The same for every size below.
+/// Test: GlobalReAlloc.ABlockOfTwoGibibytesIsNotTakenForTheSmaller.
 MemoryHandle GlobalReAlloc(MemoryHandle handle, uint32_t size, uint32_t flags) noexcept;
 
 /// Returns the byte count that was asked for; 0 for handle 0.

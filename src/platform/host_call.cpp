@@ -9,23 +9,23 @@ namespace {
 int32_t callsUnderway = 0;
 
 // A setup's record begins with its count.
-uint32_t &CallsThatKeep(SetupRecord *record) noexcept {
+uint32_t &CallsThatKeep(SetupRecord *record) {
     return reinterpret_cast<HostCallCount *>(record)->underway;
 }
 
 } // namespace
 
-HostCall::HostCall() noexcept : handle(hRaster), record(lpRaster) {
+HostCall::HostCall() noexcept : handle_(hRaster), record_(lpRaster) {
     ++callsUnderway;
-    if (record != nullptr)
-        ++CallsThatKeep(record);
+    if (record_)
+        ++CallsThatKeep(record_);
 }
 
 HostCall::~HostCall() {
-    hRaster = handle;
-    lpRaster = record;
-    if (record != nullptr)
-        --CallsThatKeep(record);
+    hRaster = handle_;
+    lpRaster = record_;
+    if (record_)
+        --CallsThatKeep(record_);
     --callsUnderway;
 }
 

@@ -25,9 +25,9 @@ public:
     static bool Underway() noexcept;
 
 private:
-    MemoryHandle handle;
-    SetupRecord *record;
-    HostFloats floats;
+    MemoryHandle handle_;
+    SetupRecord *record_;
+    HostFloats floats_;
 };
 
 } // namespace kowen

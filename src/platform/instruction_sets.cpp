@@ -11,13 +11,13 @@ namespace kowen {
 namespace {
 
 // Without it the instruction runs as another one, so it must be asked for by itself.
-bool HasLzcnt() noexcept {
+bool HasLzcnt() {
     constexpr unsigned kExtendedFeatures = 0x80000001;
     unsigned eax = 0, ebx = 0, ecx = 0, edx = 0;
     return __get_cpuid(kExtendedFeatures, &eax, &ebx, &ecx, &edx) != 0 && (ecx & bit_LZCNT) != 0;
 }
 
-bool HasAvx2() noexcept {
+bool HasAvx2() {
     return __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") && HasLzcnt() &&
            __builtin_cpu_supports("avx2");
 }

@@ -6,27 +6,27 @@ namespace {
 const PlainFloats *innermost = nullptr;
 } // namespace
 
-PlainFloats::PlainFloats() noexcept : outer(innermost) {
-    std::fegetenv(&host);
+PlainFloats::PlainFloats() noexcept : outer_(innermost) {
+    std::fegetenv(&host_);
     std::fesetenv(FE_DFL_ENV);
     innermost = this;
 }
 
 PlainFloats::~PlainFloats() {
-    innermost = outer;
-    std::fesetenv(&host);
+    innermost = outer_;
+    std::fesetenv(&host_);
 }
 
-HostFloats::HostFloats() noexcept : changed(innermost != nullptr) {
-    if (!changed)
+HostFloats::HostFloats() noexcept : changed_(innermost) {
+    if (!changed_)
         return;
-    std::fegetenv(&plain);
-    std::fesetenv(&innermost->host);
+    std::fegetenv(&plain_);
+    std::fesetenv(&innermost->host_);
 }
 
 HostFloats::~HostFloats() {
-    if (changed)
-        std::fesetenv(&plain);
+    if (changed_)
+        std::fesetenv(&plain_);
 }
 
 } // namespace kowen

@@ -19,8 +19,8 @@ public:
 
 private:
     friend class HostFloats;
-    std::fenv_t host;
-    const PlainFloats *outer; ///< of the entry whose callback called this one
+    std::fenv_t host_;
+    const PlainFloats *outer_; ///< of the entry whose callback called this one
 };
 
 /// Stands around a call into the host: its own environment is there meanwhile. Does nothing
@@ -33,8 +33,8 @@ public:
     HostFloats &operator=(const HostFloats &) = delete;
 
 private:
-    bool changed;
-    std::fenv_t plain;
+    bool changed_;
+    std::fenv_t plain_;
 };
 
 } // namespace kowen

@@ -20,4 +20,10 @@ namespace kowen {
 int32_t CallGetSet_Status(StatusCallback callback, uintptr_t context, int32_t command, int32_t code,
                           int32_t value1, int32_t value2, int32_t value3, void *reply) noexcept;
 
+/// Polls the host: tells its status callback the progress, 0 to 100.
+///
+/// status  null = nobody to ask.
+/// Returns 0: go on, or KOWEN_ERR_CANCELLED (901): the host has confirmed that it wants to stop.
+int32_t PollHost(const ExportRecord *status, int32_t progress) noexcept;
+
 } // namespace kowen

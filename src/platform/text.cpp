@@ -9,11 +9,11 @@ namespace kowen {
 namespace {
 
 // The C functions take unsigned characters only; the comparison takes their results as signed.
-int32_t Upper(char byte) noexcept {
+int32_t Upper(char byte) {
     return static_cast<signed char>(std::toupper(static_cast<unsigned char>(byte)));
 }
 
-template <typename Integer> Integer Truncate(double x) noexcept {
+template <typename Integer> Integer Truncate(double x) {
     using Limits = std::numeric_limits<Integer>;
     // Both limits are exact as doubles. The negated comparison sends NaN to 0.
     if (x >= static_cast<double>(Limits::max()))

@@ -61,6 +61,7 @@ int32_t roundd(double x) noexcept;
 
 /// Returns 1 when a and b differ by at most tolerance, which counts as unsigned, else 0.
 /// Hardened: the difference is taken exactly where a - b would overflow.
+/// Test: Feqi.ExtremesDoNotOverflow.
 int32_t feqi(int32_t a, int32_t b, int32_t tolerance) noexcept;
 
 /// Doubles to integers, truncated toward zero; saturated at the limits, 0 for NaN.

@@ -17,22 +17,22 @@ public:
 
     void Append(std::string_view text) noexcept;
 
-    /// Returns count writable bytes behind the text, null when memory is exhausted. They become
+    /// Returns count writable bytes_ behind the text, null when memory is exhausted_. They become
     /// text with Extend, for as many of them as were written.
-    char *Room(uint32_t count) noexcept;
-    void Extend(uint32_t count) noexcept { size += count; }
+    char *Reserve(uint32_t count) noexcept;
+    void Extend(uint32_t count) noexcept { size_ += count; }
 
-    /// The text, borrowed until the next change. Empty when memory is exhausted.
-    std::string_view Text() const noexcept { return {bytes, size}; }
-    bool Exhausted() const noexcept { return exhausted; }
+    /// The text, borrowed until the next change. Empty when memory is exhausted_.
+    std::string_view Text() const noexcept { return {bytes_, size_}; }
+    bool Exhausted() const noexcept { return exhausted_; }
 
 private:
-    bool Reserve(uint64_t capacityWanted) noexcept;
+    bool EnsureCapacity(uint64_t wanted) noexcept;
 
-    char *bytes = nullptr;
-    uint32_t size = 0;
-    uint32_t capacity = 0;
-    bool exhausted = false;
+    char *bytes_ = nullptr;
+    uint32_t size_ = 0;
+    uint32_t capacity_ = 0;
+    bool exhausted_ = false;
 };
 
 } // namespace kowen

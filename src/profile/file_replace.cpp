@@ -25,13 +25,13 @@ struct Path {
 };
 
 // Bytes of the path up to its last slash, the slash included; 0 for a bare name.
-std::size_t DirectoryLength(const char *path) noexcept {
+std::size_t DirectoryLength(const char *path) {
     const char *slash = std::strrchr(path, '/');
-    return slash == nullptr ? 0 : static_cast<std::size_t>(slash - path) + 1;
+    return !slash ? 0 : static_cast<std::size_t>(slash - path) + 1;
 }
 
 // Puts a name into the directory of a path.
-bool JoinSibling(Path &path, const char *name, std::size_t length) noexcept {
+bool JoinSibling(Path &path, const char *name, std::size_t length) {
     const std::size_t directory = name[0] == '/' ? 0 : DirectoryLength(path.text);
     if (directory + length >= kPathSize)
         return false;
@@ -41,7 +41,7 @@ bool JoinSibling(Path &path, const char *name, std::size_t length) noexcept {
 }
 
 // Follows symbolic links as far as they lead, also to a name where no file is yet.
-bool ResolveLinks(const char *start, Path &path) noexcept {
+bool ResolveLinks(const char *start, Path &path) {
     if (std::strlen(start) >= kPathSize)
         return false;
     std::strcpy(path.text, start);
@@ -57,13 +57,13 @@ bool ResolveLinks(const char *start, Path &path) noexcept {
 }
 
 // Whether the target is what the caller takes it for.
-bool CheckTarget(const Path &target, ReplaceKind kind, struct stat &status) noexcept {
+bool CheckTarget(const Path &target, ReplaceKind kind, struct stat &status) {
     if (stat(target.text, &status) == 0)
         return kind == ReplaceKind::kExisting && S_ISREG(status.st_mode);
     return kind == ReplaceKind::kNew && errno == ENOENT;
 }
 
-bool NameTemporary(const Path &target, Path &temporary) noexcept {
+bool NameTemporary(const Path &target, Path &temporary) {
     constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyz012345";
     unsigned char random[kRandomLetters];
     if (getentropy(random, sizeof random) != 0)
@@ -78,7 +78,7 @@ bool NameTemporary(const Path &target, Path &temporary) noexcept {
 }
 
 // Returns the descriptor of a new file beside the target, -1 when none could be made.
-int CreateBeside(const Path &target, mode_t mode, Path &temporary) noexcept {
+int CreateBeside(const Path &target, mode_t mode, Path &temporary) {
     for (int i = 0; i < kMostNames; ++i) {
         if (!NameTemporary(target, temporary))
             return -1;
@@ -89,7 +89,7 @@ int CreateBeside(const Path &target, mode_t mode, Path &temporary) noexcept {
     return -1;
 }
 
-bool WriteAll(int file, std::string_view text) noexcept {
+bool WriteAll(int file, std::string_view text) {
     while (!text.empty()) {
         const ssize_t count = write(file, text.data(), text.size());
         if (count < 0 && errno == EINTR)
@@ -102,7 +102,7 @@ bool WriteAll(int file, std::string_view text) noexcept {
 }
 
 // Only the permissions must succeed: a user who may write a file need not own it.
-bool CopyAttributes(int file, const struct stat &from) noexcept {
+bool CopyAttributes(int file, const struct stat &from) {
     if (fchown(file, from.st_uid, from.st_gid) != 0 &&
         fchown(file, static_cast<uid_t>(-1), from.st_gid) != 0)
         errno = 0;
@@ -110,7 +110,7 @@ bool CopyAttributes(int file, const struct stat &from) noexcept {
 }
 
 // Some file systems have nothing to wait for and say so.
-bool WaitForDisk(int file) noexcept {
+bool WaitForDisk(int file) {
     return fsync(file) == 0 || errno == EINVAL;
 }
 

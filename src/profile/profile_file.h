@@ -42,8 +42,10 @@ inline constexpr int32_t kPathBytes = 144;
 /// Kept deliberately: a list that does not fit gives size - 1 and a cut key, and each key behind
 /// that adds its length + 1 to the result. Test: ListKeysTest.AListThatDoesNotFitIsCut.
 ///
-/// Hardened: a default of size characters or more is cut to size - 1 and terminated. A
-/// section name of 256 bytes or more matches nothing.
+/// Hardened: a default of size characters or more is cut to size - 1 and terminated.
+/// Test: GetPrivateProfileStringTest.ADefaultThatDoesNotFitIsCut.
+/// Hardened: a section name of 256 bytes or more matches nothing.
+/// Test: GetPrivateProfileStringTest.AnOverLongSectionMatchesNothing.
 int32_t GetPrivateProfileString(const char *section, const char *key, const char *defaultText,
                                 char *buffer, int32_t size, const char *file) noexcept;
 
@@ -111,6 +113,7 @@ void INIclose(FileHandle file) noexcept;
 /// path  may be null.
 /// Returns 0 when the profile can be read, 1 when not.
 /// Hardened: a path of kPathBytes or more is not found.
+/// Test: GetProfileDirectoryTest.APathThatDoesNotFitIsNotFound.
 int32_t GetProfileDirectory(char *name, const char *path) noexcept;
 
 /// Makes a new empty file in /tmp, readable by its owner only. destination receives its name,

@@ -11,11 +11,11 @@ namespace {
 
 constexpr std::size_t kNowhere = std::string_view::npos;
 
-bool EndsLine(char byte) noexcept {
+bool EndsLine(char byte) {
     return byte == '\r' || byte == '\n';
 }
 
-void DropLineEnd(std::string_view &rest) noexcept {
+void DropLineEnd(std::string_view &rest) {
     const bool carriageReturn = rest[0] == '\r';
     rest.remove_prefix(1);
     if (carriageReturn && !rest.empty() && rest[0] == '\n')
@@ -23,11 +23,11 @@ void DropLineEnd(std::string_view &rest) noexcept {
 }
 
 // A profile line is text up to its first zero byte.
-std::string_view Visible(std::string_view line) noexcept {
+std::string_view Visible(std::string_view line) {
     return {line.data(), std::min(line.size(), line.find('\0'))};
 }
 
-std::string_view TrimSpaces(std::string_view text) noexcept {
+std::string_view TrimSpaces(std::string_view text) {
     while (!text.empty() && text.front() == ' ')
         text.remove_prefix(1);
     while (!text.empty() && text.back() == ' ')
@@ -36,7 +36,7 @@ std::string_view TrimSpaces(std::string_view text) noexcept {
 }
 
 // Takes one byte off rest. Returns whether it stays, as `byte`.
-bool KeepNext(std::string_view &rest, uint32_t keep, char &byte) noexcept {
+bool KeepNext(std::string_view &rest, uint32_t keep, char &byte) {
     byte = rest.front();
     rest.remove_prefix(1);
     if (EndsLine(byte))
@@ -55,7 +55,7 @@ bool KeepNext(std::string_view &rest, uint32_t keep, char &byte) noexcept {
 }
 
 // Adds a byte behind the spaces that were held back, which only now are known to be inside.
-void AddByte(CleanLine &clean, uint32_t &spaces, char byte) noexcept {
+void AddByte(CleanLine &clean, uint32_t &spaces, char byte) {
     if (!clean.whole || spaces >= kProfilePieceBytes - clean.size) {
         clean.whole = false;
         return;

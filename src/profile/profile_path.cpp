@@ -19,18 +19,18 @@ constexpr int32_t kReadBytes = 4096;
 constexpr char kProfileExtension[] = ".ini";
 constexpr char kTempPattern[] = "/tmp/XXXXXX";
 
-bool FitsPath(std::size_t length, int32_t size) noexcept {
+bool FitsPath(std::size_t length, int32_t size) {
     return size > 0 && length < static_cast<std::size_t>(size);
 }
 
 // The value of INIDIR, "" when it is not set.
-const char *ProfileDirectory() noexcept {
+const char *ProfileDirectory() {
     const char *directory = std::getenv("INIDIR");
-    return directory == nullptr ? "" : directory;
+    return !directory ? "" : directory;
 }
 
 // The name in that directory, the bare name for "". Returns false when it does not fit.
-bool JoinPath(const char *directory, const char *name, char *path, int32_t size) noexcept {
+bool JoinPath(const char *directory, const char *name, char *path, int32_t size) {
     const std::size_t length = std::strlen(directory);
     const bool needsSlash = length != 0 && directory[length - 1] != '/';
     const int joined = std::snprintf(path, static_cast<std::size_t>(size), "%s%s%s", directory,
@@ -39,18 +39,18 @@ bool JoinPath(const char *directory, const char *name, char *path, int32_t size)
 }
 
 // A directory opens like a file, a pipe waits for its other end, a device may never end.
-bool MayBeOpened(const char *path, int32_t mode) noexcept {
+bool MayBeOpened(const char *path, int32_t mode) {
     struct stat status;
     if (stat(path, &status) == 0)
         return S_ISREG(status.st_mode);
     return mode != kModeRead;
 }
 
-FileHandle OpenFile(const char *path, int32_t mode) noexcept {
+FileHandle OpenFile(const char *path, int32_t mode) {
     return MayBeOpened(path, mode) ? static_cast<FileHandle>(qivOpen(path, nullptr, mode)) : 0;
 }
 
-bool CanBeRead(const char *path) noexcept {
+bool CanBeRead(const char *path) {
     const int file = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (file < 0)
         return false;
@@ -61,7 +61,7 @@ bool CanBeRead(const char *path) noexcept {
 }
 
 // Leaves the name empty when the result does not fit.
-void NameAfter(char *name, const char *path) noexcept {
+void NameAfter(char *name, const char *path) {
     char base[kLongestPath];
     if (!FitsPath(std::strlen(path), sizeof base))
         return;
@@ -76,7 +76,7 @@ void NameAfter(char *name, const char *path) noexcept {
 } // namespace
 
 FileHandle OpenProfile(const char *name, int32_t mode, char *found, int32_t foundSize) noexcept {
-    if (name == nullptr || *name == '\0')
+    if (!name || *name == '\0')
         return 0;
     const FileHandle asItStands = OpenFile(name, mode);
     if (asItStands != 0)
@@ -104,8 +104,8 @@ void INIclose(FileHandle file) noexcept {
 
 bool ReadToEnd(FileHandle file, TextBuffer &text) noexcept {
     for (;;) {
-        char *room = text.Room(kReadBytes);
-        const int32_t count = room == nullptr ? -1 : qivRead(file, room, kReadBytes);
+        char *place = text.Reserve(kReadBytes);
+        const int32_t count = !place ? -1 : qivRead(file, place, kReadBytes);
         if (count <= 0)
             return count == 0;
         text.Extend(static_cast<uint32_t>(std::min(count, kReadBytes)));
@@ -113,7 +113,7 @@ bool ReadToEnd(FileHandle file, TextBuffer &text) noexcept {
 }
 
 int32_t GetProfileDirectory(char *name, const char *path) noexcept {
-    if (*name == '\0' && path != nullptr)
+    if (*name == '\0' && path)
         NameAfter(name, path);
     if (*name == '\0')
         return 1;

@@ -13,7 +13,7 @@ namespace {
 constexpr int32_t kNumberBytes = 32;
 constexpr char kDefaultProfile[] = "QIV.INI";
 
-int32_t Saturated(uint64_t count) noexcept {
+int32_t Saturated(uint64_t count) {
     return static_cast<int32_t>(std::min<uint64_t>(count, INT32_MAX));
 }
 
@@ -21,20 +21,20 @@ int32_t Saturated(uint64_t count) noexcept {
 class EntryWalker {
 public:
     EntryWalker(std::string_view text, const CleanLine &name) noexcept
-        : rest(text), section(name) {}
+        : rest_(text), section_(name) {}
 
     // The entry is valid until the next call.
-    bool Next(ProfileEntry &entry) noexcept {
+    bool Next(ProfileEntry &entry) {
         std::string_view piece;
-        while (NextLine(rest, kProfilePieceBytes, piece)) {
-            if (!inSection) {
-                line = Clean(piece, kKeepNothing);
-                inSection = SameName(line.Text(), section.Text());
+        while (NextLine(rest_, kProfilePieceBytes, piece)) {
+            if (!inSection_) {
+                line_ = Clean(piece, kKeepNothing);
+                inSection_ = SameName(line_.Text(), section_.Text());
             } else if (IsHeader(piece)) {
-                inSection = false;
+                inSection_ = false;
             } else {
-                line = Clean(piece, kKeepBrackets | kKeepQuotes);
-                if (SplitEntry(line.Text(), entry))
+                line_ = Clean(piece, kKeepBrackets | kKeepQuotes);
+                if (SplitEntry(line_.Text(), entry))
                     return true;
             }
         }
@@ -42,79 +42,79 @@ public:
     }
 
 private:
-    std::string_view rest;
-    const CleanLine &section;
-    CleanLine line;
-    bool inSection = false;
+    std::string_view rest_;
+    const CleanLine &section_;
+    CleanLine line_;
+    bool inSection_ = false;
 };
 
 // The caller's buffer: the default at first, replaced by what is found.
 class Answer {
 public:
     Answer(char *target, int32_t targetSize, const char *defaultText) noexcept
-        : buffer(target), size(target == nullptr ? 0 : std::max<int32_t>(targetSize, 0)) {
+        : buffer_(target), size_(!target ? 0 : std::max<int32_t>(targetSize, 0)) {
         Clear();
-        if (size == 0)
+        if (size_ == 0)
             return;
-        const std::size_t length = strnlen(defaultText, static_cast<std::size_t>(size) - 1);
-        std::memmove(buffer, defaultText, length);
-        result = length;
+        const std::size_t length = strnlen(defaultText, static_cast<std::size_t>(size_) - 1);
+        std::memmove(buffer_, defaultText, length);
+        result_ = length;
     }
 
-    void PutValue(std::string_view value) noexcept {
+    void PutValue(std::string_view value) {
         Clear();
-        result = Copy(0, value);
+        result_ = Copy(0, value);
     }
 
-    void AppendKey(std::string_view key) noexcept {
-        if (!listing) {
+    void AppendKey(std::string_view key) {
+        if (!listing_) {
             Clear();
-            result = 0;
-            listing = true;
+            result_ = 0;
+            listing_ = true;
         }
-        if (offset >= size)
-            result += key.size() + 1;
-        else if (key.size() + offset + 1 >= size)
+        if (offset_ >= size_)
+            result_ += key.size() + 1;
+        else if (key.size() + offset_ + 1 >= size_)
             CutList(key);
         else {
-            result += Copy(offset, key);
-            offset += key.size() + 1;
+            result_ += Copy(offset_, key);
+            offset_ += key.size() + 1;
         }
     }
 
-    int32_t Result() const noexcept { return Saturated(result); }
+    int32_t Result() const { return Saturated(result_); }
 
 private:
-    void Clear() noexcept {
-        if (size != 0)
-            std::memset(buffer, 0, size);
+    void Clear() {
+        if (size_ != 0)
+            std::memset(buffer_, 0, size_);
     }
 
     // Returns the bytes that fitted.
-    std::size_t Copy(std::size_t at, std::string_view text) noexcept {
-        const std::size_t count = std::min<std::size_t>(text.size(), size - at);
+    std::size_t Copy(std::size_t at, std::string_view text) {
+        const std::size_t count = std::min<std::size_t>(text.size(), size_ - at);
         if (count != 0)
-            std::memcpy(buffer + at, text.data(), count);
+            std::memcpy(buffer_ + at, text.data(), count);
         return count;
     }
 
     // No room is left afterwards.
-    void CutList(std::string_view key) noexcept {
-        Copy(offset, key);
-        const std::size_t zeros = std::min<std::size_t>(size, 2);
-        std::memset(buffer + size - zeros, 0, zeros);
-        result = size - 1;
-        offset = size;
+    void CutList(std::string_view key) {
+        Copy(offset_, key);
+        const std::size_t zeros = std::min<std::size_t>(size_, 2);
+        std::memset(buffer_ + size_ - zeros, 0, zeros);
+        result_ = size_ - 1;
+        offset_ = size_;
     }
 
-    char *buffer;
-    std::size_t size;
-    uint64_t result = 0;
-    std::size_t offset = 0; // of the next key of a list
-    bool listing = false;
+    char *buffer_;
+    std::size_t size_;
+    uint64_t result_ = 0;
+    std::size_t offset_ = 0; // of the next key of a list
+    bool listing_ = false;
 };
 
-void FindValue(EntryWalker &entries, std::string_view key, Answer &answer) noexcept {
+void FindValue(EntryWalker &entries, std::string_view key, Answer &answer) {
     ProfileEntry entry;
     while (entries.Next(entry)) {
         if (SameName(entry.key, key)) {
@@ -124,14 +124,14 @@ void FindValue(EntryWalker &entries, std::string_view key, Answer &answer) noexc
     }
 }
 
-void ListKeys(EntryWalker &entries, Answer &answer) noexcept {
+void ListKeys(EntryWalker &entries, Answer &answer) {
     ProfileEntry entry;
     while (entries.Next(entry))
         answer.AppendKey(entry.key);
 }
 
 // A read error ends the text as the end of the file does.
-void LoadText(const char *file, TextBuffer &text) noexcept {
+void LoadText(const char *file, TextBuffer &text) {
     char unused[kLongestPath];
     const FileHandle handle = OpenProfile(file, kModeRead, unused, kLongestPath);
     if (handle == 0)
@@ -140,21 +140,21 @@ void LoadText(const char *file, TextBuffer &text) noexcept {
     INIclose(handle);
 }
 
-int32_t HexDigit(char byte) noexcept {
+int32_t HexDigit(char byte) {
     if (byte >= '0' && byte <= '9')
         return byte - '0';
     const int32_t letter = (byte | 0x20) - 'a';
     return letter >= 0 && letter < 6 ? letter + 10 : -1;
 }
 
-int32_t ParseHex(const char *text) noexcept {
+int32_t ParseHex(const char *text) {
     uint32_t value = 0;
     for (; HexDigit(*text) >= 0; ++text)
         value = value << 4 | static_cast<uint32_t>(HexDigit(*text));
     return static_cast<int32_t>(value);
 }
 
-int32_t ParseDecimal(const char *text) noexcept {
+int32_t ParseDecimal(const char *text) {
     int64_t value = 0;
     for (; *text >= '0' && *text <= '9'; ++text)
         value = std::min<int64_t>(value * 10 + (*text - '0'), INT32_MAX);
@@ -165,7 +165,7 @@ int32_t ParseDecimal(const char *text) noexcept {
 
 int32_t GetPrivateProfileString(const char *section, const char *key, const char *defaultText,
                                 char *buffer, int32_t size, const char *file) noexcept {
-    if (section == nullptr || *section == '\0' || defaultText == nullptr)
+    if (!section || *section == '\0' || !defaultText)
         return 0;
     Answer answer(buffer, size, defaultText);
     CleanLine name;
@@ -175,7 +175,7 @@ int32_t GetPrivateProfileString(const char *section, const char *key, const char
     TextBuffer text;
     LoadText(file, text);
     EntryWalker entries(text.Text(), name);
-    if (key == nullptr)
+    if (!key)
         ListKeys(entries, answer);
     else
         FindValue(entries, key, answer);

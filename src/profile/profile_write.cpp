@@ -22,10 +22,10 @@ struct ProfileChange {
 class Rewriter {
 public:
     Rewriter(const ProfileChange &wanted, std::string_view end, TextBuffer &target) noexcept
-        : change(wanted), lineEnd(end), out(target) {}
+        : change_(wanted), lineEnd_(end), out_(target) {}
 
-    void Take(std::string_view line) noexcept {
-        if (!inSection) {
+    void Take(std::string_view line) {
+        if (!inSection_) {
             if (IsHeader(line) && IsSection(line))
                 BeginSection(line);
             else
@@ -41,12 +41,12 @@ public:
     }
 
     // Returns false when the text stays as it was: there was nothing to delete.
-    bool Finish() noexcept {
-        if (inSection)
+    bool Finish() {
+        if (inSection_)
             EndSection();
-        if (found)
+        if (found_)
             return true;
-        if (change.key == nullptr || change.value == nullptr)
+        if (!change_.key || !change_.value)
             return false;
         Copy("");
         AppendHeader();
@@ -55,28 +55,28 @@ public:
     }
 
 private:
-    bool IsSection(std::string_view line) const noexcept {
-        return SameName(Clean(line, kKeepNothing).Text(), change.section.Text());
+    bool IsSection(std::string_view line) const {
+        return SameName(Clean(line, kKeepNothing).Text(), change_.section.Text());
     }
 
-    void BeginSection(std::string_view line) noexcept {
-        inSection = true;
-        found = true;
-        written = false;
-        if (change.key == nullptr)
+    void BeginSection(std::string_view line) {
+        inSection_ = true;
+        found_ = true;
+        written_ = false;
+        if (!change_.key)
             return;
         // A header is held back until something of its section is kept.
-        if (change.value == nullptr)
-            heldHeader = line;
+        if (!change_.value)
+            heldHeader_ = line;
         else
             Copy(line);
     }
 
-    void TakeEntry(std::string_view line) noexcept {
-        if (change.key == nullptr)
+    void TakeEntry(std::string_view line) {
+        if (!change_.key)
             return;
-        const bool matches = HasKey(line, change.key);
-        if (change.value == nullptr)
+        const bool matches = HasKey(line, change_.key);
+        if (!change_.value)
             CopyUnless(matches, line);
         else if (matches)
             AppendEntry();
@@ -84,51 +84,51 @@ private:
             Copy(line);
     }
 
-    void CopyUnless(bool deleted, std::string_view line) noexcept {
+    void CopyUnless(bool deleted, std::string_view line) {
         if (deleted)
             return;
-        if (heldHeader.data() != nullptr)
-            Copy(heldHeader);
-        heldHeader = {};
+        if (heldHeader_.data())
+            Copy(heldHeader_);
+        heldHeader_ = {};
         Copy(line);
     }
 
-    void EndSection() noexcept {
-        if (change.key != nullptr && change.value != nullptr && !written)
+    void EndSection() {
+        if (change_.key && change_.value && !written_)
             AppendEntry();
-        inSection = false;
+        inSection_ = false;
     }
 
-    void Copy(std::string_view line) noexcept {
-        out.Append(line);
-        out.Append(lineEnd);
+    void Copy(std::string_view line) {
+        out_.Append(line);
+        out_.Append(lineEnd_);
     }
 
-    void AppendHeader() noexcept {
-        out.Append("[");
-        out.Append(change.section.Text());
+    void AppendHeader() {
+        out_.Append("[");
+        out_.Append(change_.section.Text());
         Copy("]");
     }
 
-    void AppendEntry() noexcept {
-        out.Append(change.key);
-        out.Append("=");
-        Copy(change.value);
-        written = true;
+    void AppendEntry() {
+        out_.Append(change_.key);
+        out_.Append("=");
+        Copy(change_.value);
+        written_ = true;
     }
 
-    const ProfileChange &change;
-    std::string_view lineEnd;
-    TextBuffer &out;
-    std::string_view heldHeader;
-    bool inSection = false;
-    bool found = false;   // a section of that name
-    bool written = false; // the entry, in this section
+    const ProfileChange &change_;
+    std::string_view lineEnd_;
+    TextBuffer &out_;
+    std::string_view heldHeader_;
+    bool inSection_ = false;
+    bool found_ = false;   // a section of that name
+    bool written_ = false; // the entry, in this section
 };
 
 // Returns false when there is nothing to write, or memory is exhausted.
 bool Rewrite(const ProfileChange &change, std::string_view before, std::string_view lineEnd,
-             TextBuffer &after) noexcept {
+             TextBuffer &after) {
     Rewriter rewriter(change, lineEnd, after);
     std::string_view line;
     while (NextLine(before, kWholeLines, line))
@@ -136,7 +136,7 @@ bool Rewrite(const ProfileChange &change, std::string_view before, std::string_v
     return rewriter.Finish() && !after.Exhausted();
 }
 
-void RewriteFile(const ProfileChange &change, FileHandle file, const char *path) noexcept {
+void RewriteFile(const ProfileChange &change, FileHandle file, const char *path) {
     TextBuffer before;
     const bool complete = ReadToEnd(file, before);
     INIclose(file);
@@ -146,7 +146,7 @@ void RewriteFile(const ProfileChange &change, FileHandle file, const char *path)
 }
 
 // A file that is there but could not be opened is not taken for a missing one.
-void CreateFile(const ProfileChange &change, const char *path) noexcept {
+void CreateFile(const ProfileChange &change, const char *path) {
     TextBuffer text;
     if (Rewrite(change, "", "\n", text))
         ReplaceFile(path, text.Text(), ReplaceKind::kNew);
@@ -157,9 +157,9 @@ void CreateFile(const ProfileChange &change, const char *path) noexcept {
 int32_t WritePrivateProfileString(const char *section, const char *key, const char *value,
                                   const char *file) noexcept {
     ProfileChange change;
-    if (section == nullptr || !CleanSectionName(section, change.section))
+    if (!section || !CleanSectionName(section, change.section))
         return 0;
-    if (file == nullptr || *file == '\0')
+    if (!file || *file == '\0')
         return 0;
     change.key = key;
     change.value = value;

@@ -22,15 +22,17 @@ constexpr int16_t kVpsmHighest = 2;
 constexpr int32_t kVpsmLockedState = 0x80;
 constexpr double kMillimetresPerInch = 25.4;
 
-int32_t ResolutionOf(int16_t mode, double scale) noexcept {
+int32_t ResolutionOf(int16_t mode, double scale) {
     if (mode != kVpsmMetric || scale == 0.0)
         return 0;
     return TruncateToInt32(kMillimetresPerInch / scale + 0.5);
 }
 
-/// Colours of a request. Hardened: an argument count too small for the two words before
-/// them means none.
-uint32_t ColorCount(const DdRequest *request) noexcept {
+// Colours of a request.
+//
+// Hardened: an argument count too small for the two words before them means none.
+// Test: ColorTable.ArgumentCountsBelowFiveSetNothing.
+uint32_t ColorCount(const DdRequest *request) {
     const auto arguments = Argument<uint32_t>(request, offsetof(DdRequest, argumentCount));
     return arguments < kArgumentsBeforeColors ? 0
                                               : (arguments - kArgumentsBeforeColors) / kColorBytes;
@@ -84,6 +86,7 @@ DdRequest *ds_ct(DdRequest *request) noexcept {
     uint8_t *colors = Bytes(request, kColors);
     rev_rgb(static_cast<int32_t>(given), colors, lpEMData->colorMode);
     // Hardened: a start beyond the table finds no entries.
+    // Test: ColorTable.AStartBeyondTheTableTransformsAndCopiesNothing.
     if (start >= kColorTableEntries)
         return request;
     const uint32_t copied = std::min(given, kColorTableEntries - start);

@@ -11,6 +11,7 @@
 #include "platform/global_memory.h"
 #include "platform/status.h"
 #include "platform/text.h"
+#include "raster/device_palette.h"
 #include "raster/picture_size.h"
 #include "setup/setup.h"
 
@@ -26,12 +27,12 @@ constexpr uint16_t kTrueColor = 24;
 constexpr uint16_t kFourBytes = 32;
 constexpr uint16_t kOutputCmyk = 2;
 
-/// One bitmap on its way through the stages.
+// One bitmap on its way through the stages.
 struct CellPicture {
-    MemoryHandle bitmap; ///< what the next stage works on
-    MemoryHandle made;   ///< the same when a stage made it, else 0: the caller's
+    MemoryHandle bitmap; // what the next stage works on
+    MemoryHandle made;   // the same when a stage made it, else 0: the caller's
     MemoryHandle palette;
-    uint32_t width; ///< of the bitmap given
+    uint32_t width; // of the bitmap given
     uint32_t height;
     uint32_t targetWidth;
     uint32_t targetHeight;
@@ -44,29 +45,19 @@ struct CellPicture {
     int32_t progress;
 };
 
-int32_t Poll(const CellPicture &picture) noexcept {
-    const ExportRecord *status = lpEMData->statusRecord;
-    if (!status)
-        return KOWEN_OK;
-    const int32_t refused =
-        CallGetSet_Status(status->statusCallback, status->context, KOWEN_STATUS_PROGRESS, 0, 0,
-                          picture.progress, 0, nullptr);
-    return refused != 0 ? KOWEN_ERR_CANCELLED : KOWEN_OK;
-}
-
-int32_t PollStage(CellPicture &picture) noexcept {
+int32_t PollStage(CellPicture &picture) {
     picture.progress += kStageProgress;
-    return Poll(picture);
+    return PollHost(lpEMData->statusRecord, picture.progress);
 }
 
-/// True when a block holds a bitmap of the given size.
-bool Holds(MemoryHandle block, uint32_t width, uint32_t height, uint16_t depth) noexcept {
+// True when a block holds a bitmap of the given size.
+bool Holds(MemoryHandle block, uint32_t width, uint32_t height, uint16_t depth) {
     RowLayout layout;
     return LayOutRows(width, depth, height, &layout) && layout.bytes <= GlobalSize(block);
 }
 
-/// Takes a stage's new bitmap in place of the earlier one.
-int32_t Replace(CellPicture &picture, MemoryHandle bitmap) noexcept {
+// Takes a stage's new bitmap in place of the earlier one.
+int32_t Replace(CellPicture &picture, MemoryHandle bitmap) {
     if (!bitmap)
         return KOWEN_ERR_MEMORY;
     rlFreeNewData(picture.made);
@@ -74,7 +65,7 @@ int32_t Replace(CellPicture &picture, MemoryHandle bitmap) noexcept {
     return KOWEN_OK;
 }
 
-int32_t QueryTarget(CellPicture &picture, int32_t resolution) noexcept {
+int32_t QueryTarget(CellPicture &picture, int32_t resolution) {
     double width = picture.width;
     double height = picture.height;
     if (resolution != 0) {
@@ -97,7 +88,7 @@ int32_t QueryTarget(CellPicture &picture, int32_t resolution) noexcept {
     return usable ? KOWEN_OK : KOWEN_ERR_MEMORY;
 }
 
-int32_t Shrink(CellPicture &picture) noexcept {
+int32_t Shrink(CellPicture &picture) {
     if (!picture.shrinks)
         return KOWEN_OK;
     const int32_t failed =
@@ -106,22 +97,18 @@ int32_t Shrink(CellPicture &picture) noexcept {
     return failed ? failed : PollStage(picture);
 }
 
-/// Hardened: the palette has an entry for every value of the depth, those beyond the
-/// device's colour table black, so that no conversion reads past it.
-int32_t MakePalette(CellPicture &picture) noexcept {
+// Hardened: the palette has an entry for every value of the depth, those beyond the device's
+// colour table black, so that no conversion reads past it.
+// Test: RasterWriteCells.DepthsWithoutALayoutTakeTheFirstColor.
+int32_t MakePalette(CellPicture &picture) {
     if (picture.depth >= kTrueColor)
         return KOWEN_OK;
-    const uint32_t bytes = std::max(kColorTableBytes, kColorBytes << picture.depth);
-    picture.palette = GlobalAlloc(kGlobalFlags, bytes);
-    void *colors = rlLockMemory(picture.palette);
-    if (!colors)
-        return KOWEN_ERR_MEMORY;
-    std::memcpy(colors, lpEMData->colorTable, kColorTableBytes);
-    return KOWEN_OK;
+    picture.palette = MakeDevicePalette(std::max(kColorTableBytes, kColorBytes << picture.depth));
+    return picture.palette ? KOWEN_OK : KOWEN_ERR_MEMORY;
 }
 
-/// Drops the fourth component. The pixels are converted where they are.
-int32_t ConvertFourComponents(CellPicture &picture) noexcept {
+// Drops the fourth component. The pixels are converted where they are.
+int32_t ConvertFourComponents(CellPicture &picture) {
     const bool four = picture.colors == kCellsCmyk || picture.colors == kCellsRgbAlpha;
     if (!four || picture.targetDepth >= picture.depth)
         return KOWEN_OK;
@@ -134,7 +121,7 @@ int32_t ConvertFourComponents(CellPicture &picture) noexcept {
     return KOWEN_OK;
 }
 
-int32_t ConvertDepth(CellPicture &picture) noexcept {
+int32_t ConvertDepth(CellPicture &picture) {
     if (picture.targetDepth == picture.depth)
         return KOWEN_OK;
     const uint32_t width = picture.shrinks ? picture.targetWidth : picture.width;
@@ -150,8 +137,8 @@ int32_t ConvertDepth(CellPicture &picture) noexcept {
     return failed ? failed : PollStage(picture);
 }
 
-/// Never does anything: nobody answers an output format, so that it stays 0.
-int32_t ConvertToCmyk(CellPicture &picture) noexcept {
+// Never does anything: nobody answers an output format, so that it stays 0.
+int32_t ConvertToCmyk(CellPicture &picture) {
     if (picture.outputFormat != kOutputCmyk || picture.targetDepth != kFourBytes)
         return KOWEN_OK;
     if (!Holds(picture.bitmap, picture.targetWidth, picture.targetHeight, kFourBytes))
@@ -161,7 +148,7 @@ int32_t ConvertToCmyk(CellPicture &picture) noexcept {
     return KOWEN_OK;
 }
 
-int32_t Stretch(CellPicture &picture) noexcept {
+int32_t Stretch(CellPicture &picture) {
     if (!picture.stretches)
         return KOWEN_OK;
     const int32_t failed = Replace(
@@ -170,16 +157,18 @@ int32_t Stretch(CellPicture &picture) noexcept {
     return failed ? failed : PollStage(picture);
 }
 
-int32_t AnnounceWriting(CellPicture &picture) noexcept {
+int32_t AnnounceWriting(CellPicture &picture) {
     if (picture.progress >= kWritingProgress)
         return KOWEN_OK;
     picture.progress = kWritingProgress;
-    return Poll(picture);
+    return PollHost(lpEMData->statusRecord, picture.progress);
 }
 
-/// Hardened: the cell writer reads 24-bit rows of the target width. A bitmap with fewer
-/// bytes (only the widths differed, or the target depth is not 24) is not written.
-int32_t Write(CellPicture &picture) noexcept {
+// Hardened: the cell writer reads 24-bit rows of the target width. A bitmap with fewer bytes (only
+// the widths differed, or the target depth is not 24) is not written.
+// Tests: RasterWriteCells.ATargetDepthBelow24BitsIsAnError and
+// ...FourComponentsThatDoNotReachTheTargetSizeAreAnError.
+int32_t Write(CellPicture &picture) {
     if (!Holds(picture.bitmap, picture.targetWidth, picture.targetHeight, kTrueColor))
         return KOWEN_ERR_MEMORY;
     const void *palette = picture.palette ? rlLockMemory(picture.palette) : lpEMData->colorTable;
@@ -192,7 +181,8 @@ int32_t Write(CellPicture &picture) noexcept {
     const int32_t result =
         WriteCellBits(output, picture.bitmap, picture.targetWidth, picture.targetHeight,
                       picture.targetDepth, static_cast<uint16_t>(picture.colors), environment);
-    // Hardened: a picture whose rows are not all there gets no end mark.
+    // Hardened: a picture whose rows are not all there gets no EOI.
+    // Test: RasterWriteCells.AFailedWriteIsReported.
     if (result != KOWEN_OK)
         FreeCompressEnv(environment);
     else
@@ -200,11 +190,11 @@ int32_t Write(CellPicture &picture) noexcept {
     return result;
 }
 
-using Stage = int32_t (*)(CellPicture &picture) noexcept;
+using Stage = int32_t (*)(CellPicture &picture);
 constexpr Stage kStages[] = {Shrink,        MakePalette, ConvertFourComponents, ConvertDepth,
                              ConvertToCmyk, Stretch,     AnnounceWriting,       Write};
 
-int32_t RunStages(CellPicture &picture, int32_t resolution) noexcept {
+int32_t RunStages(CellPicture &picture, int32_t resolution) {
     if (const int32_t obstacle = DrawingObstacle())
         return obstacle;
     if (picture.width == 0 || picture.height == 0 ||

@@ -16,20 +16,20 @@ namespace {
 
 constexpr int32_t kProgressRange = 100;
 
-int32_t TransformOf(int32_t colorMode) noexcept {
+int32_t TransformOf(int32_t colorMode) {
     const bool known =
         colorMode >= KOWEN_COLOR_UNCHANGED && colorMode <= KOWEN_COLOR_GREY_SCALE_INVERTED;
     return known ? colorMode - KOWEN_COLOR_UNCHANGED : 0;
 }
 
-void MakeSetupCurrent(MemoryHandle setup) noexcept {
+void MakeSetupCurrent(MemoryHandle setup) {
     hSetup = hRaster = lpEMData->setup = setup;
     lpSetup = lpRaster = Lock<SetupRecord>(setup);
     lpEMData->colorMode = lpSetup ? TransformOf(lpSetup->colorMode) : 0;
 }
 
-/// The setup keeps the status record too, so that the band loop of primitive -6 finds it.
-void KeepStatusRecord(ExportRecord *status) noexcept {
+// The setup keeps the status record too, so that the band loop of primitive -6 finds it.
+void KeepStatusRecord(ExportRecord *status) {
     lpEMData->statusRecord = status;
     if (lpSetup)
         lpSetup->exportRecord = status;
@@ -38,7 +38,7 @@ void KeepStatusRecord(ExportRecord *status) noexcept {
                           KOWEN_STATUS_CODE_RANGE, kProgressRange, 0, 0, nullptr);
 }
 
-bool MakeReturnArea(OpenRecord *record) noexcept {
+bool MakeReturnArea(OpenRecord *record) {
     ReturnArea &area = lpEMData->returnArea;
     area.handle = GlobalAlloc(kGlobalFlags, record->returnAreaSize);
     area.data = Lock<uint8_t>(area.handle);
@@ -49,37 +49,37 @@ bool MakeReturnArea(OpenRecord *record) noexcept {
     return true;
 }
 
-/// Hardened: a name that does not fit is not kept, so that no other file is opened in its
-/// place; opening the device reports it.
-void KeepOutputName(const char *name) noexcept {
+// Hardened: a name that does not fit is not kept, so that no other file is opened in its place;
+// opening the device reports it. Test: OpenDevice.ALongerNameFailsAtTheOpenAndAtTheClose.
+void KeepOutputName(const char *name) {
     const size_t length = name ? std::strlen(name) : 0;
     lpEMData->nameTooLong = length >= kDeviceNameBytes;
     if (length > 0 && !lpEMData->nameTooLong)
         std::memcpy(lpEMData->outputName, name, length);
 }
 
-void ForgetStatusIn(SetupRecord *setup) noexcept {
+void ClearStatusIn(SetupRecord *setup) {
     if (setup && setup->exportRecord == lpEMData->statusRecord)
         setup->exportRecord = nullptr;
 }
 
-void ForgetStatusRecord() noexcept {
-    ForgetStatusIn(lpSetup);
-    ForgetStatusIn(lpRaster);
+void ClearStatusRecord() {
+    ClearStatusIn(lpSetup);
+    ClearStatusIn(lpRaster);
 }
 
-/// Closes an open device and frees what the record owns.
-void EndDevice() noexcept {
+// Closes an open device and frees what the record owns.
+void EndDevice() {
     if (lpEMData->stateWord != kStateInitialised)
         d_cldv(nullptr);
-    ForgetStatusRecord();
+    ClearStatusRecord();
     GlobalUnlock(lpEMData->returnArea.handle);
     GlobalFree(lpEMData->returnArea.handle);
     GlobalFree(lpEMData->pictureBitmap);
     FreeOutputBlock(&lpEMData->outputBlock);
 }
 
-int32_t OpenDeviceOutput() noexcept {
+int32_t OpenDeviceOutput() {
     if (lpEMData->nameTooLong)
         return KOWEN_ERR_OUTPUT;
     FreeOutputBlock(&lpEMData->outputBlock);
@@ -104,7 +104,7 @@ int32_t RASTER_initdvr(OpenRecord *record) noexcept {
     MakeSetupCurrent(record->setup);
     KeepStatusRecord(record->exportRecord);
     if (!MakeReturnArea(record)) {
-        ForgetStatusRecord();
+        ClearStatusRecord();
         FreeGlobal();
         return KOWEN_ERR_MEMORY;
     }
@@ -131,13 +131,14 @@ DdRequest *d_opdv(DdRequest *request) noexcept {
 }
 
 // Hardened: the file's handle is cleared, so that a second close finds none.
+// Test: CloseDevice.ASecondCloseDoesNothingMore.
 DdRequest *d_cldv(DdRequest *request) noexcept {
     lpEMData->stateWord = kStateInitialised;
     const FileHandle file = lpEMData->outputFile;
     lpEMData->outputFile = 0;
     if (RASTER_escape() != 0) {
         qivCloseandDelete(file, lpEMData->outputName);
-        ForgetOutput(file);
+        ClearOutput(file);
     } else if (CloseOutput(file) != 0) {
         push_er(KOWEN_ERR_OUTPUT);
     }

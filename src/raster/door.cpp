@@ -20,14 +20,15 @@ using DeviceDoor = int32_t (*)(uint32_t, uint16_t, void *);
 
 constexpr int32_t kVersionBytes = 4;
 
-/// Hardened: a host that calls a door from inside its own callback finds it shut. Its
-/// records would otherwise be freed under the work that goes on. Only the version, which touches
-/// no record, is told all the same.
-bool IsShut() noexcept {
+// Hardened: a host that calls a door from inside its own callback finds it shut. Its records would
+// otherwise be freed under the work that goes on. Only the version, which touches no record, is
+// told all the same. Tests: RasterDoor.IsShutInsideItsOwnCallbacks and
+// ...TellsItsVersionInsideItsOwnCallbacks.
+bool IsShut() {
     return HostCall::Underway();
 }
 
-int32_t CopyVersion(void *out) noexcept {
+int32_t CopyVersion(void *out) {
     if (!out)
         return 0;
     const uint32_t version = QIVGetFilterVersion();
@@ -36,7 +37,7 @@ int32_t CopyVersion(void *out) noexcept {
     return kVersionBytes;
 }
 
-int32_t ShortDoor(int16_t function, void *out, DeviceDoor door) noexcept {
+int32_t ShortDoor(int16_t function, void *out, DeviceDoor door) {
     if (function == KOWEN_DOOR_VERSION)
         CopyVersion(out);
     else if (function == KOWEN_DOOR_ADDRESS && out)
@@ -44,17 +45,17 @@ int32_t ShortDoor(int16_t function, void *out, DeviceDoor door) noexcept {
     return 0;
 }
 
-void RunRequest(DdRequest *request) noexcept {
+void RunRequest(DdRequest *request) {
     getfunc(Argument<uint32_t>(request, offsetof(DdRequest, opcode)))(request);
 }
 
-int32_t InitialiseRaster(OpenRecord *record) noexcept {
+int32_t InitialiseRaster(OpenRecord *record) {
     if (hCommon && lpEMData && lpEMData->stateWord != -1)
         return 0;
     return RASTER_initdvr(record);
 }
 
-int32_t DispatchRaster(DdRequest *request) noexcept {
+int32_t DispatchRaster(DdRequest *request) {
     if (!lpEMData)
         return 0;
     lpEMData->errorStack.currentError = 0;
@@ -64,21 +65,21 @@ int32_t DispatchRaster(DdRequest *request) noexcept {
     return lpEMData->errorStack.currentError;
 }
 
-int32_t TerminateRaster() noexcept {
+int32_t TerminateRaster() {
     if (lpEMData)
         lpEMData->errorStack.currentError = 0;
     return RASTER_termdvr();
 }
 
-int32_t InitialiseExport(OpenRecord *record) noexcept {
+int32_t InitialiseExport(OpenRecord *record) {
     if (hCommon && lpCommon && lpCommon->stateWord != kStateInitialised)
         return 0;
     return initdvr(record);
 }
 
-// Hardened: without a raster device record getfunc finds d_noop for every opcode, so that
-// no handler runs without the record it works on.
-int32_t DispatchExport(DdRequest *request) noexcept {
+// Hardened: without a raster device record getfunc finds d_noop for every opcode, so that no
+// handler runs without the record it works on. Test: ExportDoor.RunsNothingWithoutADevice.
+int32_t DispatchExport(DdRequest *request) {
     if (!lpCommon)
         return 0;
     lpCommon->currentError = 0;
@@ -90,7 +91,7 @@ int32_t DispatchExport(DdRequest *request) noexcept {
     return lpCommon->currentError;
 }
 
-int32_t TerminateExport() noexcept {
+int32_t TerminateExport() {
     if (lpCommon)
         lpCommon->currentError = 0;
     return termdvr(0);

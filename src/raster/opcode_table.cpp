@@ -16,7 +16,7 @@ constexpr int32_t kSupported = 2;
 constexpr int32_t kNotSupported = 0;
 constexpr int32_t kLowestPrimitive = -7;
 
-/// Answers of InqGDPSupport by negated primitive; word 0 is never read.
+// Answers of InqGDPSupport by negated primitive; word 0 is never read.
 constexpr int32_t GDPSupport[8] = {};
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "raster/picture_size.h"
 
 #include "device/device_record.h"
+#include "platform/row_bytes.h"
 #include "platform/text.h"
 
 namespace kowen {
@@ -8,7 +9,7 @@ namespace {
 
 constexpr int32_t kPrecisionOneBit = -32768;
 
-uint64_t Span(double from, double to) noexcept {
+uint64_t Span(double from, double to) {
     const int64_t difference = int64_t{TruncateToInt32(to)} - TruncateToInt32(from);
     return static_cast<uint64_t>(difference < 0 ? -difference : difference) + 1;
 }
@@ -28,10 +29,6 @@ uint32_t DepthOfPrecision(int32_t precision) noexcept {
         return 1;
     const auto word = static_cast<uint32_t>(precision);
     return precision < 0 ? 0u - word : word;
-}
-
-uint64_t PaddedRowBytes(uint64_t width, uint64_t depth) noexcept {
-    return ((width * depth + 7) / 8 + 3) / 4 * 4;
 }
 
 // A row is measured in bits first, so the bits of a row must fit as well.

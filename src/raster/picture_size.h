@@ -14,9 +14,6 @@ uint64_t WindowRows() noexcept;
 /// Bits per pixel from a request's precision: -32768 means 1, any other negative its absolute.
 uint32_t DepthOfPrecision(int32_t precision) noexcept;
 
-/// Bytes of a row of pixels, padded to a multiple of 4. Exact for every 32-bit width and depth.
-uint64_t PaddedRowBytes(uint64_t width, uint64_t depth) noexcept;
-
 /// How a bitmap lies in memory.
 struct RowLayout {
     uint32_t width;  ///< pixels per row

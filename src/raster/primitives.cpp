@@ -7,6 +7,7 @@
 #include "kowen/codes.h"
 #include "platform/global_memory.h"
 #include "raster/cell_output.h"
+#include "raster/device_palette.h"
 #include "raster/picture_size.h"
 #include "setup/setup.h"
 
@@ -19,10 +20,10 @@ constexpr size_t kPrimitive = 16;
 constexpr size_t kPointCount = 20;
 constexpr size_t kPoints = 24;
 constexpr size_t kPointBytes = 24;
-constexpr size_t kDataHead = 4; ///< the length word before the data
+constexpr size_t kDataHead = 4; // the length word before the data
 constexpr uint32_t kTrueColor = 24;
 
-/// The data of primitive -5, as far as it counts.
+// The data of primitive -5, as far as it counts.
 struct PictureData {
     uint32_t width;
     uint32_t height;
@@ -32,15 +33,17 @@ struct PictureData {
 };
 static_assert(sizeof(PictureData) == 16);
 
-/// The picture record of primitive -6: a bitmap record and the full resolution behind it.
+// The picture record of primitive -6: a bitmap record and the full resolution behind it.
 struct PrimitivePicture {
     BitmapRecord bitmap;
     int32_t resolution;
 };
 
-/// Reads the data behind the points. Hardened: bytes beyond the data's length count as 0.
-/// Returns false when the points alone do not fit into 32 bits.
-bool ReadPictureData(const DdRequest *request, PictureData *data) noexcept {
+// Reads the data behind the points. Returns false when the points alone do not fit into 32 bits.
+//
+// Hardened: bytes beyond the data's length count as 0.
+// Test: OpenPicture.DataThatIsCutShortCountsAsZero.
+bool ReadPictureData(const DdRequest *request, PictureData *data) {
     const auto points = Argument<uint32_t>(request, kPointCount);
     if (points > (UINT32_MAX - kPoints - kDataHead - sizeof *data) / kPointBytes)
         return false;
@@ -50,21 +53,22 @@ bool ReadPictureData(const DdRequest *request, PictureData *data) noexcept {
     return true;
 }
 
-/// The window's columns, at most the picture's; compared as signed words.
-uint64_t ColumnsOf(const PictureData &data) noexcept {
+// The window's columns, at most the picture's; compared as signed words.
+uint64_t ColumnsOf(const PictureData &data) {
     const uint64_t columns = WindowColumns();
     const bool limited = static_cast<int64_t>(columns) > static_cast<int32_t>(data.width);
     return limited ? data.width : columns;
 }
 
-/// Hardened: a picture bitmap that is still there is freed, not lost.
-void FreePictureBitmap() noexcept {
+// Hardened: a picture bitmap that is still there is freed, not lost. Test:
+// OpenPicture.TwiceStartsAnew.
+void FreePictureBitmap() {
     GlobalUnlock(lpEMData->pictureBitmap);
     GlobalFree(lpEMData->pictureBitmap);
     lpEMData->pictureBitmap = 0;
 }
 
-void OpenPicture(const DdRequest *request) noexcept {
+void OpenPicture(const DdRequest *request) {
     FreePictureBitmap();
     PictureData data = {};
     RowLayout layout = {};
@@ -83,23 +87,16 @@ void OpenPicture(const DdRequest *request) noexcept {
         lpEMData->pictureBitmap = GlobalAlloc(kGlobalFlags, layout.bytes);
 }
 
-/// Makes the palette of a picture below 24 bits: 2^depth entries, of which those beyond the
-/// device's colour table are black. Returns false without memory.
-bool MakePalette(MemoryHandle *palette) noexcept {
+// Makes the palette of a picture below 24 bits: 2^depth entries. Returns false without memory.
+bool MakePalette(MemoryHandle *palette) {
     *palette = 0;
     if (lpEMData->pictureDepth >= kTrueColor)
         return true;
-    const uint32_t bytes = kColorBytes << lpEMData->pictureDepth;
-    *palette = GlobalAlloc(kGlobalFlags, bytes);
-    void *colors = GlobalLock(*palette);
-    if (!colors)
-        return false;
-    std::memcpy(colors, lpEMData->colorTable, std::min(bytes, kColorTableBytes));
-    GlobalUnlock(*palette);
-    return true;
+    *palette = MakeDevicePalette(kColorBytes << lpEMData->pictureDepth);
+    return *palette != 0;
 }
 
-PrimitivePicture DescribePicture(MemoryHandle palette) noexcept {
+PrimitivePicture DescribePicture(MemoryHandle palette) {
     PrimitivePicture picture = {};
     picture.bitmap.depth = static_cast<uint16_t>(lpEMData->pictureDepth);
     picture.bitmap.width = static_cast<uint16_t>(lpEMData->pictureWidth);
@@ -113,7 +110,7 @@ PrimitivePicture DescribePicture(MemoryHandle palette) noexcept {
     return picture;
 }
 
-int32_t OutputBitmap(MemoryHandle palette) noexcept {
+int32_t OutputBitmap(MemoryHandle palette) {
     if (const int32_t obstacle = DrawingObstacle())
         return obstacle;
     // An export through the bitmap door meanwhile has put its own record there.
@@ -122,7 +119,7 @@ int32_t OutputBitmap(MemoryHandle palette) noexcept {
     return OutputPicture(lpEMData->outputFile, &picture, DrawExportCellData);
 }
 
-void WritePicture() noexcept {
+void WritePicture() {
     lpEMData->pictureOpen = 0;
     MemoryHandle palette;
     if (!MakePalette(&palette)) {

@@ -22,18 +22,18 @@ DeviceInfo display = {};
 DeviceInfo printer = {};
 
 // atoi, saturated where that is undefined.
-int32_t ParseInteger(const char *text) noexcept {
+int32_t ParseInteger(const char *text) {
     const long value = std::strtol(text, nullptr, 10);
     return static_cast<int32_t>(std::clamp<long>(value, INT32_MIN, INT32_MAX));
 }
 
-int32_t NextInteger(const char **text) noexcept {
+int32_t NextInteger(const char **text) {
     const int32_t value = ParseInteger(*text);
     moveptr(text);
     return value;
 }
 
-DeviceInfo ParseDisplay(const char *text) noexcept {
+DeviceInfo ParseDisplay(const char *text) {
     DeviceInfo info = {};
     info.width = NextInteger(&text);
     info.height = NextInteger(&text);
@@ -46,7 +46,7 @@ DeviceInfo ParseDisplay(const char *text) noexcept {
     return info;
 }
 
-DeviceInfo StoredDisplay() noexcept {
+DeviceInfo StoredDisplay() {
     DeviceInfo info = {kDefaultWidthPixels, kDefaultHeightPixels, kDefaultResolution,
                        kDefaultResolution};
     if (display.width != 0.0)
@@ -61,14 +61,14 @@ DeviceInfo StoredDisplay() noexcept {
 }
 
 int32_t Answer(const DeviceInfo &info, double *width, double *height, int16_t *xResolution,
-               int16_t *yResolution) noexcept {
-    if (width != nullptr)
+               int16_t *yResolution) {
+    if (width)
         *width = info.width;
-    if (height != nullptr)
+    if (height)
         *height = info.height;
-    if (xResolution != nullptr)
+    if (xResolution)
         *xResolution = static_cast<int16_t>(info.xResolution);
-    if (yResolution != nullptr)
+    if (yResolution)
         *yResolution = static_cast<int16_t>(info.yResolution);
     return 0;
 }
@@ -88,7 +88,7 @@ void SetPrinterInfo(double width, double height, int16_t xResolution,
 int32_t GetDisplayInfo(double *width, double *height, int16_t *xResolution,
                        int16_t *yResolution) noexcept {
     const char *variable = std::getenv("DISPLAYINFO");
-    const bool given = variable != nullptr && *variable != 0;
+    const bool given = variable && *variable != 0;
     DeviceInfo info = given ? ParseDisplay(variable) : StoredDisplay();
     info.width /= info.xResolution;
     info.height /= info.yResolution;

@@ -20,6 +20,7 @@ void SetPrinterInfo(double width, double height, int16_t xResolution, int16_t yR
 /// everything that was stored; what neither names is 1280 x 1078 pixels at 96 x 96. A missing
 /// integer of the variable counts as 0.
 /// Hardened: a resolution of 0 in the variable counts as 96; the size would be infinite.
+/// Test: GetDisplayInfoTest.AZeroResolutionInTheVariableCountsAs96.
 /// Kept deliberately: the size is divided by the whole resolution, of which the low 16 bits are
 /// answered. Test: GetDisplayInfoTest.ALargeResolutionIsCutTo16BitsAfterTheDivision.
 int32_t GetDisplayInfo(double *width, double *height, int16_t *xResolution,

@@ -41,26 +41,26 @@ struct EscapeCall {
 
 // In and out are in the host's byte order and need no alignment. False: the size is wrong or there
 // is no value.
-template <typename T> bool ReadInput(const EscapeCall &call, T *value) noexcept {
-    if (call.size != sizeof *value || call.in == nullptr)
+template <typename T> bool ReadInput(const EscapeCall &call, T *value) {
+    if (call.size != sizeof *value || !call.in)
         return false;
     std::memcpy(value, call.in, sizeof *value);
     return true;
 }
 
-template <typename T> int32_t WriteOutput(const EscapeCall &call, const T &value) noexcept {
-    if (call.out == nullptr)
+template <typename T> int32_t WriteOutput(const EscapeCall &call, const T &value) {
+    if (!call.out)
         return kRejected;
     std::memcpy(call.out, &value, sizeof value);
     return kHandled;
 }
 
-void PersistInteger(const EscapeCall &call, StringId key, int32_t value) noexcept {
+void PersistInteger(const EscapeCall &call, StringId key, int32_t value) {
     if (call.persist)
         WriteSetting(call.setup, key, kIntegerFormat, static_cast<int>(value));
 }
 
-int32_t SetColorMode(const EscapeCall &call) noexcept {
+int32_t SetColorMode(const EscapeCall &call) {
     int32_t input;
     if (!ReadInput(call, &input) || input < kMinHostColor || input > kMaxHostColor)
         return kRejected;
@@ -69,7 +69,7 @@ int32_t SetColorMode(const EscapeCall &call) noexcept {
     return kHandled;
 }
 
-int32_t GetColorMode(const EscapeCall &call) noexcept {
+int32_t GetColorMode(const EscapeCall &call) {
     if (call.size != sizeof(int32_t))
         return kHandled;
     const int32_t mode = call.setup.colorMode;
@@ -78,7 +78,7 @@ int32_t GetColorMode(const EscapeCall &call) noexcept {
     return WriteOutput(call, mode - kHostColorOffset);
 }
 
-int32_t SetColorFormat(const EscapeCall &call) noexcept {
+int32_t SetColorFormat(const EscapeCall &call) {
     int32_t input;
     if (!ReadInput(call, &input))
         return kRejected;
@@ -99,7 +99,7 @@ int32_t SetColorFormat(const EscapeCall &call) noexcept {
     return kHandled;
 }
 
-int32_t SetResolution(const EscapeCall &call, int16_t *resolution, StringId key) noexcept {
+int32_t SetResolution(const EscapeCall &call, int16_t *resolution, StringId key) {
     int32_t input;
     if (!ReadInput(call, &input) || !ResolutionIsValid(input))
         return kRejected;
@@ -108,7 +108,7 @@ int32_t SetResolution(const EscapeCall &call, int16_t *resolution, StringId key)
     return kHandled;
 }
 
-int32_t SetWidth(const EscapeCall &call) noexcept {
+int32_t SetWidth(const EscapeCall &call) {
     double input;
     if (!ReadInput(call, &input) || !InchesAreValid(input))
         return kRejected;
@@ -118,7 +118,7 @@ int32_t SetWidth(const EscapeCall &call) noexcept {
     return kHandled;
 }
 
-int32_t SetHeight(const EscapeCall &call) noexcept {
+int32_t SetHeight(const EscapeCall &call) {
     double input;
     if (!ReadInput(call, &input) || !InchesAreValid(input))
         return kRejected;
@@ -128,7 +128,7 @@ int32_t SetHeight(const EscapeCall &call) noexcept {
     return kHandled;
 }
 
-int32_t GetResolution(const EscapeCall &call) noexcept {
+int32_t GetResolution(const EscapeCall &call) {
     struct {
         int32_t x;
         int32_t y;
@@ -138,7 +138,7 @@ int32_t GetResolution(const EscapeCall &call) noexcept {
     return WriteOutput(call, answer);
 }
 
-int32_t GetSize(const EscapeCall &call) noexcept {
+int32_t GetSize(const EscapeCall &call) {
     SizeInches answer = {0.0, 0.0};
     if (call.setup.sizeMode != KOWEN_SIZE_FROM_PICTURE)
         answer = {call.setup.width, call.setup.height};
@@ -148,8 +148,7 @@ int32_t GetSize(const EscapeCall &call) noexcept {
 // The host counts a mode's codes from 0; a number beyond the last one changes nothing.
 // Kept deliberately: a mode is never persisted, whatever the persist flag says.
 // Test: EscapeTest.ModesAreNeverPersisted.
-int32_t SetMode(const EscapeCall &call, int32_t *mode, int32_t firstCode,
-                int32_t lastCode) noexcept {
+int32_t SetMode(const EscapeCall &call, int32_t *mode, int32_t firstCode, int32_t lastCode) {
     int32_t input;
     if (call.size != sizeof input)
         return kHandled;
@@ -160,12 +159,12 @@ int32_t SetMode(const EscapeCall &call, int32_t *mode, int32_t firstCode,
     return kHandled;
 }
 
-int32_t SetHostValue(const EscapeCall &call) noexcept {
+int32_t SetHostValue(const EscapeCall &call) {
     call.setup.hostValue = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(call.in));
     return kHandled;
 }
 
-int32_t SetQuality(const EscapeCall &call) noexcept {
+int32_t SetQuality(const EscapeCall &call) {
     int32_t input;
     if (!ReadInput(call, &input) || !QualityIsValid(input))
         return kRejected;
@@ -174,10 +173,10 @@ int32_t SetQuality(const EscapeCall &call) noexcept {
     return kHandled;
 }
 
-int32_t QueryRaster(const EscapeCall &call) noexcept {
-    if (call.in == nullptr || call.out == nullptr)
+int32_t QueryRaster(const EscapeCall &call) {
+    if (!call.in || !call.out)
         return kRejected;
-    if (lpRaster == nullptr)
+    if (!lpRaster)
         return kHandled;
     RasterQuery query;
     RasterAnswer answer;
@@ -186,7 +185,7 @@ int32_t QueryRaster(const EscapeCall &call) noexcept {
     return WriteOutput(call, answer);
 }
 
-int32_t SetHostIo(const EscapeCall &call) noexcept {
+int32_t SetHostIo(const EscapeCall &call) {
     if (call.size != kProcedureSize)
         return kHandled;
     call.setup.ioProcedure = reinterpret_cast<HostIoProcedure>(const_cast<void *>(call.in));
@@ -195,7 +194,7 @@ int32_t SetHostIo(const EscapeCall &call) noexcept {
     return kHandled;
 }
 
-int32_t Dispatch(const EscapeCall &call, int32_t code) noexcept {
+int32_t Dispatch(const EscapeCall &call, int32_t code) {
     SetupRecord &setup = call.setup;
     switch (code) {
     case KOWEN_ESCAPE_SET_COLOR_MODE:
@@ -247,7 +246,7 @@ int32_t xEscapeSetup(MemoryHandle setup, int32_t code, uint32_t size, const void
     if (setup == 0)
         return kRejected;
     SetupRecord *record = Lock<SetupRecord>(setup);
-    if (record == nullptr)
+    if (!record)
         return kRejected;
     const int32_t result = Dispatch({setup, *record, size, in, out, persist != 0}, code);
     GlobalUnlock(setup);

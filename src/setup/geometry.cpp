@@ -15,25 +15,25 @@ static_assert(std::numeric_limits<double>::is_iec559, "a ratio over 0 must be in
 
 constexpr int32_t kAnswerBitsPerPixel = 24;
 
-int32_t PagePixels(int16_t dotsPerInch, double inches) noexcept {
+int32_t PagePixels(int16_t dotsPerInch, double inches) {
     return TruncateToInt32(dotsPerInch * inches);
 }
 
-int32_t PagePixelsRoundedUp(int16_t dotsPerInch, double inches) noexcept {
+int32_t PagePixelsRoundedUp(int16_t dotsPerInch, double inches) {
     return TruncateToInt32(std::ceil(dotsPerInch * inches));
 }
 
-double Inches(int32_t pixels, int16_t dotsPerInch) noexcept {
+double Inches(int32_t pixels, int16_t dotsPerInch) {
     return dotsPerInch == 0 ? 0.0 : static_cast<double>(pixels) / dotsPerInch;
 }
 
 // side - trunc(side - target): the part that is cut off is truncated, so the rest rounds up.
-int32_t ShrinkSide(int32_t side, double target) noexcept {
+int32_t ShrinkSide(int32_t side, double target) {
     const int64_t rest = int64_t{side} - TruncateToInt32(side - target);
     return static_cast<int32_t>(std::clamp<int64_t>(rest, INT32_MIN, INT32_MAX));
 }
 
-void FitPage(const SetupRecord &setup, double pictureRatio, SizeInches *size) noexcept {
+void FitPage(const SetupRecord &setup, double pictureRatio, SizeInches *size) {
     const int16_t xResolution = setup.header.xResolution;
     const int16_t yResolution = setup.header.yResolution;
     int32_t width = PagePixels(xResolution, setup.width);
@@ -47,25 +47,25 @@ void FitPage(const SetupRecord &setup, double pictureRatio, SizeInches *size) no
     size->height = Inches(height, yResolution);
 }
 
-double InclusiveExtent(int32_t pixels) noexcept {
+double InclusiveExtent(int32_t pixels) {
     return std::abs(static_cast<double>(pixels)) + 1.0;
 }
 
-int16_t Low16(int32_t value) noexcept {
+int16_t Low16(int32_t value) {
     return static_cast<int16_t>(value);
 }
 
-void TakeSize(SetupRecord &setup, int32_t width, int32_t height, int16_t dotsPerInch) noexcept {
+void TakeSize(SetupRecord &setup, int32_t width, int32_t height, int16_t dotsPerInch) {
     setup.width = Inches(width, dotsPerInch);
     setup.height = Inches(height, dotsPerInch);
 }
 
-void TakeResolution(SetupRecord &setup, int16_t dotsPerInch) noexcept {
+void TakeResolution(SetupRecord &setup, int16_t dotsPerInch) {
     setup.header.xResolution = dotsPerInch;
     setup.header.yResolution = dotsPerInch;
 }
 
-void TakeQuery(SetupRecord &setup, const RasterQuery &query) noexcept {
+void TakeQuery(SetupRecord &setup, const RasterQuery &query) {
     const int16_t picture = Low16(query.pictureResolution);
     const int16_t display = Low16(query.displayResolution);
     if (setup.sizeMode == KOWEN_SIZE_FROM_PICTURE && picture != 0)
@@ -78,7 +78,7 @@ void TakeQuery(SetupRecord &setup, const RasterQuery &query) noexcept {
         TakeResolution(setup, display);
 }
 
-double CapAt(double side, double longerSide) noexcept {
+double CapAt(double side, double longerSide) {
     return side * KOWEN_MAX_INCHES / longerSide;
 }
 
@@ -86,7 +86,7 @@ double CapAt(double side, double longerSide) noexcept {
 
 void GetRasterInfo(MemoryHandle /*setup*/, const RasterQuery *query,
                    RasterAnswer *answer) noexcept {
-    if (lpRaster == nullptr)
+    if (!lpRaster)
         return;
     SetupRecord &setup = *lpRaster;
     TakeQuery(setup, *query);
@@ -99,18 +99,18 @@ void GetRasterInfo(MemoryHandle /*setup*/, const RasterQuery *query,
 }
 
 void AdjustAspect(SizeInches *size, int32_t pictureWidth, int32_t pictureHeight) noexcept {
-    if (lpRaster != nullptr)
+    if (lpRaster)
         FitPage(*lpRaster, InclusiveExtent(pictureWidth) / InclusiveExtent(pictureHeight), size);
 }
 
 int32_t RasterAdjustAspect(SizeInches *size, double pictureWidth, double pictureHeight) noexcept {
-    if (lpRaster != nullptr)
+    if (lpRaster)
         FitPage(*lpRaster, pictureWidth / pictureHeight, size);
     return 0;
 }
 
 int32_t ScaleImageSize(double *width, double *height) noexcept {
-    if (width == nullptr || height == nullptr)
+    if (!width || !height)
         return 0;
     if (*width >= *height && *width > KOWEN_MAX_INCHES) {
         *height = CapAt(*height, *width);

@@ -18,33 +18,33 @@ constexpr int32_t kInchesBytes = 30;
 
 class KeyName {
 public:
-    explicit KeyName(StringId id) noexcept { LoadString(hDLLModule, id, text, kStringBytes); }
-    const char *Text() const noexcept { return text; }
+    explicit KeyName(StringId id) { LoadString(hDLLModule, id, text_, kStringBytes); }
+    const char *Text() const { return text_; }
 
 private:
-    char text[kStringBytes];
+    char text_[kStringBytes];
 };
 
 // A profile is read by hosts of any language, so its numbers have a decimal point. The host's own
 // locale is back at the end of the scope.
 class PlainNumbers {
 public:
-    PlainNumbers() noexcept : plain(newlocale(LC_NUMERIC_MASK, "C", nullptr)) {
-        if (plain != nullptr)
-            before = uselocale(plain);
+    PlainNumbers() noexcept : plain_(newlocale(LC_NUMERIC_MASK, "C", nullptr)) {
+        if (plain_)
+            before_ = uselocale(plain_);
     }
     ~PlainNumbers() {
-        if (plain == nullptr)
+        if (!plain_)
             return;
-        uselocale(before);
-        freelocale(plain);
+        uselocale(before_);
+        freelocale(plain_);
     }
     PlainNumbers(const PlainNumbers &) = delete;
     PlainNumbers &operator=(const PlainNumbers &) = delete;
 
 private:
-    locale_t plain;
-    locale_t before = nullptr;
+    locale_t plain_;
+    locale_t before_ = nullptr;
 };
 
 } // namespace

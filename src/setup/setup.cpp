@@ -24,12 +24,12 @@ static_assert(kSetupTextBytes == kPathBytes);
 
 using SetupText = char[kSetupTextBytes];
 
-bool IsGiven(const char *text) noexcept {
-    return text != nullptr && text[0] != '\0';
+bool IsGiven(const char *text) {
+    return text && text[0] != '\0';
 }
 
 // False leaves the field alone: the text does not fit with its terminator.
-bool CopyWhole(SetupText &field, const char *text) noexcept {
+bool CopyWhole(SetupText &field, const char *text) {
     const std::size_t bytes = std::strlen(text) + 1;
     if (bytes > sizeof field)
         return false;
@@ -37,7 +37,7 @@ bool CopyWhole(SetupText &field, const char *text) noexcept {
     return true;
 }
 
-void CopyCut(SetupText &field, const char *text) noexcept {
+void CopyCut(SetupText &field, const char *text) {
     std::snprintf(field, sizeof field, "%s", text);
 }
 
@@ -45,21 +45,21 @@ void CopyCut(SetupText &field, const char *text) noexcept {
 struct ModulePath {
     char text[kDllNameBytes + 1];
 
-    ModulePath() noexcept {
+    ModulePath() {
         std::memcpy(text, export_szDLLName, kDllNameBytes);
         text[kDllNameBytes] = '\0';
     }
 };
 
 // The module's file name up to its first period: "/opt/kowen.so.2" gives "kowen.ini".
-bool NameProfileAfterModule(SetupText &field, const ModulePath &module) noexcept {
+bool NameProfileAfterModule(SetupText &field, const ModulePath &module) {
     char name[kDllNameBytes + sizeof kProfileExtension];
     s_getname(name, module.text);
     std::strcpy(name + std::strcspn(name, "."), kProfileExtension);
     return CopyWhole(field, name);
 }
 
-bool FindProfile(SetupRecord &setup, const char *profilePath) noexcept {
+bool FindProfile(SetupRecord &setup, const char *profilePath) {
     const ModulePath module;
     const bool named = IsGiven(profilePath) ? CopyWhole(setup.profilePath, profilePath)
                                             : NameProfileAfterModule(setup.profilePath, module);
@@ -68,7 +68,7 @@ bool FindProfile(SetupRecord &setup, const char *profilePath) noexcept {
 
 // Reading finds nothing in an empty section, which is also what becomes of a name that does not
 // fit.
-void ChooseSection(SetupRecord &setup, const char *section) noexcept {
+void ChooseSection(SetupRecord &setup, const char *section) {
     if (IsGiven(section)) {
         CopyWhole(setup.section, section);
         return;
@@ -81,7 +81,7 @@ void ChooseSection(SetupRecord &setup, const char *section) noexcept {
         setup.section[0] = '\0';
 }
 
-void ReadSetup(SetupRecord &setup, const char *section, const char *filterName) noexcept {
+void ReadSetup(SetupRecord &setup, const char *section, const char *filterName) {
     CopyCut(setup.filterName, IsGiven(filterName) ? filterName : szFilter);
     ChooseSection(setup, section);
     LoadProfile(1);
@@ -112,19 +112,20 @@ MemoryHandle CreateSetup(uint32_t /*reserved*/, const char *profilePath, const c
 
 int32_t EditSetup(MemoryHandle setup, uint32_t value) noexcept {
     SetupRecord *record = BindSetup(setup);
-    if (record == nullptr)
+    if (!record)
         return -1;
     record->editValue = value;
     return 0;
 }
 
 int32_t DestroySetup(MemoryHandle setup) noexcept {
-    if (BindSetup(setup) == nullptr)
+    if (!BindSetup(setup))
         return 1;
-    // Hardened: a callback cannot take away the setup whose export called it.
+    // A callback cannot take away the setup whose export called it.
     if (lpRaster->hostCalls.underway != 0)
         return 1;
     // Hardened: a device that its host closes later does not find the freed record.
+    // Test: DestroySetupTest.ADeviceOfTheSetupHasNoneThen.
     if (lpSetup == lpRaster) {
         hSetup = 0;
         lpSetup = nullptr;
@@ -137,7 +138,7 @@ int32_t DestroySetup(MemoryHandle setup) noexcept {
 }
 
 int32_t UseDefaultSettings(SetupRecord *record) noexcept {
-    if (lpRaster != nullptr) {
+    if (lpRaster) {
         lpRaster->colorFormat = KOWEN_FORMAT_YCC422;
         lpRaster->operation = KOWEN_OPERATION_SEQUENTIAL;
     }

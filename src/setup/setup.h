@@ -80,8 +80,10 @@ SetupRecord *BindSetup(MemoryHandle setup) noexcept;
 ///
 /// Kept deliberately: a section without the key "Driver" leaves zeros, not the defaults.
 /// Test: CreateSetupTest.SectionWithoutDriverLeavesZeros.
-/// Hardened: texts are bounded by their fields. A path that does not fit is not found, a
-/// section that does not fit is in no profile, a filter name is cut.
+/// Hardened: texts are bounded by their fields. A path that does not fit is not found, a section
+/// that does not fit is in no profile, a filter name is cut.
+/// Tests: CreateSetupTest.APathThatDoesNotFitIsNotFound, ...ASectionThatDoesNotFitMatchesNothing
+/// and ...AFilterNameThatDoesNotFitIsCut.
 MemoryHandle CreateSetup(uint32_t reserved, const char *profilePath, const char *section,
                          const char *filterName) noexcept;
 

@@ -13,7 +13,7 @@ constexpr char kDefaultHeightText[] = "5.0";
 
 // Kept deliberately: a profile without "Color Format" gives another format than no profile at all.
 // Test: LoadProfileTest.MissingColorFormatIsNotTheBuiltInOne.
-void LoadCodes(SetupRecord &setup) noexcept {
+void LoadCodes(SetupRecord &setup) {
     setup.colorMode = ReadSettingInt(setup, kStringColorMode, KOWEN_COLOR_UNCHANGED);
     setup.sizeMode = ReadSettingInt(setup, kStringSizeMode, KOWEN_SIZE_FROM_PICTURE);
     setup.resolutionMode =
@@ -25,7 +25,7 @@ void LoadCodes(SetupRecord &setup) noexcept {
 }
 
 // A quality mode that is neither leaves the quality as it was.
-void LoadQuality(SetupRecord &setup) noexcept {
+void LoadQuality(SetupRecord &setup) {
     if (setup.qualityMode == KOWEN_QUALITY_FIXED) {
         setup.quality = kDefaultQuality;
     } else if (setup.qualityMode == KOWEN_QUALITY_USER) {
@@ -35,7 +35,7 @@ void LoadQuality(SetupRecord &setup) noexcept {
     }
 }
 
-void LoadResolution(SetupRecord &setup) noexcept {
+void LoadResolution(SetupRecord &setup) {
     JpegHeaderState &header = setup.header;
     if (setup.resolutionMode == KOWEN_RESOLUTION_FROM_PRINTER && setup.printerAvailable == 0)
         setup.resolutionMode = KOWEN_RESOLUTION_FROM_DISPLAY;
@@ -51,7 +51,7 @@ void LoadResolution(SetupRecord &setup) noexcept {
     }
 }
 
-void LoadSize(SetupRecord &setup) noexcept {
+void LoadSize(SetupRecord &setup) {
     if (setup.sizeMode == KOWEN_SIZE_FROM_PRINTER && setup.printerAvailable == 0)
         setup.sizeMode = KOWEN_SIZE_FROM_DISPLAY;
     if (setup.sizeMode == KOWEN_SIZE_FROM_DISPLAY) {
@@ -65,14 +65,14 @@ void LoadSize(SetupRecord &setup) noexcept {
     }
 }
 
-bool LimitResolution(int16_t *dotsPerInch) noexcept {
+bool LimitResolution(int16_t *dotsPerInch) {
     if (ResolutionIsValid(*dotsPerInch))
         return false;
     *dotsPerInch = kDefaultResolution;
     return true;
 }
 
-bool LimitInches(double *inches, double fallback) noexcept {
+bool LimitInches(double *inches, double fallback) {
     if (InchesAreValid(*inches))
         return false;
     *inches = fallback;
@@ -82,7 +82,7 @@ bool LimitInches(double *inches, double fallback) noexcept {
 } // namespace
 
 int32_t LoadProfile(uint32_t /*ignored*/) noexcept {
-    if (lpRaster == nullptr)
+    if (!lpRaster)
         return 0;
     SetupRecord &setup = *lpRaster;
     if (ReadSettingText(setup, kStringDriver, "", setup.driverName, kDriverNameBytes) == 0)
@@ -99,7 +99,7 @@ int32_t SaveProfile() noexcept {
 }
 
 int32_t LimitCheck() noexcept {
-    if (lpRaster == nullptr)
+    if (!lpRaster)
         return 0;
     int32_t result = 0;
     if (LimitResolution(&lpRaster->header.xResolution))
@@ -114,7 +114,7 @@ int32_t LimitCheck() noexcept {
 }
 
 int32_t QualityCheck() noexcept {
-    if (lpRaster == nullptr || QualityIsValid(lpRaster->quality))
+    if (!lpRaster || QualityIsValid(lpRaster->quality))
         return 0;
     lpRaster->quality = kDefaultQuality;
     return kRangeResolution;

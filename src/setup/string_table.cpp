@@ -43,7 +43,7 @@ constexpr std::size_t kStringCount = 23;
 static_assert(std::size(gStringTable) == kStringCount);
 
 // Returns the length of the text, whatever was copied of it.
-int32_t CopyText(const char *text, char *buffer, int32_t size) noexcept {
+int32_t CopyText(const char *text, char *buffer, int32_t size) {
     const auto length = static_cast<int16_t>(std::strlen(text));
     const int32_t count = std::min(size, length + 1);
     if (count > 0)

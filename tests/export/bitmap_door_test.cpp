@@ -77,7 +77,7 @@ TEST(BitmapDoor, MakesTheSetupCurrent) {
 }
 
 // Nothing of the host's is remembered: its records may end with the call.
-TEST(BitmapDoor, ForgetsTheExportRecordAndTheOutput) {
+TEST(BitmapDoor, ClearsTheExportRecordAndTheOutput) {
     const CurrentSetup setup;
     const TempDirectory directory;
     Host host(MakeNoise(16, 8));
@@ -92,7 +92,7 @@ TEST(BitmapDoor, ForgetsTheExportRecordAndTheOutput) {
     EXPECT_EQ(setup->exportRecord, nullptr);
 }
 
-TEST(BitmapDoor, ForgetsTheNameOfTheExportBefore) {
+TEST(BitmapDoor, ReplacesTheNameOfTheExportBefore) {
     const CurrentSetup setup;
     const TempDirectory directory;
     Host host(MakeNoise(16, 8));

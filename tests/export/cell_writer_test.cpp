@@ -206,7 +206,7 @@ public:
     size_t headerBytes = 0;
 };
 
-TEST(WriteCellBits, WholePicturesEqualThePlainForm) {
+TEST(WriteCellBits, WholePicturesEqualTheReference) {
     const int sizes[][2] = {{1, 1}, {1, 2}, {7, 7}, {8, 8}, {16, 8}, {17, 9}, {33, 18}, {101, 37}};
     for (const int32_t colorFormat : {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_RGB444, KOWEN_FORMAT_GREY})
         for (const int32_t operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE})
@@ -236,7 +236,7 @@ void ExpectPlainFiles() {
             }
 }
 
-TEST(WriteCellBits, EveryFormOfTheKernelsWritesThePlainFile) {
+TEST(WriteCellBits, EveryVariantOfTheKernelsWritesTheReferenceFile) {
     WithEachVariant(ExpectPlainFiles);
 }
 
@@ -266,8 +266,8 @@ TEST(WriteCellBits, BandsComeFromTopToBottomEachBottomUp) {
     EXPECT_EQ(picture.output.Bytes(), expected);
 }
 
-// 20 rows are coded as 8, 8 and 4, the next band's 7 rows as a group of their own.
-TEST(WriteCellBits, BandIsCodedInGroupsOfEightAndASmallerLast) {
+// 20 rows are coded as 8, 8 and 4, the next band's 7 rows as an MCU row of their own.
+TEST(WriteCellBits, BandIsCodedInMcuRowsAndASmallerLast) {
     for (const int32_t colorFormat :
          {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_RGB444, KOWEN_FORMAT_GREY}) {
         reference::Coder coder(KOWEN_OPERATION_SEQUENTIAL, 75);
@@ -278,11 +278,11 @@ TEST(WriteCellBits, BandIsCodedInGroupsOfEightAndASmallerLast) {
             EXPECT_EQ(picture.Write(pixels.Handle(), 19, static_cast<uint32_t>(rows)), 0);
             const auto mapped = reference::MappedPicture(band.pixels, 19, rows, colorFormat);
             for (int top = 0; top < rows; top += 8) {
-                const auto group = mapped.Rows(top, std::min(8, rows - top));
+                const auto mcuRow = mapped.Rows(top, std::min(8, rows - top));
                 if (colorFormat == KOWEN_FORMAT_YCC422)
-                    reference::CodeBand422(coder, group);
+                    reference::CodeBand422(coder, mcuRow);
                 else
-                    reference::CodeBand444(coder, group, colorFormat == KOWEN_FORMAT_GREY ? 1 : 3);
+                    reference::CodeBand444(coder, mcuRow, colorFormat == KOWEN_FORMAT_GREY ? 1 : 3);
             }
         }
         EXPECT_EQ(picture.Written(), coder.bits.Bytes()) << colorFormat;
@@ -423,10 +423,10 @@ TEST(WriteCellBits, WithoutAWorkBufferTheBandIsRefused) {
     }
 }
 
-TEST(WriteCellBits, ALostGroupIsTheResult) {
+TEST(WriteCellBits, ALostMcuRowIsTheResult) {
     const PixelBlock pixels(MakeFlat(64, 16, 1, 2, 3));
     Begun picture(KOWEN_FORMAT_YCC422, KOWEN_OPERATION_SEQUENTIAL, 64, 16);
-    const FailingMemory memory(2); // the first group's growth
+    const FailingMemory memory(2); // the first MCU row's growth
     EXPECT_EQ(picture.Write(pixels.Handle(), 64, 16), 300);
     EXPECT_TRUE(memory.Failed());
     EXPECT_TRUE(picture.Written().empty());
@@ -499,7 +499,7 @@ TEST(EndCellBitmap, ZeroEnvironmentWritesNothing) {
     EXPECT_TRUE(picture.Written().empty());
 }
 
-TEST(EndCellBitmap, PictureWithoutBandsIsHeadersAndTheEndMarker) {
+TEST(EndCellBitmap, PictureWithoutBandsIsHeadersAndTheEoi) {
     for (const int32_t operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE}) {
         Begun picture(KOWEN_FORMAT_YCC422, operation, 8, 8);
         EXPECT_EQ(picture.Write(0, 8, 8), 0);
@@ -525,7 +525,7 @@ struct ShortHost {
     std::string file;
 };
 
-TEST(EndCellBitmap, AFileThatHasLostBytesGetsNoEndMarker) {
+TEST(EndCellBitmap, AFileThatHasLostBytesGetsNoEoi) {
     const CurrentSetup setup(KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL, 75);
     for (int shortWrite = 0, writes = 1; shortWrite <= writes; ++shortWrite) {
         const PixelBlock pixels(MakeNoise(16, 8));
@@ -564,7 +564,7 @@ TEST(EndCellBitmap, WritesNoByteAtAByteBoundary) {
 }
 
 // A host that serves the output sees no write of nothing.
-TEST(EndCellBitmap, AtAByteBoundaryOnlyTheEndMarkerIsAWrite) {
+TEST(EndCellBitmap, AtAByteBoundaryOnlyTheEoiIsAWrite) {
     for (const int32_t operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE}) {
         Begun picture(KOWEN_FORMAT_YCC422, operation, 8, 8);
         const size_t before = picture.output.WriteSizes().size();

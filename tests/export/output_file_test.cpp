@@ -21,7 +21,7 @@ protected:
     int32_t Open(const char *name, HostIoProcedure procedure = nullptr, uintptr_t context = 0) {
         return OpenOutput({name, procedure, context}, &block, &output);
     }
-    /// Closes and forgets, so that the fixture does not close again.
+    /// Closes and resets, so that the fixture does not close again.
     int32_t Close() {
         const FileHandle file = output.file;
         output.file = 0;

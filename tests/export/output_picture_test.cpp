@@ -259,7 +259,7 @@ TEST(OutputPicture, ReportsThePercentageAfterEachBand) {
     EXPECT_EQ(host.confirmations, 0);
 }
 
-TEST(OutputPicture, CancelInTheFirstBandLeavesNoEndMarker) {
+TEST(OutputPicture, CancelInTheFirstBandLeavesNoEoi) {
     const CurrentSetup setup;
     StatusHost host(setup);
     host.refusedCall = 1;
@@ -279,7 +279,7 @@ TEST(OutputPicture, CancelInTheFirstBandLeavesNoEndMarker) {
     EXPECT_GT(bytes.size(), 20u + 134 + 19 + 420 + 14);
 }
 
-TEST(OutputPicture, CancelInTheLastBandLeavesNoEndMarker) {
+TEST(OutputPicture, CancelInTheLastBandLeavesNoEoi) {
     const CurrentSetup setup;
     StatusHost host(setup);
     host.refusedCall = 3;
@@ -504,7 +504,7 @@ TEST(OutputPicture, WithoutAnEnvironmentGives27) {
 }
 
 // The three steps of a conversion each need a bitmap of their own.
-TEST(OutputPicture, ABitmapThatCannotBeConvertedGives27AndNoEndMarker) {
+TEST(OutputPicture, ABitmapThatCannotBeConvertedGives27AndNoEoi) {
     for (int k = 1;; ++k) {
         const CurrentSetup setup;
         StatusHost host(setup);

@@ -93,7 +93,7 @@ std::string JpegInBlock(const std::string &block, std::string *wrong) {
         return "";
     if (block[last] == '\xFF')
         return block.substr(0, last);
-    *wrong += " the block of memory has no end mark;";
+    *wrong += " the block of memory has no terminator byte;";
     return "";
 }
 

@@ -55,7 +55,8 @@ inline constexpr int kDotsPerInch = 100;
 /// The picture that the case draws.
 TestBitmap PictureOf(const ExportCase &given);
 
-/// The right file by the plain form of the bitmap door, for the colour formats that it knows.
+/// The right file by the reference implementation of the bitmap door, for the colour formats that
+/// it knows.
 std::string PlainFile(const ExportCase &given);
 
 /// The same of a picture whose pixels are not to be had: headers and end.

@@ -35,8 +35,8 @@ std::string TestName(const testing::TestParamInfo<NamedScenario> &given) {
 
 INSTANTIATE_TEST_SUITE_P(EveryDoor, FaultSweep, testing::ValuesIn(SmallScenarios()), TestName);
 
-// The table says which file is right; here a plain form of the filter says the same.
-TEST(FaultScenarios, TheRightFilesAreThoseOfThePlainForm) {
+// The table says which file is right; here a reference implementation of the filter says the same.
+TEST(FaultScenarios, TheRightFilesAreThoseOfTheReference) {
     int compared = 0;
     for (const ExportCase &given : SmallExports()) {
         if (given.colorFormat > KOWEN_FORMAT_GREY && given.colorFormat < KOWEN_FORMAT_RGB444)

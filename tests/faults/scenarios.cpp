@@ -24,7 +24,7 @@ constexpr Output kHost = Output::kHost;
 constexpr Output kUnnamed = Output::kHostUnnamed;
 
 // Formats that reduce the colours give bits that the coder does not take: these files stay
-// unfinished. The wide picture fills more than a bounce buffer with each group of rows, and more
+// unfinished. The wide picture fills more than a bounce buffer with each MCU row, and more
 // than a disk buffer.
 const std::vector<ExportCase> kSmallExports = {
     {kBitmap, kFile, 24, 16, 10, kSoft, k422, kSeq, 75, 0, 0, 644, 0x61401C24A6CC573Bu},

@@ -19,7 +19,7 @@ namespace {
 class ThreeBlocks : public Scenario {
 public:
     std::function<void()> withoutSecond = [] {};
-    bool forgetsFirst = false;  ///< when the third is missing
+    bool leaksFirst = false;    ///< when the third is missing
     bool spoilsTheNext = false; ///< after a failure nothing works any more
 
     std::string Name() const override { return "three blocks"; }
@@ -34,8 +34,8 @@ public:
         if (got == 1)
             withoutSecond();
         broken = spoilsTheNext && got < 3;
-        if (forgetsFirst && got == 2)
-            std::swap(blocks[0], forgotten);
+        if (leaksFirst && got == 2)
+            std::swap(blocks[0], leaked);
         for (const MemoryHandle block : blocks)
             GlobalFree(block);
     }
@@ -45,7 +45,7 @@ public:
     std::string JudgeClean() override { return got == 3 ? "" : "a block is missing"; }
     void End() override {}
 
-    MemoryHandle forgotten = 0;
+    MemoryHandle leaked = 0;
 
 private:
     int got = 0;
@@ -68,9 +68,9 @@ TEST(Sweep, TriesEveryPointAndEnds) {
 
 TEST(Sweep, FindsALostBlock) {
     ThreeBlocks scenario;
-    scenario.forgetsFirst = true;
+    scenario.leaksFirst = true;
     const SweepResult result = SweepHeap(scenario);
-    GlobalFree(scenario.forgotten);
+    GlobalFree(scenario.leaked);
     EXPECT_EQ(result.leaks, 1);
     EXPECT_EQ(result.findings, 1);
     EXPECT_EQ(result.firstFinding,

@@ -122,7 +122,7 @@ TEST(FlushQivIO, MovesThePositionBehindTheBuffer) {
     qivClose(file);
 }
 
-// The plain form of a file: its bytes and a position.
+// The reference of a file: its bytes and a position.
 struct PlainFile {
     std::string Read(std::size_t count) {
         const std::string got = position < bytes.size() ? bytes.substr(position, count) : "";

@@ -508,8 +508,8 @@ TEST(QivCloseandDelete, AnOwnedBlockIsFreedInsteadOfTheFile) {
     EXPECT_TRUE(directory.Has("a"));
 }
 
-// The close of a memory file writes an end marker, and moves the block when it is full: the block
-// must be freed after that, not before.
+// The close of a memory file writes a terminator byte, and moves the block when it is full: the
+// block must be freed after that, not before.
 TEST(QivCloseandDelete, AMemoryFilesOwnBlockIsFreedAfterItsLastGrowth) {
     MemoryTarget target("abc", 16);
     const FileHandle file = target.Open(kCreateMode);

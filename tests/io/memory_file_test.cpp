@@ -54,7 +54,8 @@ TEST(QivOpenMemory, ABlockOfZerosIsEmptyAndItsSizeIsMinusOne) {
     EXPECT_EQ(target.descriptor.size, -1);
     EXPECT_EQ(ReadText(file, 10), "");
     EXPECT_EQ(qivClose(file), 0);
-    EXPECT_EQ(target.Bytes(1), "\xFF") << "the end marker goes to the first byte, not before it";
+    EXPECT_EQ(target.Bytes(1), "\xFF")
+        << "the terminator byte goes to the first byte, not before it";
 }
 
 TEST(QivOpenMemory, ABlockOfZerosGrowsFromItsSizeOfMinusOne) {
@@ -327,7 +328,7 @@ TEST(WriteMemory, AFullBlockThatCannotGrowFailsAndKeepsItsBytes) {
         EXPECT_EQ(WriteText(file, "x"), 0);
         ASSERT_NE(target.data, nullptr);
         EXPECT_EQ(target.Bytes(4), "0123");
-        EXPECT_EQ(qivClose(file), -1) << "the end marker has no room";
+        EXPECT_EQ(qivClose(file), -1) << "the terminator byte has no room";
         EXPECT_EQ(target.Bytes(4), "0123");
     }
 }
@@ -504,7 +505,7 @@ TEST(QivSeekMemory, AWriteIntoTheTrimmedZerosIsKept) {
     qivClose(file);
 }
 
-TEST(QivCloseMemory, AppendsTheEndMarker) {
+TEST(QivCloseMemory, AppendsTheTerminatorByte) {
     for (const int32_t mode : {1, 2, 3}) {
         MemoryTarget target("ABCD\0"s, 4);
         const FileHandle file = target.Open(mode); // "ABC"
@@ -514,7 +515,7 @@ TEST(QivCloseMemory, AppendsTheEndMarker) {
     }
 }
 
-TEST(QivCloseMemory, TheMarkerGoesBehindTheLastByteWhereverThePositionIs) {
+TEST(QivCloseMemory, TheTerminatorGoesBehindTheLastByteWhereverThePositionIs) {
     MemoryTarget target("ABCD", 4);
     const FileHandle file = target.Open(kCreateMode);
     WriteText(file, "xyz");
@@ -524,7 +525,7 @@ TEST(QivCloseMemory, TheMarkerGoesBehindTheLastByteWhereverThePositionIs) {
     EXPECT_EQ(target.BlockSize(), 8u) << "the marker filled the block";
 }
 
-TEST(QivCloseMemory, WithoutWritingThereIsNoMarker) {
+TEST(QivCloseMemory, WithoutWritingThereIsNoTerminator) {
     for (const int32_t mode : {0, 4096}) {
         MemoryTarget target("ABCD", 4);
         EXPECT_EQ(qivClose(target.Open(mode)), 0);
@@ -532,7 +533,7 @@ TEST(QivCloseMemory, WithoutWritingThereIsNoMarker) {
     }
 }
 
-TEST(QivCloseMemory, AMarkerThatMovesTheBlockMovesTheCallersPointerToo) {
+TEST(QivCloseMemory, ATerminatorThatMovesTheBlockMovesTheCallersPointerToo) {
     MemoryTarget target("ABCD", 4096);
     const FileHandle file = target.Open(kCreateMode);
     WriteText(file, "xyz");
@@ -541,7 +542,7 @@ TEST(QivCloseMemory, AMarkerThatMovesTheBlockMovesTheCallersPointerToo) {
     EXPECT_EQ(GlobalLock(GlobalHandle(target.data)), target.data);
 }
 
-TEST(QivCloseMemory, AMarkerWithoutMemoryGivesMinusOneAndLosesTheBlock) {
+TEST(QivCloseMemory, ATerminatorWithoutMemoryGivesMinusOneAndLosesTheBlock) {
     MemoryTarget target("ABCD", 4);
     const FileHandle file = target.Open(kCreateMode);
     WriteText(file, "xyz");

@@ -1,7 +1,7 @@
-// 48 worked exports through the loaded module: profile, bitmap and cell in, JPEG, status calls and
-// the host's pixels out, byte for byte.
+// 48 recorded exports through the loaded module: profile, bitmap and cell in, JPEG, status calls
+// and the host's pixels out, byte for byte.
 #include "module/export_host.h"
-#include "module/worked_export.h"
+#include "module/recorded_export.h"
 
 #include <gtest/gtest.h>
 
@@ -9,25 +9,25 @@ namespace {
 
 class BitmapDoor : public testing::TestWithParam<size_t> {};
 
-TEST_P(BitmapDoor, GivesTheWorkedBytes) {
-    const WorkedExport &worked = Worked(GetParam());
-    SCOPED_TRACE(worked.label);
+TEST_P(BitmapDoor, GivesTheRecordedBytes) {
+    const RecordedExport &recorded = Recorded(GetParam());
+    SCOPED_TRACE(recorded.label);
     const ExportHost host;
-    const std::string profile = host.directory.Write("worked.ini", worked.profile);
+    const std::string profile = host.directory.Write("recorded.ini", recorded.profile);
     const MemoryHandle setup =
-        host.createSetup(0, profile.c_str(), worked.section.c_str(), nullptr);
+        host.createSetup(0, profile.c_str(), recorded.section.c_str(), nullptr);
     StatusRecorder status;
-    status.answers.assign(2, worked.statusAnswer);
+    status.answers.assign(2, recorded.statusAnswer);
     ExportRecord record = ExportHost::RecordFor(&status);
 
-    const ExportRun run = host.Export("", worked.bitmap, worked.cell, setup, &record);
+    const ExportRun run = host.Export("", recorded.bitmap, recorded.cell, setup, &record);
 
-    EXPECT_EQ(run.result, worked.code);
-    ASSERT_GT(run.block.size(), worked.jpeg.size());
-    EXPECT_EQ(run.jpeg, worked.jpeg);
-    EXPECT_EQ(run.block[worked.jpeg.size()], 255);
-    EXPECT_EQ(status.Values(), worked.statusCalls);
-    EXPECT_EQ(run.pixelsAfter, worked.pixelsAfter);
+    EXPECT_EQ(run.result, recorded.code);
+    ASSERT_GT(run.block.size(), recorded.jpeg.size());
+    EXPECT_EQ(run.jpeg, recorded.jpeg);
+    EXPECT_EQ(run.block[recorded.jpeg.size()], 255);
+    EXPECT_EQ(status.Values(), recorded.statusCalls);
+    EXPECT_EQ(run.pixelsAfter, recorded.pixelsAfter);
     EXPECT_EQ(host.destroySetup(setup), 0);
 }
 

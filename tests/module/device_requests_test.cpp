@@ -33,7 +33,7 @@ protected:
     /// A picture of one colour, drawn on the device.
     ExportBytes DrawFlat(int32_t colorMode, uint8_t red, uint8_t green, uint8_t blue) {
         const MemoryHandle with = MakeSetupOf(colorMode);
-        WorkedExport flat = plain;
+        RecordedExport flat = plain;
         flat.bitmap = MakeFlat(16, 8, red, green, blue);
         const ExportBytes jpeg = Draw(flat, with);
         host.destroySetup(with);

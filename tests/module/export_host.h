@@ -230,7 +230,7 @@ public:
     const ExportCellDataFunction exportCellData;
 };
 
-/// What the plain form of the bitmap door makes of the same.
+/// What the reference implementation of the bitmap door makes of the same.
 inline ExportBytes PlainExport(const TestBitmap &bitmap, const ExportSettings &settings,
                                const CellRecord &cell) {
     return kowen::reference::ReferenceDoor(

@@ -153,7 +153,7 @@ TEST_F(HostServedOutput, IsOpenedWrittenAndClosedInThatOrder) {
     EXPECT_EQ(record.memoryBlock, 0u);
 }
 
-// The end of the calls: each group of rows in one write, the last bits, the end marker.
+// The end of the calls: each MCU row in one write, the last bits, EOI.
 TEST_F(HostServedOutput, GetsEachGroupOfRowsInOneWrite) {
     const TestBitmap bitmap = MakeNoise(40, 20);
     EXPECT_EQ(Export("x", bitmap, MakeSettings(KOWEN_FORMAT_YCC422)), 0);
@@ -171,7 +171,7 @@ TEST_F(HostServedOutput, GetsEachGroupOfRowsInOneWrite) {
     coder.bits.PadWithOnes();
     if (coder.bits.Bytes().size() > before)
         sizes.push_back(static_cast<int32_t>(coder.bits.Bytes().size() - before));
-    sizes.push_back(2); // the end marker
+    sizes.push_back(2); // EOI
     ASSERT_GT(io.calls.size(), sizes.size() + 1);
     const size_t first = io.calls.size() - 1 - sizes.size();
     for (size_t i = 0; i < sizes.size(); ++i)
@@ -190,7 +190,7 @@ TEST_F(HostServedOutput, LargeBandsComeInPiecesOf32767) {
     std::vector<int32_t> sizes;
     for (size_t left = scans; left > 0; left -= std::min<size_t>(left, 32767))
         sizes.push_back(static_cast<int32_t>(std::min<size_t>(left, 32767)));
-    sizes.push_back(2); // the end marker
+    sizes.push_back(2); // EOI
     const size_t first = io.calls.size() - 1 - sizes.size();
     for (size_t i = 0; i < sizes.size(); ++i)
         EXPECT_EQ(io.calls[first + i].count, sizes[i]) << i;

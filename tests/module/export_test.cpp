@@ -27,7 +27,7 @@ protected:
     ExportHost host;
 };
 
-TEST_F(ExportCellDataTest, FileEqualsThePlainForm) {
+TEST_F(ExportCellDataTest, FileEqualsTheReference) {
     for (const int colorFormat : {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_RGB444, KOWEN_FORMAT_GREY})
         for (const int operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE})
             for (const int quality : {1, 44, 75, 100}) {
@@ -40,7 +40,7 @@ TEST_F(ExportCellDataTest, FileEqualsThePlainForm) {
             }
 }
 
-TEST_F(ExportCellDataTest, EverySmallSizeEqualsThePlainForm) {
+TEST_F(ExportCellDataTest, EverySmallSizeEqualsTheReference) {
     for (int width = 1; width <= 20; ++width)
         for (int height = 1; height <= 20; ++height) {
             const TestBitmap bitmap = MakeNoise(width, height, static_cast<uint32_t>(width));
@@ -51,7 +51,7 @@ TEST_F(ExportCellDataTest, EverySmallSizeEqualsThePlainForm) {
         }
 }
 
-TEST_F(ExportCellDataTest, PaletteAndDeepBitmapsEqualThePlainForm) {
+TEST_F(ExportCellDataTest, PaletteAndDeepBitmapsEqualTheReference) {
     for (const int depth : {1, 4, 8, 32})
         for (const int colorFormat :
              {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_RGB444, KOWEN_FORMAT_GREY}) {
@@ -64,7 +64,7 @@ TEST_F(ExportCellDataTest, PaletteAndDeepBitmapsEqualThePlainForm) {
         }
 }
 
-TEST_F(ExportCellDataTest, SizesAndResolutionsOfTheSettingsEqualThePlainForm) {
+TEST_F(ExportCellDataTest, SizesAndResolutionsOfTheSettingsEqualTheReference) {
     const TestBitmap bitmap = MakeSoft(40, 24);
     for (const int sizeMode : {600, 601, 602, 603})
         for (const int resolutionMode : {307, 308, 309, 310})
@@ -104,7 +104,7 @@ TEST_F(ExportCellDataTest, DisplayModesTakeTheCellsPage) {
               FromHex("FF C0 00 11 08 00 3C 00 64"));
 }
 
-TEST_F(ExportCellDataTest, ShrunkAndStretchedBitmapsEqualThePlainForm) {
+TEST_F(ExportCellDataTest, ShrunkAndStretchedBitmapsEqualTheReference) {
     const int targets[][2] = {{20, 12}, {80, 48}, {40, 25}, {33, 24}, {61, 24},
                               {13, 60}, {90, 10}, {1, 1},   {200, 2}};
     for (const int depth : {1, 4, 8, 24, 32})
@@ -185,7 +185,7 @@ TEST_F(ExportCellDataTest, RefusalIsAskedOnceMoreWithAClearReply) {
     EXPECT_EQ(run.jpeg, PlainExport(bitmap, MakeSettings(KOWEN_FORMAT_YCC422)));
 }
 
-/// Headers and the whole bytes of the first and only band: no last bits, no end marker.
+/// Headers and the whole bytes of the first and only band: no last bits, no EOI.
 Bytes CancelledFile(const TestBitmap &bitmap, const ExportSettings &settings) {
     namespace reference = kowen::reference;
     const reference::Header header = {bitmap.width,

@@ -1,7 +1,7 @@
 // Exports a fixed set of small pictures into a directory:
 //
 //     golden_writer DIRECTORY           through the module, as a host does
-//     golden_writer DIRECTORY --plain   by the plain form of the bitmap door
+//     golden_writer DIRECTORY --reference   by the reference implementation of the bitmap door
 //
 // Both must give the files whose digests tests/data/golden.sha256 holds.
 #include "module/export_host.h"
@@ -168,9 +168,9 @@ bool ExportPicture(const ExportHost &host, const GoldenPicture &picture, const s
 } // namespace
 
 int main(int argc, char **argv) {
-    const bool plain = argc == 3 && std::string(argv[2]) == "--plain";
+    const bool plain = argc == 3 && std::string(argv[2]) == "--reference";
     if (argc != 2 && !plain) {
-        std::fprintf(stderr, "usage: golden_writer DIRECTORY [--plain]\n");
+        std::fprintf(stderr, "usage: golden_writer DIRECTORY [--reference]\n");
         return 2;
     }
     const std::string directory = argv[1];

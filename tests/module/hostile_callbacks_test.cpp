@@ -75,7 +75,7 @@ TEST_F(HostileCallbacks, ACancelIsAskedTwiceAndLeavesTheFileUnfinished) {
     mischief.onStatus = [] { return 7; };
     EXPECT_EQ(ExportTo("a.jpg"), 0);
     EXPECT_EQ(mischief.commands, "02");
-    // All bits of the last byte but its padding, and no end marker.
+    // All bits of the last byte but its padding, and no EOI.
     const ExportBytes cut = FileBytes("a.jpg");
     ASSERT_LT(cut.size(), plain.jpeg.size() - 1);
     EXPECT_TRUE(std::equal(cut.begin(), cut.end(), plain.jpeg.begin()));

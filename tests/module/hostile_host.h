@@ -1,11 +1,11 @@
 // What the hosts of the hostile_..._test.cpp files have in common: the loaded module, two setups
-// with worked exports of their own, callbacks that do mischief, devices, guarded memory. After each
-// test the next ordinary exports, through both doors, must still have every byte.
+// with recorded exports of their own, callbacks that do mischief, devices, guarded memory. After
+// each test the next ordinary exports, through both doors, must still have every byte.
 #pragma once
 
 #include "kowen/kowen.h"
 #include "module/export_host.h"
-#include "module/worked_export.h"
+#include "module/recorded_export.h"
 #include "support/guarded_bytes.h"
 #include "support/requests.h"
 
@@ -141,12 +141,12 @@ protected:
     }
     void TearDown() override { ExpectOrdinaryExports(); }
 
-    /// A setup from the profile of a worked export; the caller destroys it.
-    MemoryHandle MakeSetup(const WorkedExport &worked) const {
-        const std::string name = std::to_string(worked.index) + ".ini";
+    /// A setup from the profile of a recorded export; the caller destroys it.
+    MemoryHandle MakeSetup(const RecordedExport &recorded) const {
+        const std::string name = std::to_string(recorded.index) + ".ini";
         const std::string profile =
-            host.directory.Has(name) ? Path(name) : host.directory.Write(name, worked.profile);
-        return host.createSetup(0, profile.c_str(), worked.section.c_str(), nullptr);
+            host.directory.Has(name) ? Path(name) : host.directory.Write(name, recorded.profile);
+        return host.createSetup(0, profile.c_str(), recorded.section.c_str(), nullptr);
     }
 
     std::string Path(const std::string &name) const { return host.directory.File(name); }
@@ -155,11 +155,11 @@ protected:
         return {bytes.begin(), bytes.end()};
     }
 
-    /// A worked export through the bitmap door; to memory without a name.
-    ExportRun Export(const WorkedExport &worked, MemoryHandle with, const std::string &path = "",
-                     ExportRecord *record = nullptr) const {
+    /// A recorded export through the bitmap door; to memory without a name.
+    ExportRun Export(const RecordedExport &recorded, MemoryHandle with,
+                     const std::string &path = "", ExportRecord *record = nullptr) const {
         ExportRecord quiet = {};
-        return host.Export(path.c_str(), worked.bitmap, worked.cell, with,
+        return host.Export(path.c_str(), recorded.bitmap, recorded.cell, with,
                            record != nullptr ? record : &quiet);
     }
     /// The plain export with this test's setup and mischief, to a file.
@@ -167,27 +167,27 @@ protected:
         return Export(plain, setup, Path(name), &mischief.record).result;
     }
 
-    /// A worked export through the raster device. Every step must answer 0.
-    ExportBytes Draw(const WorkedExport &worked, MemoryHandle with,
+    /// A recorded export through the raster device. Every step must answer 0.
+    ExportBytes Draw(const RecordedExport &recorded, MemoryHandle with,
                      ExportRecord *record = nullptr) const {
         HostileDevice device(host.module, "RASTER_dd_entry");
         bool whole = device.Initialise(with, Path("drawn.jpg"), record) == 0;
-        for (const int32_t answer : RunAll(device, DrawingRequests(worked.bitmap)))
+        for (const int32_t answer : RunAll(device, DrawingRequests(recorded.bitmap)))
             whole = whole && answer == 0;
         whole = device.Terminate() == 0 && whole;
         return whole ? FileBytes("drawn.jpg") : ExportBytes{};
     }
 
-    /// True when the worked exports have every byte: both setups on the bitmap door, one on the
+    /// True when the recorded exports have every byte: both setups on the bitmap door, one on the
     /// raster device. With fresh setups, so that no test spoils them.
     bool OrdinaryExportsAreWhole() const {
         bool whole = true;
-        for (const WorkedExport *worked : {&plain, &steps}) {
-            const MemoryHandle fresh = MakeSetup(*worked);
-            const ExportRun run = Export(*worked, fresh);
-            whole = whole && run.result == 0 && run.jpeg == worked->jpeg;
-            if (worked == &plain)
-                whole = whole && Draw(*worked, fresh) == worked->jpeg;
+        for (const RecordedExport *recorded : {&plain, &steps}) {
+            const MemoryHandle fresh = MakeSetup(*recorded);
+            const ExportRun run = Export(*recorded, fresh);
+            whole = whole && run.result == 0 && run.jpeg == recorded->jpeg;
+            if (recorded == &plain)
+                whole = whole && Draw(*recorded, fresh) == recorded->jpeg;
             whole = whole && host.destroySetup(fresh) == 0;
         }
         return whole;
@@ -196,8 +196,8 @@ protected:
         EXPECT_TRUE(OrdinaryExportsAreWhole()) << "the next ordinary exports";
     }
 
-    const WorkedExport &plain = Worked(0); ///< 16 x 8, luminance and chroma, sequential
-    const WorkedExport &steps = Worked(1); ///< 16 x 8, progressive
+    const RecordedExport &plain = Recorded(0); ///< 16 x 8, luminance and chroma, sequential
+    const RecordedExport &steps = Recorded(1); ///< 16 x 8, progressive
     const ExportHost host;
     const EditSetupFunction editSetup = host.module.Entry<EditSetupFunction>("EditSetup");
     MemoryHandle setup;      ///< of the plain export

@@ -243,9 +243,9 @@ protected:
             calls.push_back(send(raster, request));
     }
 
-    void Renew(MemoryHandle &handle, const WorkedExport &worked) {
+    void Renew(MemoryHandle &handle, const RecordedExport &recorded) {
         EXPECT_EQ(host.destroySetup(handle), 0);
-        handle = MakeSetup(worked);
+        handle = MakeSetup(recorded);
     }
     void Escape(MemoryHandle handle, int32_t code, int32_t value) {
         EXPECT_EQ(host.escapeSetup(handle, code, 4, &value, nullptr, 0), 1);

@@ -10,8 +10,8 @@ using namespace kowen::test;
 /// What comes of a picture.
 enum class Outcome {
     kNothing, ///< not a byte
-    kCut,     ///< headers for the target's size, and no end marker
-    kEmpty,   ///< the same with an end marker: no columns, or nothing that could be drawn
+    kCut,     ///< headers for the target's size, and no EOI
+    kEmpty,   ///< the same with EOI: no columns, or nothing that could be drawn
     kBlack,   ///< a whole picture, black
     kWhole,   ///< the picture itself
 };
@@ -32,7 +32,7 @@ void PrintTo(const Extreme &extreme, std::ostream *out) {
 }
 
 constexpr size_t kHeaderBytes = 607; // in sequential files with luminance and chroma
-const ExportBytes kEndMarker = {0xFF, 0xD9};
+const ExportBytes kEoi = {0xFF, 0xD9};
 
 /// The rows and columns of the frame header.
 ExportBytes FrameSize(const ExportBytes &jpeg) {
@@ -66,7 +66,7 @@ protected:
         cell.targetHeight = height;
         return cell;
     }
-    /// What the plain form of the encoder makes of a picture.
+    /// What the reference implementation of the encoder makes of a picture.
     static ExportBytes Expected(const TestBitmap &picture, const CellRecord &cell) {
         return PlainExport(picture, MakeSettings(KOWEN_FORMAT_YCC422), cell);
     }
@@ -100,7 +100,7 @@ TEST_P(ExtremePicture, GivesWhatThereIsToSee) {
         break;
     case Outcome::kEmpty:
         EXPECT_EQ(run.jpeg.size(), kHeaderBytes + 2);
-        EXPECT_TRUE(EndsWith(run.jpeg, kEndMarker));
+        EXPECT_TRUE(EndsWith(run.jpeg, kEoi));
         break;
     case Outcome::kBlack:
         EXPECT_EQ(run.jpeg, Expected(MakeBlank(columns, rows), CellOf(columns, rows)));
@@ -164,7 +164,7 @@ TEST_F(HostilePictures, OneRowMoreThanAFrameCanSay) {
     const ExportRun run = ExportGuarded(picture, CellOf(1, kMost));
     EXPECT_EQ(run.result, 0);
     EXPECT_EQ(FrameSize(run.jpeg), (ExportBytes{0, 0, 0, 1}));
-    EXPECT_TRUE(EndsWith(run.jpeg, kEndMarker));
+    EXPECT_TRUE(EndsWith(run.jpeg, kEoi));
 }
 
 TEST_F(HostilePictures, WithoutPixelsThereIsNoPicture) {
@@ -174,7 +174,7 @@ TEST_F(HostilePictures, WithoutPixelsThereIsNoPicture) {
             const ExportRun run = host.ExportRecords("", bitmap, CellOf(side, side), setup);
             EXPECT_EQ(run.result, 0);
             EXPECT_EQ(run.jpeg.size(), kHeaderBytes + 2) << depth << " bits to " << side;
-            EXPECT_TRUE(EndsWith(run.jpeg, kEndMarker));
+            EXPECT_TRUE(EndsWith(run.jpeg, kEoi));
         }
 }
 

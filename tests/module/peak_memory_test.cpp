@@ -35,7 +35,7 @@ long StatusBytes(const char *name) {
 }
 
 /// Makes the present use the peak. Whether the system can do that.
-bool ForgetPeak() {
+bool ResetPeak() {
     std::ofstream references("/proc/self/clear_refs");
     references << "5" << std::flush;
     return references.good() && StatusBytes("VmHWM:") >= 0;
@@ -74,7 +74,7 @@ Usage Export(uint16_t height, const char *outputName, bool noise) {
     host.exportRecord = &record;
 
     Usage usage = {-1, 0, 0};
-    if (!ForgetPeak())
+    if (!ResetPeak())
         return usage;
     const long before = StatusBytes("VmHWM:");
     usage.result =
@@ -107,13 +107,13 @@ protected:
 #endif
         if (!kEmulator.empty())
             GTEST_SKIP() << "the emulator's own memory counts too";
-        if (!ForgetPeak())
+        if (!ResetPeak())
             GTEST_SKIP() << "the system does not tell the peak";
     }
 };
 
 TEST_F(PeakMemory, OfAFileDoesNotDependOnTheHeight) {
-    // Headers, 20 bits for each flat MCU, 125 of which make 8 rows, and the end mark.
+    // Headers, 20 bits for each flat MCU, 125 of which make 8 rows, and EOI.
     const std::pair<uint16_t, size_t> kFileBytes[] = {
         {16, 607 + 625 + 2}, {1000, 607 + 39063 + 2}, {12000, 607 + 468750 + 2}};
     const TempDirectory directory;

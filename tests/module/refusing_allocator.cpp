@@ -1,6 +1,6 @@
 // A host with an allocator of its own, which the module must use in pairs, and which refuses at any
 // call: each time the module answers with a code, and works again as soon as there is memory.
-#include "module/worked_export.h"
+#include "module/recorded_export.h"
 #include "support/module_host.h"
 #include "support/temp_directory.h"
 
@@ -66,7 +66,7 @@ void Check(bool holds, const char *what, long round) {
 class Host {
 public:
     Host() {
-        profile = directory.Write("p.ini", worked.profile);
+        profile = directory.Write("p.ini", recorded.profile);
         output = directory.File("a.jpg");
     }
 
@@ -81,8 +81,8 @@ public:
         host.exportRecord = &record;
         watched = true;
         host.setup = create(0, profile.c_str(), "Plain", nullptr);
-        code = doExport(output.c_str(), &bitmap, &worked.cell, &host);
-        memoryCode = doExport("", &bitmap, &worked.cell, &host);
+        code = doExport(output.c_str(), &bitmap, &recorded.cell, &host);
+        memoryCode = doExport("", &bitmap, &recorded.cell, &host);
         hasBlock = record.memoryBlock != 0;
         release(record.memoryBlock);
         destroyed = destroy(host.setup);
@@ -90,10 +90,10 @@ public:
         hadSetup = host.setup != 0;
     }
     void RestorePixels() {
-        std::memcpy(lock(pixels), worked.bitmap.pixels.data(), worked.bitmap.pixels.size());
+        std::memcpy(lock(pixels), recorded.bitmap.pixels.data(), recorded.bitmap.pixels.size());
     }
 
-    const WorkedExport &worked = Worked(0);
+    const RecordedExport &recorded = Recorded(0);
     const TempDirectory directory;
     const ModuleHost module;
     const CreateSetupFunction create = module.Entry<CreateSetupFunction>("CreateSetup");
@@ -148,7 +148,7 @@ int main() {
     CheckRound(host, 0);
     const long ordinaryCalls = calls;
     Check(ordinaryCalls > 10, "the module uses this allocator", 0);
-    const std::string whole(host.worked.jpeg.begin(), host.worked.jpeg.end());
+    const std::string whole(host.recorded.jpeg.begin(), host.recorded.jpeg.end());
     for (long round = 1; round <= ordinaryCalls; ++round) {
         CheckRound(host, round);
         CheckRound(host, 0);

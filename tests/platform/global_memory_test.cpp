@@ -360,6 +360,16 @@ TEST(GlobalReAlloc, DataFollowsABlockOfAnotherAlignment) {
     }
 }
 
+// Only the header says how large the wrapped memory is.
+TEST(GlobalReAlloc, ABlockOfTwoGibibytesIsNotTakenForTheSmaller) {
+    char bytes[8] = {'1', '2', '3', '4', '5', '6', '7', '8'};
+    const MemoryHandle handle = GlobalReAlloc(GlobalPointerToHandle(bytes, 0x80000000u), 4, 66);
+    ASSERT_NE(handle, MemoryHandle{0});
+    EXPECT_EQ(std::string(Lock<char>(handle), 4), "1234");
+    EXPECT_EQ(GlobalSize(handle), 4u);
+    GlobalFree(handle);
+}
+
 TEST(GlobalReAlloc, HandleZeroGivesZero) {
     FailingMemory counter(0);
     EXPECT_EQ(GlobalReAlloc(0, 10, 66), 0u);

@@ -30,12 +30,12 @@ TEST(TextBuffer, KeepsWhatIsAppendedAcrossGrowth) {
     EXPECT_FALSE(buffer.Exhausted());
 }
 
-TEST(TextBuffer, RoomBecomesTextAsFarAsItIsExtended) {
+TEST(TextBuffer, WhatIsReservedBecomesTextAsFarAsItIsExtended) {
     TextBuffer buffer;
     buffer.Append("ab");
-    char *room = buffer.Room(5000);
-    ASSERT_NE(room, nullptr);
-    std::memset(room, 'x', 5000);
+    char *place = buffer.Reserve(5000);
+    ASSERT_NE(place, nullptr);
+    std::memset(place, 'x', 5000);
     buffer.Extend(3);
     EXPECT_EQ(buffer.Text(), "abxxx");
     buffer.Append("c");
@@ -60,7 +60,7 @@ TEST(TextBuffer, ExhaustedMemoryDropsTheTextForGood) {
     EXPECT_TRUE(buffer.Exhausted());
     EXPECT_EQ(buffer.Text(), "");
     buffer.Append("c");
-    EXPECT_EQ(buffer.Room(1), nullptr);
+    EXPECT_EQ(buffer.Reserve(1), nullptr);
     EXPECT_EQ(buffer.Text(), "");
     EXPECT_TRUE(buffer.Exhausted());
 }
@@ -68,7 +68,7 @@ TEST(TextBuffer, ExhaustedMemoryDropsTheTextForGood) {
 TEST(TextBuffer, MoreThan32BitsCanCountIsExhaustion) {
     TextBuffer buffer;
     buffer.Append("ab");
-    EXPECT_EQ(buffer.Room(0xFFFFFFFF), nullptr);
+    EXPECT_EQ(buffer.Reserve(0xFFFFFFFF), nullptr);
     EXPECT_TRUE(buffer.Exhausted());
 }
 

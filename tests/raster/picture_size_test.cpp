@@ -56,16 +56,6 @@ TEST(DepthOfPrecision, NegativesAreAbsoluteAndOneIsOneBit) {
         EXPECT_EQ(DepthOfPrecision(precision), depth) << precision;
 }
 
-TEST(PaddedRowBytes, RoundsUpToFour) {
-    EXPECT_EQ(PaddedRowBytes(0, 24), 0u);
-    EXPECT_EQ(PaddedRowBytes(1, 1), 4u);
-    EXPECT_EQ(PaddedRowBytes(32, 1), 4u);
-    EXPECT_EQ(PaddedRowBytes(33, 1), 8u);
-    EXPECT_EQ(PaddedRowBytes(3, 24), 12u);
-    EXPECT_EQ(PaddedRowBytes(5, 24), 16u);
-    EXPECT_EQ(PaddedRowBytes(0xFFFFFFFF, 0x80000000), 0x0FFFFFFFF0000000);
-}
-
 TEST(LayOutRows, GivesStrideAndSize) {
     RowLayout layout = {};
     ASSERT_TRUE(LayOutRows(5, 24, 10, &layout));

@@ -24,10 +24,10 @@ constexpr int32_t kRejected = -1;
 constexpr char kStart[] = "[S]\nDriver=d\n[T]\nQuality=3\n";
 
 // A setup with a profile of the bytes kStart.
-class EscapeTest : public FilterFixture {
+class EscapeTest : public SetupFixture {
 protected:
     void SetUp() override {
-        FilterFixture::SetUp();
+        SetupFixture::SetUp();
         setup = Create(directory.Write("p.ini", kStart), "S");
     }
 

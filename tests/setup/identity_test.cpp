@@ -9,14 +9,14 @@ namespace kowen {
 namespace {
 
 // The tests of setups leave no current one behind, so this holds in any order.
-TEST(FilterState, NoSetupIsCurrentAtTheStart) {
+TEST(Identity, NoSetupIsCurrentAtTheStart) {
     EXPECT_EQ(hSetup, MemoryHandle{0});
     EXPECT_EQ(lpSetup, nullptr);
     EXPECT_EQ(hRaster, MemoryHandle{0});
     EXPECT_EQ(lpRaster, nullptr);
 }
 
-TEST(FilterState, TheNumbersOfTheHostInterface) {
+TEST(Identity, TheNumbersOfTheHostInterface) {
     EXPECT_EQ(QIVGetFilterVersion(), 0x02000005u);
     EXPECT_EQ(FilterVersion, 1);
     EXPECT_EQ(FilterID, 28);
@@ -24,7 +24,7 @@ TEST(FilterState, TheNumbersOfTheHostInterface) {
     EXPECT_EQ(hAppAnchorBlock, 0u);
 }
 
-TEST(FilterState, TheModuleNameIsWritable) {
+TEST(Identity, TheModuleNameIsWritable) {
     EXPECT_EQ(stricmp(szFilter, "kowen"), 0);
     const char first = szFilter[0];
     szFilter[0] = 'x';
@@ -32,7 +32,7 @@ TEST(FilterState, TheModuleNameIsWritable) {
     szFilter[0] = first;
 }
 
-TEST(FilterState, TheModulePathHas260Zeros) {
+TEST(Identity, TheModulePathHas260Zeros) {
     EXPECT_EQ(sizeof export_szDLLName, 260u);
     for (const char byte : export_szDLLName)
         ASSERT_EQ(byte, 0);

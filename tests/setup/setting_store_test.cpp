@@ -10,7 +10,7 @@
 namespace kowen {
 namespace {
 
-using SettingStoreTest = FilterFixture;
+using SettingStoreTest = SetupFixture;
 
 TEST_F(SettingStoreTest, ReadsTextFromTheSetupsSection) {
     const SetupRecord *setup =

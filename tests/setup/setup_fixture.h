@@ -16,10 +16,10 @@
 
 namespace kowen {
 
-class FilterFixture : public testing::Test {
+class SetupFixture : public testing::Test {
 protected:
-    void SetUp() override { Forget(); }
-    void TearDown() override { Forget(); }
+    void SetUp() override { Reset(); }
+    void TearDown() override { Reset(); }
 
     /// A setup from a profile with these lines after the line "Driver=d" of section "S".
     SetupRecord *Load(const std::string &lines) {
@@ -47,7 +47,7 @@ protected:
     MemoryHandle handle = 0;
 
 private:
-    void Forget() {
+    void Reset() {
         if (handle != 0)
             DestroySetup(handle);
         handle = 0;

@@ -11,7 +11,7 @@
 namespace kowen {
 namespace {
 
-using LoadProfileTest = FilterFixture;
+using LoadProfileTest = SetupFixture;
 
 TEST_F(LoadProfileTest, EveryKeyIsRead) {
     const SetupRecord *setup = Load("Color Mode=104\n"

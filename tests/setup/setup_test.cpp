@@ -13,10 +13,10 @@
 namespace kowen {
 namespace {
 
-using CreateSetupTest = FilterFixture;
-using EditSetupTest = FilterFixture;
-using DestroySetupTest = FilterFixture;
-using UseDefaultSettingsTest = FilterFixture;
+using CreateSetupTest = SetupFixture;
+using EditSetupTest = SetupFixture;
+using DestroySetupTest = SetupFixture;
+using UseDefaultSettingsTest = SetupFixture;
 
 void ExpectDefaults(const SetupRecord &setup) {
     EXPECT_STREQ(setup.section, "");
@@ -135,7 +135,7 @@ TEST_F(CreateSetupTest, TheProfileDirectoryComesFirst) {
 }
 
 // A directory with a profile for whichever name a module path leads to.
-class ModuleProfileTest : public FilterFixture {
+class ModuleProfileTest : public SetupFixture {
 protected:
     void Expect(const std::string &modulePath, const std::string &profile) {
         directory.Write(profile, "[S]\nDriver=d\n");

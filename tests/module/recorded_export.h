@@ -1,4 +1,4 @@
-// The worked exports of tests/data/bitmap_door.json: what a host hands over, and every byte that
+// The recorded exports of tests/data/bitmap_door.json: what a host hands over, and every byte that
 // comes of it.
 #pragma once
 
@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-struct WorkedExport {
+struct RecordedExport {
     size_t index;
     std::string label;
     std::string profile; ///< text of the profile file
@@ -28,4 +28,4 @@ struct WorkedExport {
 inline constexpr size_t kWorkedExports = 48;
 
 /// Ends the program when the file is not there or has another number of exports.
-const WorkedExport &Worked(size_t index);
+const RecordedExport &Recorded(size_t index);

@@ -1,4 +1,4 @@
-#include "module/worked_export.h"
+#include "module/recorded_export.h"
 
 #include "support/hex.h"
 
@@ -41,27 +41,27 @@ std::vector<std::array<int32_t, 5>> CallsOf(const json &values) {
     return calls;
 }
 
-WorkedExport ExportOf(const json &values, size_t index) {
+RecordedExport ExportOf(const json &values, size_t index) {
     const json &expected = values["expected"];
-    WorkedExport worked;
-    worked.index = index;
-    worked.label = values["label"].get<std::string>();
-    worked.profile = values["profile"].get<std::string>();
-    worked.section = values["section"].get<std::string>();
-    worked.bitmap = BitmapOf(values["bitmap"]);
-    worked.cell = CellOf(values["cell"]);
-    worked.statusAnswer = values["status_answer"].get<int32_t>();
-    worked.code = expected["code"].get<int32_t>();
-    worked.jpeg = BytesOf(expected["jpeg"]);
-    worked.statusCalls = CallsOf(expected["status_calls"]);
+    RecordedExport recorded;
+    recorded.index = index;
+    recorded.label = values["label"].get<std::string>();
+    recorded.profile = values["profile"].get<std::string>();
+    recorded.section = values["section"].get<std::string>();
+    recorded.bitmap = BitmapOf(values["bitmap"]);
+    recorded.cell = CellOf(values["cell"]);
+    recorded.statusAnswer = values["status_answer"].get<int32_t>();
+    recorded.code = expected["code"].get<int32_t>();
+    recorded.jpeg = BytesOf(expected["jpeg"]);
+    recorded.statusCalls = CallsOf(expected["status_calls"]);
     const bool unchanged = expected["pixels_after"] == "unchanged";
-    worked.pixelsAfter = unchanged ? worked.bitmap.pixels : BytesOf(expected["pixels_after"]);
-    return worked;
+    recorded.pixelsAfter = unchanged ? recorded.bitmap.pixels : BytesOf(expected["pixels_after"]);
+    return recorded;
 }
 
-std::vector<WorkedExport> ReadAll() {
+std::vector<RecordedExport> ReadAll() {
     std::ifstream file(KOWEN_TEST_DATA "/bitmap_door.json");
-    std::vector<WorkedExport> all;
+    std::vector<RecordedExport> all;
     for (const json &values : json::parse(file))
         all.push_back(ExportOf(values, all.size()));
     if (all.size() != kWorkedExports) {
@@ -73,7 +73,7 @@ std::vector<WorkedExport> ReadAll() {
 
 } // namespace
 
-const WorkedExport &Worked(size_t index) {
-    static const std::vector<WorkedExport> all = ReadAll();
+const RecordedExport &Recorded(size_t index) {
+    static const std::vector<RecordedExport> all = ReadAll();
     return all.at(index);
 }

@@ -1,0 +1,20 @@
+#include "raster/device_palette.h"
+
+#include "device/device_record.h"
+#include "platform/global_memory.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace kowen {
+
+MemoryHandle MakeDevicePalette(uint32_t bytes) noexcept {
+    const MemoryHandle palette = GlobalAlloc(kGlobalFlags, bytes);
+    void *colors = GlobalLock(palette);
+    if (colors)
+        std::memcpy(colors, lpEMData->colorTable, std::min(bytes, kColorTableBytes));
+    GlobalUnlock(palette);
+    return palette;
+}
+
+} // namespace kowen
