@@ -183,10 +183,8 @@ TEST(FreeCompressEnv, FreesTheTablesTheBandBufferAndItself) {
 }
 
 TEST(FreeCompressEnv, OfHandleZeroFreesNothing) {
-    const CurrentSetup setup(KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL);
     const MemoryHandle handle = GlobalAlloc(kGlobalFlags, sizeof(CompressEnv));
     auto *env = Lock<CompressEnv>(handle);
-    ASSERT_EQ(InitCompressEnv(env, KOWEN_FORMAT_RGB444, KOWEN_OPERATION_SEQUENTIAL, 17, 9), 0);
     AllocMem(env->huffmanHandle, env->huffmanTable);
     const MemoryHandle table = env->huffmanHandle[0];
     const uint32_t bytes = GlobalSize(table);

@@ -1,7 +1,6 @@
 #include "raster/opcode_table.h"
 
 #include "device/common_record.h"
-#include "platform/state.h"
 #include "raster/attributes.h"
 #include "raster/cell_array.h"
 #include "raster/device.h"
