@@ -68,7 +68,7 @@ protected:
     }
     void ExpectCleanExport(const std::string &options) {
         const std::string picture = directory.Write("a.ppm", Picture());
-        ExpectClean(Quoted(kProgramPath) + " export --no-progress " + Quoted(picture) + " " +
+        ExpectClean(Quoted(kProgramPath) + " export --no-progress --force " + Quoted(picture) + " " +
                         Quoted(directory.File("a.jpg")) + " --module ",
                     " " + options);
     }
@@ -78,12 +78,12 @@ TEST_F(CleanCommandLine, WithABitmap) {
     ExpectCleanExport("--quality 80");
 }
 
-TEST_F(CleanCommandLine, WithTheRasterDevice) {
-    ExpectCleanExport("--door raster");
+TEST_F(CleanCommandLine, AsTheFilterHasItAndProgressive) {
+    ExpectCleanExport("--as-filter --progressive");
 }
 
-TEST_F(CleanCommandLine, ToMemoryAndProgressive) {
-    ExpectCleanExport("--output-to memory --progressive");
+TEST_F(CleanCommandLine, AtTheQualityThatFits) {
+    ExpectCleanExport("--max-bytes 900");
 }
 
 } // namespace
