@@ -1,0 +1,405 @@
+# SPDX-License-Identifier: MIT
+"""Saving: the module, its calls, progress, results."""
+
+from __future__ import annotations
+
+import ctypes
+import os
+import threading
+from dataclasses import dataclass
+from typing import Any, BinaryIO, Callable, Optional, Union
+
+from . import _library
+from ._errors import KowenError, ModuleError, SettingError, raise_for
+from ._pictures import Picture, as_picture, path_bytes
+from ._settings import SettingValue, options
+
+Progress = Callable[[float], object]
+Path = Union[str, "os.PathLike[str]"]
+
+
+@dataclass(frozen=True)
+class Result:
+    """What an export made.
+
+    Attributes:
+        bytes: length of the JPEG.
+        width, height: of the JPEG, in pixels.
+        dpi: the resolution that the JPEG states, across and down.
+        components: 3, or 1 for grey.
+        progressive: whether it builds up in several scans.
+        quality: that it was made with.
+        clipped_percent: pixels whose colours the filter cannot give exactly, 0 to 100.
+        notes: sentences about what one might not expect: something dropped, enlarged, clipped.
+        profile: the settings profile in use, or "".
+    """
+
+    bytes: int
+    width: int
+    height: int
+    dpi: tuple[int, int]
+    components: int
+    progressive: bool
+    quality: int
+    clipped_percent: float
+    notes: tuple[str, ...]
+    profile: str
+
+    @classmethod
+    def of(cls, record: _library.ResultRecord) -> Result:
+        text = record.notesText.decode("utf-8", "replace")
+        return cls(record.bytes, record.width, record.height, (record.xDpi, record.yDpi),
+                   record.components, record.scans > 1, record.quality, record.clippedPercent,
+                   tuple(text.splitlines()), os.fsdecode(record.profilePath))
+
+
+class _Host:
+    """The loaded host library and the module that it opened: one of each for the process."""
+
+    def __init__(self) -> None:
+        self._lock = threading.Lock()
+        self._library: Optional[ctypes.CDLL] = None
+        self._module: Optional[int] = None
+
+    def library(self) -> ctypes.CDLL:
+        with self._lock:
+            if self._library is None:
+                try:
+                    self._library = _library.load()
+                except (OSError, AttributeError) as error:
+                    raise ModuleError(str(error), 2) from error
+            return self._library
+
+    def module(self) -> int:
+        library = self.library()
+        with self._lock:
+            if self._module is None:
+                self._module = self._open(library, None)
+            return self._module
+
+    def open(self, path: Path) -> None:
+        library = self.library()
+        with self._lock:
+            # The one in use until now stays open: other threads may be at work with it.
+            self._module = self._open(library, path_bytes(path))
+
+    @staticmethod
+    def _open(library: ctypes.CDLL, path: Optional[bytes]) -> int:
+        record = _library.ResultRecord()
+        module: Optional[int] = library.KowenOpenModule(path, ctypes.byref(record))
+        if not module:
+            raise_for(record)
+            raise ModuleError("the module cannot be opened", 2)
+        return module
+
+
+_host = _Host()
+
+
+def open_module(path: Path) -> None:
+    """Uses the filter in this file from now on, in place of the one that is found by itself.
+
+    Raises ModuleError when it cannot be loaded; then nothing has changed.
+    """
+    _host.open(path)
+
+
+def module_path() -> str:
+    """The path of the filter in use."""
+    module = _host.module()
+    return os.fsdecode(_host.library().KowenModulePath(module))
+
+
+def version() -> tuple[str, str]:
+    """The versions of the host library and of the filter, such as ("2.0.5", "2.0.5")."""
+    module = _host.module()
+    number = _host.library().KowenModuleVersion(module)
+    filter_version = f"{number >> 24}.{number >> 16 & 0xFF}.{number & 0xFFFF}"
+    return _host.library().KowenHostVersion().decode("ascii"), filter_version
+
+
+class _Settings:
+    """The library's settings record, made from keyword arguments, for a with statement."""
+
+    def __init__(self, settings: dict[str, SettingValue]) -> None:
+        self._settings = dict(settings)
+
+    def __enter__(self) -> int:
+        library = _host.library()
+        self._handle: Optional[int] = library.KowenNewSettings()
+        if not self._handle:
+            raise MemoryError("not enough memory for the settings")
+        try:
+            self._fill(library, self._handle)
+        except BaseException:
+            self.__exit__()
+            raise
+        return self._handle
+
+    def __exit__(self, *_: object) -> None:
+        _host.library().KowenFreeSettings(self._handle)
+
+    def _fill(self, library: ctypes.CDLL, handle: int) -> None:
+        profile = self._settings.pop("profile", None)
+        section = self._settings.pop("section", None)
+        record = _library.ResultRecord()
+        result = ctypes.byref(record)
+        for name, text in options(self._settings):
+            library.KowenSet(handle, name.encode(), text.encode(), result)
+            raise_for(record)
+        if profile is not None:
+            named = str(section).encode() if section is not None else None
+            library.KowenLoadProfile(handle, path_bytes(str(profile)), named, result)
+            raise_for(record)
+        elif section is not None:
+            raise SettingError("a section needs a profile", 1)
+
+
+class _Calls:
+    """The callbacks of one call; keeps the exception that ended it."""
+
+    def __init__(self, progress: Optional[Progress] = None,
+                 stream: Optional[BinaryIO] = None) -> None:
+        self.error: Optional[BaseException] = None
+        self._progress = progress
+        self._stream = stream
+        self._record = _library.ProgressRecord()
+        self._record.callback = _library.ProgressCallback(self._report)
+        self._write_function = _library.Writer(self._write)
+
+    @property
+    def progress(self) -> Any:
+        return ctypes.byref(self._record) if self._progress is not None else None
+
+    @property
+    def writer(self) -> Any:
+        return self._write_function
+
+    def _report(self, _context: int, fraction: float) -> int:
+        assert self._progress is not None
+        return self._guard(lambda: self._progress(fraction))  # type: ignore[misc]
+
+    def _write(self, _context: int, data: int, count: int) -> int:
+        assert self._stream is not None
+        stream = self._stream
+        return self._guard(lambda: _write_all(stream, ctypes.string_at(data, count)))
+
+    def _guard(self, call: Callable[[], object]) -> int:
+        if self.error is not None:
+            return 1
+        try:
+            call()
+        except BaseException as error:  # pylint: disable=broad-except
+            self.error = error
+            return 1
+        return 0
+
+
+def _write_all(stream: BinaryIO, data: bytes) -> None:
+    while data:
+        written = stream.write(data)
+        if written is None:
+            if getattr(stream, "raw", stream) is stream and hasattr(stream, "fileno"):
+                raise BlockingIOError("the stream takes nothing now")
+            return
+        data = data[written:]
+
+
+def _finish(record: _library.ResultRecord, calls: _Calls, picture: Optional[Picture],
+            path: Optional[str] = None) -> Result:
+    error = calls.error or (picture.take_error() if picture is not None else None)
+    if record.code != 0 and error is not None:
+        raise error
+    raise_for(record, path)
+    return Result.of(record)
+
+
+def _export(run: Callable[[Any, Any, Any], None], picture: Optional[Picture],
+            output: _library.OutputRecord, calls: _Calls, path: Optional[str] = None) -> Result:
+    record = _library.ResultRecord()
+    run(ctypes.byref(output), calls.progress, ctypes.byref(record))
+    return _finish(record, calls, picture, path)
+
+
+def _output(target: Union[Path, BinaryIO], replace: str,
+            calls: _Calls) -> tuple[_library.OutputRecord, Optional[str]]:
+    if replace not in _library.REPLACE:
+        raise ValueError(f"replace is one of {', '.join(_library.REPLACE)}, not {replace!r}")
+    output = _library.OutputRecord(replace=_library.REPLACE[replace])
+    if hasattr(target, "write"):
+        output.write = calls.writer
+        return output, None
+    output.path = path_bytes(target)
+    return output, os.fspath(target)
+
+
+def _stream_of(target: Union[Path, BinaryIO]) -> Optional[BinaryIO]:
+    return target if hasattr(target, "write") else None  # type: ignore[return-value]
+
+
+def _memory(output: _library.OutputRecord) -> bytes:
+    return ctypes.string_at(output.memory, output.memorySize)
+
+
+def save(image: Any, path: Union[Path, BinaryIO], *, progress: Optional[Progress] = None,
+         replace: str = "jpeg", **settings: SettingValue) -> Result:
+    """Saves an image as a JPEG file.
+
+    A file appears under its name only when it is whole; one that is there keeps its mode and owner,
+    or stays as it was when anything fails.
+
+    Args:
+        image: a Pillow image, an array, a buffer or a Picture; see Picture.
+        path: the file's name, or a binary stream to write to.
+        progress: called every few rows with the fraction done, 0.0 to 1.0, on the calling thread.
+            An exception that it raises cancels the export and reaches the caller.
+        replace: ``"jpeg"`` replaces a JPEG of that name and refuses any other file, ``"never"``
+            refuses every file, ``"any"`` replaces every file.
+        settings: see below.
+
+    Settings are the command line's, with _ for -:
+
+    =================  =========================================================================
+    quality            45 to 100 (default 100)
+    progressive        True or False
+    colour             ``"ycc422"`` (default) or ``"grey"``
+    colour_mode        ``"unchanged"``, ``"inverted"``, ``"grey"``, ...
+    size               a box such as ``"10x15cm"``, ``"A4"``, ``"800x600px"``
+    dpi                a number, a pair, or ``"picture"``
+    page               ``"WxH@DPI"``
+    background         ``"#rrggbb"``, what shows through transparent pixels
+    exif, icc          True (default): kept; False: dropped
+    comment            False (default) or True
+    max_bytes          the highest quality up to `quality` that fits, such as ``"300k"``
+    as_filter          True: pixels, sizes and stream as the filter itself has them
+    profile, section   start from these settings; what is given here counts more
+    =================  =========================================================================
+
+    Returns a Result. Raises SettingError, OutputError, ExistsError and other KowenErrors, and
+    MemoryError.
+
+    >>> import os, tempfile
+    >>> folder = tempfile.TemporaryDirectory()
+    >>> grey = memoryview(bytes(16 * 8)).cast("B", (8, 16))
+    >>> result = save(grey, os.path.join(folder.name, "grey.jpg"), quality=75, colour="grey")
+    >>> (result.width, result.height, result.components)
+    (16, 8, 1)
+    >>> save(grey, os.path.join(folder.name, "grey.jpg"), replace="never")
+    Traceback (most recent call last):
+        ...
+    kowen._errors.ExistsError: ...
+    >>> folder.cleanup()
+    """
+    picture = as_picture(image)
+    calls = _Calls(progress, _stream_of(path))
+    output, name = _output(path, replace, calls)
+    module = _host.module()
+    with _Settings(settings) as handle:
+        def run(out: Any, report: Any, result: Any) -> None:
+            _host.library().KowenSave(module, ctypes.byref(picture.record), handle, out, report,
+                                      result)
+        return _export(run, picture, output, calls, name)
+
+
+def encode(image: Any, *, progress: Optional[Progress] = None,
+           **settings: SettingValue) -> bytes:
+    """Makes a JPEG in memory. Arguments and errors are those of save.
+
+    >>> jpeg = encode(memoryview(bytes(3 * 16 * 8)).cast("B", (8, 16, 3)), quality=75)
+    >>> jpeg[:2].hex(), jpeg[-2:].hex()
+    ('ffd8', 'ffd9')
+    """
+    with _Encoded(image, progress, settings) as output:
+        return _memory(output)
+
+
+class _Encoded:
+    """One export to memory, whose block is freed at the end of the with statement."""
+
+    def __init__(self, image: Any, progress: Optional[Progress],
+                 settings: dict[str, SettingValue]) -> None:
+        self._picture = as_picture(image)
+        self._calls = _Calls(progress)
+        self._settings = settings
+        self._output = _library.OutputRecord()
+
+    def __enter__(self) -> _library.OutputRecord:
+        module = _host.module()
+        with _Settings(self._settings) as handle:
+            def run(out: Any, report: Any, result: Any) -> None:
+                _host.library().KowenSave(module, ctypes.byref(self._picture.record), handle, out,
+                                          report, result)
+            _export(run, self._picture, self._output, self._calls)
+        return self._output
+
+    def __exit__(self, *_: object) -> None:
+        _host.library().KowenFree(self._output.memory)
+
+
+class Prepared:
+    """A picture that was handed to the filter, to be exported any number of times.
+
+    For previews and estimates: reading and adjusting the pixels is done once. Of the settings given
+    here those hold for all exports that decide about pixels (colour, colour_mode, background, icc,
+    as_filter).
+
+    >>> with Prepared(memoryview(bytes(3 * 16 * 8)).cast("B", (8, 16, 3))) as prepared:
+    ...     sizes = [len(prepared.encode(quality=quality)) for quality in (50, 100)]
+    >>> sizes[0] <= sizes[1]
+    True
+    """
+
+    def __init__(self, image: Any, *, progress: Optional[Progress] = None,
+                 **settings: SettingValue) -> None:
+        self._handle: Optional[int] = None
+        self._lock = threading.Lock()
+        picture = as_picture(image)
+        calls = _Calls(progress)
+        record = _library.ResultRecord()
+        module = _host.module()
+        with _Settings(settings) as handle:
+            self._handle = _host.library().KowenPrepare(
+                module, ctypes.byref(picture.record), handle, calls.progress, ctypes.byref(record))
+        _finish(record, calls, picture)
+
+    def save(self, path: Union[Path, BinaryIO], *, progress: Optional[Progress] = None,
+             replace: str = "jpeg", **settings: SettingValue) -> Result:
+        """Saves it; as the function save."""
+        calls = _Calls(progress, _stream_of(path))
+        output, name = _output(path, replace, calls)
+        return self._export(output, calls, settings, name)
+
+    def encode(self, *, progress: Optional[Progress] = None, **settings: SettingValue) -> bytes:
+        """Makes a JPEG in memory; as the function encode."""
+        output = _library.OutputRecord()
+        try:
+            self._export(output, _Calls(progress), settings, None)
+            return _memory(output)
+        finally:
+            _host.library().KowenFree(output.memory)
+
+    def close(self) -> None:
+        """Frees the picture."""
+        with self._lock:
+            handle, self._handle = self._handle, None
+        if handle is not None:
+            _host.library().KowenFreePrepared(handle)
+
+    def __enter__(self) -> Prepared:
+        return self
+
+    def __exit__(self, *_: object) -> None:
+        self.close()
+
+    def __del__(self) -> None:
+        self.close()
+
+    def _export(self, output: _library.OutputRecord, calls: _Calls,
+                settings: dict[str, SettingValue], name: Optional[str]) -> Result:
+        with self._lock, _Settings(settings) as handle:
+            if self._handle is None:
+                raise KowenError("the prepared picture was closed", 1)
+
+            def run(out: Any, report: Any, result: Any) -> None:
+                _host.library().KowenExportPrepared(self._handle, handle, out, report, result)
+            return _export(run, None, output, calls, name)

@@ -1,0 +1,55 @@
+# SPDX-License-Identifier: MIT
+"""Settings as keyword arguments."""
+
+from __future__ import annotations
+
+from typing import Mapping, Union
+
+SettingValue = Union[str, int, float, bool, "tuple[float, float]", None]
+"""Text as the command line takes it, a number, True or False, or a pair for ``dpi``."""
+
+
+def option_text(name: str, value: SettingValue) -> str:
+    """A value as the command line's option of that name takes it.
+
+    >>> option_text("quality", 85), option_text("progressive", True)
+    ('85', 'yes')
+    >>> option_text("dpi", (300, 150)), option_text("exif", False)
+    ('300x150', 'drop')
+    """
+    if isinstance(value, bool):
+        words = ("drop", "keep") if name in ("exif", "icc", "comment") else ("no", "yes")
+        return words[value]
+    if isinstance(value, tuple):
+        return "x".join(number_text(part) for part in value)
+    if isinstance(value, (int, float)):
+        return number_text(value)
+    return str(value)
+
+
+def number_text(value: float) -> str:
+    """A number without an empty fraction.
+
+    >>> number_text(72.0), number_text(2.5)
+    ('72', '2.5')
+    """
+    return str(int(value)) if value == int(value) else repr(float(value))
+
+
+def option_name(keyword: str) -> str:
+    """The setting's name: ``max_bytes`` is ``max-bytes``, ``color`` is ``colour``.
+
+    >>> option_name("max_bytes"), option_name("color_mode")
+    ('max-bytes', 'colour-mode')
+    """
+    return keyword.replace("_", "-").replace("color", "colour")
+
+
+def options(settings: Mapping[str, SettingValue]) -> list[tuple[str, str]]:
+    """The settings by name; those that are None are left out."""
+    found = []
+    for keyword, value in settings.items():
+        if value is not None:
+            name = option_name(keyword)
+            found.append((name, option_text(name, value)))
+    return found

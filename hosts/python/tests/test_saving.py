@@ -1,0 +1,212 @@
+# SPDX-License-Identifier: MIT
+"""Files, errors, progress, threads, and the command line beside it."""
+
+import io
+import os
+import subprocess
+import sys
+import threading
+
+import numpy
+import pytest
+from PIL import Image
+
+import kowen
+from pictures import decoded, gradient
+
+PICTURE = gradient()
+
+
+def leftovers(folder):
+    return sorted(os.listdir(folder))
+
+
+@pytest.mark.parametrize("settings, options", [
+    ({}, []),
+    ({"quality": 75}, ["--quality", "75"]),
+    ({"quality": 60, "progressive": True}, ["--quality", "60", "--progressive"]),
+    ({"colour": "grey"}, ["--colour", "grey"]),
+    ({"as_filter": True, "quality": 30}, ["--as-filter", "--quality", "30"]),
+    ({"dpi": 300, "size": "4x3in"}, ["--dpi", "300", "--size", "4x3in"]),
+    ({"max_bytes": 1500}, ["--max-bytes", "1500"]),
+], ids=str)
+def test_the_command_line_makes_the_same_bytes(tmp_path, program, settings, options):
+    path = tmp_path / "source.png"
+    Image.fromarray(PICTURE).save(path)
+    assert kowen.encode(PICTURE, **settings) == program(path, tmp_path, *options)
+
+
+def test_save_encode_and_streams_agree(tmp_path):
+    result = kowen.save(PICTURE, tmp_path / "a.jpg", quality=80)
+    stream = io.BytesIO()
+    kowen.save(PICTURE, stream, quality=80)
+    jpeg = kowen.encode(PICTURE, quality=80)
+    assert (tmp_path / "a.jpg").read_bytes() == jpeg == stream.getvalue()
+    assert (result.bytes, result.width, result.height, result.quality) == (len(jpeg), 48, 33, 80)
+    assert (result.components, result.progressive) == (3, False)
+
+
+def test_prepared_pictures_give_the_same_bytes_each_time():
+    with kowen.Prepared(PICTURE) as prepared:
+        for quality in (50, 100, 50):
+            assert prepared.encode(quality=quality) == kowen.encode(PICTURE, quality=quality)
+    with pytest.raises(kowen.KowenError, match="closed"):
+        prepared.encode()
+
+
+def test_settings_come_from_a_profile(tmp_path):
+    profile = tmp_path / "prints.ini"
+    profile.write_text("[KOWEN]\n~Mode=JPG Export\n[JPG Export]\nDriver=KOWEN\n"
+                       "Quality Mode=242\nQuality=60\n")
+    result = kowen.save(PICTURE, tmp_path / "a.jpg", profile=profile)
+    assert result.quality == 60
+    assert result.profile == str(profile)
+    assert kowen.save(PICTURE, tmp_path / "b.jpg", profile=profile, quality=70).quality == 70
+
+
+@pytest.mark.parametrize("settings, words", [
+    ({"quality": 101}, "101"),
+    ({"quality": 44}, "44"),
+    ({"speed": "fast"}, "speed"),
+    ({"section": "x"}, "profile"),
+])
+def test_wrong_settings_are_named(settings, words):
+    with pytest.raises(kowen.SettingError, match=words) as caught:
+        kowen.encode(PICTURE, **settings)
+    assert isinstance(caught.value, ValueError) and caught.value.code == 1
+
+
+def test_a_missing_profile_is_named(tmp_path):
+    with pytest.raises(kowen.ProfileError, match="none.ini"):
+        kowen.encode(PICTURE, profile=tmp_path / "none.ini")
+
+
+def test_a_file_that_is_no_jpeg_is_kept(tmp_path):
+    path = tmp_path / "letter.jpg"
+    path.write_text("not a picture")
+    with pytest.raises(kowen.ExistsError) as caught:
+        kowen.save(PICTURE, path)
+    assert isinstance(caught.value, FileExistsError) and caught.value.filename == str(path)
+    assert path.read_text() == "not a picture" and leftovers(tmp_path) == ["letter.jpg"]
+    kowen.save(PICTURE, path, replace="any")
+    assert decoded(path.read_bytes()).size == (48, 33)
+
+
+def test_a_folder_that_is_not_there_is_an_oserror(tmp_path):
+    with pytest.raises(OSError) as caught:
+        kowen.save(PICTURE, tmp_path / "no" / "a.jpg")
+    assert isinstance(caught.value, kowen.OutputError)
+    assert caught.value.errno == 2 and caught.value.code == 6
+
+
+def test_a_full_device_is_an_oserror():
+    with pytest.raises(kowen.OutputError) as caught:
+        kowen.save(PICTURE, "/dev/full", replace="any")
+    assert caught.value.errno == 28
+
+
+class Stop(Exception):
+    pass
+
+
+@pytest.mark.parametrize("after", [0.0, 0.3, 0.9])
+def test_an_exception_in_the_progress_callback_cancels_and_passes_through(tmp_path, after):
+    path = tmp_path / "a.jpg"
+    kowen.save(PICTURE, path, quality=50)
+    before = path.read_bytes()
+
+    def stop(done):
+        if done >= after:
+            raise Stop(done)
+
+    with pytest.raises(Stop):
+        kowen.save(gradient(700, 500), path, progress=stop)
+    assert path.read_bytes() == before and leftovers(tmp_path) == ["a.jpg"]
+
+
+def test_progress_never_falls_and_ends_at_one():
+    seen = []
+    kowen.encode(gradient(200, 400), progress=seen.append)
+    assert seen == sorted(seen) and seen[-1] == 1.0 and len(seen) > 10
+
+
+def test_an_exception_in_a_stream_passes_through():
+    class Broken(io.RawIOBase):
+        def write(self, _data):
+            raise Stop()
+
+    with pytest.raises(Stop):
+        kowen.save(PICTURE, Broken())
+
+
+def test_short_writes_are_gone_on_with():
+    class Slow(io.RawIOBase):
+        taken = b""
+
+        def write(self, data):
+            self.taken += bytes(data[:7])
+            return min(7, len(data))
+
+    stream = Slow()
+    kowen.save(PICTURE, stream, quality=70)
+    assert stream.taken == kowen.encode(PICTURE, quality=70)
+
+
+def test_a_call_from_inside_a_callback_is_refused():
+    def nested(_done):
+        kowen.encode(PICTURE)
+
+    with pytest.raises(kowen.BusyError):
+        kowen.encode(PICTURE, progress=nested)
+    assert kowen.encode(PICTURE)[-2:] == b"\xff\xd9"
+
+
+def test_threads_wait_for_each_other_and_none_gets_anothers_picture():
+    pictures = [numpy.roll(PICTURE, step * 5, axis=1) for step in range(4)]
+    expected = [kowen.encode(picture, quality=75) for picture in pictures]
+    wrong = []
+
+    def work(index):
+        for _ in range(50):
+            if kowen.encode(pictures[index], quality=75) != expected[index]:
+                wrong.append(index)
+
+    threads = [threading.Thread(target=work, args=(index,)) for index in range(4)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    assert wrong == [] and len(set(expected)) == 4
+
+
+def test_the_interpreter_goes_on_while_the_filter_works():
+    """One thread's export waits for a word that only another thread can give."""
+    inside, go = threading.Event(), threading.Event()
+
+    def wait(_done):
+        inside.set()
+        assert go.wait(60)
+
+    thread = threading.Thread(target=lambda: kowen.encode(PICTURE, progress=wait))
+    thread.start()
+    assert inside.wait(60)
+    go.set()
+    thread.join(60)
+    assert not thread.is_alive()
+
+
+@pytest.mark.parametrize("variable, value, words", [
+    ("KOWEN_MODULE", "/nowhere/kowen.so", "/nowhere/kowen.so"),
+    ("KOWEN_MODULE", "/bin/true", "/bin/true"),
+    ("KOWEN_HOST_LIBRARY", "/nowhere/lib.so", "KOWEN_HOST_LIBRARY"),
+])
+def test_what_is_missing_is_named(variable, value, words):
+    code = ("import kowen\ntry:\n    kowen.encode(memoryview(bytes(64)).cast('B', (8, 8)))\n"
+            "except kowen.ModuleError as error:\n    print(error)\n")
+    run = subprocess.run([sys.executable, "-c", code], env={**os.environ, variable: value},
+                         capture_output=True, text=True, check=True)
+    assert words in run.stdout
+
+
+def test_the_package_has_the_librarys_version():
+    assert kowen.version()[0] == kowen.__version__
