@@ -68,8 +68,8 @@ protected:
     }
     void ExpectCleanExport(const std::string &options) {
         const std::string picture = directory.Write("a.ppm", Picture());
-        ExpectClean(Quoted(kProgramPath) + " export --no-progress --force " + Quoted(picture) + " " +
-                        Quoted(directory.File("a.jpg")) + " --module ",
+        ExpectClean(Quoted(kProgramPath) + " export --no-progress --force " + Quoted(picture) +
+                        " " + Quoted(directory.File("a.jpg")) + " --module ",
                     " " + options);
     }
 };
