@@ -1,0 +1,109 @@
+# Completion of kowen for bash. Written by scripts/completions.
+_kowen() {
+    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
+    local command=${COMP_WORDS[1]} options=
+    COMPREPLY=()
+    case $before in
+    --background)
+        :
+        return
+        ;;
+    --colour)
+        mapfile -t COMPREPLY < <(compgen -W 'ycc422 grey rgb444' -- "$word")
+        return
+        ;;
+    --colour-mode)
+        mapfile -t COMPREPLY < <(compgen -W 'unchanged inverted greys-inverted grey grey-inverted' -- "$word")
+        return
+        ;;
+    --comment)
+        mapfile -t COMPREPLY < <(compgen -W 'keep drop' -- "$word")
+        return
+        ;;
+    --compare)
+        compopt -o filenames && mapfile -t COMPREPLY < <(compgen -f -- "$word")
+        return
+        ;;
+    --dpi)
+        mapfile -t COMPREPLY < <(compgen -W '72 96 150 300 picture page' -- "$word")
+        return
+        ;;
+    --exif)
+        mapfile -t COMPREPLY < <(compgen -W 'keep drop' -- "$word")
+        return
+        ;;
+    --icc)
+        mapfile -t COMPREPLY < <(compgen -W 'keep drop' -- "$word")
+        return
+        ;;
+    -j | --jobs)
+        :
+        return
+        ;;
+    --max-bytes)
+        :
+        return
+        ;;
+    --module)
+        compopt -o filenames && mapfile -t COMPREPLY < <(compgen -f -- "$word")
+        return
+        ;;
+    -o | --output)
+        compopt -o filenames && mapfile -t COMPREPLY < <(compgen -f -- "$word")
+        return
+        ;;
+    --page)
+        :
+        return
+        ;;
+    --profile)
+        compopt -o filenames && mapfile -t COMPREPLY < <(compgen -f -- "$word")
+        return
+        ;;
+    --quality)
+        :
+        return
+        ;;
+    --resize)
+        :
+        return
+        ;;
+    --section)
+        :
+        return
+        ;;
+    --size)
+        mapfile -t COMPREPLY < <(compgen -W 'A4 A5 A6 letter legal picture page' -- "$word")
+        return
+        ;;
+    --to)
+        compopt -o filenames && mapfile -t COMPREPLY < <(compgen -d -- "$word")
+        return
+        ;;
+    esac
+    if [ "$COMP_CWORD" = 1 ]; then
+        mapfile -t COMPREPLY < <(compgen -W 'export estimate setup info help --help --version' -- "$word")
+        return
+    fi
+    case $command in
+    export) options='--help --output --to --recursive --jobs --force --quality --colour --colour-mode --max-bytes --size --dpi --page --background --exif --icc --comment --progressive --sequential --as-filter --resize --shrink-only --accept-truncated --profile --section --save --module --json --quiet --no-progress' ;;
+    estimate) options='--help --compare --quality --colour --colour-mode --max-bytes --size --dpi --page --background --exif --icc --comment --progressive --sequential --as-filter --resize --shrink-only --accept-truncated --profile --section --module --json --quiet --no-progress' ;;
+    info) options='--help --module --json' ;;
+    help) options='export estimate setup info help' ;;
+    setup)
+        case ${COMP_WORDS[2]} in
+        show) options='--help --json --section' ;;
+        set) options='--help --json --section --quiet' ;;
+        sections) options='--help --json' ;;
+        esac
+        [ "$COMP_CWORD" != 2 ] || options='show set sections --help'
+        ;;
+    esac
+    if [[ $word == -* || $command == help || ($command == setup && $COMP_CWORD == 2) ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")
+    else
+        compopt -o filenames
+        mapfile -t COMPREPLY < <(compgen -f -- "$word")
+    fi
+}
+complete -F _kowen kowen

@@ -1,0 +1,45 @@
+# Completion for fish: reads what completions lists, commands before options.
+BEGIN {
+    FS = "\t"
+    print "# Completion of kowen for fish. Written by scripts/completions."
+}
+
+function escaped(text) {
+    gsub(/\\/, "\\\\", text)
+    gsub(/'/, "\\'", text)
+    return text
+}
+
+function values(option, kind) {
+    if (option == "--colour") return "ycc422 grey rgb444"
+    if (option == "--colour-mode") return "unchanged inverted greys-inverted grey grey-inverted"
+    if (kind == "WHAT") return "keep drop"
+    if (option == "--size") return "A4 A5 A6 letter legal picture page"
+    if (option == "--dpi") return "72 96 150 300 picture page"
+    return ""
+}
+
+NF == 2 {
+    printf "complete -c kowen -f -n __fish_use_subcommand -a %s -d '%s'\n", $1, escaped($2)
+    next
+}
+
+$1 == "setup" { next }
+
+{
+    words = split($1, word, " ")
+    condition = "'__fish_seen_subcommand_from " word[words] "'"
+    line = "complete -c kowen -n " condition " -l " substr($3, 3)
+    if ($2 != "-") line = line " -s " substr($2, 2)
+    list = values($3, $4)
+    if (list != "") line = line " -x -a '" list "'"
+    else if ($4 == "DIR") line = line " -x -a '(__fish_complete_directories)'"
+    else if ($4 ~ /^(FILE|PATH)/) line = line " -r -F"
+    else if ($4 != "-") line = line " -x"
+    print line " -d '" escaped($5) "'"
+}
+
+END {
+    show = "'__fish_seen_subcommand_from setup; and not __fish_seen_subcommand_from show set sections'"
+    print "complete -c kowen -f -n " show " -a 'show set sections'"
+}
