@@ -164,7 +164,7 @@ class Tree:
             self.build, limited=True)
         self.clean()
         failed = re.findall(r'\[  FAILED  \] ([\w./]+)', text) or \
-            re.findall(r'\d+ - (.+?) \(Failed', text)
+            re.findall(r'^\s+\d+ - (\S+) \((?!Skipped)', text, re.M)
         return self.verdict('ctest', status, failed), text
 
     @staticmethod
