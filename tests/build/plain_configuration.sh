@@ -2,9 +2,10 @@
 # Sets up a build as people do who know CMake and not this tree, on a machine that has the compiler
 # only: the commands that it would run make an optimised module and nothing else.
 #
-#   plain_configuration.sh TREE
+#   plain_configuration.sh TREE C_COMPILER C++_COMPILER
 set -euo pipefail
 tree=$1
+export CC=$2 CXX=$3 # which may go by other names than cc and c++
 
 directory=$(mktemp -d)
 trap 'rm -rf "$directory"' EXIT
