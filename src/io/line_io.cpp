@@ -57,10 +57,8 @@ int32_t qivReadLine(FileHandle file, char *buffer, int32_t size) noexcept {
             break;
         if (c == kCr)
             got = SkipLfAfterCr(file);
-        if (c == kCr || c == kLf) {
-            buffer[stored] = '\0';
+        if (c == kCr || c == kLf)
             break;
-        }
         buffer[stored++] = c;
         if (stored < size)
             buffer[stored] = '\0';
