@@ -2,7 +2,7 @@
 //
 // The input is text: a line for each operation, an empty line, the profile; without the empty line
 // there is no profile at first. An operation is a letter, a sign for the size of a buffer (0 for
-// none, 1 for one byte, 2 for three), and the section, the key and the value, parted by tabs.
+// none, 1 for one byte, 2 for three), and the section, the key and the value, separated by tabs.
 //
 // Beside what the sanitizers see: a read stays inside its buffer and result range, a rewrite loses
 // no line that it has no business with, what was written is read, the same write twice changes

@@ -14,6 +14,11 @@ namespace {
 
 constexpr int kMostWorkers = 256;
 
+// A name that is empty is a shell's variable that was not set: the files would go elsewhere.
+std::string IsName(const std::string &name) {
+    return name.empty() ? "the name is empty" : "";
+}
+
 std::string Notes(const char *text) {
     return std::string(text) + "\n" + kExitNotes;
 }
@@ -126,8 +131,11 @@ void AddExport(CLI::App *app, ExportOptions *options, int *status) {
     command->add_option("PICTURE", options->names, "The pictures; - is the standard input")
         ->required();
     command->add_option("-o,--output", options->output, "The file to make of one picture")
-        ->type_name("FILE");
-    command->add_option("--to", options->folder, "The folder for the JPEGs")->type_name("DIR");
+        ->type_name("FILE")
+        ->check(IsName);
+    command->add_option("--to", options->folder, "The folder for the JPEGs")
+        ->type_name("DIR")
+        ->check(IsName);
     command->add_flag("-r,--recursive", options->recursive, "Take the pictures in folders");
     command
         ->add_option("-j,--jobs", options->workers,

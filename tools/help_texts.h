@@ -33,8 +33,8 @@ inline constexpr const char *kExportNotes =
     "  --size fits the picture into a box on paper, at the resolution of --dpi: A4, letter,\n"
     "  10x15cm, 6x4in, 640x480px. There the filter adds pixels by repeating them and takes them\n"
     "  away by dropping them.\n"
-    "  --dpi N from 32 to 400 alone keeps the size in inches; a picture that has none keeps its\n"
-    "  pixels.\n"
+    "  --dpi N alone keeps the size in inches; a picture that has none keeps its pixels. Profiles\n"
+    "  and --as-filter take 32 to 400.\n"
     "\n"
     "With --json every picture is one line with one object, failures too.\n";
 

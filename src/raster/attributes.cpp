@@ -83,14 +83,14 @@ DdRequest *ds_vpsm(DdRequest *request) noexcept {
 DdRequest *ds_ct(DdRequest *request) noexcept {
     const uint32_t given = ColorCount(request);
     const auto start = Argument<uint32_t>(request, kColorStart);
-    uint8_t *colors = Bytes(request, kColors);
-    rev_rgb(static_cast<int32_t>(given), colors, lpEMData->colorMode);
+    uint8_t *colours = Bytes(request, kColors);
+    rev_rgb(static_cast<int32_t>(given), colours, lpEMData->colorMode);
     // Hardened: a start beyond the table finds no entries.
     // Test: ColorTable.AStartBeyondTheTableTransformsAndCopiesNothing.
     if (start >= kColorTableEntries)
         return request;
     const uint32_t copied = std::min(given, kColorTableEntries - start);
-    std::memcpy(lpEMData->colorTable + start * kColorBytes, colors, copied * kColorBytes);
+    std::memcpy(lpEMData->colorTable + start * kColorBytes, colours, copied * kColorBytes);
     return request;
 }
 

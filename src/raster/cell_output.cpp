@@ -41,7 +41,7 @@ struct CellPicture {
     uint16_t depth;
     uint16_t targetDepth;
     uint16_t outputFormat;
-    int32_t colors;
+    int32_t colours;
     int32_t progress;
 };
 
@@ -109,15 +109,15 @@ int32_t MakePalette(CellPicture &picture) {
 
 // Drops the fourth component. The pixels are converted where they are.
 int32_t ConvertFourComponents(CellPicture &picture) {
-    const bool four = picture.colors == kCellsCmyk || picture.colors == kCellsRgbAlpha;
+    const bool four = picture.colours == kCellsCmyk || picture.colours == kCellsRgbAlpha;
     if (!four || picture.targetDepth >= picture.depth)
         return KOWEN_OK;
     if (!Holds(picture.bitmap, picture.targetWidth, picture.targetHeight, kFourBytes))
         return KOWEN_ERR_MEMORY;
-    const auto convert = picture.colors == kCellsCmyk ? rlCMYKtoRGB : rlALPHAtoRGB;
+    const auto convert = picture.colours == kCellsCmyk ? rlCMYKtoRGB : rlALPHAtoRGB;
     convert(picture.bitmap, picture.targetWidth, picture.targetHeight);
     picture.depth = kTrueColor;
-    picture.colors = kCellsRgb;
+    picture.colours = kCellsRgb;
     return KOWEN_OK;
 }
 
@@ -132,7 +132,7 @@ int32_t ConvertDepth(CellPicture &picture) {
     if (palette != picture.palette)
         rlFreeNewData(picture.palette);
     picture.palette = palette;
-    picture.colors = picture.targetDepth >= kTrueColor ? kCellsRgb : kCellsIndexed;
+    picture.colours = picture.targetDepth >= kTrueColor ? kCellsRgb : kCellsIndexed;
     const int32_t failed = Replace(picture, converted);
     return failed ? failed : PollStage(picture);
 }
@@ -144,7 +144,7 @@ int32_t ConvertToCmyk(CellPicture &picture) {
     if (!Holds(picture.bitmap, picture.targetWidth, picture.targetHeight, kFourBytes))
         return KOWEN_ERR_MEMORY;
     rlRGB4toCMYK(picture.bitmap, picture.targetWidth, picture.targetHeight);
-    picture.colors = kCellsCmyk;
+    picture.colours = kCellsCmyk;
     return KOWEN_OK;
 }
 
@@ -180,7 +180,7 @@ int32_t Write(CellPicture &picture) {
         return KOWEN_ERR_MEMORY;
     const int32_t result =
         WriteCellBits(output, picture.bitmap, picture.targetWidth, picture.targetHeight,
-                      picture.targetDepth, static_cast<uint16_t>(picture.colors), environment);
+                      picture.targetDepth, static_cast<uint16_t>(picture.colours), environment);
     // Hardened: a picture whose rows are not all there gets no EOI.
     // Test: RasterWriteCells.AFailedWriteIsReported.
     if (result != KOWEN_OK)
@@ -215,13 +215,13 @@ int32_t DrawingObstacle() noexcept {
 }
 
 void RasterWriteCellData(MemoryHandle bitmap, uint32_t width, uint32_t height, int32_t resolution,
-                         uint16_t depth, int32_t colors) noexcept {
+                         uint16_t depth, int32_t colours) noexcept {
     CellPicture picture = {};
     picture.bitmap = bitmap;
     picture.width = width;
     picture.height = height;
     picture.depth = depth;
-    picture.colors = colors;
+    picture.colours = colours;
     const int32_t result = RunStages(picture, resolution);
     if (result != KOWEN_OK && result != KOWEN_ERR_CANCELLED)
         push_er(result);

@@ -27,7 +27,7 @@ int32_t DrawingObstacle() noexcept;
 ///
 /// bitmap      stays the caller's; its pixels may be changed.
 /// width       pixels; height rows; resolution dots per inch, 0 = not known; depth bits per pixel.
-/// colors      CellColors.
+/// colours      CellColors.
 ///
 /// Pushes DrawingObstacle's code; KOWEN_ERR_MEMORY (300) when memory is exhausted and when a size
 /// is 0, does not fit into 32 bits or is more than the bitmap holds; an error of WriteCellBits.
@@ -39,6 +39,6 @@ int32_t DrawingObstacle() noexcept;
 /// Kept deliberately: whether to shrink or to stretch is decided by the heights alone. Test:
 /// RasterWriteCells.ScalesNothingWhenOnlyTheWidthsDiffer.
 void RasterWriteCellData(MemoryHandle bitmap, uint32_t width, uint32_t height, int32_t resolution,
-                         uint16_t depth, int32_t colors) noexcept;
+                         uint16_t depth, int32_t colours) noexcept;
 
 } // namespace kowen

@@ -10,9 +10,9 @@ namespace kowen {
 
 MemoryHandle MakeDevicePalette(uint32_t bytes) noexcept {
     const MemoryHandle palette = GlobalAlloc(kGlobalFlags, bytes);
-    void *colors = GlobalLock(palette);
-    if (colors)
-        std::memcpy(colors, lpEMData->colorTable, std::min(bytes, kColorTableBytes));
+    void *colours = GlobalLock(palette);
+    if (colours)
+        std::memcpy(colours, lpEMData->colorTable, std::min(bytes, kColorTableBytes));
     GlobalUnlock(palette);
     return palette;
 }

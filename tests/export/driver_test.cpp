@@ -94,7 +94,11 @@ TEST_F(InitDvr, FixesTheComponentsByTheColorFormat) {
     const struct {
         int32_t format;
         uint8_t components;
-    } cases[] = {{212, 3}, {222, 3}, {215, 1}, {213, 7}, {0, 7}};
+    } cases[] = {{KOWEN_FORMAT_YCC422, 3},
+                 {KOWEN_FORMAT_RGB444, 3},
+                 {KOWEN_FORMAT_GREY, 1},
+                 {213, 7},
+                 {0, 7}};
     for (const auto &[format, components] : cases) {
         setup->colorFormat = format;
         setup->header.componentCount = 7;

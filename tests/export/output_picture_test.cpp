@@ -392,7 +392,8 @@ TEST(OutputPicture, EveryFailedAllocationEndsTidily) {
     for (const bool withPalette : {false, true}) {
         int failures = 0;
         for (int k = 1;; ++k) {
-            const CurrentSetup setup(withPalette ? 221 : 212, 245);
+            const CurrentSetup setup(withPalette ? 221 : KOWEN_FORMAT_YCC422,
+                                     KOWEN_OPERATION_SEQUENTIAL);
             const HostOutput output;
             BandedPicture picture(MakeNoise(16, 24));
             picture.drawsNothing = withPalette; // the fake checks no allocation of its own

@@ -11,13 +11,13 @@ namespace {
 
 using Row = std::vector<uint8_t>;
 
-std::vector<const AdjustForm *> Forms() {
-    std::vector<const AdjustForm *> forms = {&kAdjustPlain};
+std::vector<const AdjustVariant *> Variants() {
+    std::vector<const AdjustVariant *> variants = {&kAdjustScalar};
 #ifdef KOWEN_HOST_X86
     if (__builtin_cpu_supports("avx2"))
-        forms.push_back(&kAdjustAvx2);
+        variants.push_back(&kAdjustAvx2);
 #endif
-    return forms;
+    return variants;
 }
 
 // What the filter makes of a pixel; divisions truncate.
@@ -52,69 +52,70 @@ Row RandomRow(size_t width, int low, int high) {
 TEST(AdjustRow, SolvesAPixelByHand) {
     // Y 114.45, Cb 128 + 20.06, Cr 128 - 17.44: b = 114 + 40, r = 114 - 28, g = (1140 - 258 - 154)
     // / 6
-    for (const AdjustForm *form : Forms()) {
+    for (const AdjustVariant *variant : Variants()) {
         Row row = {90, 120, 150};
-        EXPECT_EQ(form->single(row.data(), 1), 0U);
-        EXPECT_EQ(row, (Row{86, 122, 154})) << form->name;
+        EXPECT_EQ(variant->single(row.data(), 1), 0U);
+        EXPECT_EQ(row, (Row{86, 122, 154})) << variant->name;
     }
 }
 
 TEST(AdjustRow, SharesChromaInAPairAndLeavesItToTheFirst) {
     // Y 129.9 and 111.4; the mean (150, 100, 150) has Cb 128 + 16.56, Cr 128 + 20.93:
     // r = 130 + 34, b = 130 + 34, g = (1300 - 492 - 164) / 6 = 107.3, up
-    for (const AdjustForm *form : Forms()) {
+    for (const AdjustVariant *variant : Variants()) {
         Row row = {200, 100, 100, 100, 100, 200, 7, 7, 7};
-        EXPECT_EQ(form->pairs(row.data(), 3), 0U);
-        EXPECT_EQ(row, (Row{164, 108, 164, 111, 111, 111, 7, 7, 7})) << form->name;
+        EXPECT_EQ(variant->pairs(row.data(), 3), 0U);
+        EXPECT_EQ(row, (Row{164, 108, 164, 111, 111, 111, 7, 7, 7})) << variant->name;
     }
 }
 
 // The filter repeats the last pixel of a row up to a whole number of blocks, chroma included.
 // r = 111 + 34, b = 111 + 34, g = (1110 - 435 - 145) / 6 = 88.3, up
 TEST(AdjustRow, GivesTheLastOfARowItsChromaToo) {
-    for (const AdjustForm *form : Forms()) {
+    for (const AdjustVariant *variant : Variants()) {
         Row row = {200, 100, 100, 100, 100, 200};
-        EXPECT_EQ(form->pairs(row.data(), 2), 0U);
-        EXPECT_EQ(row, (Row{164, 108, 164, 145, 89, 145})) << form->name;
+        EXPECT_EQ(variant->pairs(row.data(), 2), 0U);
+        EXPECT_EQ(row, (Row{164, 108, 164, 145, 89, 145})) << variant->name;
     }
 }
 
 TEST(AdjustRow, GivesAnOddLastColumnItsOwnChroma) {
-    for (const AdjustForm *form : Forms()) {
+    for (const AdjustVariant *variant : Variants()) {
         Row row = {200, 100, 100, 100, 100, 200, 90, 120, 150};
-        form->pairs(row.data(), 3);
-        EXPECT_EQ(row, (Row{164, 108, 164, 111, 111, 111, 86, 122, 154})) << form->name;
+        variant->pairs(row.data(), 3);
+        EXPECT_EQ(row, (Row{164, 108, 164, 111, 111, 111, 86, 122, 154})) << variant->name;
     }
 }
 
 TEST(AdjustRow, ClipsWhatTheFilterCannotBeGivenAndCountsIt) {
     // Red wants r = 76 + 205 and b = 76 - 86.
-    for (const AdjustForm *form : Forms()) {
+    for (const AdjustVariant *variant : Variants()) {
         Row row = {255, 0, 0};
-        EXPECT_EQ(form->single(row.data(), 1), 1U);
-        EXPECT_EQ(row, (Row{255, 0, 0})) << form->name;
+        EXPECT_EQ(variant->single(row.data(), 1), 1U);
+        EXPECT_EQ(row, (Row{255, 0, 0})) << variant->name;
         Row pair = {255, 0, 0, 255, 0, 0, 128, 128, 128};
-        EXPECT_EQ(form->pairs(pair.data(), 3), 2U) << form->name;
+        EXPECT_EQ(variant->pairs(pair.data(), 3), 2U) << variant->name;
         Row white = {255, 255, 255, 0, 0, 0};
-        EXPECT_EQ(form->pairs(white.data(), 2), 0U) << form->name;
+        EXPECT_EQ(variant->pairs(white.data(), 2), 0U) << variant->name;
     }
 }
 
 TEST(AdjustRow, MakesGreysOfTheLuminance) {
-    for (const AdjustForm *form : Forms()) {
+    for (const AdjustVariant *variant : Variants()) {
         Row row = {255, 0, 0, 0, 255, 0, 0, 0, 255, 255, 255, 255};
-        EXPECT_EQ(form->grey(row.data(), 4), 0U);
-        EXPECT_EQ(row, (Row{76, 76, 76, 150, 150, 150, 29, 29, 29, 255, 255, 255})) << form->name;
+        EXPECT_EQ(variant->grey(row.data(), 4), 0U);
+        EXPECT_EQ(row, (Row{76, 76, 76, 150, 150, 150, 29, 29, 29, 255, 255, 255}))
+            << variant->name;
     }
 }
 
 TEST(AdjustRow, LeavesGreysAsTheyAre) {
-    for (const AdjustForm *form : Forms()) {
+    for (const AdjustVariant *variant : Variants()) {
         for (int grey = 0; grey < 256; ++grey) {
             const auto value = static_cast<uint8_t>(grey);
             Row row = {value, value, value};
-            EXPECT_EQ(form->single(row.data(), 1), 0U);
-            EXPECT_EQ(row, (Row{value, value, value})) << form->name;
+            EXPECT_EQ(variant->single(row.data(), 1), 0U);
+            EXPECT_EQ(row, (Row{value, value, value})) << variant->name;
         }
     }
 }
@@ -122,7 +123,7 @@ TEST(AdjustRow, LeavesGreysAsTheyAre) {
 // Every colour of a grid: what is not clipped has its samples rounded right, and luminance is
 // right for nearly all that is.
 TEST(AdjustRow, MakesTheFilterGiveWhatJfifAsksFor) {
-    for (const AdjustForm *form : Forms()) {
+    for (const AdjustVariant *variant : Variants()) {
         for (int r = 0; r < 256; r += 5)
             for (int g = 0; g < 256; g += 5)
                 for (int b = 0; b < 256; b += 5) {
@@ -136,7 +137,7 @@ TEST(AdjustRow, MakesTheFilterGiveWhatJfifAsksFor) {
                     const double green = (10 * solved.y - 3 * red - blue) / 6;
                     const bool inside =
                         red > 2 && red < 253 && blue > 2 && blue < 253 && green > 2 && green < 253;
-                    form->single(row.data(), 1);
+                    variant->single(row.data(), 1);
                     if (!inside)
                         continue;
                     const Samples samples = ThroughFilter(row.data());
@@ -148,10 +149,10 @@ TEST(AdjustRow, MakesTheFilterGiveWhatJfifAsksFor) {
 }
 
 TEST(AdjustRow, GivesPairsTheMeanChroma) {
-    for (const AdjustForm *form : Forms()) {
+    for (const AdjustVariant *variant : Variants()) {
         const Row before = RandomRow(200, 90, 165);
         Row row = before;
-        form->pairs(row.data(), 200);
+        variant->pairs(row.data(), 200);
         for (size_t x = 0; x < 200; x += 2) {
             const uint8_t *p = &before[x * 3];
             const Exact first = Jfif(p[0], p[1], p[2]);
@@ -168,12 +169,13 @@ TEST(AdjustRow, GivesPairsTheMeanChroma) {
 
 TEST(AdjustRow, HasFormsThatGiveTheSameBytesForEveryWidth) {
     for (size_t width = 1; width <= 140; ++width) {
-        for (const auto member : {&AdjustForm::pairs, &AdjustForm::single, &AdjustForm::grey}) {
+        for (const auto member :
+             {&AdjustVariant::pairs, &AdjustVariant::single, &AdjustVariant::grey}) {
             // Bytes behind the row must stay.
             Row plain = RandomRow(width + 20, 0, 255);
             const Row before = plain;
             Row fast = plain;
-            const uint32_t clipped = (kAdjustPlain.*member)(plain.data(), uint32_t(width));
+            const uint32_t clipped = (kAdjustScalar.*member)(plain.data(), uint32_t(width));
             EXPECT_EQ((FastestAdjust().*member)(fast.data(), uint32_t(width)), clipped) << width;
             ASSERT_EQ(fast, plain) << width;
             ASSERT_TRUE(std::equal(plain.begin() + ptrdiff_t(width) * 3, plain.end(),

@@ -310,7 +310,7 @@ TEST(CompAndWriteNRows, LeaksNothing) {
 }
 
 /// The writes that a sequential band's MCU rows make, quality 100.
-std::vector<int32_t> GroupSizes(const TestBitmap &bitmap, int32_t colorFormat) {
+std::vector<int32_t> McuRowSizes(const TestBitmap &bitmap, int32_t colorFormat) {
     reference::Coder coder(KOWEN_OPERATION_SEQUENTIAL, 100);
     const auto picture =
         reference::MappedPicture(bitmap.pixels, bitmap.width, bitmap.height, colorFormat);
@@ -332,7 +332,7 @@ TEST(MapAndWriteBand, SequentialMcuRowsAreOneWriteEach) {
     for (const int32_t colorFormat :
          {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_RGB444, KOWEN_FORMAT_GREY}) {
         TestBitmap bitmap = MakeNoise(33, 21);
-        const std::vector<int32_t> sizes = GroupSizes(bitmap, colorFormat);
+        const std::vector<int32_t> sizes = McuRowSizes(bitmap, colorFormat);
         PictureEnv env(colorFormat, KOWEN_OPERATION_SEQUENTIAL, 100, 33, 21, 0);
         const HostOutput output;
         EXPECT_EQ(MapAndWriteBand(output.File(), BottomUp(bitmap), env.Get()), 0);

@@ -154,7 +154,7 @@ TEST_F(HostServedOutput, IsOpenedWrittenAndClosedInThatOrder) {
 }
 
 // The end of the calls: each MCU row in one write, the last bits, EOI.
-TEST_F(HostServedOutput, GetsEachGroupOfRowsInOneWrite) {
+TEST_F(HostServedOutput, GetsEachMcuRowInOneWrite) {
     const TestBitmap bitmap = MakeNoise(40, 20);
     EXPECT_EQ(Export("x", bitmap, MakeSettings(KOWEN_FORMAT_YCC422)), 0);
     kowen::reference::Coder coder(KOWEN_OPERATION_SEQUENTIAL, 75);

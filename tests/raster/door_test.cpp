@@ -174,7 +174,7 @@ TEST_F(RasterDoor, DoesNotInitialiseAgainWithACommonRecord) {
     EXPECT_EQ(lpEMData->stateWord, 2);
 }
 
-// State -1 lets a device begin anew: the old one ends, and a new one is not made.
+// State -1 lets a device begin again: the old one ends, and a new one is not made.
 TEST_F(RasterDoor, AStateOfMinusOneIsInitialisedAgainEvenWithACommonRecord) {
     ASSERT_EQ(Initialise(), 0);
     lpEMData->stateWord = -1;

@@ -40,6 +40,16 @@ TEST_F(Words, UnknownOnesAreNamed) {
     EXPECT_EQ(Listing(), "a.ppm");
 }
 
+TEST_F(Words, EmptyNamesOfOutputsAreRefused) {
+    WritePicture("a.ppm");
+    for (const std::string option : {"--to", "-o"}) {
+        Kowen({"export", "a.ppm", option, ""});
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_NE(result.errors.find("the name is empty"), std::string::npos) << result.errors;
+    }
+    EXPECT_EQ(Listing(), "a.ppm");
+}
+
 TEST_F(Words, HelpExplainsEveryCommand) {
     for (const std::vector<std::string> &command : {std::vector<std::string>{},
                                                     {"export"},

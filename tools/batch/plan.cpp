@@ -166,8 +166,8 @@ private:
             const auto [first, fresh] =
                 targets.emplace(fs::weakly_canonical(fs::path(job.target)).string(), job.source);
             if (!fresh)
-                job.refusal = job.source + ": " + job.target + " is made from " + first->second +
-                              " already; export one of them by itself, with -o";
+                job.refusal = job.source + ": " + job.target + " would also be made from " +
+                              first->second + "; export one of them by itself, with -o";
         }
     }
 

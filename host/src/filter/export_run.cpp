@@ -9,19 +9,19 @@
 namespace kowen::host {
 namespace {
 
-constexpr uint32_t kGroupRows = 8; // that the filter codes and writes at a time
+constexpr uint32_t kMcuRowHeight = 8; // that the filter codes and writes at a time
 
 // What the module's callbacks work with.
 struct Run {
     EditedStream *stream;
     Progress *progress;
-    uint32_t groups; ///< that the picture has; 0 = it is written in pieces of another kind
+    uint32_t mcuRows; ///< that the picture has; 0 = it is written in pieces of another kind
     uint32_t written = 0;
 
     // A progressive picture is written when it is coded; in how many pieces is not known.
     double Fraction() {
         ++written;
-        return groups != 0 ? double(written) / groups : written / (written + 8.0);
+        return mcuRows != 0 ? double(written) / mcuRows : written / (written + 8.0);
     }
 };
 
@@ -103,7 +103,7 @@ void RunExport(const FilterModule &module, const Bitmap &bitmap, const CellPlan 
     setup.SetHostIo(OnIo);
     const bool sequential = plan.settings.operation == KOWEN_OPERATION_SEQUENTIAL;
     const auto height = static_cast<uint32_t>(plan.outputHeight);
-    Run run = {stream, progress, sequential ? height / kGroupRows + 1 : 0};
+    Run run = {stream, progress, sequential ? height / kMcuRowHeight + 1 : 0};
     *moduleCode = CallModule(module, setup, bitmap, plan, page, &run);
     if (!progress->Cancelled())
         stream->Finish();

@@ -22,11 +22,11 @@ namespace kowen::host {
 /// what the filter can be given: r, g or b more than 2 outside its byte.
 using AdjustRow = uint32_t (*)(uint8_t *row, uint32_t width);
 
-/// One form of the loops. All give the same bytes.
-struct AdjustForm {
+/// One variant of the loops. All give the same bytes.
+struct AdjustVariant {
     const char *name;
 
-    /// For samples that are halved across, of which the filter takes the chroma of each first
+    /// For samples that are subsampled across, of which the filter takes the chroma of each first
     /// column: that gets the luminance of its own and the mean chroma of both; the second gets its
     /// luminance as a grey, but for the row's last one, which gets the chroma as well.
     AdjustRow pairs;
@@ -39,11 +39,11 @@ struct AdjustForm {
 };
 
 /// The fastest form for this machine.
-const AdjustForm &FastestAdjust();
+const AdjustVariant &FastestAdjust();
 
-extern const AdjustForm kAdjustPlain;
+extern const AdjustVariant kAdjustScalar;
 #ifdef KOWEN_HOST_X86
-extern const AdjustForm kAdjustAvx2;
+extern const AdjustVariant kAdjustAvx2;
 #endif
 
 } // namespace kowen::host

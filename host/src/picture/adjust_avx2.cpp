@@ -4,6 +4,6 @@
 
 namespace kowen::host {
 
-const AdjustForm kAdjustAvx2 = {"AVX2", PairsRow, EachBlock<SolveSingle>, EachBlock<MakeGrey>};
+const AdjustVariant kAdjustAvx2 = {"AVX2", PairsRow, EachBlock<SolveSingle>, EachBlock<MakeGrey>};
 
 } // namespace kowen::host

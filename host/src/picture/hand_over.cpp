@@ -110,10 +110,10 @@ private:
     void Adjust(uint8_t *row) {
         if (!plan.adjust || rows.Depth() != 24)
             return;
-        const AdjustForm &form = FastestAdjust();
-        const AdjustRow adjust = plan.greyFile  ? form.grey
-                                 : plan.resized ? form.single
-                                                : form.pairs;
+        const AdjustVariant &variant = FastestAdjust();
+        const AdjustRow adjust = plan.greyFile  ? variant.grey
+                                 : plan.resized ? variant.single
+                                                : variant.pairs;
         clipped += adjust(row, bitmap.Width());
     }
 

@@ -4,14 +4,15 @@
 
 namespace kowen::host {
 
-const AdjustForm kAdjustPlain = {"plain", PairsRow, EachBlock<SolveSingle>, EachBlock<MakeGrey>};
+const AdjustVariant kAdjustScalar = {"scalar", PairsRow, EachBlock<SolveSingle>,
+                                     EachBlock<MakeGrey>};
 
-const AdjustForm &FastestAdjust() {
+const AdjustVariant &FastestAdjust() {
 #ifdef KOWEN_HOST_X86
     if (__builtin_cpu_supports("avx2"))
         return kAdjustAvx2;
 #endif
-    return kAdjustPlain;
+    return kAdjustScalar;
 }
 
 } // namespace kowen::host
