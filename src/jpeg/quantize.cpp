@@ -17,7 +17,19 @@ int16_t RoundedQuotient(int32_t c, int32_t q) {
     return static_cast<int16_t>(numerator / denominator + (numerator % denominator > 0 ? 1 : 0));
 }
 
+void MakeDivisorOfZeros(QuantDivisors &divisors, int i) {
+    divisors.bias[i] = 0;
+    divisors.reciprocal[i] = 0;
+    divisors.scale[i] = 1;
+    divisors.shift[i] = -1;
+}
+
+// Hardened: a quantiser that no setup's quality gives, from a record that something has written to,
+// neither shifts too far nor overflows; every coefficient of the transform becomes 0 as by its
+// quotient. Test: Divisors.OfQuantisersBeyondAnySetupGiveZeros.
 void MakeDivisor(QuantDivisors &divisors, int i, uint32_t q) {
+    if (q > kMaxDivisor)
+        return MakeDivisorOfZeros(divisors, i);
     const auto k = 2 + static_cast<uint32_t>(std::bit_width(q - 1));
     divisors.bias[i] = static_cast<int16_t>(8 * q - 4);
     divisors.reciprocal[i] = static_cast<int16_t>(((1u << (12 + k)) + q / 2) / q);

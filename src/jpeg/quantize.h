@@ -11,8 +11,13 @@ struct CompressEnv;
 /// 1024.
 inline constexpr int32_t kMaxCoefficient = 1800;
 
+/// The largest quantiser that coefficients of the transform, up to 1024, are divided by; by a
+/// larger one they all give 0.
+inline constexpr uint32_t kMaxDivisor = 2048;
+
 /// A quantisation table as the kernels divide by it: exact for coefficients up to kMaxCoefficient
-/// and quantisers 1..448 (a test tries them all).
+/// and quantisers 1..448, those that a setup gives, and for coefficients up to 1024 and any other
+/// (a test tries them all).
 ///
 /// ceil(c / q - 0.5) is floor((16 c + 8 q - 4) / 16 q), and 4 / 16 q at least away from any other
 /// integer, so a rounded reciprocal will do:

@@ -111,6 +111,23 @@ TEST(Divisors, EveryCoefficientByEveryQuantiserIsExact) {
     }
 }
 
+TEST(Divisors, OfQuantisersBeyondAnySetupGiveZeros) {
+    for (int first = 449; first <= 65535; first += first < 4096 ? kBlockSize : 977) {
+        CompressEnv env = {};
+        for (int i = 0; i < kBlockSize; ++i)
+            env.quantTable[0][i] = static_cast<uint16_t>(std::min(first + i, 65535));
+        const QuantDivisors &divisors = Divisors(&env, 0);
+        for (int i = 0; i < kBlockSize; ++i)
+            for (int c = -1024; c <= 1024; c += i == 0 || c < -1000 || c > 1000 ? 1 : 7)
+                if (QuotientFrom(divisors, i, c) != reference::Quantised(c, env.quantTable[0][i]))
+                    FAIL() << c << " / " << env.quantTable[0][i];
+    }
+    CompressEnv env = {};
+    std::fill_n(env.quantTable[0], kBlockSize, uint16_t{65535});
+    EXPECT_EQ(QuotientFrom(Divisors(&env, 0), 5, 1024), 0);
+    EXPECT_EQ(QuotientFrom(Divisors(&env, 0), 5, -1024), 0);
+}
+
 TEST(Divisors, AreRebuiltWhenTheTableChanges) {
     CompressEnv env = {};
     SetQTable(&env, 75, 212);
