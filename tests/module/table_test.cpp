@@ -83,7 +83,13 @@ TEST(LoadPointers, ThereIsNoOrdinal1007) {
 TEST(LoadPointers, TheTableIsReadOnly) {
     const ModuleHost host;
     EXPECT_EQ(AccessOf(host.Table().entries), "r--p");
-    EXPECT_EQ(AccessOf(host.Table().entries[8].name), "r--p");
+    const std::string ofName = AccessOf(host.Table().entries[8].name);
+    // An emulator may tell of code and constants as one range where the machine below has joined
+    // them.
+    if (kEmulator.empty())
+        EXPECT_EQ(ofName, "r--p");
+    else
+        EXPECT_EQ(ofName.substr(0, 2), "r-");
 }
 
 TEST(LoadPointers, WritesTwoFieldsOnly) {
