@@ -100,6 +100,15 @@ TEST(AdjustRow, ClipsWhatTheFilterCannotBeGivenAndCountsIt) {
     }
 }
 
+// Y and Cr - 128 of (190, 20, 60) are 75 and 82, which want a red of 207; of (255, 90, 80) 138 and
+// 83, which want 271, 16 too much; of (255, 80, 80) 132 and 88, which want 273.
+TEST(AdjustRow, CountsWhatIsSeenMissingOnly) {
+    for (const AdjustVariant *variant : Variants()) {
+        Row row = {190, 20, 60, 255, 90, 80, 255, 80, 80};
+        EXPECT_EQ(variant->single(row.data(), 3), 1U) << variant->name;
+    }
+}
+
 TEST(AdjustRow, MakesGreysOfTheLuminance) {
     for (const AdjustVariant *variant : Variants()) {
         Row row = {255, 0, 0, 0, 255, 0, 0, 0, 255, 255, 255, 255};

@@ -67,8 +67,18 @@ TEST(PlanExactCell, TurnsPaperWithThePicture) {
     // 210 x 297 mm at 100 dpi: 826.8 x 1169.3 pixels
     EXPECT_EQ(ExactPixels({{"size", "A4"}, {"dpi", "100"}}, {210, 297, 0, 0}), (Pixels{827, 1169}));
     EXPECT_EQ(ExactPixels({{"size", "a4"}, {"dpi", "100"}}, {297, 210, 0, 0}), (Pixels{1169, 827}));
+}
+
+TEST(PlanExactCell, TurnsBoxesOfLengthsButNotOfPixels) {
     EXPECT_EQ(ExactPixels({{"size", "210x297mm"}, {"dpi", "100"}}, {297, 210, 0, 0}),
-              (Pixels{827, 585}));
+              (Pixels{1169, 827}));
+    EXPECT_EQ(ExactPixels({{"size", "6x4in"}, {"dpi", "100"}}, {20, 30, 0, 0}), (Pixels{400, 600}));
+    EXPECT_EQ(ExactPixels({{"size", "6x4in"}, {"dpi", "100"}}, {30, 20, 0, 0}), (Pixels{600, 400}));
+    EXPECT_EQ(ExactPixels({{"size", "4x6in"}, {"dpi", "100"}}, {30, 30, 0, 0}), (Pixels{400, 400}));
+    // 200 x 300 pixels that show 4 x 3 inches lie.
+    EXPECT_EQ(ExactPixels({{"size", "3x4in"}, {"dpi", "100"}}, {200, 300, 50, 100}),
+              (Pixels{400, 300}));
+    EXPECT_EQ(ExactPixels({{"size", "600x400px"}}, {20, 30, 0, 0}), (Pixels{267, 400}));
 }
 
 TEST(PlanExactCell, KeepsThePicturesInchesAtAnotherResolution) {
@@ -128,6 +138,11 @@ TEST(PlanFilterCell, LeavesFittingToTheFilter) {
     EXPECT_EQ(plan.resolution, 72);
     EXPECT_EQ(plan.settings.sizeMode, KOWEN_SIZE_USER);
     EXPECT_EQ(plan.outputWidth, 0);
+    // The box stays as it was given.
+    const CellPlan upright =
+        PlanFilterCell(With({{"size", "6x4in"}, {"as-filter", "yes"}}), {480, 640, 72, 72});
+    EXPECT_EQ(upright.settings.widthInches, 6);
+    EXPECT_EQ(upright.settings.heightInches, 4);
 }
 
 TEST(PlanFilterCell, MeetsABoxInPixelsByTheCell) {
@@ -135,8 +150,6 @@ TEST(PlanFilterCell, MeetsABoxInPixelsByTheCell) {
     const int stated = plan.settings.UserResolution() ? plan.settings.xDpi : plan.resolution;
     EXPECT_EQ(ThroughFilter(plan, stated, stated), (Pixels{100, 67}));
     EXPECT_EQ(plan.settings.sizeMode, KOWEN_SIZE_FROM_PICTURE);
-    EXPECT_THROW(PlanFilterCell(With({{"size", "9x9px"}, {"dpi", "page"}}), {300, 200, 72, 72}),
-                 BadArgument);
 }
 
 TEST(PlanFilterCell, RefusesARowThatBecomesOneTooMany) {

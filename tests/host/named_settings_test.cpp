@@ -50,15 +50,25 @@ TEST(NamedSettings, TakeValuesAndGiveThemBack) {
     EXPECT_EQ(GetAfter("size", "15.24x10.16cm"), "6x4in");
     EXPECT_EQ(GetAfter("size", "640x480"), "640x480px");
     EXPECT_EQ(GetAfter("size", "letter"), "8.5x11in");
+    EXPECT_EQ(GetAfter("size", "640X480"), "640x480px");
+    EXPECT_EQ(GetAfter("size", "6X4IN"), "6x4in");
     EXPECT_EQ(GetAfter("dpi", "300"), "300");
     EXPECT_EQ(GetAfter("dpi", "300x150"), "300x150");
     EXPECT_EQ(GetAfter("dpi", "65535"), "65535");
     EXPECT_EQ(GetAfter("page", "10x5in@100"), "1000x500px@100");
     EXPECT_EQ(GetAfter("page", "10x5px"), "10x5px@96");
     EXPECT_EQ(GetAfter("background", "#0aBf00"), "#0abf00");
+    EXPECT_EQ(GetAfter("background", "#0bF"), "#00bbff");
+    EXPECT_EQ(GetAfter("background", "White"), "#ffffff");
+    EXPECT_EQ(GetAfter("background", "navy"), "#000080");
+    EXPECT_EQ(GetAfter("background", "gray"), "#808080");
     EXPECT_EQ(GetAfter("comment", "keep"), "keep");
     EXPECT_EQ(GetAfter("max-bytes", "300k"), "300000");
     EXPECT_EQ(GetAfter("max-bytes", "2M"), "2000000");
+    EXPECT_EQ(GetAfter("max-bytes", "300kb"), "300000");
+    EXPECT_EQ(GetAfter("max-bytes", "300KB"), "300000");
+    EXPECT_EQ(GetAfter("max-bytes", "0.1M"), "100000");
+    EXPECT_EQ(GetAfter("max-bytes", "1234b"), "1234");
     EXPECT_EQ(GetAfter("as-filter", "yes"), "yes");
 }
 
@@ -77,11 +87,15 @@ TEST(NamedSettings, RefuseWhatTheyCannotBe) {
                                                             {"dpi", "300x"},
                                                             {"page", "10x5in@0"},
                                                             {"page", "5"},
-                                                            {"background", "white"},
+                                                            {"background", "whitish"},
                                                             {"exif", "yes"},
                                                             {"background", "#12345"},
                                                             {"max-bytes", "300q"},
                                                             {"max-bytes", "-1"},
+                                                            {"max-bytes", "0.5"},
+                                                            {"max-bytes", "k"},
+                                                            {"max-bytes", "1e3"},
+                                                            {"background", "#1234"},
                                                             {"background", "#12 456"},
                                                             {"max-bytes", "99999999999999999999"}};
     for (const auto &[name, value] : kWrong)
@@ -155,6 +169,8 @@ TEST(CheckTogether, RefusesFilesThatNobodyReads) {
     ExpectTogether(false, {{"colour", "grey"}, {"progressive", "yes"}});
     ExpectTogether(true, {{"dpi", "600"}});
     ExpectTogether(false, {{"dpi", "600"}, {"as-filter", "yes"}});
+    ExpectTogether(true, {{"size", "9x9px"}, {"dpi", "page"}});
+    ExpectTogether(false, {{"size", "9x9px"}, {"dpi", "page"}, {"as-filter", "yes"}});
     ExpectTogether(true, {{"size", "A0"}});
     ExpectTogether(false, {{"size", "A0"}, {"as-filter", "yes"}});
 }

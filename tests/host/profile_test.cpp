@@ -18,6 +18,18 @@ struct ProfileCall {
     KowenResult result = {};
 };
 
+TEST(KowenCheckSettings, SaysWhatDoesNotGoTogether) {
+    ProfileCall call;
+    const SomeSettings plain(SettingList{{"quality", "45"}});
+    EXPECT_EQ(KowenCheckSettings(plain, &call.result), KOWEN_HOST_OK);
+    EXPECT_EQ(KowenCheckSettings(nullptr, &call.result), KOWEN_HOST_OK);
+    const SomeSettings low(SettingList{{"quality", "44"}});
+    EXPECT_EQ(KowenCheckSettings(low, &call.result), KOWEN_HOST_ERR_ARGUMENT);
+    EXPECT_TRUE(std::string(call.result.message).starts_with("the quality is from 45 to 100"));
+    const SomeSettings filters(SettingList{{"quality", "44"}, {"as-filter", "yes"}});
+    EXPECT_EQ(KowenCheckSettings(filters, &call.result), KOWEN_HOST_OK);
+}
+
 TEST(KowenSettings, HaveNamesAndOrigins) {
     const SomeSettings settings(SettingList{{"quality", "80"}});
     EXPECT_EQ(KowenIsSet(settings, "quality"), 1);
@@ -111,7 +123,9 @@ TEST(KowenSaveProfile, RefusesWhatAProfileCannotSay) {
     for (const SettingList &list :
          {SettingList{{"as-filter", "yes"}}, SettingList{{"max-bytes", "9k"}},
           SettingList{{"size", "640x480px"}}, SettingList{{"dpi", "600"}},
-          SettingList{{"size", "A0"}}}) {
+          SettingList{{"size", "A0"}}, SettingList{{"quality", "44"}},
+          SettingList{{"colour", "rgb444"}},
+          SettingList{{"colour", "grey"}, {"progressive", "yes"}}}) {
         const SomeSettings settings(list);
         EXPECT_EQ(KowenSaveProfile(settings, path.c_str(), nullptr, &call.result),
                   KOWEN_HOST_ERR_ARGUMENT)

@@ -80,23 +80,24 @@ enum {
 
 /** What a call did. Filled by the library; owned by the caller. */
 typedef struct KowenResult {
-    uint32_t size;          /**< in: sizeof(KowenResult) */
-    int32_t code;           /**< what the function returned */
-    int32_t moduleCode;     /**< the module's last code: KOWEN_OK, KOWEN_ERR_... of codes.h */
-    int32_t systemError;    /**< errno of the failure, or 0 */
-    uint64_t bytes;         /**< length of the JPEG */
-    uint32_t width;         /**< pixels of the JPEG */
-    uint32_t height;        /**< pixels of the JPEG */
-    uint32_t xDpi;          /**< resolution that the JPEG states, dots per inch */
-    uint32_t yDpi;          /**< dots per inch */
-    uint32_t components;    /**< 3, or 1 for grey */
-    uint32_t scans;         /**< 1, or more when progressive */
-    int32_t quality;        /**< that the file was made with */
-    uint32_t notes;         /**< KOWEN_NOTE_... */
-    double clippedPercent;  /**< pixels whose colours the filter cannot give exactly, 0 to 100 */
-    char message[1024];     /**< empty, or a sentence that says what failed, where and what to do */
-    char notesText[2048];   /**< a line for each note but those of what was kept; or empty */
-    char profilePath[4096]; /**< the profile in use, or empty */
+    uint32_t size;       /**< in: sizeof(KowenResult) */
+    int32_t code;        /**< what the function returned */
+    int32_t moduleCode;  /**< the module's last code: KOWEN_OK, KOWEN_ERR_... of codes.h */
+    int32_t systemError; /**< errno of the failure, or 0 */
+    uint64_t bytes;      /**< length of the JPEG */
+    uint32_t width;      /**< pixels of the JPEG */
+    uint32_t height;     /**< pixels of the JPEG */
+    uint32_t xDpi;       /**< resolution that the JPEG states, dots per inch */
+    uint32_t yDpi;       /**< dots per inch */
+    uint32_t components; /**< 3, or 1 for grey */
+    uint32_t scans;      /**< 1, or more when progressive */
+    int32_t quality;     /**< that the file was made with */
+    uint32_t notes;      /**< KOWEN_NOTE_... */
+    double
+        clippedPercent; /**< pixels whose colours come out visibly paler, 0 to 100; noted from 1 */
+    char message[1024]; /**< empty, or a sentence that says what failed, where and what to do */
+    char notesText[2048];     /**< a line for each note but those of what was kept; or empty */
+    char profilePath[4096];   /**< the profile in use, or empty */
     char profileSection[256]; /**< its section */
 } KowenResult;
 
@@ -203,20 +204,30 @@ KOWEN_HOST_API void KowenFreeSettings(KowenSettings *settings);
  * progressive  yes or no
  * colour       ycc422 (default), grey, rgb444 (with as-filter only)
  * colour-mode  unchanged, inverted, greys-inverted, grey, grey-inverted
- * size         WxH with in, cm, mm or px: a box that the picture is fitted into; a paper's name (A0
- *              to A6, letter, legal, tabloid), turned as the picture; picture (default) or page
+ * size         WxH: a box that the picture is fitted into. In in, cm or mm it is turned as the
+ *              picture (with as-filter it is not), and so are papers (A0 to A6, letter, legal,
+ *              tabloid); in px or without a unit it stays. Or picture (default) or page
  * dpi          N or NxM, 1 to 65535 (with as-filter 32 to 400), picture (default) or page
  * page         WxH@DPI
- * background   #rrggbb, default #ffffff
+ * background   #rrggbb, #rgb or one of the names white, black, grey, red, ...; default white
  * exif, icc, comment   keep (default; comment: drop) or drop
- * max-bytes    N, Nk or NM: the highest quality up to `quality` that fits; 0 = no limit
- * as-filter    yes or no: pixels, sizes and the stream as the filter itself has them
+ * max-bytes    N, Nk or NM (300k, 300kb, 0.5M): the highest quality up to `quality` that fits; 0 =
+ * no limit as-filter    yes or no: pixels, sizes and the stream as the filter itself has them
  *
  * Returns KOWEN_HOST_ERR_ARGUMENT for an unknown name or value; nothing is changed then and the
  * message names what would do.
  */
 KOWEN_HOST_API int32_t KowenSet(KowenSettings *settings, const char *name, const char *value,
                                 KowenResult *result);
+
+/**
+ * Checks whether settings go together, as KowenSave does before it looks at the picture.
+ *
+ * settings  null = defaults.
+ *
+ * Returns KOWEN_HOST_ERR_ARGUMENT with a sentence that says what does not.
+ */
+KOWEN_HOST_API int32_t KowenCheckSettings(const KowenSettings *settings, KowenResult *result);
 
 /**
  * Writes a setting's value as KowenSet takes it, zero-terminated.
@@ -252,7 +263,8 @@ KOWEN_HOST_API int32_t KowenLoadProfile(KowenSettings *settings, const char *pat
  *
  * Returns KOWEN_HOST_ERR_PROFILE when the file is no profile or cannot be read or replaced;
  * KOWEN_HOST_ERR_ARGUMENT for a setting that profiles have no key for (page, background, exif, icc,
- * comment, max-bytes, as-filter) and for a size in pixels without a resolution.
+ * comment, max-bytes, as-filter), for a quality that KowenSave refuses, and for a size in pixels
+ * without a resolution.
  */
 KOWEN_HOST_API int32_t KowenSaveProfile(const KowenSettings *settings, const char *path,
                                         const char *section, KowenResult *result);

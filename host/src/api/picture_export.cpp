@@ -13,6 +13,7 @@ namespace kowen::host {
 namespace {
 
 constexpr double kHandOverPart = 0.5; // of a call's progress
+constexpr double kNotedPercent = 1;   // of the pixels; fewer paler ones are not seen
 
 bool IsGreyFile(const ExportSettings &settings) {
     return settings.filter.colourFormat == KOWEN_FORMAT_GREY;
@@ -54,13 +55,14 @@ void NoteSize(const SourceSize &size, Outcome *outcome) {
 void NotePixels(const PreparedPicture &prepared, Outcome *outcome) {
     const HandedOver &handed = prepared.handed;
     outcome->clippedPercent = handed.clippedPercent;
-    if (handed.clippedPercent > 0) {
+    if (handed.clippedPercent >= kNotedPercent) {
         char percent[32];
         std::snprintf(percent, sizeof percent, handed.clippedPercent < 10 ? "%.2g" : "%.0f",
                       handed.clippedPercent);
         outcome->Note(KOWEN_NOTE_COLOURS_CLIPPED,
                       std::string("colours of ") + percent +
-                          " % of the pixels are more vivid than the filter can give");
+                          " % of the pixels come out paler: they are more vivid than the "
+                          "filter can give");
     }
     if (handed.flattened)
         outcome->Note(KOWEN_NOTE_FLATTENED, "transparent pixels were put on the background");

@@ -33,6 +33,12 @@ int32_t KowenSet(KowenSettings *settings, const char *name, const char *value,
     });
 }
 
+int32_t KowenCheckSettings(const KowenSettings *settings, KowenResult *result) {
+    return Call(result, [&](Outcome *) {
+        CheckTogether(settings != nullptr ? settings->named.Values() : ExportSettings());
+    });
+}
+
 int32_t KowenGet(const KowenSettings *settings, const char *name, char *value, size_t valueSize) {
     return Call(nullptr, [&](Outcome *) {
         if (settings == nullptr || name == nullptr || value == nullptr)

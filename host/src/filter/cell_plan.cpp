@@ -102,7 +102,7 @@ void CheckSize(const Size &size, int mostRows) {
                       " pixels; a JPEG has at most 65535 x " + std::to_string(mostRows));
 }
 
-// The box in inches that the settings name: the user's, a sheet turned as the picture, or the page.
+// The box in inches that the settings name: the user's, turned as the picture, or the page.
 Extent InchesOf(const ExportSettings &settings, const SourceSize &source) {
     const FilterSettings &filter = settings.filter;
     if (!filter.UserSize()) {
@@ -111,8 +111,10 @@ Extent InchesOf(const ExportSettings &settings, const SourceSize &source) {
     }
     Extent inches = {filter.widthInches, filter.heightInches, false};
     const Dpi dpi = SourceDpi(source, kMostDensity);
-    const bool lies = double(source.width) / dpi.x > double(source.height) / dpi.y;
-    if (settings.paper && lies)
+    const double across = double(source.width) / dpi.x;
+    const double down = double(source.height) / dpi.y;
+    const bool apart = (across - down) * (inches.width - inches.height) < 0;
+    if (apart && !settings.asFilter)
         std::swap(inches.width, inches.height);
     return inches;
 }
@@ -197,19 +199,12 @@ CellPlan PlanFilterCell(const ExportSettings &settings, const SourceSize &source
     const FilterSettings &filter = settings.filter;
     const bool fromCell = settings.box || filter.sizeMode == KOWEN_SIZE_FROM_PICTURE;
     const bool pageDpi = filter.resolutionMode == KOWEN_RESOLUTION_FROM_DISPLAY;
-    if (settings.box && pageDpi)
-        throw BadArgument("as-filter, a size in pixels needs a resolution: set dpi to one");
     CellPlan plan;
     plan.settings = filter;
     const Dpi dpi =
         filter.UserResolution() ? Dpi{filter.xDpi, filter.yDpi} : SourceDpi(source, kMostDpi);
     const Size size = OutputSize(settings, source, dpi);
     CheckSize(size, kLongestSide - 1); // a height is made even: 65535 rows become one too many
-    if (!fromCell && settings.paper) {
-        const Extent sheet = InchesOf(settings, source);
-        plan.settings.widthInches = sheet.width;
-        plan.settings.heightInches = sheet.height;
-    }
     if (!fromCell || pageDpi) {
         UsePlainCell(source, &plan);
         return plan;

@@ -42,7 +42,7 @@ struct CellPlan {
 /// Size from the picture: with the resolution from the picture too the output has the picture's
 /// pixels; with another resolution it has the picture's inches, or its pixels when the file does
 /// not say a resolution. Other sizes are boxes that the picture's proportions are fitted into. A
-/// sheet of paper is turned as the picture is.
+/// box in inches is turned as the picture is.
 ///
 /// The filter is made to take the size in pixels from the cell; the resolution that the JPEG
 /// states is the caller's to write.
@@ -52,7 +52,7 @@ CellPlan PlanExactCell(const ExportSettings &settings, const SourceSize &source)
 
 /// Works out the cell under which the filter itself does the fitting and states the resolution;
 /// for boxes in pixels and sizes from the picture it gives the size asked for all the same.
-/// Throws as PlanExactCell; BadArgument for a box in pixels at a resolution from the page.
+/// Throws as PlanExactCell. The settings have passed CheckTogether.
 CellPlan PlanFilterCell(const ExportSettings &settings, const SourceSize &source);
 
 } // namespace kowen::host

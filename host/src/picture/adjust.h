@@ -18,8 +18,8 @@
 
 namespace kowen::host {
 
-/// A row of 3-byte pixels, changed in place. Returns the number of pixels whose colours are beyond
-/// what the filter can be given: r, g or b more than 2 outside its byte.
+/// A row of 3-byte pixels, changed in place. Returns the number of pixels whose colours are visibly
+/// beyond what the filter can be given: r, g or b more than 16 outside its byte.
 using AdjustRow = uint32_t (*)(uint8_t *row, uint32_t width);
 
 /// One variant of the loops. All give the same bytes.

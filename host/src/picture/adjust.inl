@@ -17,7 +17,7 @@ constexpr int kCrR = 16384, kCrG = -13720, kCrB = -2664;
 constexpr int kShift = 15;
 constexpr int kHalf = 1 << (kShift - 1);
 
-constexpr int kSlack = 2; // outside a byte that does not count as clipped
+constexpr int kSlack = 16; // levels outside a byte that nobody sees missing
 
 struct Samples {
     uint8_t r[kBlock], g[kBlock], b[kBlock];

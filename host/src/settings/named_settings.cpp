@@ -122,20 +122,6 @@ std::string BritishName(std::string name) {
     return name;
 }
 
-void CheckColours(const FilterSettings &filter, bool asFilter) {
-    if (!HasName(ColourFormatNames(), filter.colourFormat))
-        throw BadArgument("the colour format is " +
-                          NameOf(ColourFormatNames(), filter.colourFormat) +
-                          "; set colour to ycc422 or grey");
-    if (filter.colourFormat == KOWEN_FORMAT_RGB444 && !asFilter)
-        throw BadArgument("files of the colour format rgb444 show false colours in other programs: "
-                          "set colour to ycc422 or grey, or as-filter to yes");
-    if (filter.operation == KOWEN_OPERATION_PROGRESSIVE &&
-        filter.colourFormat != KOWEN_FORMAT_YCC422)
-        throw BadArgument("progressive files are made of the colour format ycc422 only: set "
-                          "progressive to no, or colour to ycc422");
-}
-
 } // namespace
 
 void NamedSettings::Set(const std::string &name, const std::string &value) {
@@ -185,7 +171,6 @@ void NamedSettings::TakeProfile(const FilterSettings &profile, const std::string
         filter.widthInches = profile.widthInches;
         filter.heightInches = profile.heightInches;
         values.box.reset();
-        values.paper = false;
     }
     if (take(SettingId::kDpi)) {
         filter.resolutionMode = profile.resolutionMode;
@@ -212,6 +197,20 @@ const char *SettingName(SettingId id) {
     return Of(id).name;
 }
 
+void CheckColours(const FilterSettings &filter, bool asFilter) {
+    if (!HasName(ColourFormatNames(), filter.colourFormat))
+        throw BadArgument("the colour format is " +
+                          NameOf(ColourFormatNames(), filter.colourFormat) +
+                          "; set colour to ycc422 or grey");
+    if (filter.colourFormat == KOWEN_FORMAT_RGB444 && !asFilter)
+        throw BadArgument("files of the colour format rgb444 show false colours in other programs: "
+                          "set colour to ycc422 or grey, or as-filter to yes");
+    if (filter.operation == KOWEN_OPERATION_PROGRESSIVE &&
+        filter.colourFormat != KOWEN_FORMAT_YCC422)
+        throw BadArgument("progressive files are made of the colour format ycc422 only: set "
+                          "progressive to no, or colour to ycc422");
+}
+
 void CheckFilterLimits(const FilterSettings &filter) {
     const auto dpiFits = [](int32_t dpi) {
         return dpi >= KOWEN_MIN_RESOLUTION && dpi <= KOWEN_MAX_RESOLUTION;
@@ -225,21 +224,26 @@ void CheckFilterLimits(const FilterSettings &filter) {
         throw BadArgument("the filter's sizes are from 0.03125 to 22 inches each way");
 }
 
+void CheckQuality(int32_t quality, int32_t lowest) {
+    if (quality >= lowest && quality <= KOWEN_MAX_QUALITY)
+        return;
+    throw BadArgument("the quality is from 45 to 100, not " + std::to_string(quality) +
+                      ": below 45 some of the file's tables do not fit their bytes, which shows as "
+                      "patterns in the picture");
+}
+
 void CheckTogether(const ExportSettings &settings) {
     const FilterSettings &filter = settings.filter;
     CheckColours(filter, settings.asFilter);
     if (settings.asFilter)
         CheckFilterLimits(filter);
+    if (settings.asFilter && settings.box && filter.resolutionMode == KOWEN_RESOLUTION_FROM_DISPLAY)
+        throw BadArgument("as-filter, a size in pixels needs a resolution: set dpi to one");
+    CheckQuality(filter.quality, settings.asFilter ? KOWEN_MIN_QUALITY : kLowestPlainQuality);
     if (filter.operation != KOWEN_OPERATION_PROGRESSIVE &&
         filter.operation != KOWEN_OPERATION_SEQUENTIAL)
         throw BadArgument("the profile's operation " + std::to_string(filter.operation) +
                           " has no meaning: set progressive to yes or no");
-    const int32_t lowest = settings.asFilter ? KOWEN_MIN_QUALITY : kLowestPlainQuality;
-    if (filter.quality < lowest || filter.quality > KOWEN_MAX_QUALITY)
-        throw BadArgument(
-            "the quality is from 45 to 100, not " + std::to_string(filter.quality) +
-            ": below 45 some of the file's tables do not fit their bytes, which shows "
-            "as patterns in the picture");
 }
 
 } // namespace kowen::host

@@ -67,6 +67,12 @@ const char *SettingName(SettingId id);
 /// Throws BadArgument for settings that do not go together or give no usable file.
 void CheckTogether(const ExportSettings &settings);
 
+/// The part of CheckTogether that is about colours and scans.
+void CheckColours(const FilterSettings &filter, bool asFilter);
+
+/// Throws BadArgument for a quality below `lowest` or beyond the filter's range.
+void CheckQuality(int32_t quality, int32_t lowest);
+
 /// Throws BadArgument for a size or a resolution that the filter itself does not take.
 void CheckFilterLimits(const FilterSettings &filter);
 

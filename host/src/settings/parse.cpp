@@ -14,6 +14,7 @@ namespace {
 constexpr double kCentimetresPerInch = 2.54;
 constexpr double kMillimetresPerInch = 25.4;
 constexpr double kLongestSide = 65535; // pixels; what a frame header can say
+constexpr double kMostBytes = 1e15;
 constexpr int32_t kMostPageDpi = INT16_MAX;
 constexpr int32_t kMostDensity = 65535; // dots per inch; what a JFIF header can say
 
@@ -40,6 +41,14 @@ constexpr CodeName kResolutionModes[] = {{"picture", KOWEN_RESOLUTION_FROM_PICTU
                                          {"page", KOWEN_RESOLUTION_FROM_DISPLAY},
                                          {"from-picture", KOWEN_RESOLUTION_FROM_PICTURE},
                                          {"from-page", KOWEN_RESOLUTION_FROM_DISPLAY}};
+
+// The basic colour names of style sheets.
+constexpr CodeName kColours[] = {{"white", 0xFFFFFF},   {"black", 0x000000},  {"grey", 0x808080},
+                                 {"gray", 0x808080},    {"silver", 0xC0C0C0}, {"red", 0xFF0000},
+                                 {"maroon", 0x800000},  {"yellow", 0xFFFF00}, {"olive", 0x808000},
+                                 {"lime", 0x00FF00},    {"green", 0x008000},  {"aqua", 0x00FFFF},
+                                 {"teal", 0x008080},    {"blue", 0x0000FF},   {"navy", 0x000080},
+                                 {"fuchsia", 0xFF00FF}, {"purple", 0x800080}, {"orange", 0xFFA500}};
 
 constexpr CodeName kYesNo[] = {{"yes", 1}, {"no", 0},  {"true", 1}, {"false", 0},
                                {"on", 1},  {"off", 0}, {"1", 1},    {"0", 0}};
@@ -103,6 +112,22 @@ std::optional<double> Number(const std::string &text) {
     return value;
 }
 
+std::string LowerCase(std::string text) {
+    for (char &c : text)
+        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    return text;
+}
+
+std::array<uint8_t, 3> Channels(uint32_t rgb) {
+    return {static_cast<uint8_t>(rgb >> 16), static_cast<uint8_t>(rgb >> 8),
+            static_cast<uint8_t>(rgb)};
+}
+
+// 0xabc becomes 0xaabbcc.
+uint32_t EachDigitTwice(uint32_t digits) {
+    return ((digits & 0xF00) << 8 | (digits & 0xF0) << 4 | (digits & 0xF)) * 0x11;
+}
+
 // Takes a unit off the end of the text. Returns inches per unit, 0 for pixels.
 double TakeUnit(std::string *text) {
     struct Unit {
@@ -150,12 +175,11 @@ int32_t CheckedDpi(std::optional<int32_t> dpi, const std::string &text) {
     return *dpi;
 }
 
-void SetInches(const Extent &inches, bool paper, ExportSettings *settings) {
+void SetInches(const Extent &inches, ExportSettings *settings) {
     settings->filter.sizeMode = KOWEN_SIZE_USER;
     settings->filter.widthInches = inches.width;
     settings->filter.heightInches = inches.height;
     settings->box.reset();
-    settings->paper = paper;
 }
 
 } // namespace
@@ -213,36 +237,48 @@ int32_t ParseQuality(const std::string &text) {
 }
 
 std::array<uint8_t, 3> ParseColour(const std::string &text) {
+    const std::string lower = LowerCase(text);
     uint32_t value = 0;
+    for (const CodeName &colour : kColours) {
+        if (lower == colour.name)
+            return Channels(static_cast<uint32_t>(colour.code));
+    }
     const char *end = text.data() + text.size();
-    if (text.size() == 7 && text[0] == '#') {
+    if ((text.size() == 7 || text.size() == 4) && text[0] == '#') {
         const auto result = std::from_chars(text.data() + 1, end, value, 16);
         if (result.ec == std::errc() && result.ptr == end)
-            return {static_cast<uint8_t>(value >> 16), static_cast<uint8_t>(value >> 8),
-                    static_cast<uint8_t>(value)};
+            return Channels(text.size() == 7 ? value : EachDigitTwice(value));
     }
-    throw BadArgument("a background is #rrggbb, such as #ffffff for white, not '" + text + "'");
+    throw BadArgument(
+        "a background is #rrggbb, such as #ffffff for white, or a name such as white, "
+        "black, grey or navy, not '" +
+        text + "'");
 }
 
 uint64_t ParseByteCount(const std::string &text) {
-    constexpr uint64_t kKilo = 1000;
-    std::string digits = text;
-    uint64_t unit = 1;
-    if (digits.ends_with('k') || digits.ends_with('K'))
+    constexpr double kKilo = 1000;
+    std::string digits = LowerCase(text);
+    double unit = 1;
+    if (digits.ends_with('b'))
+        digits.pop_back();
+    if (digits.ends_with('k'))
         unit = kKilo;
-    else if (digits.ends_with('M'))
+    else if (digits.ends_with('m'))
         unit = kKilo * kKilo;
     if (unit != 1)
         digits.pop_back();
-    const std::optional<uint64_t> count = Whole<uint64_t>(digits);
-    if (!count || *count > INT64_MAX / (kKilo * kKilo))
-        throw BadArgument("a number of bytes is N, Nk (thousands) or NM (millions), not '" + text +
-                          "'");
-    return *count * unit;
+    const std::optional<double> count = Number(digits);
+    const double bytes = count.value_or(-1) * unit;
+    if (!(bytes >= 0 && bytes <= kMostBytes && bytes == std::floor(bytes)))
+        throw BadArgument(
+            "a number of bytes is N, Nk (thousands) or NM (millions), such as 300k or "
+            "1.5M, not '" +
+            text + "'");
+    return static_cast<uint64_t>(bytes);
 }
 
 Extent ParseExtent(const std::string &text) {
-    std::string numbers = text;
+    std::string numbers = LowerCase(text);
     const double inchesPerUnit = TakeUnit(&numbers);
     const size_t cross = numbers.find('x');
     if (cross == std::string::npos)
@@ -279,23 +315,21 @@ void ParseSize(const std::string &text, ExportSettings *settings) {
     if (const CodeName *mode = Find(kSizeModes, text)) {
         settings->filter.sizeMode = mode->code;
         settings->box.reset();
-        settings->paper = false;
         return;
     }
     for (const Paper &paper : kPapers) {
         if (strcasecmp(paper.name, text.c_str()) == 0) {
-            SetInches({paper.widthInches, paper.heightInches, false}, true, settings);
+            SetInches({paper.widthInches, paper.heightInches, false}, settings);
             return;
         }
     }
     const Extent extent = ParseExtent(text);
     if (extent.pixels) {
         settings->box = extent;
-        settings->paper = false;
         return;
     }
     CheckInches(extent);
-    SetInches(extent, false, settings);
+    SetInches(extent, settings);
 }
 
 void ParseResolution(const std::string &text, ExportSettings *settings) {
@@ -304,7 +338,7 @@ void ParseResolution(const std::string &text, ExportSettings *settings) {
         filter.resolutionMode = mode->code;
         return;
     }
-    const size_t cross = text.find('x');
+    const size_t cross = text.find_first_of("xX");
     const int32_t x = CheckedDpi(Whole<int32_t>(text.substr(0, cross)), text);
     const int32_t y =
         cross == std::string::npos ? x : CheckedDpi(Whole<int32_t>(text.substr(cross + 1)), text);

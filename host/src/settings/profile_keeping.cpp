@@ -35,6 +35,15 @@ void TurnIntoInches(const Extent &box, FilterSettings *filter) {
     filter->heightInches = box.height / filter->yDpi;
 }
 
+// What exports refuse is not kept for them either.
+void CheckFiles(const NamedSettings &settings, const FilterSettings &filter) {
+    const auto wasSet = [&](SettingId id) { return settings.OriginOf(id) == Origin::kSet; };
+    if (wasSet(SettingId::kQuality))
+        CheckQuality(filter.quality, kLowestPlainQuality);
+    if (wasSet(SettingId::kColour) || wasSet(SettingId::kProgressive))
+        CheckColours(filter, false);
+}
+
 // The section's settings with those that were set.
 FilterSettings Merged(const NamedSettings &settings, const FilterSettings &section) {
     NamedSettings merged = settings;
@@ -44,6 +53,7 @@ FilterSettings Merged(const NamedSettings &settings, const FilterSettings &secti
     if (values.box)
         TurnIntoInches(*values.box, &filter);
     CheckFilterLimits(filter);
+    CheckFiles(settings, filter);
     return filter;
 }
 

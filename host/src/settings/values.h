@@ -53,7 +53,6 @@ struct Page {
 struct ExportSettings {
     FilterSettings filter;
     std::optional<Extent> box; ///< a size in pixels to fit the picture into; then filter has none
-    bool paper = false;        ///< the size is a sheet's, which turns with the picture
     Page page;
     std::array<uint8_t, 3> background = {255, 255, 255};
     bool keepExif = true;
