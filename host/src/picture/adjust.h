@@ -38,12 +38,18 @@ struct AdjustVariant {
     AdjustRow grey;
 };
 
-/// The fastest form for this machine.
-const AdjustVariant &FastestAdjust();
+/// The forms that this machine runs, the fastest first, null behind the last, which is the plain
+/// one.
+const AdjustVariant *const *AdjustVariants();
+
+inline const AdjustVariant &FastestAdjust() {
+    return *AdjustVariants()[0];
+}
 
 extern const AdjustVariant kAdjustScalar;
 #ifdef KOWEN_HOST_X86
 extern const AdjustVariant kAdjustAvx2;
+extern const AdjustVariant kAdjustAvx512; ///< with the parts BW and VBMI
 #endif
 
 } // namespace kowen::host

@@ -1,4 +1,5 @@
-// The loops of adjust.h, compiled once for each instruction set.
+// The loops of adjust.h, compiled once for each instruction set. What is written out here for one
+// pixel is what every form gives.
 
 #include <cstddef>
 #include <cstdint>
@@ -7,7 +8,7 @@
 namespace kowen::host {
 namespace {
 
-constexpr uint32_t kBlock = 32; // pixels at a time: enough to fill vectors
+constexpr uint32_t kBlock = 32; // pixels at a time, where compilers make the vectors
 constexpr size_t kPixel = 3;
 
 // Fractions of 32768. Each row of the matrix keeps its sum: 1 for Y, 0 for Cb and Cr.
@@ -52,16 +53,20 @@ inline int Outside(int value) {
 }
 
 // 1.6 x chroma, rounded away from zero: 8 / 5 by a factor of 2^-16 that is exact up to 128.
+constexpr int kFifth = 13108, kFifthUp = 4;
+
 inline int RedAway(int chroma) {
     const int size = chroma < 0 ? -chroma : chroma;
-    const int away = ((size * 8 + 4) * 13108) >> 16;
+    const int away = ((size * 8 + kFifthUp) * kFifth) >> 16;
     return chroma < 0 ? -away : away;
 }
 
 // Rounded up; numerators are from -1020 to 2550, and 10923 / 2^16 is exact for them.
+constexpr int kSixth = 10923, kSixthUp = 5;
+constexpr int kSixthLift = 6 * 256; // makes it positive
+
 inline int SixthUp(int numerator) {
-    constexpr int kLift = 6 * 256; // makes it positive
-    return (((numerator + 5 + kLift) * 10923) >> 16) - 256;
+    return (((numerator + kSixthUp + kSixthLift) * kSixth) >> 16) - kSixthLift / 6;
 }
 
 // Writes the pixel for these samples; cb and cr are without their 128.
@@ -121,28 +126,38 @@ inline uint32_t MakeGrey(Samples *block) {
     return 0;
 }
 
+// A block's pixels, changed in place by one of the functions above.
+template <uint32_t (*solve)(Samples *)> inline uint32_t InPlace(uint8_t *pixels) {
+    Samples block;
+    Load(pixels, &block);
+    const uint32_t clipped = solve(&block);
+    Store(block, pixels);
+    return clipped;
+}
+
 // Whole blocks where the row has them, its end in a block of its own that is filled up with black,
 // which is never clipped.
-template <uint32_t (*solve)(Samples *)> uint32_t EachBlock(uint8_t *row, uint32_t width) {
+template <uint32_t kPixels, uint32_t (*solve)(uint8_t *)>
+uint32_t EachBlock(uint8_t *row, uint32_t width) {
+    constexpr size_t kBytes = size_t{kPixels} * kPixel;
     uint32_t clipped = 0;
-    Samples block;
-    uint32_t x = 0;
-    for (; x + kBlock <= width; x += kBlock) {
-        Load(row + size_t{x} * kPixel, &block);
-        clipped += solve(&block);
-        Store(block, row + size_t{x} * kPixel);
-    }
-    const size_t rest = (width - x) * kPixel;
-    if (rest == 0)
+    for (; width >= kPixels; width -= kPixels, row += kBytes)
+        clipped += solve(row);
+    if (width == 0)
         return clipped;
-    uint8_t end[kBlock * kPixel] = {};
-    uint8_t *tail = row + size_t{x} * kPixel;
-    std::memcpy(end, tail, rest);
-    Load(end, &block);
-    clipped += solve(&block);
-    Store(block, end);
-    std::memcpy(tail, end, rest);
+    uint8_t end[kBytes] = {};
+    std::memcpy(end, row, width * kPixel);
+    clipped += solve(end);
+    std::memcpy(row, end, width * kPixel);
     return clipped;
+}
+
+inline uint32_t SingleRow(uint8_t *row, uint32_t width) {
+    return EachBlock<kBlock, InPlace<SolveSingle>>(row, width);
+}
+
+inline uint32_t GreyRow(uint8_t *row, uint32_t width) {
+    return EachBlock<kBlock, InPlace<MakeGrey>>(row, width);
 }
 
 // The second pixel of a pair with the chroma of both, as the first one has it.
@@ -155,14 +170,15 @@ inline void SolveSecond(const uint8_t *pair, uint8_t *pixel) {
 
 // An odd last column has nobody to share its chroma with. An even one is repeated by the filter up
 // to a whole number of blocks, in progressive files with its own chroma, so it gets that too.
-inline uint32_t PairsRow(uint8_t *row, uint32_t width) {
+template <uint32_t kPixels, uint32_t (*solve)(uint8_t *)>
+uint32_t PairsRow(uint8_t *row, uint32_t width) {
     const uint32_t paired = width & ~uint32_t{1};
     uint8_t *end = row + size_t{paired} * kPixel;
     if (paired != width)
-        return EachBlock<SolvePairs>(row, paired) + EachBlock<SolveSingle>(end, 1);
+        return EachBlock<kPixels, solve>(row, paired) + SingleRow(end, 1);
     uint8_t last[2 * kPixel];
     std::memcpy(last, end - sizeof last, sizeof last);
-    const uint32_t clipped = EachBlock<SolvePairs>(row, paired);
+    const uint32_t clipped = EachBlock<kPixels, solve>(row, paired);
     SolveSecond(last, end - kPixel);
     return clipped;
 }
