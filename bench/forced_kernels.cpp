@@ -1,6 +1,5 @@
-// Linked into the benchmarks' copy of the module: KOWEN_KERNELS names the variant of the kernels
-// that it uses, so that one machine shows what others would do. The module itself reads no such
-// thing.
+// Linked into the benchmarks' copy of the module, which measures nothing when the machine does not
+// have the kernels that KOWEN_KERNELS names; the module itself would take its best ones.
 #include "jpeg/kernels.h"
 
 #include <cstdio>
@@ -10,10 +9,10 @@
 namespace kowen {
 namespace {
 
-const Kernels *Named(const char *name) {
+void Require(const char *name) {
     for (const Kernels *const *variant = AvailableKernels(); *variant != nullptr; ++variant)
         if (std::strcmp((*variant)->name, name) == 0)
-            return *variant;
+            return;
     std::fprintf(stderr, "KOWEN_KERNELS: this machine has no kernels named %s, but", name);
     for (const Kernels *const *variant = AvailableKernels(); *variant != nullptr; ++variant)
         std::fprintf(stderr, " %s", (*variant)->name);
@@ -21,10 +20,10 @@ const Kernels *Named(const char *name) {
     std::exit(2);
 }
 
-__attribute__((constructor)) void ForceKernels() {
+__attribute__((constructor)) void CheckKernels() {
     const char *name = std::getenv("KOWEN_KERNELS");
     if (name != nullptr && *name != '\0')
-        UseKernels(Named(name));
+        Require(name);
 }
 
 } // namespace

@@ -82,14 +82,14 @@ _kowen() {
         ;;
     esac
     if [ "$COMP_CWORD" = 1 ]; then
-        mapfile -t COMPREPLY < <(compgen -W 'export estimate setup info help --help --version' -- "$word")
+        mapfile -t COMPREPLY < <(compgen -W 'export estimate setup info selftest help --help --version' -- "$word")
         return
     fi
     case $command in
     export) options='--help --output --to --recursive --jobs --force --quality --colour --colour-mode --max-bytes --size --dpi --page --background --exif --icc --comment --progressive --sequential --as-filter --resize --shrink-only --accept-truncated --profile --section --save --module --json --quiet --no-progress' ;;
     estimate) options='--help --compare --quality --colour --colour-mode --max-bytes --size --dpi --page --background --exif --icc --comment --progressive --sequential --as-filter --resize --shrink-only --accept-truncated --profile --section --module --json --quiet --no-progress' ;;
     info) options='--help --module --json' ;;
-    help) options='export estimate setup info help' ;;
+    help) options='export estimate setup info selftest help' ;;
     setup)
         case ${COMP_WORDS[2]} in
         show) options='--help --json --section' ;;

@@ -5,7 +5,7 @@
 KOWEN_BUILD_PACKAGES=(cmake ninja-build ccache g++-12)
 # The host library: colour profiles. The command line: pictures, options, reports.
 KOWEN_HOST_PACKAGES=(pkg-config liblcms2-dev libpng-dev libjpeg62-turbo-dev libzimg-dev
-    libgraphicsmagick1-dev libcli11-dev nlohmann-json3-dev)
+    libgraphicsmagick1-dev libmd-dev libcli11-dev nlohmann-json3-dev)
 KOWEN_TEST_PACKAGES=(libgtest-dev libjpeg62-turbo-dev libstb-dev nlohmann-json3-dev)
 
 KOWEN_PACKAGE_LOG=$KOWEN_ROOT/build/logs/packages.log
@@ -99,6 +99,7 @@ contents_of() {
     g++-12) echo "${CXX:-c++}" ;;
     liblcms2-dev) echo lcms2.pc ;;
     libgraphicsmagick1-dev) echo GraphicsMagick.pc ;;
+    libmd-dev) echo libmd.pc ;;
     libpng-dev) echo libpng.pc ;;
     libzimg-dev) echo zimg.pc ;;
     libcli11-dev) echo CLI/CLI.hpp ;;

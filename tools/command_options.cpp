@@ -5,6 +5,7 @@
 #include "failure.h"
 #include "help_texts.h"
 #include "info_command.h"
+#include "selftest_command.h"
 #include "setup_command.h"
 
 #include <functional>
@@ -170,6 +171,15 @@ void AddInfo(CLI::App *app, CommonOptions *options) {
     command->callback([options] { RunInfo(*options); });
 }
 
+void AddSelftest(CLI::App *app, CommonOptions *options, int *status) {
+    CLI::App *command =
+        app->add_subcommand("selftest", "Check that the filter makes every byte right here");
+    command->footer(Notes(kSelftestNotes));
+    AddModule(command, options);
+    AddJson(command, options);
+    command->callback([options, status] { *status = RunSelftest(*options); });
+}
+
 CLI::App *AddSetupCommand(CLI::App *setup, const char *name, const char *help,
                           SetupOptions *options, void (*run)(const SetupOptions &)) {
     CLI::App *command = setup->add_subcommand(name, help);
@@ -205,6 +215,7 @@ void AddCommands(CLI::App *app, AllOptions *options, int *status) {
     AddEstimate(app, &options->estimate);
     AddSetup(app, &options->setup);
     AddInfo(app, &options->info);
+    AddSelftest(app, &options->selftest, status);
     // Only for the list of commands: its words are rearranged before they are parsed.
     app->add_subcommand("help", "Explain a command: kowen help export");
 }

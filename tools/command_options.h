@@ -13,6 +13,7 @@ struct AllOptions {
     EstimateOptions estimate;
     SetupOptions setup;
     CommonOptions info;
+    CommonOptions selftest;
 };
 
 /// Adds the commands. `status` gets what the one that runs returns.

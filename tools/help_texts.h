@@ -49,4 +49,10 @@ inline constexpr const char *kSetupNotes =
     "Settings: quality=N, progressive=yes, colour=ycc422, colour-mode=grey, size=6x4in, dpi=300;\n"
     "'kowen help export' explains them. Applications that use the filter read the same files.\n";
 
+inline constexpr const char *kSelftestNotes =
+    "Exports a hundred small pictures of every kind with each variant of the filter that this "
+    "processor\n"
+    "runs, and compares every byte with what it must be. No file is written. The last line is for\n"
+    "a report of a fault. The exit status is 1 when one of them is wrong.\n";
+
 } // namespace kowen::cli

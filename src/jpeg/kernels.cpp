@@ -3,10 +3,32 @@
 #include "jpeg/quant_tables.h"
 
 #include <cstddef>
+#include <cstdlib>
+#include <cstring>
 
 namespace kowen {
 
 namespace {
+
+#if defined(KOWEN_X86_KERNELS)
+#define KOWEN_KERNEL_NAMES "scalar sse41 avx2 avx512"
+#elif defined(KOWEN_NEON_KERNELS)
+#define KOWEN_KERNEL_NAMES "scalar neon"
+#else
+#define KOWEN_KERNEL_NAMES "scalar"
+#endif
+
+// Tells programs that test the module, without a call, which names KOWEN_KERNELS may have.
+// Test: Selftest.EveryVariantIsTried.
+struct KernelNote {
+    uint32_t nameSize;
+    uint32_t textSize;
+    uint32_t type;
+    char name[8];
+    char text[32];
+};
+[[gnu::section(".note.kowen"), gnu::used, gnu::aligned(4)]] const KernelNote kKernelNote = {
+    sizeof "kowen", sizeof kKernelNote.text, 1, "kowen", KOWEN_KERNEL_NAMES};
 
 constexpr ZigZagBits MakeZigZagBits() {
     ZigZagBits bits = {};
@@ -37,6 +59,18 @@ const Kernels *const *ListKernels() {
     return list;
 }
 
+// The one that the user names for a processor that does not get along with its own, or the last.
+const Kernels *ChosenKernels() {
+    const char *wanted = std::getenv("KOWEN_KERNELS");
+    const Kernels *last = nullptr;
+    for (const Kernels *const *variant = AvailableKernels(); *variant != nullptr; ++variant) {
+        last = *variant;
+        if (wanted != nullptr && std::strcmp(last->name, wanted) == 0)
+            break;
+    }
+    return last;
+}
+
 } // namespace
 
 constinit const ZigZagBits kZigZagBits = MakeZigZagBits();
@@ -59,10 +93,7 @@ const Kernels &ActiveKernels() noexcept {
 }
 
 void UseKernels(const Kernels *variant) noexcept {
-    active = variant;
-    if (variant == nullptr)
-        for (const Kernels *const *last = AvailableKernels(); *last != nullptr; ++last)
-            active = *last;
+    active = variant != nullptr ? variant : ChosenKernels();
 }
 
 } // namespace kowen

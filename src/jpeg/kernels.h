@@ -115,10 +115,11 @@ struct Kernels {
 inline constexpr uint32_t kSampleSlack = 32;
 inline constexpr uint32_t kBlockSlack = 3;
 
-/// The kernels for this machine, chosen on first use.
+/// The kernels for this machine, chosen on first use: the best, or those that the environment
+/// variable KOWEN_KERNELS names if the machine can run them.
 const Kernels &ActiveKernels() noexcept;
 
-/// Uses one variant from here on, for tests and benchmarks; null for the machine's best.
+/// Uses one variant from here on, for tests; null chooses anew.
 void UseKernels(const Kernels *variant) noexcept;
 
 /// All variants this machine can run, the scalar one first; ends with a null pointer.

@@ -5,6 +5,7 @@
 #include "jpeg/quant_tables.h"
 #include "reference/jpeg/coder.h"
 #include "support/bitmaps.h"
+#include "support/scoped_environment.h"
 
 #include <algorithm>
 #include <string>
@@ -30,6 +31,24 @@ TEST(AvailableKernels, BeginWithTheScalarVariantAndHoldTheActiveOne) {
     ASSERT_FALSE(kernels.empty());
     EXPECT_EQ(kernels.front(), &kScalarKernels);
     EXPECT_NE(std::find(kernels.begin(), kernels.end(), &ActiveKernels()), kernels.end());
+}
+
+TEST(ActiveKernels, AreThoseThatTheEnvironmentNames) {
+    for (const Kernels *kernels : Available()) {
+        const ScopedEnvironment wanted("KOWEN_KERNELS", kernels->name);
+        UseKernels(nullptr);
+        EXPECT_EQ(&ActiveKernels(), kernels) << kernels->name;
+    }
+    UseKernels(nullptr);
+}
+
+TEST(ActiveKernels, AreTheBestOnesForANameThatThereIsNot) {
+    for (const char *name : {"", "avx", "SCALAR", "scalar ", "avx5120"}) {
+        const ScopedEnvironment wanted("KOWEN_KERNELS", name);
+        UseKernels(nullptr);
+        EXPECT_EQ(&ActiveKernels(), Available().back()) << name;
+    }
+    UseKernels(nullptr);
 }
 
 class KernelVariant : public testing::TestWithParam<const Kernels *> {
