@@ -70,7 +70,8 @@ endif()
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT manual)
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT manual
   FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.svg" PATTERN man EXCLUDE)
-install(FILES examples/kowen.ini DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT manual)
+install(FILES examples/delegates.mgk examples/delegates.xml examples/kowen.ini
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT manual)
 
 # For programs that are built against it.
 file(RELATIVE_PATH KOWEN_PREFIX_FROM_PKGCONFIG

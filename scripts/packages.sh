@@ -108,6 +108,10 @@ contents_of() {
     libjpeg62-turbo-dev) echo jpeglib.h ;;
     libstb-dev) echo stb/stb_image.h ;;
     googletest) echo /usr/src/googletest ;;
+    qtbase5-dev) echo Qt5Gui.pc ;;
+    qt6-base-dev) echo Qt6Gui.pc ;;
+    imagemagick) echo convert-im6.q16 ;;
+    graphicsmagick) echo gm ;;
     *) echo "$1" ;;
     esac
 }

@@ -1,0 +1,27 @@
+// Writes one picture to a device of Qt's.
+#pragma once
+
+#include "filter.h"
+
+#include <QImageIOHandler>
+
+class ImageHandler final : public QImageIOHandler {
+public:
+    bool canRead() const override { return false; }
+    bool read(QImage *) override { return false; }
+
+    /// Saves the picture to the device. False when that failed: a sentence that says why is printed
+    /// by qWarning, since Qt takes none from a handler; a file has no bytes of the picture then,
+    /// and a QSaveFile cannot be committed.
+    bool write(const QImage &image) override;
+
+    /// Quality, ProgressiveScanWrite and Description.
+    bool supportsOption(ImageOption option) const override;
+    QVariant option(ImageOption option) const override;
+    void setOption(ImageOption option, const QVariant &value) override;
+
+private:
+    QString Save(const QImage &image);
+
+    JpegOptions options;
+};

@@ -1,0 +1,123 @@
+// What fails, what is said, and what is left.
+#include "saving.h"
+
+#include <QBuffer>
+#include <QFile>
+#include <QImageWriter>
+#include <QSaveFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+using namespace saving;
+
+namespace {
+
+QStringList warnings;
+
+void Collect(QtMsgType type, const QMessageLogContext &, const QString &message) {
+    if (type == QtWarningMsg)
+        warnings << message;
+}
+
+class Errors : public testing::Test {
+protected:
+    Errors() {
+        warnings.clear();
+        previous = qInstallMessageHandler(Collect);
+    }
+    ~Errors() override { qInstallMessageHandler(previous); }
+
+    QtMessageHandler previous;
+};
+
+// Takes so many bytes and then no more.
+class FullDevice final : public QIODevice {
+public:
+    explicit FullDevice(qint64 room) : left(room) { open(WriteOnly); }
+    bool isSequential() const override { return true; }
+
+protected:
+    qint64 readData(char *, qint64) override { return -1; }
+    qint64 writeData(const char *, qint64 count) override {
+        setErrorString("it is full");
+        const qint64 taken = std::min(count, left);
+        left -= taken;
+        return taken > 0 ? taken : -1;
+    }
+
+private:
+    qint64 left;
+};
+
+TEST_F(Errors, AFullDiskIsToldByName) {
+    QFile file("/dev/full");
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    EXPECT_FALSE(QImageWriter(&file, "kjpg").write(Gradient()));
+    EXPECT_EQ(warnings, QStringList("kowen: /dev/full cannot be written: No space left on device"));
+}
+
+TEST_F(Errors, ADeviceThatTakesAPartIsAskedForMore) {
+    FullDevice device(1 << 20);
+    EXPECT_TRUE(QImageWriter(&device, "kjpg").write(Gradient()));
+    FullDevice full(100);
+    EXPECT_FALSE(QImageWriter(&full, "kjpg").write(Gradient()));
+    EXPECT_EQ(warnings, QStringList("kowen: the device cannot be written: it is full"));
+}
+
+TEST_F(Errors, APictureThatIsTooWideLeavesNothingOfAFile) {
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("a.kjpg");
+    EXPECT_FALSE(QImage(65536, 1, QImage::Format_Grayscale8).save(path));
+    EXPECT_EQ(QFile(path).size(), 0);
+    ASSERT_EQ(warnings.size(), 1);
+    EXPECT_TRUE(warnings[0].contains("65536 x 1")) << qPrintable(warnings[0]);
+}
+
+TEST_F(Errors, LeaveWhatStoodInTheFileBefore) {
+    const QTemporaryDir folder;
+    QFile file(folder.filePath("a.bin"));
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    file.write("before");
+    EXPECT_FALSE(QImageWriter(&file, "kjpg").write(QImage(65536, 1, QImage::Format_Grayscale8)));
+    file.seek(0);
+    EXPECT_EQ(file.readAll(), "before");
+}
+
+TEST_F(Errors, KeepTheOldFileWhenItIsSavedInOneStep) {
+    const QTemporaryDir folder;
+    QFile old(folder.filePath("a.jpg"));
+    ASSERT_TRUE(old.open(QIODevice::ReadWrite));
+    old.write("the old one");
+    old.close();
+    QSaveFile file(old.fileName());
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    EXPECT_FALSE(QImageWriter(&file, "kjpg").write(QImage(65536, 1, QImage::Format_Grayscale8)));
+    EXPECT_FALSE(file.commit());
+    ASSERT_TRUE(old.open(QIODevice::ReadOnly));
+    EXPECT_EQ(old.readAll(), "the old one");
+}
+
+TEST_F(Errors, APictureWithoutPixelsIsQtsToRefuse) {
+    QBuffer buffer;
+    QImageWriter writer(&buffer, "kjpg");
+    EXPECT_FALSE(writer.write(QImage()));
+    EXPECT_EQ(writer.error(), QImageWriter::InvalidImageError);
+}
+
+// In a process of its own, which has not opened the module yet.
+void SaveWithout(const char *module) {
+    qputenv("KOWEN_MODULE", module);
+    std::exit(ByQt(Gradient()).isEmpty() ? 3 : 0);
+}
+
+TEST(MissingModuleDeathTest, IsNamed) {
+    EXPECT_EXIT(SaveWithout("/nowhere/kowen.so"), testing::ExitedWithCode(3),
+                "kowen: .*/nowhere/kowen.so");
+    EXPECT_EXIT(SaveWithout("/bin/true"), testing::ExitedWithCode(3), "kowen: .*/bin/true");
+}
+
+} // namespace
