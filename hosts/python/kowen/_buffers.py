@@ -45,8 +45,11 @@ class Buffer:
     def __init__(self, owner: Any) -> None:
         self._view = _PyBuffer()
         self._held = False
-        if _get_buffer(owner, ctypes.byref(self._view), _PYBUF_RECORDS_RO) != 0:
-            raise TypeError(f"{type(owner).__name__} does not show its memory")
+        try:
+            _get_buffer(owner, ctypes.byref(self._view), _PYBUF_RECORDS_RO)
+        except TypeError:
+            raise TypeError(f"{type(owner).__name__} is no picture; Pillow images, arrays and "
+                            "objects with the buffer protocol are") from None
         self._held = True
         dimensions = range(self._view.ndim)
         self.address = self._view.buf or 0

@@ -3,6 +3,9 @@
 
 from __future__ import annotations
 
+import os
+from typing import Any
+
 from ._library import ResultRecord
 
 
@@ -36,7 +39,7 @@ class OutputError(KowenError, OSError):
     """The output could not be opened, written or given its name.
 
     Attributes:
-        errno: the system's error number, or None.
+        errno, strerror: the system's error and what it calls it, or None.
         filename: the output's path, or None.
     """
 
@@ -44,11 +47,15 @@ class OutputError(KowenError, OSError):
                  filename: str | None = None) -> None:
         KowenError.__init__(self, message, code, module_code)
         if errno:
-            self.errno = errno
+            self.errno, self.strerror = errno, os.strerror(errno)
         self.filename = filename
 
     def __str__(self) -> str:
         return str(self.args[0])
+
+    def __reduce__(self) -> tuple[Any, ...]:
+        number = self.errno or 0
+        return (type(self), (self.args[0], self.code, self.module_code, number, self.filename))
 
 
 class ExistsError(OutputError, FileExistsError):

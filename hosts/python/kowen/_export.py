@@ -155,36 +155,13 @@ class _Settings:
             raise SettingError("a section needs a profile", 1)
 
 
-class _Calls:
-    """The callbacks of one call; keeps the exception that ended it."""
+class _Guard:
+    """Runs what a program gave from inside a callback; keeps the exception that ended the call."""
 
-    def __init__(self, progress: Optional[Progress] = None,
-                 stream: Optional[BinaryIO] = None) -> None:
+    def __init__(self) -> None:
         self.error: Optional[BaseException] = None
-        self._progress = progress
-        self._stream = stream
-        self._record = _library.ProgressRecord()
-        self._record.callback = _library.ProgressCallback(self._report)
-        self._write_function = _library.Writer(self._write)
 
-    @property
-    def progress(self) -> Any:
-        return ctypes.byref(self._record) if self._progress is not None else None
-
-    @property
-    def writer(self) -> Any:
-        return self._write_function
-
-    def _report(self, _context: int, fraction: float) -> int:
-        assert self._progress is not None
-        return self._guard(lambda: self._progress(fraction))  # type: ignore[misc]
-
-    def _write(self, _context: int, data: int, count: int) -> int:
-        assert self._stream is not None
-        stream = self._stream
-        return self._guard(lambda: _write_all(stream, ctypes.string_at(data, count)))
-
-    def _guard(self, call: Callable[[], object]) -> int:
+    def __call__(self, call: Callable[[], object]) -> int:
         if self.error is not None:
             return 1
         try:
@@ -193,6 +170,35 @@ class _Calls:
             self.error = error
             return 1
         return 0
+
+
+class _Calls:
+    """The callbacks of one call. They do not refer to this object: what refers to itself lives on
+    until the garbage collector comes by."""
+
+    def __init__(self, progress: Optional[Progress] = None,
+                 stream: Optional[BinaryIO] = None) -> None:
+        guard = self._guard = _Guard()
+        self.progress: Any = None
+        self.writer: Any = None
+        if progress is not None:
+            given = progress
+
+            def report(_context: int, fraction: float) -> int:
+                return guard(lambda: given(fraction))
+            record = _library.ProgressRecord(callback=_library.ProgressCallback(report))
+            self.progress = ctypes.byref(record)
+        if stream is not None:
+            to = stream
+
+            def write(_context: int, data: int, count: int) -> int:
+                return guard(lambda: _write_all(to, ctypes.string_at(data, count)))
+            self.writer = _library.Writer(write)
+
+    @property
+    def error(self) -> Optional[BaseException]:
+        """What the program's own code raised."""
+        return self._guard.error
 
 
 def _write_all(stream: BinaryIO, data: bytes) -> None:
@@ -263,14 +269,16 @@ def save(image: Any, path: Union[Path, BinaryIO], *, progress: Optional[Progress
     quality            45 to 100 (default 100)
     progressive        True or False
     colour             ``"ycc422"`` (default) or ``"grey"``
-    colour_mode        ``"unchanged"``, ``"inverted"``, ``"grey"``, ...
-    size               a box such as ``"10x15cm"``, ``"A4"``, ``"800x600px"``
+    colour_mode        ``"unchanged"`` (default), ``"inverted"``, ``"greys-inverted"``, ``"grey"``,
+                       ``"grey-inverted"``
+    size               a box to fit into, such as ``"10x15cm"``, ``"A4"``, ``"800x600px"``
     dpi                a number, a pair, or ``"picture"``
     page               ``"WxH@DPI"``
-    background         ``"#rrggbb"``, what shows through transparent pixels
+    background         what shows through transparent pixels: ``"#rrggbb"`` or (red, green, blue);
+                       default white
     exif, icc          True (default): kept; False: dropped
     comment            False (default) or True
-    max_bytes          the highest quality up to `quality` that fits, such as ``"300k"``
+    max_bytes          the highest quality up to `quality` that fits: a number, ``"300k"``, ``"2M"``
     as_filter          True: pixels, sizes and stream as the filter itself has them
     profile, section   start from these settings; what is given here counts more
     =================  =========================================================================
@@ -287,7 +295,7 @@ def save(image: Any, path: Union[Path, BinaryIO], *, progress: Optional[Progress
     >>> save(grey, os.path.join(folder.name, "grey.jpg"), replace="never")
     Traceback (most recent call last):
         ...
-    kowen._errors.ExistsError: ...
+    kowen.ExistsError: ...
     >>> folder.cleanup()
     """
     picture = as_picture(image)
@@ -296,7 +304,7 @@ def save(image: Any, path: Union[Path, BinaryIO], *, progress: Optional[Progress
     module = _host.module()
     with _Settings(settings) as handle:
         def run(out: Any, report: Any, result: Any) -> None:
-            _host.library().KowenSave(module, ctypes.byref(picture.record), handle, out, report,
+            _host.library().KowenSave(module, picture.reference, handle, out, report,
                                       result)
         return _export(run, picture, output, calls, name)
 
@@ -327,7 +335,7 @@ class _Encoded:
         module = _host.module()
         with _Settings(self._settings) as handle:
             def run(out: Any, report: Any, result: Any) -> None:
-                _host.library().KowenSave(module, ctypes.byref(self._picture.record), handle, out,
+                _host.library().KowenSave(module, self._picture.reference, handle, out,
                                           report, result)
             _export(run, self._picture, self._output, self._calls)
         return self._output
@@ -359,7 +367,7 @@ class Prepared:
         module = _host.module()
         with _Settings(settings) as handle:
             self._handle = _host.library().KowenPrepare(
-                module, ctypes.byref(picture.record), handle, calls.progress, ctypes.byref(record))
+                module, picture.reference, handle, calls.progress, ctypes.byref(record))
         _finish(record, calls, picture)
 
     def save(self, path: Union[Path, BinaryIO], *, progress: Optional[Progress] = None,

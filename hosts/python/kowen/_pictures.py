@@ -38,8 +38,9 @@ class Picture:
     Args:
         image: a Pillow image; an object with the buffer protocol of shape (rows, columns) or
             (rows, columns, channels) with 1 to 4 channels of 8 bits (grey, grey and alpha, RGB,
-            RGBA), any strides; a numpy array of bool, unsigned integers, or of floats from 0 to 1;
-            or bytes, with ``width``, ``height`` and ``mode``.
+            RGBA), any strides; a numpy array of bool, of unsigned integers (the largest number
+            of their type is white) or of floats (1 is white, what lies outside of 0 to 1 is taken
+            for the nearer end); or bytes, with ``width``, ``height`` and ``mode``.
         mode: ``"RGB"``, ``"RGBA"``, ``"L"``, ``"LA"``, ``"P"`` or ``"1"``; by default from the
             image.
         width, height: of a buffer without a shape, in pixels.
@@ -57,7 +58,7 @@ class Picture:
                  comment: Union[str, bytes, None] = None, orientation: int = 0) -> None:
         self._record = _library.PictureRecord()
         self._kept: list[Any] = []  # what the record's pointers point into
-        self._error: Optional[BaseException] = None
+        self._errors: list[BaseException] = []
         if _is_pillow(image):
             self._take_pillow(image)
             dpi = image.info.get("dpi") if dpi is None else dpi
@@ -74,14 +75,17 @@ class Picture:
         """Width and height as stored, in pixels."""
         return (self._record.width, self._record.height)
 
+    def __repr__(self) -> str:
+        return f"<kowen.Picture of {self.size[0]} x {self.size[1]} pixels>"
+
     @property
-    def record(self) -> _library.PictureRecord:
-        return self._record
+    def reference(self) -> Any:
+        """The record, for the host library."""
+        return ctypes.byref(self._record)
 
     def take_error(self) -> Optional[BaseException]:
-        """What went wrong while rows were read, once."""
-        error, self._error = self._error, None
-        return error
+        """What went wrong while rows were read, once; for the functions that read them."""
+        return self._errors.pop() if self._errors else None
 
     def _take_metadata(self, dpi: Dpi, exif: Optional[bytes], icc: Optional[bytes],
                        comment: Union[str, bytes, None], orientation: int) -> None:
@@ -160,7 +164,8 @@ class Picture:
         """Wider integers and floats, a few rows at a time."""
         if view.format not in ("H", "I", "L", "Q", "e", "f", "d") or len(view.shape) > 3:
             raise TypeError(f"pixels of type {view.format!r} are not understood; bool, unsigned "
-                            "integers, and floats from 0 to 1 are")
+                            "integers, and floats from 0 to 1 are: convert them, such as by "
+                            "array.astype('uint8')")
         channels = view.shape[2] if len(view.shape) == 3 else 1
         if channels not in _MODE_OF_CHANNELS:
             raise ValueError(f"an array of shape {view.shape} is no picture")
@@ -218,7 +223,8 @@ class Picture:
     def _set_reader(self, kind: int, width: int, height: int, row_bytes: int,
                     fill: FillRows) -> None:
         """Rows that fill(first, count) delivers, a strip of them at a time."""
-        strip: dict[str, Any] = {"first": 0, "rows": 0, "address": 0, "data": b""}
+        strip: dict[str, Any] = {"first": 0, "rows": 0, "data": b""}
+        errors = self._errors  # and not self, which the record's reader would refer to then
 
         def read(_context: int, row: int, pixels: int) -> int:
             try:
@@ -229,7 +235,7 @@ class Picture:
                 start = (row - strip["first"]) * row_bytes
                 ctypes.memmove(pixels, strip["data"][start:start + row_bytes], row_bytes)
             except BaseException as error:  # pylint: disable=broad-except
-                self._error = error
+                errors.append(error)
                 return 1
             return 0
 
@@ -263,7 +269,9 @@ def _pillow_mode(image: Any) -> tuple[str, Optional[Callable[[Any], Any]]]:
     transparent = "transparency" in image.info
     if mode == "P" and (image.palette is None or image.palette.mode not in ("RGB", "RGBA")):
         return "RGB", lambda strip: strip.convert("RGB")
-    if mode in ("RGB", "L") and transparent:
+    if mode == "P" and image.palette.mode == "RGBA" and not transparent:
+        return "RGBA", lambda strip: strip.convert("RGBA")
+    if mode in ("RGB", "L", "1") and transparent:
         return "RGBA", lambda strip: strip.convert("RGBA")
     if mode in _FORMAT_OF_MODE:
         return mode, None

@@ -3,10 +3,12 @@
 
 from __future__ import annotations
 
+import os
 from typing import Mapping, Union
 
-SettingValue = Union[str, int, float, bool, "tuple[float, float]", None]
-"""Text as the command line takes it, a number, True or False, or a pair for ``dpi``."""
+SettingValue = Union[str, int, float, bool, "tuple[float, ...]", "os.PathLike[str]", None]
+"""Text as the command line takes it, a number, True or False, a pair for ``dpi``, three numbers for
+``background``, a path for ``profile``."""
 
 
 def option_text(name: str, value: SettingValue) -> str:
@@ -16,10 +18,14 @@ def option_text(name: str, value: SettingValue) -> str:
     ('85', 'yes')
     >>> option_text("dpi", (300, 150)), option_text("exif", False)
     ('300x150', 'drop')
+    >>> option_text("background", (255, 240, 0))
+    '#fff000'
     """
-    if isinstance(value, bool):
+    if isinstance(value, bool) or type(value).__name__ in ("bool_", "bool"):  # numpy's as well
         words = ("drop", "keep") if name in ("exif", "icc", "comment") else ("no", "yes")
-        return words[value]
+        return words[bool(value)]
+    if name == "background" and isinstance(value, tuple):
+        return "#" + "".join(f"{int(part):02x}" for part in value)
     if isinstance(value, tuple):
         return "x".join(number_text(part) for part in value)
     if isinstance(value, (int, float)):

@@ -22,6 +22,15 @@ def test_colour_modes_look_like_pillows_own_rgb(mode):
     assert furthest(found, image.convert("RGB")) <= NEAR
 
 
+@pytest.mark.parametrize("mode", ["1", "L", "LA", "P", "RGB", "RGBA", "CMYK", "YCbCr", "HSV", "I",
+                                  "F"])
+def test_every_usual_mode_gives_the_bytes_of_the_command_line(tmp_path, program, mode):
+    image = RGB.convert("L").convert(mode) if mode in ("I", "F") else RGB.convert(mode)
+    path = tmp_path / "source.png"
+    image.convert("RGB").save(path)
+    assert kowen.encode(image, quality=90) == program(path, tmp_path, "--quality", "90")
+
+
 def test_opaque_rgba_is_as_rgb():
     assert kowen.encode(RGB.convert("RGBA")) == kowen.encode(RGB)
 
@@ -45,6 +54,24 @@ def test_palette_in_order_and_with_a_transparent_colour():
     image.info["transparency"] = 1
     assert furthest(decoded(kowen.encode(image, background="#a0a0a0")),
                     numpy.full((16, 32, 3), 0xA0)) <= 2
+
+
+def test_palette_of_colours_with_alpha():
+    image = Image.new("RGBA", (32, 16), (10, 200, 30, 0))
+    image.paste((90, 120, 60, 255), (0, 0, 16, 16))
+    quantized = image.quantize(4, method=Image.Quantize.FASTOCTREE)
+    assert quantized.palette.mode == "RGBA"
+    found = numpy.asarray(decoded(kowen.encode(quantized)))
+    assert furthest(found[:, 18:], numpy.full((16, 14, 3), 255)) <= 2
+    assert furthest(found[:, :14], numpy.full((16, 14, 3), (90, 120, 60))) <= NEAR
+
+
+@pytest.mark.parametrize("mode, transparency", [("1", 255), ("L", 255), ("RGB", (255, 255, 255))])
+def test_one_transparent_colour_shows_the_background(mode, transparency):
+    image = Image.new(mode, (32, 16), "white")
+    image.info["transparency"] = transparency
+    found = numpy.asarray(decoded(kowen.encode(image, background=(64, 128, 192))))
+    assert furthest(found, numpy.full((16, 32, 3), (64, 128, 192))) <= 2
 
 
 def test_bilevel_keeps_white_white():

@@ -1,11 +1,15 @@
 # SPDX-License-Identifier: MIT
 """Files, errors, progress, threads, and the command line beside it."""
 
+import gc
 import io
 import os
+import pickle
 import subprocess
 import sys
 import threading
+import traceback
+import weakref
 
 import numpy
 import pytest
@@ -97,6 +101,46 @@ def test_a_folder_that_is_not_there_is_an_oserror(tmp_path):
         kowen.save(PICTURE, tmp_path / "no" / "a.jpg")
     assert isinstance(caught.value, kowen.OutputError)
     assert caught.value.errno == 2 and caught.value.code == 6
+    assert caught.value.strerror == "No such file or directory"
+
+
+def test_errors_pass_from_process_to_process(tmp_path):
+    with pytest.raises(kowen.OutputError) as caught:
+        kowen.save(PICTURE, tmp_path / "no" / "a.jpg")
+    copy = pickle.loads(pickle.dumps(caught.value))
+    assert type(copy) is kowen.OutputError and str(copy) == str(caught.value)
+    assert (copy.code, copy.errno, copy.filename) == (6, 2, str(tmp_path / "no" / "a.jpg"))
+    assert "kowen.OutputError: " in "".join(traceback.format_exception(caught.value))
+
+
+@pytest.mark.parametrize("kind", ["u1", "u2"])
+def test_pictures_are_let_go_of_at_once(kind):
+    """Not with the next garbage collection, which counts objects, not megabytes."""
+    picture = PICTURE.astype(kind)
+    alive = weakref.ref(picture)
+    stream = io.BytesIO()
+    gc.disable()
+    try:
+        kowen.save(picture, stream, progress=lambda _done: None)
+        del picture
+        assert alive() is None
+    finally:
+        gc.enable()
+
+
+@pytest.mark.parametrize("what, words", [
+    ("holiday.png", "str is no picture"),
+    ([[1, 2], [3, 4]], "list is no picture"),
+    (numpy.zeros((8, 8), int), "astype"),
+])
+def test_what_is_no_picture_is_told_with_what_is_one(what, words):
+    with pytest.raises(TypeError, match=words):
+        kowen.encode(what)
+
+
+def test_settings_take_numpys_numbers():
+    assert (kowen.encode(PICTURE, quality=numpy.int64(80), progressive=numpy.bool_(True))
+            == kowen.encode(PICTURE, quality=80, progressive=True))
 
 
 def test_a_full_device_is_an_oserror():
