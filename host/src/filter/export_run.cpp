@@ -15,8 +15,19 @@ constexpr uint32_t kMcuRowHeight = 8; // that the filter codes and writes at a t
 struct Run {
     EditedStream *stream;
     Progress *progress;
+    const Bitmap &bitmap;
     uint32_t mcuRows; ///< that the picture has; 0 = it is written in pieces of another kind
     uint32_t written = 0;
+    bool lost = false;
+
+    // A write that is refused does not end the export: the filter codes the rest and sends that
+    // too.
+    intptr_t Lose() {
+        if (!lost)
+            bitmap.Discard();
+        lost = true;
+        return -1;
+    }
 
     // A progressive picture is written when it is coded; in how many pieces is not known.
     double Fraction() {
@@ -26,10 +37,10 @@ struct Run {
 };
 
 intptr_t OnWrite(Run *run, const void *bytes, int32_t count) {
-    if (count < 0 || !run->progress->Tell(run->Fraction()))
-        return -1;
+    if (count < 0 || run->lost || !run->progress->Tell(run->Fraction()))
+        return run->Lose();
     const auto size = static_cast<size_t>(count);
-    return run->stream->Write(static_cast<const uint8_t *>(bytes), size) == 0 ? count : -1;
+    return run->stream->Write(static_cast<const uint8_t *>(bytes), size) == 0 ? count : run->Lose();
 }
 
 // The filter's I/O procedure; its context is the address of a Run. The filter writes from the
@@ -103,7 +114,7 @@ void RunExport(const FilterModule &module, const Bitmap &bitmap, const CellPlan 
     setup.SetHostIo(OnIo);
     const bool sequential = plan.settings.operation == KOWEN_OPERATION_SEQUENTIAL;
     const auto height = static_cast<uint32_t>(plan.outputHeight);
-    Run run = {stream, progress, sequential ? height / kMcuRowHeight + 1 : 0};
+    Run run = {stream, progress, bitmap, sequential ? height / kMcuRowHeight + 1 : 0};
     *moduleCode = CallModule(module, setup, bitmap, plan, page, &run);
     if (!progress->Cancelled())
         stream->Finish();

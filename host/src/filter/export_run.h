@@ -8,7 +8,7 @@
 
 namespace kowen::host {
 
-/// Exports the bitmap, whose pixels may be changed by it.
+/// Exports the bitmap, whose pixels may be changed by it and are lost when it fails.
 ///
 /// stream  takes the JPEG; finished when this returns.
 /// progress  is told every few rows; once it does not go on, the filter is stopped.

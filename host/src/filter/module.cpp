@@ -112,6 +112,14 @@ WrappedBlock::~WrappedBlock() {
     std::free(memory);
 }
 
+// Pages that are there again are zeros, of which the first reads share one.
+void WrappedBlock::Discard() const {
+    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    const size_t before = (page - reinterpret_cast<uintptr_t>(memory) % page) % page;
+    if (bytes >= before + page)
+        madvise(memory + before, (bytes - before) / page * page, MADV_DONTNEED);
+}
+
 WrappedBlock::WrappedBlock(WrappedBlock &&other) noexcept
     : module(other.module), handle(std::exchange(other.handle, 0)),
       memory(std::exchange(other.memory, nullptr)), bytes(std::exchange(other.bytes, 0)) {}

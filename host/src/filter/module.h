@@ -59,6 +59,9 @@ public:
     uint8_t *Data() const { return memory; }
     size_t Size() const { return bytes; }
 
+    /// Gives the system its pages back; what it reads as then is not known. The block stays.
+    void Discard() const;
+
 private:
     const FilterModule *module = nullptr;
     MemoryHandle handle = 0;

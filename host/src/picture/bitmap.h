@@ -24,6 +24,10 @@ public:
     /// For the time of an export.
     BitmapRecord Record() const;
 
+    /// For an export whose outcome nobody wants any more: what it still reads are pixels of one
+    /// colour, which are coded in a fraction of the time. The pixels are lost.
+    void Discard() const { pixels.Discard(); }
+
     uint32_t Width() const { return width; }
     uint32_t Height() const { return height; }
     int Depth() const { return depth; }

@@ -91,8 +91,11 @@ private:
                 PutColumn<kBytes>(some.data() + x * kBytes, rowBytes, first, count, x);
             Report(first);
         }
-        for (uint32_t y = 0; y < bitmap.Height(); ++y)
+        for (uint32_t y = 0; y < bitmap.Height(); ++y) {
             Adjust(bitmap.Row(y));
+            if (y % kReportRows == 0)
+                progress->TellOrThrow(1);
+        }
     }
 
     // Column x of rows first to first + count - 1.
