@@ -125,7 +125,8 @@ void MapAndExtractGrey(uint8_t *row, uint32_t width, uint8_t *first) {
 namespace {
 
 int16_t Quotient(int16_t c, const QuantDivisors &d, int i) {
-    return static_cast<int16_t>(((16 * c + d.bias[i]) * d.reciprocal[i]) >> (15 - d.shift[i]));
+    const int half = 1 << (14 - d.shift[i]);
+    return static_cast<int16_t>(((4 * c - 1) * d.reciprocal[i] + half) >> (15 - d.shift[i]));
 }
 
 void TransformBlocks(const uint8_t *samples, uint32_t strideBytes, uint32_t blocks,

@@ -2,6 +2,7 @@
 
 #include "jpeg/compress_env.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -18,7 +19,6 @@ int16_t RoundedQuotient(int32_t c, int32_t q) {
 }
 
 void MakeDivisorOfZeros(QuantDivisors &divisors, int i) {
-    divisors.bias[i] = 0;
     divisors.reciprocal[i] = 0;
     divisors.scale[i] = 1;
     divisors.shift[i] = -1;
@@ -30,10 +30,10 @@ void MakeDivisorOfZeros(QuantDivisors &divisors, int i) {
 void MakeDivisor(QuantDivisors &divisors, int i, uint32_t q) {
     if (q > kMaxDivisor)
         return MakeDivisorOfZeros(divisors, i);
-    const auto k = 2 + static_cast<uint32_t>(std::bit_width(q - 1));
-    divisors.bias[i] = static_cast<int16_t>(8 * q - 4);
-    divisors.reciprocal[i] = static_cast<int16_t>(((1u << (12 + k)) + q / 2) / q);
-    divisors.scale[i] = static_cast<int16_t>(1u << (16 - k));
+    const auto k = std::max(1u, static_cast<uint32_t>(std::bit_width(q - 1)));
+    divisors.reciprocal[i] =
+        static_cast<int16_t>(std::min(((1u << (14 + k)) + q / 2) / q, 32767u)); // 32768 for 1
+    divisors.scale[i] = static_cast<int16_t>(1u << (15 - k));
     divisors.shift[i] = static_cast<int16_t>(-1 - static_cast<int32_t>(k));
 }
 

@@ -19,15 +19,14 @@ inline constexpr uint32_t kMaxDivisor = 2048;
 /// and quantisers 1..448, those that a setup gives, and for coefficients up to 1024 and any other
 /// (a test tries them all).
 ///
-/// ceil(c / q - 0.5) is floor((16 c + 8 q - 4) / 16 q), and 4 / 16 q at least away from any other
-/// integer, so a rounded reciprocal will do:
-///   quotient = ((16 c + bias) x reciprocal) >> (15 - shift), in steps of 16 bits where the scale
-///   stands in for the last shift.
+/// ceil(c / q - 0.5) is (4 c - 1) / 4 q rounded, which is 1 / 4 q at least away from any half, so a
+/// rounded reciprocal will do:
+///   quotient = (4 c - 1) x reciprocal / 2^(15 - shift), rounded; in steps of 16 bits, of which the
+///   last one rounds, by the shift or by a product with the scale.
 struct QuantDivisors {
     uint16_t quantTable[64]; ///< the table these were made of
-    int16_t bias[64];        ///< 8 q - 4
-    int16_t reciprocal[64];  ///< 2^(12 + k) / q, rounded, where 2^(k - 3) < q <= 2^(k - 2)
-    int16_t scale[64];       ///< 2^(16 - k)
+    int16_t reciprocal[64];  ///< 2^(14 + k) / q, rounded, where 2^(k - 1) < q <= 2^k
+    int16_t scale[64];       ///< 2^(15 - k)
     int16_t shift[64];       ///< -1 - k
 };
 

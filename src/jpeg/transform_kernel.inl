@@ -39,47 +39,94 @@ constexpr int kInner2 = kFix3_072711026 - kFix2_562915447;
 using DctFactors = Factors<kEven0, kEven1, kEven2, kZ0, kZ1, kZ2, kOuter0, kOuter1, kOuter2,
                            kInner0, kInner1, kInner2>;
 
-// The even coefficients of an 8-point pass, from the sums of its inputs. Last tells the second
-// pass, which takes the scale back.
+// What the first pass starts from: sums and differences of each block's columns x and 7 - x, in the
+// order and scale of the vectors.
+inline void LoadMirrored(const uint8_t *samples, uint32_t strideBytes, Words sum[4],
+                         Words diff[4]) {
+    Words rows[4]; // two of them: a pair of words for each x
+    for (int i = 0; i < 4; ++i)
+        rows[i] = Words::LoadBytePairs(samples + Words::kOrder[2 * i] * strideBytes,
+                                       samples + Words::kOrder[2 * i + 1] * strideBytes);
+    for (int half = 0; half < 4; half += 2) {
+        const Words low = half == 0 ? Words::UnpackLow32(rows[0], rows[1])
+                                    : Words::UnpackHigh32(rows[0], rows[1]);
+        const Words high = half == 0 ? Words::UnpackLow32(rows[2], rows[3])
+                                     : Words::UnpackHigh32(rows[2], rows[3]);
+        const Words even = Words::UnpackLow64(low, high), odd = Words::UnpackHigh64(low, high);
+        sum[half] = even.SumsOfPairs();
+        sum[half + 1] = odd.SumsOfPairs();
+        diff[half] = even.DifferencesOfPairs();
+        diff[half + 1] = odd.DifferencesOfPairs();
+    }
+}
+
+// How a pass takes scale back. The first leaves values 4 times as large, the second takes them and
+// leaves numerators for Quantise: 4 c - 1, but for the low 2 bits, of a rounded coefficient c.
+template <bool Last> struct Scale;
+template <> struct Scale<false> {
+    static constexpr int kShift = 11 + Words::kSumScaleBits;
+    static constexpr int kAdded = 1 << (kShift - 1);
+    // The level shift, 128 of each of 8 samples; it cancels in all other outputs.
+    static constexpr int kLevel = (8 * 128) << Words::kSumScaleBits;
+
+    static Words Sum(Words outer, Words inner) {
+        return Scaled(outer + inner - Words::All(kLevel));
+    }
+    static Words Difference(Words outer, Words inner) { return Scaled(outer - inner); }
+
+private:
+    static Words Scaled(Words x) {
+        if constexpr (Words::kSumScaleBits < 2)
+            return x.template ShiftLeft<2 - Words::kSumScaleBits>();
+        else
+            return x.template ShiftRight<Words::kSumScaleBits - 2>();
+    }
+};
+template <> struct Scale<true> {
+    static constexpr int kShift = 16;
+    static constexpr int kAdded = -(1 << 17); // 2^17 to round, 2^18 for the 1 that is taken off
+
+    static Words Sum(Words outer, Words inner) { return Numerator(outer + inner); }
+    static Words Difference(Words outer, Words inner) { return Numerator(outer - inner); }
+
+private:
+    static Words Numerator(Words x) { return x.template ShiftRight<3>() - Words::All(2); }
+};
+
+// The even coefficients of an 8-point pass, from the sums of its inputs.
 template <bool Last>
 inline void TransformEven(const DctFactors &factors, const Words sum[4], Words v[8]) {
-    constexpr int kShift = Last ? 18 : 11;
+    using Pass = Scale<Last>;
     const Words outer = sum[0] + sum[3], outerDiff = sum[0] - sum[3];
     const Words inner = sum[1] + sum[2], innerDiff = sum[1] - sum[2];
-    if constexpr (Last) {
-        v[0] = (outer + inner + Words::All(16)).template ShiftRight<5>();
-        v[4] = (outer - inner + Words::All(16)).template ShiftRight<5>();
-    } else {
-        // The level shift, 128 of each of 8 samples; it cancels in all other outputs.
-        v[0] = (outer + inner).template ShiftLeft<2>() - Words::All(4 * 8 * 128);
-        v[4] = (outer - inner).template ShiftLeft<2>();
-    }
+    v[0] = Pass::Sum(outer, inner).HalvesByTurns();
+    v[4] = Pass::Difference(outer, inner).HalvesByTurns();
     const Wide second = factors.template Products<kEven0, kEven1>(outerDiff, innerDiff);
     const Wide sixth = factors.template Products<kEven1, kEven2>(outerDiff, innerDiff);
-    v[2] = second.template Narrow<kShift>();
-    v[6] = sixth.template Narrow<kShift>();
+    v[2] = second.template Plus<Pass::kAdded>().template Narrow<Pass::kAdded, Pass::kShift>();
+    v[6] = sixth.template Plus<Pass::kAdded>().template Narrow<Pass::kAdded, Pass::kShift>();
 }
 
 // The odd coefficients, from the differences.
 template <bool Last>
 inline void TransformOdd(const DctFactors &factors, const Words diff[4], Words v[8]) {
-    constexpr int kShift = Last ? 18 : 11;
+    constexpr int kAdded = Scale<Last>::kAdded, kShift = Scale<Last>::kShift;
     const Words z3 = diff[3] + diff[1], z4 = diff[2] + diff[0];
-    const Wide p3 = factors.template Products<kZ0, kZ1>(z3, z4);
-    const Wide p4 = factors.template Products<kZ1, kZ2>(z3, z4);
+    const Wide p3 = factors.template Products<kZ0, kZ1>(z3, z4).template Plus<kAdded>();
+    const Wide p4 = factors.template Products<kZ1, kZ2>(z3, z4).template Plus<kAdded>();
     const Wide seventh = factors.template AddProducts<kOuter0, kOuter1>(p3, diff[3], diff[0]);
     const Wide first = factors.template AddProducts<kOuter1, kOuter2>(p4, diff[3], diff[0]);
     const Wide fifth = factors.template AddProducts<kInner0, kInner1>(p4, diff[2], diff[1]);
     const Wide third = factors.template AddProducts<kInner1, kInner2>(p3, diff[2], diff[1]);
-    v[1] = first.template Narrow<kShift>();
-    v[3] = third.template Narrow<kShift>();
-    v[5] = fifth.template Narrow<kShift>();
-    v[7] = seventh.template Narrow<kShift>();
+    v[1] = first.template Narrow<kAdded, kShift>();
+    v[3] = third.template Narrow<kAdded, kShift>();
+    v[5] = fifth.template Narrow<kAdded, kShift>();
+    v[7] = seventh.template Narrow<kAdded, kShift>();
 }
 
-template <bool Last> inline void TransformPass(const DctFactors &factors, Words v[8]) {
-    const Words sum[4] = {v[0] + v[7], v[1] + v[6], v[2] + v[5], v[3] + v[4]};
-    const Words diff[4] = {v[0] - v[7], v[1] - v[6], v[2] - v[5], v[3] - v[4]};
+template <bool Last>
+inline void TransformPass(const DctFactors &factors, const Words sum[4], const Words diff[4],
+                          Words v[8]) {
     TransformEven<Last>(factors, sum, v);
     TransformOdd<Last>(factors, diff, v);
 }
@@ -87,23 +134,51 @@ template <bool Last> inline void TransformPass(const DctFactors &factors, Words 
 // One row of quotients: see QuantDivisors.
 inline Words Quantise(Words c, const QuantDivisors &d, int row) {
     const int place = 8 * row;
-    return ScaledQuotient(c.ShiftLeft<4>() + Words::EachBlock(d.bias + place), d.reciprocal + place,
-                          d.scale + place, d.shift + place);
+    return ScaledQuotient(c | Words::All(3), d.reciprocal + place, d.scale + place,
+                          d.shift + place);
 }
+
+// Loads blocks, leaves the first pass's result as rows.
+inline void TransformRows(const uint8_t *samples, uint32_t strideBytes, const DctFactors &factors,
+                          Words rows[8]) {
+    Words sum[4], diff[4], v[8];
+    LoadMirrored(samples, strideBytes, sum, diff);
+    TransformPass<false>(factors, sum, diff, v);
+    for (int i = 0; i < 8; ++i)
+        rows[i] = v[Words::kOrder[i]];
+    Transpose(rows);
+}
+
+inline void TransformColumns(const Words rows[8], const DctFactors &factors,
+                             const QuantDivisors &divisors, Words v[8]) {
+    Words sum[4], diff[4];
+    for (int i = 0; i < 4; ++i) {
+        sum[i] = rows[i] + rows[7 - i];
+        diff[i] = rows[i] - rows[7 - i];
+    }
+    TransformPass<true>(factors, sum, diff, v);
+    for (int row = 0; row < 8; ++row)
+        v[row] = Quantise(v[row], divisors, row);
+}
+
+// The passes take turns, a few vectors each: one's instructions do not wait for the other's.
+constexpr uint32_t kTurns = 8;
 
 void TransformBlocks(const uint8_t *samples, uint32_t strideBytes, uint32_t blocks,
                      const QuantDivisors &divisors, int16_t *coefficients, uint64_t *nonZero) {
     const DctFactors factors;
-    for (uint32_t b = 0; b < blocks; b += Words::kBlocks) {
-        Words v[8];
-        for (uint32_t row = 0; row < 8; ++row)
-            v[row] = Words::LoadBytes(samples + row * strideBytes + 8 * b);
-        Transpose(v);
-        TransformPass<false>(factors, v);
-        Transpose(v);
-        TransformPass<true>(factors, v);
-        for (int row = 0; row < 8; ++row)
-            v[row] = Quantise(v[row], divisors, row);
-        StoreBlocks(v, coefficients + 64 * b, nonZero + b);
+    Words rows[kTurns][8];
+    for (uint32_t first = 0; first < blocks; first += kTurns * Words::kBlocks) {
+        const uint32_t left = (blocks - first + Words::kBlocks - 1) / Words::kBlocks;
+        const uint32_t turns = left < kTurns ? left : kTurns;
+        for (uint32_t i = 0; i < turns; ++i)
+            TransformRows(samples + 8 * (first + i * Words::kBlocks), strideBytes, factors,
+                          rows[i]);
+        for (uint32_t i = 0; i < turns; ++i) {
+            const uint32_t b = first + i * Words::kBlocks;
+            Words v[8];
+            TransformColumns(rows[i], factors, divisors, v);
+            StoreBlocks(v, coefficients + 64 * b, nonZero + b);
+        }
     }
 }

@@ -1,4 +1,4 @@
-// Vectors of AVX2: 32 bytes, two blocks. What the operations mean: vocabulary.h.
+// Vectors of AVX2: 32 bytes, two blocks. What the operations mean: README.md.
 #pragma once
 
 #include <cstdint>
@@ -22,16 +22,35 @@ inline void StoreHalf(void *p, __m128i v) {
 
 struct Words {
     static constexpr uint32_t kBlocks = 2;
+    static constexpr int kSumScaleBits = 5;
+    static constexpr int kOrder[8] = {0, 2, 4, 6, 1, 3, 5, 7};
     __m256i v;
 
-    static Words LoadBytes(const uint8_t *p) { return {_mm256_cvtepu8_epi16(LoadHalf(p))}; }
+    static Words LoadBytePairs(const uint8_t *first, const uint8_t *second) {
+        const __m256i rows =
+            _mm256_inserti128_si256(_mm256_castsi128_si256(LoadHalf(first)), LoadHalf(second), 1);
+        const __m256i ofBlocks = _mm256_permute4x64_epi64(rows, 0xD8);
+        return {_mm256_shuffle_epi8(
+            ofBlocks, _mm256_broadcastsi128_si256(
+                          _mm_setr_epi8(0, 7, 8, 15, 1, 6, 9, 14, 2, 5, 10, 13, 3, 4, 11, 12)))};
+    }
     static Words EachBlock(const int16_t *p) { return {_mm256_broadcastsi128_si256(LoadHalf(p))}; }
     static Words All(int x) { return {_mm256_set1_epi16(static_cast<short>(x))}; }
 
     friend Words operator+(Words a, Words b) { return {_mm256_add_epi16(a.v, b.v)}; }
     friend Words operator-(Words a, Words b) { return {_mm256_sub_epi16(a.v, b.v)}; }
+    friend Words operator|(Words a, Words b) { return {_mm256_or_si256(a.v, b.v)}; }
     template <int N> Words ShiftLeft() const { return {_mm256_slli_epi16(v, N)}; }
     template <int N> Words ShiftRight() const { return {_mm256_srai_epi16(v, N)}; }
+
+    Words HalvesByTurns() const {
+        return {_mm256_shuffle_epi8(v, _mm256_broadcastsi128_si256(_mm_setr_epi8(
+                                           0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15)))};
+    }
+    Words SumsOfPairs() const { return {_mm256_maddubs_epi16(v, _mm256_set1_epi16(0x2020))}; }
+    Words DifferencesOfPairs() const {
+        return {_mm256_maddubs_epi16(v, _mm256_set1_epi16(static_cast<short>(0xE020)))};
+    }
 
     static Words UnpackLow16(Words a, Words b) { return {_mm256_unpacklo_epi16(a.v, b.v)}; }
     static Words UnpackHigh16(Words a, Words b) { return {_mm256_unpackhi_epi16(a.v, b.v)}; }
@@ -44,10 +63,13 @@ struct Words {
 struct Wide {
     __m256i low, high;
 
-    template <int N> Words Narrow() const {
-        const __m256i half = _mm256_set1_epi32(1 << (N - 1));
-        return {_mm256_packs_epi32(_mm256_srai_epi32(_mm256_add_epi32(low, half), N),
-                                   _mm256_srai_epi32(_mm256_add_epi32(high, half), N))};
+    template <int N> Wide Plus() const {
+        const __m256i n = _mm256_set1_epi32(N);
+        return {_mm256_add_epi32(low, n), _mm256_add_epi32(high, n)};
+    }
+    template <int, int N> Words Narrow() const {
+        static_assert(N == 16);
+        return {_mm256_blend_epi16(_mm256_srli_epi32(low, 16), high, 0xAA)};
     }
 };
 
@@ -66,8 +88,8 @@ template <int...> struct Factors {
 
 inline Words ScaledQuotient(Words x, const int16_t *reciprocal, const int16_t *scale,
                             const int16_t *) {
-    return {_mm256_mulhi_epi16(_mm256_mulhi_epi16(x.v, Words::EachBlock(reciprocal).v),
-                               Words::EachBlock(scale).v)};
+    return {_mm256_mulhrs_epi16(_mm256_mulhi_epi16(x.v, Words::EachBlock(reciprocal).v),
+                                Words::EachBlock(scale).v)};
 }
 
 struct Bytes {
@@ -128,55 +150,50 @@ inline __m256i LoadTwo(const uint8_t *low, const uint8_t *high) {
     return _mm256_inserti128_si256(_mm256_castsi128_si256(LoadHalf(low)), LoadHalf(high), 1);
 }
 
-inline Bytes Shuffle3(__m256i a, __m256i b, __m256i c, __m128i fromA, __m128i fromB,
-                      __m128i fromC) {
-    const auto shuffled = [](__m256i v, __m128i from) {
-        return _mm256_shuffle_epi8(v, _mm256_broadcastsi128_si256(from));
-    };
-    return {_mm256_or_si256(_mm256_or_si256(shuffled(a, fromA), shuffled(b, fromB)),
-                            shuffled(c, fromC))};
+// Bytes 0, 3, 6, ... of a, 1, 4, 7, ... of b and 2, 5, 8, ... of c, counted in each half.
+inline __m256i ByTurns(__m256i a, __m256i b, __m256i c) {
+    constexpr char y = -1;
+    const __m128i ofB = _mm_setr_epi8(0, y, 0, 0, y, 0, 0, y, 0, 0, y, 0, 0, y, 0, 0);
+    const __m128i ofC = _mm_setr_epi8(0, 0, y, 0, 0, y, 0, 0, y, 0, 0, y, 0, 0, y, 0);
+    const __m256i ofAAndB = _mm256_blendv_epi8(a, b, _mm256_broadcastsi128_si256(ofB));
+    return _mm256_blendv_epi8(ofAAndB, c, _mm256_broadcastsi128_si256(ofC));
 }
 
+inline __m256i ShuffleHalves(__m256i v, __m128i from) {
+    return _mm256_shuffle_epi8(v, _mm256_broadcastsi128_si256(from));
+}
+
+// 16 bytes of one kind stand at places of their own, whichever of three vectors they are in: they
+// are blended together, then one shuffle puts them in order.
 inline Pixels LoadPixels(const uint8_t *p) {
     const __m256i a = LoadTwo(p, p + 48);
     const __m256i b = LoadTwo(p + 16, p + 64);
     const __m256i c = LoadTwo(p + 32, p + 80);
-    constexpr char n = -1;
     return {
-        Shuffle3(a, b, c, _mm_setr_epi8(0, 3, 6, 9, 12, 15, n, n, n, n, n, n, n, n, n, n),
-                 _mm_setr_epi8(n, n, n, n, n, n, 2, 5, 8, 11, 14, n, n, n, n, n),
-                 _mm_setr_epi8(n, n, n, n, n, n, n, n, n, n, n, 1, 4, 7, 10, 13)),
-        Shuffle3(a, b, c, _mm_setr_epi8(1, 4, 7, 10, 13, n, n, n, n, n, n, n, n, n, n, n),
-                 _mm_setr_epi8(n, n, n, n, n, 0, 3, 6, 9, 12, 15, n, n, n, n, n),
-                 _mm_setr_epi8(n, n, n, n, n, n, n, n, n, n, n, 2, 5, 8, 11, 14)),
-        Shuffle3(a, b, c, _mm_setr_epi8(2, 5, 8, 11, 14, n, n, n, n, n, n, n, n, n, n, n),
-                 _mm_setr_epi8(n, n, n, n, n, 1, 4, 7, 10, 13, n, n, n, n, n, n),
-                 _mm_setr_epi8(n, n, n, n, n, n, n, n, n, n, 0, 3, 6, 9, 12, 15)),
+        {ShuffleHalves(ByTurns(a, c, b),
+                       _mm_setr_epi8(0, 3, 6, 9, 12, 15, 2, 5, 8, 11, 14, 1, 4, 7, 10, 13))},
+        {ShuffleHalves(ByTurns(b, a, c),
+                       _mm_setr_epi8(1, 4, 7, 10, 13, 0, 3, 6, 9, 12, 15, 2, 5, 8, 11, 14))},
+        {ShuffleHalves(ByTurns(c, b, a),
+                       _mm_setr_epi8(2, 5, 8, 11, 14, 1, 4, 7, 10, 13, 0, 3, 6, 9, 12, 15))},
     };
 }
 
-inline void StoreTwo(uint8_t *low, uint8_t *high, Bytes bytes) {
-    StoreHalf(low, _mm256_castsi256_si128(bytes.v));
-    StoreHalf(high, _mm256_extracti128_si256(bytes.v, 1));
+inline void StoreTwo(uint8_t *low, uint8_t *high, __m256i bytes) {
+    StoreHalf(low, _mm256_castsi256_si128(bytes));
+    StoreHalf(high, _mm256_extracti128_si256(bytes, 1));
 }
 
 inline void StorePixels(uint8_t *p, const Pixels &t) {
-    constexpr char n = -1;
-    StoreTwo(p, p + 48,
-             Shuffle3(t.first.v, t.second.v, t.third.v,
-                      _mm_setr_epi8(0, n, n, 1, n, n, 2, n, n, 3, n, n, 4, n, n, 5),
-                      _mm_setr_epi8(n, 0, n, n, 1, n, n, 2, n, n, 3, n, n, 4, n, n),
-                      _mm_setr_epi8(n, n, 0, n, n, 1, n, n, 2, n, n, 3, n, n, 4, n)));
-    StoreTwo(p + 16, p + 64,
-             Shuffle3(t.first.v, t.second.v, t.third.v,
-                      _mm_setr_epi8(n, n, 6, n, n, 7, n, n, 8, n, n, 9, n, n, 10, n),
-                      _mm_setr_epi8(5, n, n, 6, n, n, 7, n, n, 8, n, n, 9, n, n, 10),
-                      _mm_setr_epi8(n, 5, n, n, 6, n, n, 7, n, n, 8, n, n, 9, n, n)));
-    StoreTwo(p + 32, p + 80,
-             Shuffle3(t.first.v, t.second.v, t.third.v,
-                      _mm_setr_epi8(n, 11, n, n, 12, n, n, 13, n, n, 14, n, n, 15, n, n),
-                      _mm_setr_epi8(n, n, 11, n, n, 12, n, n, 13, n, n, 14, n, n, 15, n),
-                      _mm_setr_epi8(10, n, n, 11, n, n, 12, n, n, 13, n, n, 14, n, n, 15)));
+    const __m256i first = ShuffleHalves(
+        t.first.v, _mm_setr_epi8(0, 11, 6, 1, 12, 7, 2, 13, 8, 3, 14, 9, 4, 15, 10, 5));
+    const __m256i second = ShuffleHalves(
+        t.second.v, _mm_setr_epi8(5, 0, 11, 6, 1, 12, 7, 2, 13, 8, 3, 14, 9, 4, 15, 10));
+    const __m256i third = ShuffleHalves(
+        t.third.v, _mm_setr_epi8(10, 5, 0, 11, 6, 1, 12, 7, 2, 13, 8, 3, 14, 9, 4, 15));
+    StoreTwo(p, p + 48, ByTurns(first, second, third));
+    StoreTwo(p + 16, p + 64, ByTurns(second, third, first));
+    StoreTwo(p + 32, p + 80, ByTurns(third, first, second));
 }
 
 } // namespace

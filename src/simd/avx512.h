@@ -1,5 +1,5 @@
 // Vectors of AVX-512 with BW, VL, VBMI and VBMI2: 64 bytes, four blocks. What the operations mean:
-// vocabulary.h.
+// README.md.
 #pragma once
 
 #include <cstdint>
@@ -15,12 +15,36 @@ inline void StoreVector(void *p, __m512i v) {
     _mm512_storeu_si512(p, v);
 }
 
+inline __m256i LoadHalf(const void *p) {
+    return _mm256_loadu_si256(static_cast<const __m256i *>(p));
+}
+
+// Of 8 bytes of two rows of each block, which come one row behind the other: a byte and its mirror
+// image, of the rows by turns.
+struct BytePairs {
+    alignas(64) uint8_t from[64];
+};
+constexpr BytePairs MakeBytePairs() {
+    BytePairs pairs = {};
+    for (int i = 0; i < 64; ++i) {
+        const int block = i / 16, row = i / 2 % 2, column = i % 16 / 4;
+        pairs.from[i] =
+            static_cast<uint8_t>(32 * row + 8 * block + (i % 2 == 0 ? column : 7 - column));
+    }
+    return pairs;
+}
+constexpr BytePairs kBytePairs = MakeBytePairs();
+
 struct Words {
     static constexpr uint32_t kBlocks = 4;
+    static constexpr int kSumScaleBits = 5;
+    static constexpr int kOrder[8] = {0, 2, 4, 6, 1, 3, 5, 7};
     __m512i v;
 
-    static Words LoadBytes(const uint8_t *p) {
-        return {_mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i *>(p)))};
+    static Words LoadBytePairs(const uint8_t *first, const uint8_t *second) {
+        const __m512i rows =
+            _mm512_inserti64x4(_mm512_castsi256_si512(LoadHalf(first)), LoadHalf(second), 1);
+        return {_mm512_permutexvar_epi8(_mm512_load_si512(kBytePairs.from), rows)};
     }
     static Words EachBlock(const int16_t *p) {
         return {_mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i *>(p)))};
@@ -29,8 +53,18 @@ struct Words {
 
     friend Words operator+(Words a, Words b) { return {_mm512_add_epi16(a.v, b.v)}; }
     friend Words operator-(Words a, Words b) { return {_mm512_sub_epi16(a.v, b.v)}; }
+    friend Words operator|(Words a, Words b) { return {_mm512_or_si512(a.v, b.v)}; }
     template <int N> Words ShiftLeft() const { return {_mm512_slli_epi16(v, N)}; }
     template <int N> Words ShiftRight() const { return {_mm512_srai_epi16(v, N)}; }
+
+    Words HalvesByTurns() const {
+        return {_mm512_shuffle_epi8(v, _mm512_broadcast_i32x4(_mm_setr_epi8(
+                                           0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15)))};
+    }
+    Words SumsOfPairs() const { return {_mm512_maddubs_epi16(v, _mm512_set1_epi16(0x2020))}; }
+    Words DifferencesOfPairs() const {
+        return {_mm512_maddubs_epi16(v, _mm512_set1_epi16(static_cast<short>(0xE020)))};
+    }
 
     static Words UnpackLow16(Words a, Words b) { return {_mm512_unpacklo_epi16(a.v, b.v)}; }
     static Words UnpackHigh16(Words a, Words b) { return {_mm512_unpackhi_epi16(a.v, b.v)}; }
@@ -43,10 +77,13 @@ struct Words {
 struct Wide {
     __m512i low, high;
 
-    template <int N> Words Narrow() const {
-        const __m512i half = _mm512_set1_epi32(1 << (N - 1));
-        return {_mm512_packs_epi32(_mm512_srai_epi32(_mm512_add_epi32(low, half), N),
-                                   _mm512_srai_epi32(_mm512_add_epi32(high, half), N))};
+    template <int N> Wide Plus() const {
+        const __m512i n = _mm512_set1_epi32(N);
+        return {_mm512_add_epi32(low, n), _mm512_add_epi32(high, n)};
+    }
+    template <int, int N> Words Narrow() const {
+        static_assert(N == 16);
+        return {_mm512_mask_blend_epi16(0xAAAAAAAA, _mm512_srli_epi32(low, 16), high)};
     }
 };
 
@@ -65,8 +102,8 @@ template <int...> struct Factors {
 
 inline Words ScaledQuotient(Words x, const int16_t *reciprocal, const int16_t *scale,
                             const int16_t *) {
-    return {_mm512_mulhi_epi16(_mm512_mulhi_epi16(x.v, Words::EachBlock(reciprocal).v),
-                               Words::EachBlock(scale).v)};
+    return {_mm512_mulhrs_epi16(_mm512_mulhi_epi16(x.v, Words::EachBlock(reciprocal).v),
+                                Words::EachBlock(scale).v)};
 }
 
 struct Bytes {

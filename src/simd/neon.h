@@ -1,4 +1,4 @@
-// Vectors of NEON on 64-bit ARM: 16 bytes, one block. What the operations mean: vocabulary.h.
+// Vectors of NEON on 64-bit ARM: 16 bytes, one block. What the operations mean: README.md.
 #pragma once
 
 #include <arm_neon.h>
@@ -9,18 +9,32 @@ namespace {
 
 struct Words {
     static constexpr uint32_t kBlocks = 1;
+    static constexpr int kSumScaleBits = 0;
+    static constexpr int kOrder[8] = {0, 1, 2, 3, 4, 5, 6, 7};
     int16x8_t v;
 
-    static Words LoadBytes(const uint8_t *p) {
-        return {vreinterpretq_s16_u16(vmovl_u8(vld1_u8(p)))};
+    static Words LoadBytePairs(const uint8_t *first, const uint8_t *second) {
+        static constexpr uint8_t kPairs[16] = {0, 7, 8,  15, 1, 6, 9,  14,
+                                               2, 5, 10, 13, 3, 4, 11, 12};
+        const uint8x16_t rows = vcombine_u8(vld1_u8(first), vld1_u8(second));
+        return {vreinterpretq_s16_u8(vqtbl1q_u8(rows, vld1q_u8(kPairs)))};
     }
     static Words EachBlock(const int16_t *p) { return {vld1q_s16(p)}; }
     static Words All(int x) { return {vdupq_n_s16(static_cast<int16_t>(x))}; }
 
     friend Words operator+(Words a, Words b) { return {vaddq_s16(a.v, b.v)}; }
     friend Words operator-(Words a, Words b) { return {vsubq_s16(a.v, b.v)}; }
+    friend Words operator|(Words a, Words b) { return {vorrq_s16(a.v, b.v)}; }
     template <int N> Words ShiftLeft() const { return {vshlq_n_s16(v, N)}; }
     template <int N> Words ShiftRight() const { return {vshrq_n_s16(v, N)}; }
+    Words HalvesByTurns() const { return *this; }
+    Words SumsOfPairs() const {
+        return {vreinterpretq_s16_u16(vpaddlq_u8(vreinterpretq_u8_s16(v)))};
+    }
+    Words DifferencesOfPairs() const { // first + 256 second - 257 second
+        const uint16x8_t second = vshrq_n_u16(vreinterpretq_u16_s16(v), 8);
+        return {vmlsq_n_s16(v, vreinterpretq_s16_u16(second), 257)};
+    }
 
     static Words UnpackLow16(Words a, Words b) { return {vzip1q_s16(a.v, b.v)}; }
     static Words UnpackHigh16(Words a, Words b) { return {vzip2q_s16(a.v, b.v)}; }
@@ -39,16 +53,15 @@ private:
 struct Wide {
     int32x4_t low, high;
 
-    template <int N> Words Narrow() const {
-        if constexpr (N <= 16)
+    template <int> Wide Plus() const { return *this; } // Narrow does it
+    template <int Added, int N> Words Narrow() const {
+        if constexpr (Added == 1 << (N - 1) && N < 16) {
             return {vrshrn_high_n_s32(vrshrn_n_s32(low, N), high, N)};
-        else
-            return HighHalves(vdupq_n_s32(1 << (N - 1))).template ShiftRight<N - 16>();
-    }
-
-private:
-    Words HighHalves(int32x4_t added) const {
-        return {vaddhn_high_s32(vaddhn_s32(low, added), high, added)};
+        } else {
+            static_assert(N == 16);
+            const int32x4_t added = vdupq_n_s32(Added);
+            return {vaddhn_high_s32(vaddhn_s32(low, added), high, added)};
+        }
     }
 };
 
@@ -94,7 +107,7 @@ private:
 
 inline Words ScaledQuotient(Words x, const int16_t *reciprocal, const int16_t *,
                             const int16_t *shift) {
-    return {vshlq_s16(vqdmulhq_s16(x.v, vld1q_s16(reciprocal)), vld1q_s16(shift))};
+    return {vrshlq_s16(vqdmulhq_s16(x.v, vld1q_s16(reciprocal)), vld1q_s16(shift))};
 }
 
 struct Bytes {

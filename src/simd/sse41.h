@@ -1,4 +1,4 @@
-// Vectors of SSE4.1 (with SSSE3): 16 bytes, one block. What the operations mean: vocabulary.h.
+// Vectors of SSE4.1 (with SSSE3): 16 bytes, one block. What the operations mean: README.md.
 #pragma once
 
 #include <cstdint>
@@ -16,18 +16,34 @@ inline void StoreVector(void *p, __m128i v) {
 
 struct Words {
     static constexpr uint32_t kBlocks = 1;
+    static constexpr int kSumScaleBits = 5;
+    static constexpr int kOrder[8] = {0, 2, 4, 6, 1, 3, 5, 7};
     __m128i v;
 
-    static Words LoadBytes(const uint8_t *p) {
-        return {_mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(p)))};
+    static Words LoadBytePairs(const uint8_t *first, const uint8_t *second) {
+        const __m128i rows =
+            _mm_unpacklo_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(first)),
+                               _mm_loadl_epi64(reinterpret_cast<const __m128i *>(second)));
+        return {_mm_shuffle_epi8(
+            rows, _mm_setr_epi8(0, 7, 8, 15, 1, 6, 9, 14, 2, 5, 10, 13, 3, 4, 11, 12))};
     }
     static Words EachBlock(const int16_t *p) { return {LoadVector(p)}; }
     static Words All(int x) { return {_mm_set1_epi16(static_cast<short>(x))}; }
 
     friend Words operator+(Words a, Words b) { return {_mm_add_epi16(a.v, b.v)}; }
     friend Words operator-(Words a, Words b) { return {_mm_sub_epi16(a.v, b.v)}; }
+    friend Words operator|(Words a, Words b) { return {_mm_or_si128(a.v, b.v)}; }
     template <int N> Words ShiftLeft() const { return {_mm_slli_epi16(v, N)}; }
     template <int N> Words ShiftRight() const { return {_mm_srai_epi16(v, N)}; }
+
+    Words HalvesByTurns() const {
+        return {_mm_shuffle_epi8(
+            v, _mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15))};
+    }
+    Words SumsOfPairs() const { return {_mm_maddubs_epi16(v, _mm_set1_epi16(0x2020))}; }
+    Words DifferencesOfPairs() const {
+        return {_mm_maddubs_epi16(v, _mm_set1_epi16(static_cast<short>(0xE020)))};
+    }
 
     static Words UnpackLow16(Words a, Words b) { return {_mm_unpacklo_epi16(a.v, b.v)}; }
     static Words UnpackHigh16(Words a, Words b) { return {_mm_unpackhi_epi16(a.v, b.v)}; }
@@ -40,10 +56,13 @@ struct Words {
 struct Wide {
     __m128i low, high;
 
-    template <int N> Words Narrow() const {
-        const __m128i half = _mm_set1_epi32(1 << (N - 1));
-        return {_mm_packs_epi32(_mm_srai_epi32(_mm_add_epi32(low, half), N),
-                                _mm_srai_epi32(_mm_add_epi32(high, half), N))};
+    template <int N> Wide Plus() const {
+        const __m128i n = _mm_set1_epi32(N);
+        return {_mm_add_epi32(low, n), _mm_add_epi32(high, n)};
+    }
+    template <int, int N> Words Narrow() const {
+        static_assert(N == 16);
+        return {_mm_blend_epi16(_mm_srli_epi32(low, 16), high, 0xAA)};
     }
 };
 
@@ -62,7 +81,7 @@ template <int...> struct Factors {
 
 inline Words ScaledQuotient(Words x, const int16_t *reciprocal, const int16_t *scale,
                             const int16_t *) {
-    return {_mm_mulhi_epi16(_mm_mulhi_epi16(x.v, LoadVector(reciprocal)), LoadVector(scale))};
+    return {_mm_mulhrs_epi16(_mm_mulhi_epi16(x.v, LoadVector(reciprocal)), LoadVector(scale))};
 }
 
 /// Bit x of the result: byte x is not 0, of 16 words that are packed to bytes.

@@ -86,15 +86,17 @@ TEST(QuantizeBlock, EveryCoefficientByEveryQuantiserIsTheDoubleDivision) {
 
 constexpr int kDisagreement = 100000;
 
-// What the kernels compute from the divisors, in 16-bit lanes: the high halves of two products, or
-// the high half of a doubled one and a shift; the scalar one has a product of 32 bits.
+// What the kernels compute from the divisors, in 16-bit lanes: the high half of a product and the
+// rounded high half of a doubled one, or the high half of a doubled one and a rounding shift; the
+// scalar one has a product of 32 bits.
 int QuotientFrom(const QuantDivisors &divisors, int place, int coefficient) {
-    const auto scaled = static_cast<int16_t>(16 * coefficient + divisors.bias[place]);
+    const auto scaled = static_cast<int16_t>(4 * coefficient - 1);
     const auto high = static_cast<int16_t>(scaled * divisors.reciprocal[place] >> 16);
-    const int quotient = high * divisors.scale[place] >> 16;
+    const int quotient = (high * divisors.scale[place] + (1 << 14)) >> 15;
     const auto doubled = static_cast<int16_t>(2 * scaled * divisors.reciprocal[place] >> 16);
-    const int shifted = doubled >> -divisors.shift[place];
-    const int atOnce = scaled * divisors.reciprocal[place] >> (15 - divisors.shift[place]);
+    const int shift = -divisors.shift[place];
+    const int shifted = (doubled + (1 << (shift - 1))) >> shift;
+    const int atOnce = (scaled * divisors.reciprocal[place] + (1 << (14 + shift))) >> (15 + shift);
     return shifted == quotient && atOnce == quotient ? quotient : kDisagreement;
 }
 
