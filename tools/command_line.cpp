@@ -4,10 +4,12 @@
 #include "failure.h"
 #include "help_texts.h"
 #include "nearest_word.h"
+#include "report.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <sstream>
 
 namespace kowen::cli {
 namespace {
@@ -77,29 +79,44 @@ const CLI::App *Innermost(const CLI::App &app, std::string *path) {
     return at;
 }
 
-[[noreturn]] void ThrowUnknown(const CLI::App &command, const std::string &path) {
+[[noreturn]] void ThrowUnknown(const CLI::App &command, const std::string &path,
+                               const std::string &advice) {
     const Words rest = command.remaining();
     const std::string word = rest.empty() ? "" : rest.front();
     const std::string name = word.substr(0, word.find('='));
     if (IsOption(name))
-        throw UsageFailure("there is no option " + name + Suggestion(name, OptionNames(command)) +
+        throw UsageFailure("there is no option " + name +
+                           (advice.empty() ? Suggestion(name, OptionNames(command)) : advice) +
                            SeeHelp(path));
     throw UsageFailure("'" + word + "' is one word too many" + SeeHelp(path));
 }
 
-int Parse(CLI::App *app, Words words) {
-    std::reverse(words.begin(), words.end());
+// A picture whose name looks like options.
+std::string DashAdvice(const Words &words) {
+    std::error_code ignored;
+    for (const std::string &word : words) {
+        if (word == "--")
+            break;
+        if (IsOption(word) && std::filesystem::exists(word, ignored))
+            return "; if " + word + " is meant as a file, write ./" + word;
+    }
+    return "";
+}
+
+int Parse(CLI::App *app, const Words &words) {
     try {
-        app->parse(std::move(words));
+        app->parse(Words(words.rbegin(), words.rend()));
     } catch (const CLI::Success &asked) {
-        app->exit(asked);
+        std::ostringstream text;
+        app->exit(asked, text, text);
+        PrintText(text.str());
     } catch (const CLI::ExtrasError &) {
         std::string path;
-        ThrowUnknown(*Innermost(*app, &path), path);
+        ThrowUnknown(*Innermost(*app, &path), path, DashAdvice(words));
     } catch (const CLI::ParseError &error) {
         std::string path;
         Innermost(*app, &path);
-        throw UsageFailure(error.what() + SeeHelp(path));
+        throw UsageFailure(error.what() + DashAdvice(words) + SeeHelp(path));
     }
     return kExitOk;
 }
@@ -116,7 +133,7 @@ int RunCommandLine(Words arguments) {
     AddCommands(&app, &options, &status);
     RearrangeHelp(&arguments);
     CheckCommand(app, arguments, 0, "");
-    Parse(&app, std::move(arguments));
+    Parse(&app, arguments);
     return status;
 }
 

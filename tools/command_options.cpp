@@ -8,6 +8,9 @@
 #include "selftest_command.h"
 #include "setup_command.h"
 
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
 #include <functional>
 
 namespace kowen::cli {
@@ -39,6 +42,18 @@ CLI::Option *AddTaken(CLI::App *command, const std::string &names, const char *t
     return command->add_option_function<std::string>(names, callback, help)->type_name(type);
 }
 
+// "10x15" may be meant for centimetres.
+std::string NoteOfUnit(const std::string &text, const std::string &value) {
+    constexpr int kFewPixels = 32;
+    int width = 0;
+    int height = 0;
+    const bool pixelsUnsaid = value.ends_with("px") && std::isdigit(text.back()) != 0;
+    if (!pixelsUnsaid || std::sscanf(value.c_str(), "%dx%d", &width, &height) != 2 ||
+        std::min(width, height) >= kFewPixels)
+        return "";
+    return "--size " + text + " are pixels; on paper it is " + text + "cm or " + text + "in";
+}
+
 struct SettingOption {
     const char *names;
     const char *setting;
@@ -54,10 +69,11 @@ constexpr SettingOption kSettings[] = {
      "What is done to the colours: unchanged, inverted, greys-inverted, grey, grey-inverted"},
     {"--max-bytes", "max-bytes", "N", "The highest quality up to --quality that fits: 300k, 2M"},
     {"--size", "size", "SIZE",
-     "A box on paper: WxH in in, cm, mm or px, a paper's name (A4, letter), picture or page"},
+     "A box to fit into: WxH in in, cm, mm or px, a paper's name (A4, letter), picture or page"},
     {"--dpi", "dpi", "DPI", "N, NxM, picture or page (default: picture)"},
     {"--page", "page", "PAGE", "The page that page stands for: WxH@DPI"},
-    {"--background", "background", "#RRGGBB", "What transparent pixels show (default white)"},
+    {"--background", "background", "COLOUR",
+     "What transparent pixels show: #rrggbb or a name (default white)"},
     {"--exif", "exif", "WHAT", "keep (the default) or drop"},
     {"--icc", "icc", "WHAT", "The colour profile: keep (the default), or drop after using it"},
     {"--comment", "comment", "WHAT", "keep or drop (the default)"}};
@@ -86,7 +102,11 @@ void AddPictureOptions(CLI::App *command, PictureOptions *options) {
         const std::string setting = option.setting;
         AddTaken(
             command, option.names, option.type,
-            [settings, setting](const std::string &text) { settings->Set(setting, text); },
+            [options, setting](const std::string &text) {
+                options->settings.Set(setting, text);
+                if (setting == "size")
+                    options->note = NoteOfUnit(text, options->settings.Get(setting));
+            },
             option.help);
     }
     AddFlag(command, "--progressive", settings, "progressive", "yes",

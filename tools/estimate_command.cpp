@@ -4,6 +4,7 @@
 #include "compare/comparison.h"
 #include "compare/like_encoder.h"
 #include "failure.h"
+#include "option_check.h"
 #include "profile_choice.h"
 #include "progress.h"
 #include "report.h"
@@ -57,15 +58,20 @@ public:
             ThrowResult(result);
     }
 
-    std::vector<uint8_t> Export(const Settings &settings) {
+    // The JPEG; empty when no quality fits a limit of bytes.
+    std::vector<uint8_t> Export(const Settings &settings, int *quality = nullptr) {
         KowenOutput output = {};
         output.size = sizeof output;
         const KowenProgress heard = {sizeof heard, OnProgress, nullptr};
         KowenResult result = NewResult();
         KowenExportPrepared(handle.get(), settings.Handle(), &output, &heard, &result);
         StopIfCancelled();
+        if (result.code == KOWEN_HOST_ERR_LIMIT && quality != nullptr)
+            return {};
         if (result.code != KOWEN_HOST_OK)
             ThrowResult(result);
+        if (quality != nullptr)
+            *quality = result.quality;
         const auto *bytes = static_cast<const uint8_t *>(output.memory);
         std::vector<uint8_t> jpeg(bytes, bytes + output.memorySize);
         KowenFree(output.memory);
@@ -98,6 +104,7 @@ public:
                           static_cast<double>(i) / std::size(kQualities));
             rows.push_back(Measure(&prepared, kQualities[i]));
         }
+        FindFitting(&prepared, &rows);
         progress.Clear();
         if (!options.compare.empty())
             WriteComparison(options.compare, picture,
@@ -109,6 +116,20 @@ public:
     }
 
 private:
+    // The quality that --max-bytes leads to gets its row as well.
+    void FindFitting(Prepared *prepared, std::vector<EstimateRow> *rows) {
+        if (options.picture.settings.Get("max-bytes") == "0")
+            return;
+        limited = true;
+        if (prepared->Export(options.picture.settings, &fitting).empty())
+            return;
+        const auto place = std::find_if(rows->begin(), rows->end(), [this](const EstimateRow &row) {
+            return row.quality >= fitting;
+        });
+        if (place == rows->end() || place->quality != fitting)
+            rows->insert(place, Measure(prepared, fitting));
+    }
+
     EstimateRow Measure(Prepared *prepared, int quality) const {
         StopIfCancelled();
         Settings settings = options.picture.settings.Copy();
@@ -145,13 +166,17 @@ private:
                           row.libjpeg.milliseconds);
             PrintLine(text);
         }
+        if (limited)
+            PrintLine((fitting == 0 ? "no quality" : "quality " + std::to_string(fitting)) +
+                      (fitting == 0 ? " fits " : " is the highest that fits ") +
+                      options.picture.settings.Get("max-bytes") + " bytes");
     }
 
     static Json ObjectOf(const Encoding &encoding) {
         Json object;
         object["bytes"] = encoding.bytes;
-        object["psnr"] = std::isfinite(encoding.psnr) ? Json(encoding.psnr) : Json();
-        object["milliseconds"] = encoding.milliseconds;
+        object["psnr"] = std::isfinite(encoding.psnr) ? Json(Rounded(encoding.psnr, 2)) : Json();
+        object["milliseconds"] = Rounded(encoding.milliseconds, 1);
         return object;
     }
 
@@ -160,6 +185,8 @@ private:
         object["picture"] = options.name;
         object["width"] = picture.width;
         object["height"] = picture.height;
+        if (limited)
+            object["fittingQuality"] = fitting == 0 ? Json() : Json(fitting);
         for (const EstimateRow &row : rows) {
             Json entry = ObjectOf(row.kowen);
             entry["quality"] = row.quality;
@@ -172,12 +199,21 @@ private:
     const EstimateOptions &options;
     Progress progress;
     PlainPicture picture;
+    bool limited = false; ///< by --max-bytes
+    int fitting = 0;      ///< the quality then; 0 = none
 };
 
 } // namespace
 
 void RunEstimate(EstimateOptions *options) {
-    TakeProfile(&options->picture, ProfileUse::kRead);
+    const ProfileChoice profile = TakeProfile(&options->picture, ProfileUse::kRead);
+    CheckOptions(options->picture);
+    if (!options->compare.empty())
+        CheckComparisonName(options->compare);
+    if (profile.found)
+        PrintNote(options->common,
+                  "settings from " + profile.path + ", section " + profile.section);
+    PrintNote(options->common, options->picture.note);
     Estimate(options).Run();
 }
 

@@ -4,6 +4,7 @@
 #include "batch/worker_pool.h"
 #include "cancel.h"
 #include "failure.h"
+#include "option_check.h"
 #include "profile_choice.h"
 #include "progress.h"
 #include "report.h"
@@ -45,7 +46,8 @@ public:
     }
 
     int Run() {
-        Note(plan.notes);
+        for (const std::string &note : plan.notes)
+            PrintNote(options.common, note);
         if (plan.jobs.size() == 1)
             RunOne();
         else
@@ -53,9 +55,10 @@ public:
         progress.Clear();
         if (plan.jobs.size() != 1)
             PrintCount();
+        PrintNote(options.common, PalerNote());
         if (cancelled)
             throw Cancelled();
-        return failures == 0 ? kExitOk : wrongUsage ? kExitUsage : kExitFailure;
+        return failures == 0 ? kExitOk : kExitFailure;
     }
 
 private:
@@ -68,23 +71,29 @@ private:
         }));
     }
 
+    // A filter that cannot be loaded is told once.
     void RunMany() {
+        const Module module(options.common.module);
         PoolTask task;
         task.jobs = &plan.jobs;
         task.options = &options.picture;
         task.common = &options.common;
         task.workers = WorkersFor(plan, options);
         task.report = [this](const JobReport &report) { Report(report); };
-        task.progress = [this](const Job &job, const char *phase, size_t done, double fraction) {
-            progress.Show(job.source, phase, done, fraction);
+        task.progress = [this](const Job &job, const char *phase, size_t finished,
+                               double fraction) {
+            progress.Show(job.source, phase, finished, fraction);
         };
         RunPool(task);
     }
 
-    void Report(const JobReport &report) {
+    void Report(JobReport report) {
         cancelled = cancelled || report.cancelled;
-        wrongUsage = wrongUsage || report.wrongUsage;
-        failures += report.Done() ? 0 : 1;
+        done += report.Done() ? 1 : 0;
+        stopped += report.cancelled && report.begun ? 1 : 0;
+        unbegun += report.begun ? 0 : 1;
+        failures += report.Done() || report.cancelled ? 0 : 1;
+        CountPaler(&report);
         // One sentence tells that everything was cancelled.
         if (report.cancelled && !options.common.json)
             return;
@@ -92,18 +101,29 @@ private:
         PrintReport(report, options.common);
     }
 
-    void Note(const std::vector<std::string> &notes) const {
-        if (options.common.quiet)
+    // Of many pictures some have such colours nearly always: one line tells of all.
+    void CountPaler(JobReport *report) {
+        if (!report->paler || plan.jobs.size() == 1 || options.common.json)
             return;
-        for (const std::string &note : notes)
-            std::fprintf(stderr, "kowen: note: %s\n", note.c_str());
+        ++paler;
+        std::erase_if(report->notes,
+                      [](const std::string &note) { return note.starts_with("colours of "); });
+    }
+
+    std::string PalerNote() const {
+        if (paler == 0)
+            return "";
+        return "colours of " + std::to_string(paler) + (paler == 1 ? " picture" : " pictures") +
+               " come out paler here and there: they are more vivid than the filter can give";
     }
 
     // The objects of --json and the failures of --quiet stand alone on their streams.
     void PrintCount() const {
-        const std::string line = std::to_string(plan.jobs.size()) +
-                                 " pictures: " + std::to_string(plan.jobs.size() - failures) +
-                                 " exported, " + std::to_string(failures) + " failed";
+        std::string line = std::to_string(plan.jobs.size()) + " pictures: " + std::to_string(done) +
+                           " exported, " + std::to_string(failures) + " failed";
+        if (cancelled)
+            line += ", " + std::to_string(stopped) + " stopped, " + std::to_string(unbegun) +
+                    " not begun";
         if (options.common.json)
             std::fprintf(stderr, "kowen: %s\n", line.c_str());
         else if (!options.common.quiet)
@@ -113,9 +133,12 @@ private:
     const ExportOptions &options;
     Plan plan;
     Progress progress;
+    size_t done = 0;
     size_t failures = 0;
+    size_t stopped = 0; ///< by a request to, while they were under way
+    size_t unbegun = 0; ///< because of it
+    size_t paler = 0;
     bool cancelled = false;
-    bool wrongUsage = false;
 };
 
 } // namespace
@@ -124,11 +147,15 @@ int RunExport(ExportOptions *options) {
     const Settings chosen = options->picture.settings.Copy();
     const ProfileChoice profile =
         TakeProfile(&options->picture, options->save ? ProfileUse::kSave : ProfileUse::kRead);
+    CheckOptions(options->picture);
+    if (options->save)
+        chosen.CheckSaveProfile(profile.path, options->picture.section);
     const Plan plan = MakePlan(*options);
     CheckOutput(plan, *options);
-    if (!options->common.quiet && profile.found)
-        std::fprintf(stderr, "kowen: note: settings from %s, section %s\n", profile.path.c_str(),
-                     profile.section.c_str());
+    if (profile.found)
+        PrintNote(options->common,
+                  "settings from " + profile.path + ", section " + profile.section);
+    PrintNote(options->common, options->picture.note);
     const int status = Export(*options, plan).Run();
     if (options->save && status == kExitOk)
         chosen.SaveProfile(profile.path, options->picture.section);

@@ -28,6 +28,12 @@ public:
     explicit UsageFailure(const std::string &message) : Failure(message, kExitUsage) {}
 };
 
+/// Nobody reads the standard output any more: the program ends as a closed pipe ends others.
+class ReaderGone : public Failure {
+public:
+    ReaderGone() : Failure("standard output: its reader has gone") {}
+};
+
 /// The user asked to stop.
 class Cancelled : public Failure {
 public:

@@ -62,6 +62,19 @@ void Settings::SaveProfile(const std::string &path, const std::string &section) 
         ThrowResult(result);
 }
 
+void Settings::Check() const {
+    KowenResult result = NewResult();
+    if (KowenCheckSettings(handle.get(), &result) != KOWEN_HOST_OK)
+        ThrowResult(result);
+}
+
+void Settings::CheckSaveProfile(const std::string &path, const std::string &section) const {
+    KowenResult result = NewResult();
+    if (KowenCheckSaveProfile(handle.get(), path.c_str(), OrNull(section), &result) !=
+        KOWEN_HOST_OK)
+        ThrowResult(result);
+}
+
 Settings Settings::Copy() const {
     Pointer copy(KowenCopySettings(handle.get()));
     if (!copy)

@@ -31,6 +31,12 @@ public:
     /// section  empty = the one that the profile names. Returns the section's name.
     std::string LoadProfile(const std::string &path, const std::string &section);
 
+    /// Throws UsageFailure for settings that no picture can be exported with.
+    void Check() const;
+
+    /// Throws what SaveProfile would throw, but for what the writing itself may meet.
+    void CheckSaveProfile(const std::string &path, const std::string &section) const;
+
     /// Keeps what Set has given in a profile's section.
     void SaveProfile(const std::string &path, const std::string &section) const;
 

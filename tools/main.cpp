@@ -4,6 +4,7 @@
 #include "command_line.h"
 #include "failure.h"
 
+#include <csignal>
 #include <cstdio>
 #include <new>
 
@@ -13,6 +14,8 @@ int Run(int argc, char **argv) {
     using namespace kowen::cli;
     try {
         return RunCommandLine({argv + 1, argv + argc});
+    } catch (const ReaderGone &) {
+        EndBySignal(SIGPIPE);
     } catch (const Failure &failure) {
         if (CancelSignal() != 0) {
             std::fprintf(stderr, "kowen: cancelled\n");

@@ -22,6 +22,7 @@ struct PictureOptions {
     Settings settings;
     ResizeChoice resize;
     bool acceptTruncated = false;
+    std::string note;    ///< about how a value was understood; empty = none
     std::string profile; ///< empty = the module's own, when there is one
     std::string section; ///< empty = the one that the profile names
 };

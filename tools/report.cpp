@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <unistd.h>
 
@@ -26,7 +27,7 @@ Json ObjectOf(const JobReport &report) {
     object["done"] = report.Done();
     if (!report.Done()) {
         object["error"] = report.error;
-        object["milliseconds"] = report.milliseconds;
+        object["milliseconds"] = Rounded(report.milliseconds, 1);
         return object;
     }
     object["bytes"] = report.bytes;
@@ -36,9 +37,9 @@ Json ObjectOf(const JobReport &report) {
     object["grey"] = report.grey;
     object["progressive"] = report.progressive;
     object["quality"] = report.quality;
-    object["clippedPercent"] = report.clippedPercent;
+    object["clippedPercent"] = Rounded(report.clippedPercent, 2);
     object["notes"] = report.notes;
-    object["milliseconds"] = report.milliseconds;
+    object["milliseconds"] = Rounded(report.milliseconds, 1);
     return object;
 }
 
@@ -50,7 +51,7 @@ std::string Summary(const JobReport &report) {
     return (report.target == "-" ? "standard output" : report.target) + text;
 }
 
-void PrintText(const JobReport &report, bool quiet) {
+void PrintForPeople(const JobReport &report, bool quiet) {
     if (!report.Done()) {
         std::fprintf(stderr, "kowen: %s\n", report.error.c_str());
         return;
@@ -67,18 +68,29 @@ void PrintText(const JobReport &report, bool quiet) {
 
 } // namespace
 
+double Rounded(double value, int digits) {
+    const double unit = std::pow(10, digits);
+    return std::round(value * unit) / unit;
+}
+
 void PrintLine(const std::string &line) {
-    const std::string text = line + "\n";
+    PrintText(line + "\n");
+}
+
+void PrintText(const std::string &text) {
     const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-    if (!written || std::fflush(stdout) != 0)
-        FailWith("standard output", errno);
+    if (written && std::fflush(stdout) == 0)
+        return;
+    if (errno == EPIPE)
+        throw ReaderGone();
+    FailWith("standard output", errno);
 }
 
 void PrintReport(const JobReport &report, const CommonOptions &options) {
     if (options.json)
         PrintLine(Line(ObjectOf(report)));
     else
-        PrintText(report, options.quiet);
+        PrintForPeople(report, options.quiet);
 }
 
 } // namespace kowen::cli

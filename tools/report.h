@@ -7,8 +7,15 @@
 
 namespace kowen::cli {
 
-/// Writes a line to the standard output at once. Throws Failure when it cannot be written.
+/// Writes a line to the standard output at once. Throws ReaderGone when nobody reads it, Failure
+/// when it cannot be written.
 void PrintLine(const std::string &line);
+
+/// The same for text that has its line ends.
+void PrintText(const std::string &text);
+
+/// A number with so many digits behind the point, for programs that read it.
+double Rounded(double value, int digits);
 
 /// Prints a job's outcome: a line on the standard output, or on the standard error output when the
 /// JPEG went to the standard output; notes and failures on the standard error output. With --json

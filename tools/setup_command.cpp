@@ -1,8 +1,12 @@
 #include "setup_command.h"
 
 #include "failure.h"
+#include "nearest_word.h"
 #include "report.h"
 #include "setting_values.h"
+
+#include <algorithm>
+#include <iterator>
 
 namespace kowen::cli {
 namespace {
@@ -11,6 +15,23 @@ using Json = nlohmann::ordered_json;
 
 // What a profile can keep; the other settings are for single exports.
 constexpr const char *kKept[] = {"quality", "progressive", "colour", "colour-mode", "size", "dpi"};
+
+bool IsKept(std::string name) {
+    if (name.starts_with("color"))
+        name.insert(4, "u");
+    return std::find(std::begin(kKept), std::end(kKept), name) != std::end(kKept);
+}
+
+void CheckKept(const std::string &name) {
+    if (IsKept(name))
+        return;
+    std::string list;
+    for (const char *kept : kKept)
+        list += (list.empty() ? "" : ", ") + std::string(kept);
+    throw UsageFailure("a profile cannot keep '" + name + "'" +
+                       Suggestion(name, {std::begin(kKept), std::end(kKept)}) + "; it keeps " +
+                       list);
+}
 
 std::string Line(const Json &object) {
     return object.dump(-1, ' ', false, Json::error_handler_t::replace);
@@ -56,6 +77,7 @@ void RunSetupSet(const SetupOptions &options) {
         const size_t equals = assignment.find('=');
         if (equals == std::string::npos)
             throw UsageFailure("a setting is given as name=value, not '" + assignment + "'");
+        CheckKept(assignment.substr(0, equals));
         settings.Set(assignment.substr(0, equals), assignment.substr(equals + 1));
     }
     settings.SaveProfile(options.file, options.section);

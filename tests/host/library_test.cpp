@@ -121,6 +121,7 @@ TEST(Library, ExportsItsFunctionsOnly) {
     }
     const std::set<std::string> expected = {
         "KOWENHOST_0",
+        "KowenCheckSaveProfile@@KOWENHOST_0",
         "KowenCheckSettings@@KOWENHOST_0",
         "KowenCloseModule@@KOWENHOST_0",
         "KowenCopySettings@@KOWENHOST_0",

@@ -127,10 +127,12 @@ TEST(KowenSaveProfile, RefusesWhatAProfileCannotSay) {
           SettingList{{"colour", "rgb444"}},
           SettingList{{"colour", "grey"}, {"progressive", "yes"}}}) {
         const SomeSettings settings(list);
-        EXPECT_EQ(KowenSaveProfile(settings, path.c_str(), nullptr, &call.result),
-                  KOWEN_HOST_ERR_ARGUMENT)
-            << list[0].first;
+        for (const auto save : {KowenSaveProfile, KowenCheckSaveProfile})
+            EXPECT_EQ(save(settings, path.c_str(), nullptr, &call.result), KOWEN_HOST_ERR_ARGUMENT)
+                << list[0].first;
     }
+    const SomeSettings good(SettingList{{"quality", "45"}});
+    EXPECT_EQ(KowenCheckSaveProfile(good, path.c_str(), nullptr, &call.result), KOWEN_HOST_OK);
     EXPECT_FALSE(directory.Has("my.ini"));
     const std::string text = directory.Write("a.txt", "not a profile\n");
     const SomeSettings settings(SettingList{{"quality", "70"}});

@@ -45,12 +45,49 @@ TEST_F(Batch, FoldersKeepTheirShape) {
     EXPECT_EQ(result.exitCode, 0) << result.errors;
     EXPECT_EQ(Listing("in/out"), "a.jpg deep");
     EXPECT_EQ(Listing("in/out/deep/er"), "b.jpg");
-    EXPECT_TRUE(Has(result.errors, "in: passed over 1 file that are no pictures") ||
-                Has(result.errors, "in: passed over 1 file that is no picture"))
+    EXPECT_TRUE(Has(result.errors, "kowen: note: in: passed over 1 file of other kinds\n"))
         << result.errors;
     // What the first run made is not taken for pictures by the second.
     Export({"-r", "in", "--to", "in/out", "--force"});
     EXPECT_TRUE(Has(result.output, "2 pictures: 2 exported, 0 failed")) << result.output;
+}
+
+// a.jpg is what the first run made of a.ppm; b.jpg is a picture of its own.
+TEST_F(Batch, WhatAnEarlierRunMadeIsNoPictureOfTheNext) {
+    fs::create_directory(directory.File("in"));
+    WritePicture("in/a.ppm");
+    Export({"-r", "in"});
+    EXPECT_EQ(Listing("in"), "a.jpg a.ppm");
+    fs::copy(directory.File("in/a.jpg"), directory.File("in/b.jpg"));
+    Export({"-r", "in"});
+    EXPECT_TRUE(Has(result.errors, "in: passed over 2 JPEGs; with --to they are exported as well"))
+        << result.errors;
+    Export({"-r", "in", "--to", "out"});
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_TRUE(Has(result.errors, "in: passed over 1 JPEG beside pictures of the same name\n"))
+        << result.errors;
+    EXPECT_EQ(Listing("out"), "a.jpg b.jpg");
+    EXPECT_EQ(directory.Read("out/a.jpg"), directory.Read("in/a.jpg"));
+}
+
+// Half of each picture is red as no JPEG of this filter can be.
+TEST_F(Batch, PalerColoursAreToldOnceForAll) {
+    const auto half = [](int x, int) { return x < 8 ? Rgb{255, 0, 0} : Rgb{90, 90, 90}; };
+    const auto corner = [](int x, int y) {
+        return x < 2 && y == 0 ? Rgb{255, 0, 0} : Rgb{90, 90, 90};
+    };
+    for (const char *name : {"a.ppm", "b.ppm"})
+        directory.Write(name, Ppm(MakePicture(16, 16, half)));
+    directory.Write("c.ppm", Ppm(MakePicture(16, 16, corner))); // 2 of 256 pixels
+    Export({"a.ppm", "b.ppm", "c.ppm"});
+    EXPECT_EQ(result.errors, "kowen: note: colours of 2 pictures come out paler here and there: "
+                             "they are more vivid than the filter can give\n");
+    Export({"a.ppm", "-o", "a.jpg"});
+    EXPECT_EQ(result.errors, "kowen: note: a.ppm: colours of 50 % of the pixels come out paler: "
+                             "they are more vivid than the filter can give\n");
+    Export({"c.ppm", "-o", "c.jpg", "--json"});
+    EXPECT_EQ(nlohmann::json::parse(result.output)["clippedPercent"], 0.78);
+    EXPECT_EQ(nlohmann::json::parse(result.output)["notes"].size(), 0U);
 }
 
 TEST_F(Batch, AFolderWithoutTheOptionIsAFailure) {

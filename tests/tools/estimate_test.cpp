@@ -57,8 +57,33 @@ TEST_F(Estimate, MakesAPictureOfTheDifferences) {
     const std::string before = directory.Read("diff.png");
     Kowen({"estimate", "in.ppm", "--compare", "diff.png"});
     EXPECT_EQ(result.exitCode, 1);
-    EXPECT_TRUE(Has(result.errors, "diff.png: File exists")) << result.errors;
+    EXPECT_TRUE(Has(result.errors, "diff.png: there is a file of that name")) << result.errors;
     EXPECT_EQ(directory.Read("diff.png"), before);
+    Kowen({"estimate", "no.ppm", "--compare", "diff.jpg"});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_TRUE(Has(result.errors, "diff.jpg does not end in .png")) << result.errors;
+    Kowen({"estimate", "no.ppm", "--compare", "no/diff.png"});
+    EXPECT_TRUE(Has(result.errors, "there is no folder no")) << result.errors;
+}
+
+TEST_F(Estimate, FindsTheQualityThatFits) {
+    Export({"in.ppm", "-o", "out.jpg", "-q", "--quality", "63"});
+    const std::string limit = std::to_string(ReadJpegFile(directory.File("out.jpg")).size());
+    Kowen({"estimate", "in.ppm", "--max-bytes", limit, "--json"});
+    const nlohmann::json report = nlohmann::json::parse(result.output);
+    const int quality = report["fittingQuality"];
+    EXPECT_GE(quality, 63);
+    EXPECT_LT(quality, 80);
+    bool listed = false;
+    for (const auto &row : report["qualities"])
+        listed = listed || row["quality"] == quality;
+    EXPECT_TRUE(listed);
+    Kowen({"estimate", "in.ppm", "--max-bytes", limit});
+    EXPECT_TRUE(Has(result.output, "\nquality " + std::to_string(quality) +
+                                       " is the highest that fits " + limit + " bytes\n"));
+    Kowen({"estimate", "in.ppm", "--max-bytes", "600"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_TRUE(result.output.ends_with("\nno quality fits 600 bytes\n")) << result.output;
 }
 
 } // namespace

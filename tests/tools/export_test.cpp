@@ -107,9 +107,24 @@ TEST_F(ExportOne, SizesOnPaper) {
     expect(Decode(PngOf(96, 48, kNinetySixDpi), {"--size", "2x2in", "--dpi", "100"}), 200, 100,
            100);
     EXPECT_TRUE(Has(result.errors, "kowen: note: ")) << "an enlargement is told";
+    // Boxes in lengths are turned as the picture, boxes in pixels are not.
+    expect(Decode(PngOf(96, 48, 0), {"--size", "2x4in", "--dpi", "100"}), 400, 200, 100);
+    expect(Decode(PngOf(96, 48, 0), {"--size", "20x40px"}), 20, 10, 96);
     // A4 is 8.2677 inches wide, letter 11 high.
     expect(Decode(PngOf(100, 100, 0), {"--size", "A4", "--dpi", "50"}), 413, 413, 50);
     expect(Decode(PngOf(85, 110, 0), {"--size", "letter", "--dpi", "40"}), 340, 440, 40);
+}
+
+TEST_F(ExportOne, SaysWhenABoxWithoutAUnitIsTiny) {
+    Decode(PngOf(96, 48, 0), {"--size", "10x15"});
+    EXPECT_TRUE(Has(result.errors,
+                    "kowen: note: --size 10x15 are pixels; on paper it is 10x15cm or "
+                    "10x15in\n"))
+        << result.errors;
+    for (const char *clear : {"10x15px", "10x15mm", "40x32"}) {
+        Decode(PngOf(96, 48, 0), {"--size", clear});
+        EXPECT_FALSE(Has(result.errors, "are pixels")) << result.errors;
+    }
 }
 
 TEST_F(ExportOne, ReportsAsJsonWithNumbers) {

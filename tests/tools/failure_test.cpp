@@ -1,6 +1,7 @@
 // What goes wrong is named, ends with the right status, and loses nothing.
 #include "tools/export_fixture.h"
 
+#include <algorithm>
 #include <sys/stat.h>
 
 namespace kowen::test {
@@ -51,8 +52,8 @@ TEST_F(ExportFailure, MissingModule) {
     Export({"in.ppm", "--module", directory.File("text.so")});
     ExpectFailure("text.so", "");
     Export({"in.ppm", "in.ppm", "--module", "no.so"});
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_TRUE(Has(result.output, "2 pictures: 0 exported, 2 failed")) << result.output;
+    ExpectFailure("no.so", "No such file or directory");
+    EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << "told once";
     EXPECT_EQ(Listing(), "in.ppm text.so");
 }
 
@@ -75,9 +76,17 @@ TEST_F(ExportFailure, FullDevice) {
     ProgramSetting setting;
     setting.outputFile = "/dev/full";
     Export({"in.ppm", "-"}, setting);
-    ExpectFailure("", "No space left on device");
-    Export({"in.ppm", "-o", "out.jpg", "--json"}, setting);
-    ExpectFailure("standard output", "No space left on device");
+    ExpectFailure("standard output: ", "No space left on device");
+    for (const std::vector<std::string> &words :
+         {std::vector<std::string>{"export", "in.ppm", "-o", "out.jpg", "--json"},
+          {"help"},
+          {"export", "--help"},
+          {"--version"},
+          {"info"},
+          {"estimate", "in.ppm"}}) {
+        Kowen(words, setting);
+        ExpectFailure("standard output: ", "No space left on device");
+    }
 }
 
 TEST_F(ExportFailure, ClosedPipe) {
@@ -92,20 +101,91 @@ TEST_F(ExportFailure, ClosedPipe) {
     ExpectFailure("pipe", "Broken pipe");
 }
 
+// As other programs at the end of a pipe do: nothing is said.
+TEST_F(ExportFailure, AReaderThatHasGoneEndsItQuietly) {
+    ProgramSetting setting;
+    setting.beforeStart = [] {
+        int ends[2];
+        if (pipe(ends) == 0)
+            dup2(ends[1], STDOUT_FILENO);
+        close(ends[0]);
+    };
+    for (const std::vector<std::string> &words : {std::vector<std::string>{"export", "in.ppm", "-"},
+                                                  {"export", "in.ppm", "-o", "out.jpg"},
+                                                  {"export", "in.ppm", "in.ppm", "--force"},
+                                                  {"help"}}) {
+        Kowen(words, setting);
+        EXPECT_EQ(result.exitCode, 128 + SIGPIPE);
+        EXPECT_EQ(result.errors, "");
+    }
+    EXPECT_TRUE(DecodeFile("out.jpg").Clean());
+}
+
 TEST_F(ExportFailure, PlacesThatCannotBeWritten) {
-    Export({"in.ppm", "no/out.jpg"});
-    ExpectFailure("out.jpg", "No such file");
+    Export({"in.ppm", "-o", "no/out.jpg"});
+    ExpectFailure("no/out.jpg: there is no folder no", "--to");
     Export({"in.ppm", "in.ppm/out.jpg"});
-    ExpectFailure("out.jpg", "Not a directory");
+    ExpectFailure("in.ppm/out.jpg: in.ppm is no folder", "");
     Export({"in.ppm", "--to", "in.ppm"});
     ExpectFailure("--to in.ppm", "");
-    if (IsRoot())
-        GTEST_SKIP() << "root may write everywhere";
+    EXPECT_EQ(Listing(), "in.ppm");
+}
+
+TEST_F(ExportFailure, AFolderThatIsNotTheUsers) {
     std::filesystem::create_directory(directory.File("locked"));
-    chmod(directory.File("locked").c_str(), 0500);
-    Export({"in.ppm", "--to", "locked"});
-    ExpectFailure("locked", "Permission denied");
+    ProgramSetting setting;
+    if (IsRoot()) {
+        constexpr uid_t kNobody = 65534;
+        chmod(directory.Path().c_str(), 0755);
+        setting.beforeStart = [] {
+            if (setuid(kNobody) != 0 || access(KOWEN_PROGRAM, X_OK) != 0)
+                _exit(96);
+        };
+    }
+    chmod(directory.File("locked").c_str(), 0555);
+    Export({"in.ppm", "--to", "locked"}, setting);
+    if (result.exitCode == 96)
+        GTEST_SKIP() << "another user cannot run the program here";
+    ExpectFailure("locked/in.jpg", "Permission denied");
+    EXPECT_EQ(Listing("locked"), "");
     chmod(directory.File("locked").c_str(), 0700);
+}
+
+// A name that promises another format; devices and pipes have names of their own.
+TEST_F(ExportFailure, OutputsHaveNamesOfJpegs) {
+    for (const char *name : {"out.png", "out", "out.jpg.bak"}) {
+        Export({"in.ppm", "-o", name});
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_TRUE(Has(result.errors, "the file would be a JPEG all the same; name it out.jp"))
+            << result.errors;
+    }
+    EXPECT_EQ(Listing(), "in.ppm");
+    for (const char *name : {"a.JPG", "a.jpeg", "a.jpe", "a.jfif", "/dev/null"})
+        EXPECT_EQ(Export({"in.ppm", "-o", name}).exitCode, 0) << name << result.errors;
+    EXPECT_EQ(Export({"in.ppm", "-o", "out.png", "--force"}).exitCode, 0) << result.errors;
+    EXPECT_TRUE(DecodeFile("out.png").Clean());
+}
+
+// Told once, whatever the number of pictures, before anything is made.
+TEST_F(ExportFailure, WrongValuesAreToldBeforeAnyPictureIsRead) {
+    const std::vector<std::vector<std::string>> wrong = {
+        {"--quality", "20"},
+        {"--colour", "rgb444"},
+        {"--progressive", "--colour", "grey"},
+        {"--as-filter", "--dpi", "600"},
+        {"--shrink-only"},
+        {"--page", "9x9cm"},
+        {"--profile", "p.ini", "--save", "--size", "640x480px"},
+        {"--profile", "p.ini", "--save", "--exif", "drop"}};
+    for (std::vector<std::string> words : wrong) {
+        const std::string what = testing::PrintToString(words);
+        words.insert(words.end(), {"in.ppm", "no.ppm", "--to", "made"});
+        Export(words);
+        EXPECT_EQ(result.exitCode, 2) << what;
+        EXPECT_EQ(result.output, "") << what;
+        EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
+        EXPECT_EQ(Listing(), "in.ppm") << what;
+    }
 }
 
 TEST_F(ExportFailure, WrongUsageEndsWithTwo) {
@@ -125,6 +205,8 @@ TEST_F(ExportFailure, WrongUsageEndsWithTwo) {
         {"in.ppm", "--section", "A"},
         {"in.ppm", "--progressive", "--colour", "grey"},
         {"in.ppm", "-o", "a.jpg", "--to", "b"},
+        {"-r", ".", "-o", "a.jpg"},
+        {"in.ppm", "--resize", "65536x"},
         {"in.ppm", "in.ppm", "-o", "a.jpg"},
         {"-"},
         {"in.ppm", "-", "--json"},

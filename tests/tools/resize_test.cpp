@@ -26,6 +26,7 @@ TEST(ResizedSize, KeepsTheProportions) {
     EXPECT_EQ(Size("33.3%", 300, 2), (cli::PixelSize{100, 1}));   // 99.9 and 0.67
     EXPECT_EQ(Size("10x", 4000, 100), (cli::PixelSize{10, 1}));   // 0.25
     EXPECT_EQ(Size("200%", 30, 20), (cli::PixelSize{60, 40}));
+    EXPECT_EQ(Size("1200X800", 4000, 3000), (cli::PixelSize{1067, 800}));
 }
 
 TEST(ResizedSize, ShrinkOnlyLeavesSmallPicturesAlone) {
@@ -36,7 +37,8 @@ TEST(ResizedSize, ShrinkOnlyLeavesSmallPicturesAlone) {
 
 TEST(ResizedSize, HasLimits) {
     EXPECT_THROW(Size("65535x", 10, 20), cli::Failure);
-    for (const char *text : {"", "x", "0x", "1200", "-3x", "12 x", "3.5x", "0%", "%", "1e9%"})
+    for (const char *text :
+         {"", "x", "0x", "1200", "-3x", "12 x", "3.5x", "0%", "%", "1e9%", "65536x", "10001%"})
         EXPECT_THROW(cli::ParseResize(text), cli::UsageFailure) << text;
 }
 

@@ -28,9 +28,13 @@ TEST_F(SetupCommand, SetMakesAProfile) {
 TEST_F(SetupCommand, RefusedValuesChangeNothing) {
     Setup({"set", "my.ini", "quality=75", "-q"});
     const std::string before = directory.Read("my.ini");
-    for (const char *assignment : {"quality=0", "quality", "colour=212", "bogus=1", "dpi=many"})
+    for (const char *assignment :
+         {"quality=0", "quality=44", "quality", "colour=212", "bogus=1", "dpi=many", "icc=drop"})
         Setup({"set", "my.ini", "colour-mode=grey", assignment}, 2);
     Setup({"set", "my.ini"}, 2);
+    EXPECT_EQ(Setup({"set", "my.ini", "max-bytes=9k"}, 2).errors,
+              "kowen: a profile cannot keep 'max-bytes'; it keeps quality, progressive, colour, "
+              "colour-mode, size, dpi\n");
     EXPECT_EQ(directory.Read("my.ini"), before);
 }
 

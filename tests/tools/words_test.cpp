@@ -40,6 +40,18 @@ TEST_F(Words, UnknownOnesAreNamed) {
     EXPECT_EQ(Listing(), "a.ppm");
 }
 
+TEST_F(Words, PicturesWhoseNamesLookLikeOptions) {
+    WritePicture("-dash.ppm");
+    WritePicture("-rose.ppm");
+    Expect({"export", "a.ppm", "-dash.ppm"},
+           "there is no option -dash.ppm; if -dash.ppm is meant as a file, write ./-dash.ppm\n"
+           "Try 'kowen export --help'.\n");
+    Expect({"export", "-rose.ppm"}, "PICTURE is required; if -rose.ppm is meant as a file, write "
+                                    "./-rose.ppm\nTry 'kowen export --help'.\n");
+    EXPECT_EQ(Kowen({"export", "-q", "--", "-dash.ppm"}).exitCode, 0) << result.errors;
+    EXPECT_EQ(Listing(), "-dash.jpg -dash.ppm -rose.ppm");
+}
+
 TEST_F(Words, EmptyNamesOfOutputsAreRefused) {
     WritePicture("a.ppm");
     for (const std::string option : {"--to", "-o"}) {

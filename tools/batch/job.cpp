@@ -69,12 +69,13 @@ public:
             if (!job.refusal.empty())
                 throw Failure(job.refusal);
             Export(module);
+        } catch (const ReaderGone &) {
+            throw;
         } catch (const Cancelled &) {
             report.cancelled = true;
             report.error = "cancelled";
         } catch (const Failure &failure) {
             report.error = failure.what();
-            report.wrongUsage = failure.Status() == kExitUsage;
         } catch (const std::bad_alloc &) {
             report.error = NameOf(job.source) + ": not enough memory";
         }
@@ -122,6 +123,10 @@ private:
         StopIfCancelled();
         if (result.code == KOWEN_HOST_ERR_EXISTS)
             throw Failure(ExistsMessage(job, result));
+        if (job.target == "-" && result.systemError == EPIPE)
+            throw ReaderGone();
+        if (job.target == "-" && result.code == KOWEN_HOST_ERR_OUTPUT)
+            FailWith("standard output", result.systemError);
         ThrowResult(result);
     }
 
@@ -135,6 +140,7 @@ private:
         report.progressive = result.scans > 1;
         report.quality = result.quality;
         report.clippedPercent = result.clippedPercent;
+        report.paler = (result.notes & KOWEN_NOTE_COLOURS_CLIPPED) != 0;
         AddLines(result.notesText, &report.notes);
         // It is the same for all pictures of an export and told once for them.
         if ((result.notes & KOWEN_NOTE_PROFILE_USED) != 0)

@@ -24,7 +24,8 @@ struct JobReport {
     std::string target;
     std::string error; ///< empty = the JPEG is there
     bool cancelled = false;
-    bool wrongUsage = false; ///< what was asked for cannot be met for any picture
+    bool begun = true;  ///< false: the export was cancelled before
+    bool paler = false; ///< one of the notes says that colours come out paler
     uint64_t bytes = 0;
     uint32_t width = 0;
     uint32_t height = 0;
@@ -43,7 +44,7 @@ struct JobReport {
 /// Told what is under way, "reading" or "exporting", and which part of it is done.
 using JobProgress = std::function<void(const char *phase, double fraction)>;
 
-/// Exports one picture. A failure is in the report, nothing is thrown.
+/// Exports one picture. A failure is in the report; only ReaderGone is thrown.
 JobReport RunJob(const Job &job, const PictureOptions &options, const Module &module,
                  const JobProgress &progress);
 

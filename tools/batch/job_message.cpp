@@ -61,7 +61,8 @@ template <typename Visitor, typename Report> void Visit(Visitor *visit, Report &
     (*visit)(report.target);
     (*visit)(report.error);
     (*visit)(report.cancelled);
-    (*visit)(report.wrongUsage);
+    (*visit)(report.begun);
+    (*visit)(report.paler);
     (*visit)(report.bytes);
     (*visit)(report.width);
     (*visit)(report.height);

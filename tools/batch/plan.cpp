@@ -7,6 +7,7 @@
 #include <cctype>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <sys/stat.h>
 #include <utility>
 
@@ -49,6 +50,26 @@ std::string JpegName(const std::string &source) {
     return fs::path(source).filename().replace_extension(".jpg").string();
 }
 
+std::string WithoutEnding(const std::string &path) {
+    return fs::path(path).replace_extension().string();
+}
+
+std::set<std::string> NamesOfOthers(const std::vector<FoundPicture> &pictures) {
+    std::set<std::string> names;
+    for (const FoundPicture &picture : pictures) {
+        if (!picture.jpeg)
+            names.insert(WithoutEnding(picture.path));
+    }
+    return names;
+}
+
+// What is written to directly and keeps no name: a device, a pipe, an open file.
+bool IsStream(const std::string &name) {
+    struct stat status = {};
+    return name == "-" || name.starts_with("/dev/") || name.starts_with("/proc/") ||
+           (stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode));
+}
+
 class Planner {
 public:
     explicit Planner(const ExportOptions &exportOptions) : options(exportOptions) {}
@@ -74,13 +95,27 @@ private:
             throw UsageFailure("-o names a file and --to a folder; give one of them");
         if (!options.output.empty() && options.names.size() != 1)
             throw UsageFailure("-o takes one picture; --to DIR takes many");
-        if (!options.output.empty() && IsFolder(options.output))
-            throw UsageFailure("-o " + options.output + " is a folder; --to takes folders");
+        if (!options.output.empty())
+            CheckOutput();
         for (const std::string &name : options.names) {
             if (name == "-" && options.output.empty() && !TwoNames())
                 throw UsageFailure("a picture from the standard input has no name to make one of; "
                                    "name the JPEG with -o");
         }
+    }
+
+    void CheckOutput() const {
+        if (IsFolder(options.output))
+            throw UsageFailure("-o " + options.output + " is a folder; --to takes folders");
+        if (IsFolder(options.names[0]))
+            throw UsageFailure("-o names the file of one picture, and " + options.names[0] +
+                               " is a folder; --to DIR takes the pictures in it");
+        if (!EndsAsJpeg(options.output) && !IsStream(options.output) && !options.force)
+            throw UsageFailure("-o " + options.output +
+                               ": the file would be a JPEG all the same; "
+                               "name it " +
+                               JpegName(options.output) +
+                               ", or give --force if that name is meant");
     }
 
     bool TwoNames() const {
@@ -104,13 +139,22 @@ private:
 
     void Add(const std::string &source, const std::string &target, bool replaceJpeg) {
         plan.jobs.push_back({source, target, replaceJpeg, ""});
+        const std::string folder = fs::path(target).parent_path().string();
+        if (target == "-" || folder.empty() || IsFolder(folder))
+            return;
+        std::error_code ignored;
+        plan.jobs.back().refusal =
+            target + ": " +
+            (fs::exists(folder, ignored) ? folder + " is no folder"
+                                         : "there is no folder " + folder +
+                                               "; make it first, or use --to, which makes folders");
     }
 
     void AddName(const std::string &name) {
         if (!IsFolder(name)) {
             const fs::path folder =
                 options.folder.empty() ? fs::path(name).parent_path() : fs::path(options.folder);
-            Add(name, (folder / JpegName(name)).string(), options.force);
+            plan.jobs.push_back({name, (folder / JpegName(name)).string(), options.force, ""});
         } else if (options.recursive) {
             AddFolder(name);
         } else {
@@ -122,31 +166,42 @@ private:
         plan.jobs.push_back({source, "", false, source + ": " + reason});
     }
 
+    // Without --to a JPEG is its own output; with it, one that lies beside a picture of its name is
+    // what an earlier export made of that.
     void AddFolder(const std::string &folder) {
         const FolderContents found = SearchFolder(folder, options.folder);
+        const std::set<std::string> others = NamesOfOthers(found.pictures);
         size_t jpegs = 0;
+        size_t made = 0;
         for (const FoundPicture &picture : found.pictures) {
-            if (picture.jpeg && options.folder.empty()) {
+            if (picture.jpeg && options.folder.empty())
                 ++jpegs;
-                continue;
-            }
-            fs::path target = fs::path(picture.path).parent_path();
-            if (!options.folder.empty()) {
-                target = (fs::path(options.folder) / picture.below).lexically_normal();
-                MakeFolder(target.string());
-            }
-            Add(picture.path, (target / JpegName(picture.path)).string(), options.force);
+            else if (picture.jpeg && others.contains(WithoutEnding(picture.path)))
+                ++made;
+            else
+                AddFound(picture);
         }
         for (const std::string &problem : found.problems)
             plan.jobs.push_back({folder, "", false, problem});
-        Note(folder, jpegs, "that are JPEGs already");
-        Note(folder, found.others, "that are no pictures");
+        Note(folder, jpegs, "JPEG", "; with --to they are exported as well");
+        Note(folder, made, "JPEG", " beside pictures of the same name");
+        Note(folder, found.others, "file", " of other kinds");
     }
 
-    void Note(const std::string &folder, size_t files, const std::string &which) {
-        if (files != 0)
-            plan.notes.push_back(folder + ": passed over " + std::to_string(files) + " file" +
-                                 (files == 1 ? " " : "s ") + which);
+    void AddFound(const FoundPicture &picture) {
+        fs::path target = fs::path(picture.path).parent_path();
+        if (!options.folder.empty()) {
+            target = (fs::path(options.folder) / picture.below).lexically_normal();
+            MakeFolder(target.string());
+        }
+        Add(picture.path, (target / JpegName(picture.path)).string(), options.force);
+    }
+
+    void Note(const std::string &folder, size_t count, const std::string &kind,
+              const std::string &which) {
+        if (count != 0)
+            plan.notes.push_back(folder + ": passed over " + std::to_string(count) + " " + kind +
+                                 (count == 1 ? "" : "s") + which);
     }
 
     void RefuseClashes() {
@@ -195,7 +250,8 @@ private:
 
 bool EndsAsJpeg(const std::string &name) {
     const std::string lower = LowerCase(name);
-    return lower.ends_with(".jpg") || lower.ends_with(".jpeg");
+    return lower.ends_with(".jpg") || lower.ends_with(".jpeg") || lower.ends_with(".jpe") ||
+           lower.ends_with(".jfif");
 }
 
 Plan MakePlan(const ExportOptions &options) {

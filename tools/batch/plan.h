@@ -18,7 +18,9 @@ struct Plan {
 ///
 /// A JPEG lies beside its picture under the picture's name, or in the folder of --to; there it lies
 /// as deep as the picture does in the folder that was named. Of two pictures that would make the
-/// same file the second is refused, and so is a file that is one of the pictures.
+/// same file the second is refused, and so is a file that is one of the pictures. In a folder a
+/// JPEG beside another picture of its name is passed over: it is what an earlier export made of
+/// that.
 ///
 /// Throws UsageFailure for names that do not go together, Failure for a folder that cannot be made.
 Plan MakePlan(const ExportOptions &options);

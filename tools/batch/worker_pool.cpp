@@ -42,7 +42,7 @@ private:
         for (const auto &worker : workers)
             worker->Signal(CancelSignal());
         for (; nextJob < task.jobs->size(); ++nextJob)
-            Drop(nextJob, "cancelled", true);
+            DropUnbegun(nextJob);
     }
 
     void Employ() {
@@ -110,6 +110,11 @@ private:
         task.progress((*task.jobs)[job],
                       message.kind == MessageKind::kReading ? "reading" : "exporting",
                       nextReport + finished.size(), underWay);
+    }
+
+    void DropUnbegun(size_t job) {
+        Drop(job, "cancelled", true);
+        finished[job].begun = false;
     }
 
     void Drop(size_t job, const std::string &reason, bool cancelled) {

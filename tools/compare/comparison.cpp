@@ -6,9 +6,11 @@
 #include <png.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <csetjmp>
 #include <fcntl.h>
+#include <filesystem>
 #include <unistd.h>
 
 namespace kowen::cli {
@@ -110,6 +112,21 @@ void WriteNewFile(const std::string &path, const std::vector<uint8_t> &bytes) {
 }
 
 } // namespace
+
+void CheckComparisonName(const std::string &path) {
+    namespace fs = std::filesystem;
+    std::error_code ignored;
+    std::string ending = fs::path(path).extension().string();
+    for (char &c : ending)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    if (ending != ".png")
+        throw UsageFailure("--compare makes a PNG, and " + path + " does not end in .png");
+    if (fs::symlink_status(path, ignored).type() != fs::file_type::not_found)
+        throw Failure(path + ": there is a file of that name already, and --compare replaces none");
+    const fs::path folder = fs::path(path).parent_path();
+    if (!folder.empty() && !fs::is_directory(folder, ignored))
+        throw Failure(path + ": there is no folder " + folder.string());
+}
 
 void WriteComparison(const std::string &path, const PlainPicture &picture,
                      const PlainPicture &result) {

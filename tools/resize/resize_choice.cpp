@@ -13,8 +13,8 @@ constexpr uint32_t kLongestSide = 65535;
 constexpr double kMostPercent = 10000;
 
 [[noreturn]] void Reject(const std::string &text) {
-    throw UsageFailure("--resize takes 1200x (wide), x800 (high), 1200x800 (fitted into) or 50%, "
-                       "not '" +
+    throw UsageFailure("a new size is 1200x (wide), x800 (high), 1200x800 (fitted into) or 50%, "
+                       "of at most 65535 pixels a side and 10000%, not '" +
                        text + "'");
 }
 
@@ -50,7 +50,7 @@ ResizeChoice ParseResize(const std::string &text) {
             Reject(text);
         return choice;
     }
-    const size_t cross = text.find('x');
+    const size_t cross = text.find_first_of("xX");
     if (cross == std::string::npos)
         Reject(text);
     choice.width = Side(text.substr(0, cross), text);

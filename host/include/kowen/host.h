@@ -270,6 +270,13 @@ KOWEN_HOST_API int32_t KowenSaveProfile(const KowenSettings *settings, const cha
                                         const char *section, KowenResult *result);
 
 /**
+ * Whether KowenSaveProfile would keep these settings there: everything but the writing, with the
+ * same codes.
+ */
+KOWEN_HOST_API int32_t KowenCheckSaveProfile(const KowenSettings *settings, const char *path,
+                                             const char *section, KowenResult *result);
+
+/**
  * Writes the name of a profile's section number index, from 0, zero-terminated. The one that ~Mode
  * names is one of them.
  * Returns KOWEN_HOST_ERR_PROFILE when the file cannot be read or is no profile,

@@ -44,6 +44,18 @@ std::string SectionToKeep(const std::string &wanted, ProfileFile *profile) {
     return section;
 }
 
+// The profile with the settings kept in it.
+ProfileFile Kept(const KowenSettings *settings, const char *path, const char *section,
+                 Outcome *outcome) {
+    if (settings == nullptr || path == nullptr)
+        throw BadArgument("there are no settings or no profile");
+    ProfileFile profile = LoadProfileFile(path);
+    outcome->profilePath = profile.path;
+    outcome->profileSection = SectionToKeep(section != nullptr ? section : "", &profile);
+    KeepSettings(settings->named, outcome->profileSection, &profile.text);
+    return profile;
+}
+
 } // namespace
 
 int32_t KowenLoadProfile(KowenSettings *settings, const char *path, const char *section,
@@ -61,15 +73,13 @@ int32_t KowenLoadProfile(KowenSettings *settings, const char *path, const char *
 
 int32_t KowenSaveProfile(const KowenSettings *settings, const char *path, const char *section,
                          KowenResult *result) {
-    return Call(result, [&](Outcome *outcome) {
-        if (settings == nullptr || path == nullptr)
-            throw BadArgument("there are no settings or no profile");
-        ProfileFile profile = LoadProfileFile(path);
-        outcome->profilePath = profile.path;
-        outcome->profileSection = SectionToKeep(section != nullptr ? section : "", &profile);
-        KeepSettings(settings->named, outcome->profileSection, &profile.text);
-        WriteProfile(profile);
-    });
+    return Call(result,
+                [&](Outcome *outcome) { WriteProfile(Kept(settings, path, section, outcome)); });
+}
+
+int32_t KowenCheckSaveProfile(const KowenSettings *settings, const char *path, const char *section,
+                              KowenResult *result) {
+    return Call(result, [&](Outcome *outcome) { Kept(settings, path, section, outcome); });
 }
 
 int32_t KowenProfileSection(const char *path, size_t index, char *name, size_t nameSize,
