@@ -202,7 +202,7 @@ uint32_t PlainPixel(int y, const int (&sum)[3], int pixels, uint8_t *out) {
     out[0] = static_cast<uint8_t>(redByte);
     out[1] = static_cast<uint8_t>(std::clamp(green, 0, 255));
     out[2] = static_cast<uint8_t>(blueByte);
-    const auto outside = [](int value) { return value < -2 || value > 257; };
+    const auto outside = [](int value) { return value < -16 || value > 271; };
     return outside(red) || outside(green) || outside(blue) ? 1 : 0;
 }
 
