@@ -21,6 +21,7 @@ struct ProgramResult {
     int exitCode = -1; ///< 128 + the signal's number when a signal ended it
     std::string output;
     std::string errors;
+    long peakKilobytes = 0; ///< the most memory that it had, or a worker of it
 };
 
 /// How a run differs from a plain one.
@@ -68,7 +69,9 @@ public:
         close(inputPipe);
         Collect();
         int status = 0;
-        waitpid(child, &status, 0);
+        rusage usage = {};
+        wait4(child, &status, 0, &usage);
+        result.peakKilobytes = usage.ru_maxrss;
         result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
         return result;
     }
