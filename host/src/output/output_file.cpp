@@ -192,7 +192,8 @@ void OutputFile::Commit() {
         if (fchown(file.Get(), owner, group) != 0 && errno != EPERM)
             Fail(errno);
     }
-    if (fchmod(file.Get(), mode) != 0 || fsync(file.Get()) != 0)
+    // Some file systems have nothing to wait for and say so.
+    if (fchmod(file.Get(), mode) != 0 || (fsync(file.Get()) != 0 && errno != EINVAL))
         Fail(errno);
     NameTemporary();
     if (const int failed = file.Close(); failed != 0)
