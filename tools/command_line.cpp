@@ -130,8 +130,8 @@ int RunCommandLine(Words arguments) {
     app.require_subcommand(1);
     AllOptions options;
     int status = kExitOk;
-    AddCommands(&app, &options, &status);
     RearrangeHelp(&arguments);
+    AddCommands(&app, arguments, &options, &status);
     CheckCommand(app, arguments, 0, "");
     Parse(&app, arguments);
     return status;

@@ -146,8 +146,7 @@ void AddReporting(CLI::App *command, CommonOptions *common) {
         "--no-progress", [common] { common->progress = false; }, "No progress bar");
 }
 
-void AddExport(CLI::App *app, ExportOptions *options, int *status) {
-    CLI::App *command = app->add_subcommand("export", "Save pictures as JPEG files");
+void AddExport(CLI::App *command, ExportOptions *options, int *status) {
     command->footer(Notes(kExportNotes));
     command->add_option("PICTURE", options->names, "The pictures; - is the standard input")
         ->required();
@@ -170,9 +169,7 @@ void AddExport(CLI::App *app, ExportOptions *options, int *status) {
     command->callback([options, status] { *status = RunExport(options); });
 }
 
-void AddEstimate(CLI::App *app, EstimateOptions *options) {
-    CLI::App *command =
-        app->add_subcommand("estimate", "Show what each quality costs and how it looks");
+void AddEstimate(CLI::App *command, EstimateOptions *options) {
     command->footer(Notes(kEstimateNotes));
     command->add_option("PICTURE", options->name, "The picture")->required();
     command->add_option("--compare", options->compare, "Make a picture of the differences")
@@ -182,18 +179,14 @@ void AddEstimate(CLI::App *app, EstimateOptions *options) {
     command->callback([options] { RunEstimate(options); });
 }
 
-void AddInfo(CLI::App *app, CommonOptions *options) {
-    CLI::App *command =
-        app->add_subcommand("info", "Show the filter's version and the formats that are read");
+void AddInfo(CLI::App *command, CommonOptions *options) {
     command->footer(kExitNotes);
     AddModule(command, options);
     AddJson(command, options);
     command->callback([options] { RunInfo(*options); });
 }
 
-void AddSelftest(CLI::App *app, CommonOptions *options, int *status) {
-    CLI::App *command =
-        app->add_subcommand("selftest", "Check that the filter makes every byte right here");
+void AddSelftest(CLI::App *command, CommonOptions *options, int *status) {
     command->footer(Notes(kSelftestNotes));
     AddModule(command, options);
     AddJson(command, options);
@@ -210,8 +203,7 @@ CLI::App *AddSetupCommand(CLI::App *setup, const char *name, const char *help,
     return command;
 }
 
-void AddSetup(CLI::App *app, SetupOptions *options) {
-    CLI::App *setup = app->add_subcommand("setup", "Show and change the settings in a profile");
+void AddSetup(CLI::App *setup, SetupOptions *options) {
     setup->require_subcommand(1);
     setup->footer(Notes(kSetupNotes));
     CLI::App *show =
@@ -230,12 +222,24 @@ void AddSetup(CLI::App *app, SetupOptions *options) {
 
 } // namespace
 
-void AddCommands(CLI::App *app, AllOptions *options, int *status) {
-    AddExport(app, &options->exporting, status);
-    AddEstimate(app, &options->estimate);
-    AddSetup(app, &options->setup);
-    AddInfo(app, &options->info);
-    AddSelftest(app, &options->selftest, status);
+void AddCommands(CLI::App *app, const std::vector<std::string> &words, AllOptions *options,
+                 int *status) {
+    // The list of commands has them all; their options are made for those that are named.
+    const auto add = [&](const char *name, const char *help, const auto &addOptions) {
+        CLI::App *command = app->add_subcommand(name, help);
+        if (std::find(words.begin(), words.end(), name) != words.end())
+            addOptions(command);
+    };
+    add("export", "Save pictures as JPEG files",
+        [&](CLI::App *command) { AddExport(command, &options->exporting, status); });
+    add("estimate", "Show what each quality costs and how it looks",
+        [&](CLI::App *command) { AddEstimate(command, &options->estimate); });
+    add("setup", "Show and change the settings in a profile",
+        [&](CLI::App *command) { AddSetup(command, &options->setup); });
+    add("info", "Show the filter's version and the formats that are read",
+        [&](CLI::App *command) { AddInfo(command, &options->info); });
+    add("selftest", "Check that the filter makes every byte right here",
+        [&](CLI::App *command) { AddSelftest(command, &options->selftest, status); });
     // Only for the list of commands: its words are rearranged before they are parsed.
     app->add_subcommand("help", "Explain a command: kowen help export");
 }

@@ -5,6 +5,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <string>
+#include <vector>
+
 namespace kowen::cli {
 
 /// Everything that the commands' options end in.
@@ -16,7 +19,10 @@ struct AllOptions {
     CommonOptions selftest;
 };
 
-/// Adds the commands. `status` gets what the one that runs returns.
-void AddCommands(CLI::App *app, AllOptions *options, int *status);
+/// Adds the commands, and the options of those that are among the words of the command line: making
+/// all of them would take a quarter of a small export's time. `status` gets what the one that runs
+/// returns.
+void AddCommands(CLI::App *app, const std::vector<std::string> &words, AllOptions *options,
+                 int *status);
 
 } // namespace kowen::cli
