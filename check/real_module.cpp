@@ -87,7 +87,7 @@ bool BindSymbols(RealModule &m) {
 }
 
 std::string ChoosePath() {
-    const char *chosen = std::getenv("KOWEN_CHECKED_MODULE");
+    const char *chosen = secure_getenv("KOWEN_CHECKED_MODULE");
     if (chosen != nullptr && *chosen != 0)
         return chosen;
     const std::string own = OwnPath();

@@ -12,7 +12,7 @@ namespace kowen::check {
 namespace {
 
 bool IsSet(const char *name, const char *value) {
-    const char *set = std::getenv(name);
+    const char *set = secure_getenv(name);
     return set != nullptr && std::strcmp(set, value) == 0;
 }
 
@@ -24,7 +24,7 @@ struct Sink {
     int mistakes = 0;
 
     Sink() {
-        const char *path = std::getenv("KOWEN_CHECK_TRACE");
+        const char *path = secure_getenv("KOWEN_CHECK_TRACE");
         if (path == nullptr || *path == 0)
             return;
         file = std::strcmp(path, "-") == 0 ? stderr : std::fopen(path, "ae");

@@ -41,7 +41,7 @@ std::vector<std::string> Places() {
 } // namespace
 
 std::string FindModule() {
-    const char *wanted = std::getenv("KOWEN_MODULE");
+    const char *wanted = secure_getenv("KOWEN_MODULE");
     if (wanted != nullptr && *wanted != '\0')
         return wanted;
     std::string list;
