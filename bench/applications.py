@@ -15,6 +15,7 @@ from __future__ import annotations
 import io
 import math
 import os
+import shutil
 import statistics
 import subprocess
 import sys
@@ -116,6 +117,14 @@ def by_qt(path: Path, quality: int, folder: Path) -> bytes:
     return out.read_bytes()
 
 
+def by_program(command: list[str], path: Path, quality: int, folder: Path) -> bytes:
+    if shutil.which(command[0]) is None:
+        return b""
+    out = folder / "by-program.jpg"
+    subprocess.check_call([*command, path, "-quality", str(quality), out])
+    return out.read_bytes()
+
+
 def likeness(pictures: list[Path], folder: Path) -> None:
     print(f"{'means of ' + str(len(pictures)) + ' pictures':34} "
           f"{'quality':>9} {'kB':>9} {'dB':>7}")
@@ -134,13 +143,15 @@ def likeness(pictures: list[Path], folder: Path) -> None:
         row("kowen, anywhere", ours, lambda _path, picture: kowen.encode(picture, quality=ours))
         row("Pillow, 4:2:2", own, lambda _path, picture: by_pillow(picture, own))
         row("Qt", own, lambda path, _picture: by_qt(path, own, folder))
+        for command in (["convert-im6.q16"], ["gm", "convert"]):
+            row(command[0], own, lambda path, _picture: by_program(command, path, own, folder))
 
 
 def main() -> None:
     sample, folder = Path(sys.argv[1]), Path(sys.argv[2])
     speed(sample, folder)
     if len(sys.argv) > 3:
-        print()
+        print(flush=True)
         likeness([Path(name) for name in sys.argv[3:]], folder)
 
 
