@@ -56,6 +56,35 @@ TEST(FitExif, BlanksAThumbnailThatOtherDataFollows) {
     EXPECT_EQ(Bytes(fitted.begin() + 98, fitted.end()), (Bytes{0, 0, 0, 0, 1, 2, 3, 4, 5}));
 }
 
+// The second directory is at 8 and its thumbnail at 38, in front of the first directory at 42.
+const Bytes kThumbnailFirst = {
+    'I',  'I',  42,   0,    42, 0, 0, 0,              // 0: the first directory is at 42
+    2,    0,                                          // 8: two entries
+    0x01, 0x02, 4,    0,    1,  0, 0, 0, 38, 0, 0, 0, // 10: the thumbnail is at 38
+    0x02, 0x02, 4,    0,    1,  0, 0, 0, 4,  0, 0, 0, // 22: and has 4 bytes
+    0,    0,    0,    0,                              // 34: no next
+    0xFF, 0xD8, 0xFF, 0xD9,                           // 38
+    1,    0,                                          // 42: one entry
+    0x12, 0x01, 3,    0,    1,  0, 0, 0, 6,  0, 0, 0, // 44: orientation
+    8,    0,    0,    0};                             // 56: the next directory is at 8
+
+TEST(FitExif, BlanksAThumbnailInFrontOfTheDirectory) {
+    Bytes expected = kThumbnailFirst;
+    std::fill_n(expected.begin() + 38, 4, uint8_t{0});
+    expected[52] = 1;
+    expected[56] = 0;
+    EXPECT_EQ(FitExif(kThumbnailFirst, {640, 480, false}), expected);
+}
+
+TEST(FitExif, LeavesOtherDataWhereAThumbnailSaysItIs) {
+    Bytes overlapping = kThumbnailFirst;
+    overlapping[30] = 5; // one byte of the first directory
+    Bytes expected = overlapping;
+    expected[52] = 1;
+    expected[56] = 0;
+    EXPECT_EQ(FitExif(overlapping, {640, 480, false}), expected);
+}
+
 TEST(FitExif, ReadsBothByteOrders) {
     Bytes expected = kBig;
     expected[19] = 1;

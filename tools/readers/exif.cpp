@@ -9,7 +9,9 @@ namespace {
 constexpr uint8_t kPrefix[] = {'E', 'x', 'i', 'f', 0, 0};
 constexpr uint32_t kOrientationTag = 0x0112;
 constexpr size_t kEntryBytes = 12;
-constexpr size_t kValueAt = 8; // in an entry
+constexpr size_t kTypeAt = 2; // in an entry
+constexpr size_t kValueAt = 8;
+constexpr uint32_t kLong = 4; // type of four bytes; two are usual
 constexpr uint32_t kUpright = 1;
 constexpr uint32_t kLastOrientation = 8;
 
@@ -49,7 +51,8 @@ uint32_t ExifOrientation(std::span<const uint8_t> exif) {
             break;
         if (tiff.Short(entry) != kOrientationTag)
             continue;
-        const uint32_t value = tiff.Short(entry + kValueAt);
+        const bool isLong = tiff.Short(entry + kTypeAt) == kLong;
+        const uint32_t value = isLong ? tiff.Long(entry + kValueAt) : tiff.Short(entry + kValueAt);
         return value >= kUpright && value <= kLastOrientation ? value : kUpright;
     }
     return kUpright;

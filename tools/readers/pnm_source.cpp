@@ -30,7 +30,7 @@ public:
         facts.width = header.width;
         facts.height = header.height;
         facts.format = FormatOf(header);
-        facts.comment = header.comment;
+        facts.comment = header.comment.substr(0, header.comment.find('\0'));
         if (header.Bitmap())
             facts.palette = {255, 255, 255, 0, 0, 0}; // 1 is ink
         rowBytes = RowBytes(facts);

@@ -34,6 +34,12 @@ size_t TypeBytes(uint16_t type) {
     return type < sizeof kBytes ? kBytes[type] : 0;
 }
 
+// A part of the data.
+struct Range {
+    size_t begin;
+    size_t end;
+};
+
 // A TIFF structure in memory; every access is checked.
 class Tiff {
 public:
@@ -110,21 +116,20 @@ public:
         return directory + 2 + *Entries(directory) * kEntryBytes;
     }
 
-    // The end of a directory and of everything that its entries point at.
-    size_t End(size_t directory) const {
+    // Adds where a directory lies, and everything that its entries point at.
+    void AddRanges(size_t directory, std::vector<Range> *ranges) const {
         const std::optional<size_t> count = Entries(directory);
         if (!count)
-            return 0;
-        size_t end = NextPlace(directory) + 4;
+            return;
+        ranges->push_back({directory, NextPlace(directory) + 4});
         for (size_t i = 0; i < *count; ++i) {
             const size_t at = directory + 2 + i * kEntryBytes;
             const uint64_t size =
                 uint64_t{TypeBytes(static_cast<uint16_t>(Number(at + 2, 2)))} * Number(at + 4, 4);
-            const uint64_t last = uint64_t{Number(at + 8, 4)} + size;
-            if (size > 4 && last <= bytes.size())
-                end = std::max(end, static_cast<size_t>(last));
+            const size_t first = Number(at + 8, 4);
+            if (size > 4 && first + size <= bytes.size())
+                ranges->push_back({first, first + static_cast<size_t>(size)});
         }
-        return end;
     }
 
 private:
@@ -133,13 +138,15 @@ private:
     bool little = false;
 };
 
-// Everything but the thumbnail ends here.
-size_t EndOfData(const Tiff &tiff) {
-    size_t end = tiff.End(tiff.First());
-    for (const Tag tag : {kExifDirectory, kGpsDirectory})
-        end = std::max(end, tiff.End(tiff.Value(tiff.First(), tag).value_or(0)));
+// Where everything but the thumbnail lies.
+std::vector<Range> UsedRanges(const Tiff &tiff) {
     const size_t exif = tiff.Value(tiff.First(), kExifDirectory).value_or(0);
-    return std::max(end, tiff.End(tiff.Value(exif, kInteroperability).value_or(0)));
+    std::vector<Range> ranges;
+    tiff.AddRanges(tiff.First(), &ranges);
+    tiff.AddRanges(exif, &ranges);
+    tiff.AddRanges(tiff.Value(tiff.First(), kGpsDirectory).value_or(0), &ranges);
+    tiff.AddRanges(tiff.Value(exif, kInteroperability).value_or(0), &ranges);
+    return ranges;
 }
 
 // Unlinks the second directory, blanks its picture, and cuts off what then lies unused at the end.
@@ -151,15 +158,20 @@ void DropThumbnail(Tiff *tiff) {
     tiff->Put(link, 4, 0);
     if (!tiff->Entries(directory))
         return;
-    const size_t end = EndOfData(*tiff);
     const size_t picture = tiff->Value(directory, kThumbnail).value_or(0);
     const size_t count = tiff->Value(directory, kThumbnailBytes).value_or(0);
-    if (picture < end || picture > tiff->Size() || count > tiff->Size() - picture)
+    if (picture < kHeaderBytes || picture > tiff->Size() || count > tiff->Size() - picture)
         return;
+    size_t end = kHeaderBytes;
+    for (const Range &used : UsedRanges(*tiff)) {
+        if (picture < used.end && used.begin < picture + count)
+            return;
+        end = std::max(end, used.end);
+    }
     std::fill_n(tiff->Bytes().begin() + static_cast<ptrdiff_t>(picture), count, uint8_t{0});
     const bool isLast = tiff->Size() - (picture + count) < 4;
-    if (isLast && directory >= end)
-        tiff->Bytes().resize(std::max(end, kHeaderBytes));
+    if (isLast && picture >= end && directory >= end)
+        tiff->Bytes().resize(end);
 }
 
 } // namespace
