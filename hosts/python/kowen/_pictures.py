@@ -94,6 +94,9 @@ class Picture:
         record.xDpi, record.yDpi = float(across or 0), float(down or 0)
         record.exif, record.exifSize = exif or None, len(exif or b"")
         record.icc, record.iccSize = icc or None, len(icc or b"")
+        # A number would be taken for an address.
+        if not isinstance(comment, (str, bytes, type(None))):
+            raise TypeError(f"a comment is text or bytes, not {type(comment).__name__}")
         record.comment = comment.encode("utf-8") if isinstance(comment, str) else comment
         record.orientation = orientation
 

@@ -130,3 +130,9 @@ def test_an_object_without_memory_is_refused():
 def test_an_empty_array_is_refused():
     with pytest.raises((kowen.KowenError, ValueError)):
         kowen.encode(numpy.zeros((0, 8, 3), "u1"))
+
+
+@pytest.mark.parametrize("comment", [-1, 0, 1.5, [b"text"], memoryview(b"text")])
+def test_a_comment_is_text_or_bytes(comment):
+    with pytest.raises(TypeError, match="comment"):
+        kowen.Picture(GREY, comment=comment)
