@@ -1,6 +1,10 @@
 #include "io/disk_operations.h"
 
+#include "platform/write_signals.h"
+
+#include <cerrno>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
@@ -27,7 +31,10 @@ std::FILE *MovedBehindStandardStreams(std::FILE *stream, const char *mode) {
 }
 
 std::FILE *Open(const char *name, const char *mode) {
-    std::FILE *stream = std::fopen(name, mode);
+    std::FILE *stream = nullptr;
+    do {
+        stream = std::fopen(name, mode);
+    } while (!stream && errno == EINTR);
     if (!stream)
         return nullptr;
     if (IsDirectory(stream)) {
@@ -48,17 +55,67 @@ int Close(std::FILE *stream) {
     return std::fclose(stream);
 }
 
+// Whether a transfer that fell short may be taken up again: a signal of the host's came, or a pipe
+// that does not wait by itself was full or empty, in which case it is waited for.
+bool MayGoOn(std::FILE *stream, short event) {
+    if (errno == EAGAIN) {
+        pollfd pipe = {fileno(stream), event, 0};
+        if (poll(&pipe, 1, -1) < 0 && errno != EINTR)
+            return false;
+    } else if (errno != EINTR) {
+        return false;
+    }
+    clearerr(stream);
+    return true;
+}
+
 int32_t Read(std::FILE *stream, void *buffer, int32_t count) {
     const auto wanted = static_cast<std::size_t>(count);
-    const std::size_t got = std::fread(buffer, 1, wanted, stream);
+    auto *bytes = static_cast<char *>(buffer);
+    std::size_t got = 0;
+    do {
+        errno = 0;
+        got += std::fread(bytes + got, 1, wanted - got, stream);
+    } while (got < wanted && !std::feof(stream) && MayGoOn(stream, POLLIN));
     // Not ferror: a stream of the caller's may bring an old error along.
     if (got < wanted && !std::feof(stream))
         return -1;
     return static_cast<int32_t>(got);
 }
 
+// A standard output that does not wait: stdio would drop what such a pipe does not take at once.
+bool IsPipeWithoutWaiting(std::FILE *stream) {
+    const int flags = stream == stdout ? fcntl(fileno(stream), F_GETFL) : 0;
+    return flags > 0 && (flags & O_NONBLOCK) != 0 && lseek(fileno(stream), 0, SEEK_CUR) < 0;
+}
+
+// Bytes that were written past the stream's buffer, which is empty.
+std::size_t WriteToPipe(std::FILE *stream, const char *bytes, std::size_t count) {
+    std::size_t done = 0;
+    while (done < count) {
+        const ssize_t written = write(fileno(stream), bytes + done, count - done);
+        if (written > 0)
+            done += static_cast<std::size_t>(written);
+        else if (written == 0 || !MayGoOn(stream, POLLOUT))
+            break;
+    }
+    return done;
+}
+
+// Hardened: a signal that interrupts a write does not cut the picture.
+// Test: Limits.SignalsDoNotCutAPictureInAPipe.
 int32_t Write(std::FILE *stream, const void *buffer, int32_t count) {
-    return static_cast<int32_t>(std::fwrite(buffer, 1, static_cast<std::size_t>(count), stream));
+    const WriteSignalsHeld held;
+    const auto *bytes = static_cast<const char *>(buffer);
+    const auto wanted = static_cast<std::size_t>(count);
+    if (IsPipeWithoutWaiting(stream) && std::fflush(stream) == 0)
+        return static_cast<int32_t>(WriteToPipe(stream, bytes, wanted));
+    std::size_t done = 0;
+    do {
+        errno = 0;
+        done += std::fwrite(bytes + done, 1, wanted - done, stream);
+    } while (done < wanted && MayGoOn(stream, POLLOUT));
+    return static_cast<int32_t>(done);
 }
 
 int Seek(std::FILE *stream, int64_t offset, int whence) {

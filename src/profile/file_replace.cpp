@@ -1,5 +1,7 @@
 #include "profile/file_replace.h"
 
+#include "platform/write_signals.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -90,6 +92,7 @@ int CreateBeside(const Path &target, mode_t mode, Path &temporary) {
 }
 
 bool WriteAll(int file, std::string_view text) {
+    const WriteSignalsHeld held;
     while (!text.empty()) {
         const ssize_t count = write(file, text.data(), text.size());
         if (count < 0 && errno == EINTR)
@@ -111,7 +114,11 @@ bool CopyAttributes(int file, const struct stat &from) {
 
 // Some file systems have nothing to wait for and say so.
 bool WaitForDisk(int file) {
-    return fsync(file) == 0 || errno == EINVAL;
+    int failed = 0;
+    do {
+        failed = fsync(file);
+    } while (failed != 0 && errno == EINTR);
+    return failed == 0 || errno == EINVAL;
 }
 
 } // namespace

@@ -105,8 +105,10 @@ MemoryHandle Host::Block(const Bytes &bytes) const {
     if (bytes.empty())
         return 0;
     const MemoryHandle block = alloc_(KOWEN_GLOBAL_FLAGS, static_cast<uint32_t>(bytes.size()));
-    if (auto *to = static_cast<uint8_t *>(lock_(block)))
-        std::copy(bytes.begin(), bytes.end(), to);
+    auto *to = static_cast<uint8_t *>(lock_(block));
+    if (to == nullptr)
+        throw std::runtime_error("the module has no memory for a picture");
+    std::copy(bytes.begin(), bytes.end(), to);
     return block;
 }
 

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <ctime>
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 namespace kowen::host {
@@ -12,6 +13,12 @@ namespace {
 
 constexpr int kWriteSignals[] = {SIGPIPE, SIGXFSZ};
 constexpr size_t kReadStep = size_t{1} << 16;
+
+// For a pipe that does not wait by itself. Returns when there is room, or a signal came.
+bool WaitUntilWritable(int fd) {
+    pollfd pipe = {fd, POLLOUT, 0};
+    return poll(&pipe, 1, -1) >= 0 || errno == EINTR;
+}
 
 } // namespace
 
@@ -31,7 +38,8 @@ int Descriptor::Release() {
 
 int Descriptor::Close() {
     const int closing = Release();
-    return closing < 0 || close(closing) == 0 ? 0 : errno;
+    // Interrupted, it is closed all the same.
+    return closing < 0 || close(closing) == 0 || errno == EINTR ? 0 : errno;
 }
 
 // A signal that is pending already is somebody else's: it stays.
@@ -63,7 +71,8 @@ int WriteAll(int fd, const void *data, size_t size, const std::function<bool()> 
     while (size != 0) {
         const ssize_t count = write(fd, bytes, size);
         if (count < 0) {
-            if (errno != EINTR)
+            const bool again = errno == EINTR || (errno == EAGAIN && WaitUntilWritable(fd));
+            if (!again)
                 return errno;
             if (cancelled && cancelled())
                 return ECANCELED;

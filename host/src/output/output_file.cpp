@@ -75,6 +75,15 @@ void SyncDirectory(const std::string &directory) {
         fsync(opened.Get());
 }
 
+// Some file systems have nothing to wait for and say so.
+bool WaitForDisk(int fd) {
+    int failed = 0;
+    do {
+        failed = fsync(fd);
+    } while (failed != 0 && errno == EINTR);
+    return failed == 0 || errno == EINVAL;
+}
+
 std::string FreshName(const std::string &directory) {
     constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
     timespec now = {};
@@ -192,8 +201,7 @@ void OutputFile::Commit() {
         if (fchown(file.Get(), owner, group) != 0 && errno != EPERM)
             Fail(errno);
     }
-    // Some file systems have nothing to wait for and say so.
-    if (fchmod(file.Get(), mode) != 0 || (fsync(file.Get()) != 0 && errno != EINVAL))
+    if (fchmod(file.Get(), mode) != 0 || !WaitForDisk(file.Get()))
         Fail(errno);
     NameTemporary();
     if (const int failed = file.Close(); failed != 0)

@@ -1,0 +1,177 @@
+// The host library where the process has little of something, and where what it writes to is slow.
+#include "host/saving.h"
+#include "limits/limits.h"
+#include "limits/painted_stack.h"
+#include "support/child_process.h"
+#include "support/temp_directory.h"
+
+#include <ctime>
+#include <filesystem>
+#include <malloc.h>
+#include <sys/syscall.h>
+
+namespace {
+timespec clockAnswer = {};
+bool clockIsOurs = false;
+} // namespace
+
+// A clock that tells what the test wants.
+extern "C" int clock_gettime(clockid_t clock, timespec *time) noexcept {
+    if (!clockIsOurs)
+        return static_cast<int>(syscall(SYS_clock_gettime, clock, time));
+    *time = clockAnswer;
+    return 0;
+}
+
+namespace kowen::test {
+namespace {
+
+const std::string kOldJpeg = "\xFF\xD8\xFF\xE0 an old picture";
+
+class HostLimits : public testing::Test {
+protected:
+    HostLimits() { setenv("KOWEN_MODULE", KOWEN_MODULE, 1); }
+
+    static Saved SaveTo(KowenModule *module, const KowenPicture &picture, const std::string &path) {
+        SaveOptions options;
+        options.path = path;
+        return Save(module, picture, {}, options);
+    }
+
+    /// The old file is whole, or the new one, and nothing lies beside it.
+    bool StandsWhole(const std::string &fresh) const {
+        const std::string bytes = directory.Read("a.jpg");
+        size_t files = 0;
+        for ([[maybe_unused]] const auto &entry :
+             std::filesystem::directory_iterator(directory.Path()))
+            ++files;
+        return files == 1 && (bytes == kOldJpeg || bytes == fresh);
+    }
+
+    std::string Fresh(const KowenPicture &picture) const {
+        const OpenedModule module;
+        const Saved saved = Save(module, picture);
+        return {saved.bytes.begin(), saved.bytes.end()};
+    }
+
+    const TempDirectory directory;
+    const std::vector<uint8_t> small = Gradient(16, 16);
+    const std::vector<uint8_t> large = Gradient(640, 480);
+};
+
+TEST_F(HostLimits, AFileSizeLimitLeavesTheOldFile) {
+    const KowenPicture picture = RgbPicture(small, 16, 16);
+    const std::string fresh = Fresh(picture), path = directory.Write("a.jpg", kOldJpeg);
+    const OpenedModule module;
+    const int code = RunInChild([&] {
+                         std::signal(SIGXFSZ, SIG_DFL);
+                         for (size_t most = 0; most < fresh.size(); ++most) {
+                             SetLimit(RLIMIT_FSIZE, most);
+                             const Saved saved = SaveTo(module, picture, path);
+                             if (saved.code == KOWEN_HOST_OK || saved.result.message[0] == '\0' ||
+                                 directory.Read("a.jpg") != kOldJpeg || !StandsWhole(fresh))
+                                 return 1;
+                         }
+                         SetLimit(RLIMIT_FSIZE, fresh.size());
+                         return SaveTo(module, picture, path).code == KOWEN_HOST_OK ? 0 : 2;
+                     }).exitCode;
+    EXPECT_EQ(code, 0);
+    EXPECT_EQ(directory.Read("a.jpg"), fresh);
+}
+
+TEST_F(HostLimits, LessAndLessAddressSpaceLeavesOneFileOrTheOther) {
+    const std::vector<uint8_t> pixels = Flat(1600, 1200, 100, 120, 140);
+    const KowenPicture picture = RgbPicture(pixels, 1600, 1200);
+    const std::string fresh = Fresh(picture), path = directory.File("a.jpg");
+    constexpr int kWhole = 0, kRefused = 10, kNothingLoaded = 11;
+    int seen[256] = {};
+    for (size_t room = 0; room <= 48; ++room) {
+        directory.Write("a.jpg", kOldJpeg);
+        const int code = RunInChild([&] {
+                             malloc_trim(0);
+                             KowenResult result = {};
+                             result.size = sizeof result;
+                             KowenOutput output = {};
+                             output.size = sizeof output;
+                             output.path = path.c_str();
+                             SetLimit(RLIMIT_AS, AddressSpace() + room * 524288);
+                             KowenModule *module = KowenOpenModule(nullptr, &result);
+                             if (module == nullptr)
+                                 return result.message[0] != '\0' ? kNothingLoaded : 1;
+                             const int32_t saved =
+                                 KowenSave(module, &picture, nullptr, &output, nullptr, &result);
+                             if (saved != KOWEN_HOST_OK)
+                                 return result.message[0] != '\0' ? kRefused : 1;
+                             return kWhole;
+                         }).exitCode;
+        ASSERT_TRUE(code == kWhole || code == kRefused || code == kNothingLoaded)
+            << code << " with room for " << room * 512 << " KB";
+        ASSERT_TRUE(StandsWhole(fresh)) << room;
+        ASSERT_EQ(directory.Read("a.jpg") == fresh, code == kWhole) << room;
+        ++seen[code];
+    }
+    EXPECT_GT(seen[kWhole], 0);
+    EXPECT_GT(seen[kRefused], 0);
+    EXPECT_GT(seen[kNothingLoaded], 0);
+}
+
+TEST_F(HostLimits, AStackOf128KilobytesIsEnough) {
+    const KowenPicture picture = RgbPicture(large, 640, 480);
+    const std::string path = directory.File("a.jpg");
+    int32_t code = -1;
+    const size_t used = RunOnStack(size_t{128} * 1024, [&] {
+        const OpenedModule module;
+        code = SaveTo(module, picture, path).code;
+    });
+    EXPECT_EQ(code, KOWEN_HOST_OK);
+    EXPECT_LE(used, size_t{100} * 1024);
+}
+
+TEST_F(HostLimits, TwoThousandOpenFilesChangeNothing) {
+    const KowenPicture picture = RgbPicture(small, 16, 16);
+    const std::string fresh = Fresh(picture);
+    const int code = RunInChild([&] {
+                         if (!SetLimit(RLIMIT_NOFILE, 2200))
+                             return 77;
+                         for (int i = 0; i < 2000; ++i)
+                             if (open("/dev/null", O_RDONLY) < 0)
+                                 return 2;
+                         const OpenedModule module;
+                         return SaveTo(module, picture, directory.File("a.jpg")).code;
+                     }).exitCode;
+    if (code == 77)
+        GTEST_SKIP() << "so many may not be open here";
+    EXPECT_EQ(code, KOWEN_HOST_OK);
+    EXPECT_EQ(directory.Read("a.jpg"), fresh);
+}
+
+TEST_F(HostLimits, ASlowPipeIsWaitedForWhetherItWaitsOrNot) {
+    const KowenPicture picture = RgbPicture(large, 640, 480);
+    const std::string fresh = Fresh(picture);
+    for (const bool waits : {true, false}) {
+        const SlowPipe read = ReadSlowly(waits, [&](int pipe) {
+            const OpenedModule module;
+            return SaveTo(module, picture, "/dev/fd/" + std::to_string(pipe)).code;
+        });
+        EXPECT_EQ(read.status, KOWEN_HOST_OK);
+        EXPECT_TRUE(read.bytes == fresh) << read.bytes.size();
+    }
+}
+
+// A name that is taken, and a clock by which the next one would be the same.
+TEST_F(HostLimits, AClockThatStandsOrGoesBackChangesNothing) {
+    const KowenPicture picture = RgbPicture(small, 16, 16);
+    const std::string fresh = Fresh(picture);
+    clockIsOurs = true;
+    for (const time_t seconds : {time_t{0}, time_t{0}, time_t{2000000000}, time_t{1}}) {
+        clockAnswer = {seconds, 0};
+        std::filesystem::remove(directory.File("a.jpg"));
+        const OpenedModule module;
+        EXPECT_EQ(SaveTo(module, picture, directory.File("a.jpg")).code, KOWEN_HOST_OK);
+        EXPECT_TRUE(directory.Read("a.jpg") == fresh && StandsWhole(fresh)) << seconds;
+    }
+    clockIsOurs = false;
+}
+
+} // namespace
+} // namespace kowen::test
