@@ -49,6 +49,11 @@ void BuildDifferences(CodeTables &tables, const HuffmanEntry *dcCodes) {
     }
 }
 
+void BuildDcCategories(CodeTables &tables, const HuffmanEntry *dcCodes) {
+    for (int category = 0; category < kDcCategories; ++category)
+        tables.ofDcCategory[category] = Packed(dcCodes[category].code, dcCodes[category].length);
+}
+
 void BuildCoefficients(CodeTables &tables, const HuffmanEntry *acCodes) {
     PackedCode *code = tables.ofCoefficient;
     for (uint32_t run = 0; run < kShortRuns; ++run)
@@ -75,6 +80,7 @@ const CodeTables *FindCodeTables(const HuffmanEntry *dcCodes,
     Copy(slot.dcCodes, dcCodes, kDcCategories);
     Copy(slot.acCodes, acCodes, kAcSymbols);
     BuildDifferences(slot.tables, dcCodes);
+    BuildDcCategories(slot.tables, dcCodes);
     BuildCoefficients(slot.tables, acCodes);
     return &slot.tables;
 }

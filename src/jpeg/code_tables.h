@@ -19,6 +19,7 @@ constexpr PackedCode Packed(uint32_t bits, uint32_t length) noexcept {
 }
 
 inline constexpr uint32_t kAcSymbols = 256;
+inline constexpr uint32_t kDcCodes = 32;    ///< of any 16-bit difference
 inline constexpr uint32_t kShortRuns = 16;  ///< zeros before the coefficient, 0 to 15
 inline constexpr int32_t kShortReach = 128; ///< coefficients from -128 to 127
 inline constexpr uint32_t kShortCoefficients = 2 * kShortReach;
@@ -35,6 +36,8 @@ struct CodeTables {
     PackedCode ofDifference[kDifferences];
     /// The codes alone, by run x 16 + category.
     PackedCode ofSymbol[kAcSymbols];
+    /// The codes of the DC categories alone; 0 for those that no difference has.
+    PackedCode ofDcCategory[kDcCodes];
 };
 
 /// The lookup tables of two code tables, built once and cached by the process: the filter has two

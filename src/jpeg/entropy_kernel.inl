@@ -60,6 +60,8 @@ private:
     uint64_t left_;
 };
 
+constexpr uint32_t kMostBits = 56; // that are appended at once
+
 // Packs bits to bytes, behind the sink's pending ones; what does not fill a byte is pending again.
 class BitPacker {
 public:
@@ -75,6 +77,17 @@ public:
         out_ += used / 8;
         bits_ <<= used & 56;
         pending_ = used & 7;
+    }
+
+    // Two pairs, at once unless they are longer than most.
+    void AppendBoth(const SymbolPair &first, const SymbolPair &second) {
+        const uint64_t length = (first.length & kLengthMask) + (second.length & kLengthMask);
+        if (length <= kMostBits) [[likely]] {
+            Append(first.bits | second.bits >> (first.length & kLengthMask), length);
+        } else {
+            Append(first.bits, first.length);
+            Append(second.bits, second.length);
+        }
     }
 
     // Returns the end of the whole bytes.
@@ -111,8 +124,8 @@ void SymbolBatch::Write(BitSink &sink) {
     for (const PackedCode *symbol = symbols; symbol < last; symbol += kSymbolsAtOnce) {
         SymbolPair pairs[kSymbolsAtOnce / 2];
         PairsOf(symbol, pairs);
-        for (const SymbolPair &pair : pairs)
-            packer.Append(pair.bits, pair.length);
+        for (uint32_t i = 0; i < kSymbolsAtOnce / 2; i += 2)
+            packer.AppendBoth(pairs[i], pairs[i + 1]);
     }
     sink.out = StuffBytes(bytes, packer.End(), sink.out);
 }

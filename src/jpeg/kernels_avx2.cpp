@@ -39,7 +39,9 @@ inline uint32_t Place(uint32_t k) {
 
 #include "jpeg/entropy_kernel.inl"
 
-#include "jpeg/mcu_coder.inl"
+#include "jpeg/symbol_mask.inl"
+
+#include "jpeg/mcu_coder_avx2.inl"
 #include "jpeg/variant.inl"
 
 } // namespace

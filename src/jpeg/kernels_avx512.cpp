@@ -51,6 +51,8 @@ inline uint32_t Place(uint32_t k) {
 
 #include "jpeg/entropy_kernel.inl"
 
+#include "jpeg/symbol_mask.inl"
+
 #include "jpeg/mcu_coder_avx512.inl"
 #include "jpeg/variant.inl"
 

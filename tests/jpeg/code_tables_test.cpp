@@ -75,6 +75,11 @@ TEST(CodeTables, LuminanceCodesAreThoseOfTheStandard) {
     EXPECT_EQ(BitsOf(tables.ofSymbol[0x00]), "1010");
     EXPECT_EQ(BitsOf(tables.ofSymbol[0xF0]), "11111111001");
     EXPECT_EQ(tables.ofSymbol[0xFF], 0u) << "there is no such code";
+    EXPECT_EQ(BitsOf(tables.ofDcCategory[0]), "00");
+    EXPECT_EQ(BitsOf(tables.ofDcCategory[6]), "1110");
+    EXPECT_EQ(BitsOf(tables.ofDcCategory[11]), "111111110");
+    for (size_t category = 12; category < kDcCodes; ++category)
+        EXPECT_EQ(tables.ofDcCategory[category], 0u) << category;
 }
 
 TEST(CodeTables, OfTheSameCodesAreBuiltOnce) {
