@@ -38,7 +38,7 @@ constexpr BytePairs kBytePairs = MakeBytePairs();
 struct Words {
     static constexpr uint32_t kBlocks = 4;
     static constexpr int kSumScaleBits = 5;
-    static constexpr int kOrder[8] = {0, 2, 4, 6, 1, 3, 5, 7};
+    static constexpr uint32_t kOrder[8] = {0, 2, 4, 6, 1, 3, 5, 7};
     __m512i v;
 
     static Words LoadBytePairs(const uint8_t *first, const uint8_t *second) {

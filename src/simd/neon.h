@@ -10,7 +10,7 @@ namespace {
 struct Words {
     static constexpr uint32_t kBlocks = 1;
     static constexpr int kSumScaleBits = 0;
-    static constexpr int kOrder[8] = {0, 1, 2, 3, 4, 5, 6, 7};
+    static constexpr uint32_t kOrder[8] = {0, 1, 2, 3, 4, 5, 6, 7};
     int16x8_t v;
 
     static Words LoadBytePairs(const uint8_t *first, const uint8_t *second) {

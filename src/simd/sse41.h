@@ -17,7 +17,7 @@ inline void StoreVector(void *p, __m128i v) {
 struct Words {
     static constexpr uint32_t kBlocks = 1;
     static constexpr int kSumScaleBits = 5;
-    static constexpr int kOrder[8] = {0, 2, 4, 6, 1, 3, 5, 7};
+    static constexpr uint32_t kOrder[8] = {0, 2, 4, 6, 1, 3, 5, 7};
     __m128i v;
 
     static Words LoadBytePairs(const uint8_t *first, const uint8_t *second) {

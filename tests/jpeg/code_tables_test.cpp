@@ -64,7 +64,7 @@ TEST(CodeTables, DifferencesAreWhatTheyAreCodedAs) {
 }
 
 // T.81 table K.5: run 0, size 1 is 00, and the coefficient 1 appends 1, -1 appends 0; the end of a
-// block is 1010, 16 zeros are 11111111001.
+// block is 1010, 16 zeros are 11111111001. K.3 for the DC.
 TEST(CodeTables, LuminanceCodesAreThoseOfTheStandard) {
     const PictureEnv env(212, 245, 75, 16, 8);
     const CodeTables &tables = BuiltTables(env, 0);
