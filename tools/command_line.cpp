@@ -131,6 +131,9 @@ int RunCommandLine(Words arguments) {
     AllOptions options;
     int status = kExitOk;
     RearrangeHelp(&arguments);
+    if (arguments.empty())
+        throw UsageFailure(
+            "there is no command; to save a picture as a JPEG: kowen export PICTURE" + SeeHelp(""));
     AddCommands(&app, arguments, &options, &status);
     CheckCommand(app, arguments, 0, "");
     Parse(&app, arguments);

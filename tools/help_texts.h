@@ -5,7 +5,7 @@ namespace kowen::cli {
 
 inline constexpr const char *kExitNotes =
     "Exit status: 0 done, 1 failed (one picture at least), 2 wrong usage; ended by a signal 130\n"
-    "(Ctrl-C), 143 (terminated) or 129 (hung up).\n";
+    "(Ctrl-C), 143 (terminated), 129 (hung up) or 141 (nobody reads the standard output).\n";
 
 inline constexpr const char *kExportNotes =
     "Where the files go:\n"
@@ -18,7 +18,10 @@ inline constexpr const char *kExportNotes =
     "  kowen export a.png -              the standard output; - also stands for the standard\n"
     "                                    input\n"
     "  A file that is no JPEG is never replaced, a JPEG only with -o or --force, and none of the\n"
-    "  pictures of the export ever. A file appears under its name only when it is whole.\n"
+    "  pictures of the export ever. A file appears under its name only when it is whole. -o takes\n"
+    "  names that end as JPEGs do, with --force any name.\n"
+    "  Of folders JPEGs are taken with --to only, and only those without a picture of another\n"
+    "  format and the same name beside them.\n"
     "\n"
     "Pictures come out as they went in: the colours as exactly as the format has them, the size "
     "to\n"
@@ -31,8 +34,9 @@ inline constexpr const char *kExportNotes =
     "  --resize changes the pixels, smoothly: 1200x is 1200 wide, x800 is 800 high, 1200x800 fits\n"
     "  into that box, 50% is half of each side. The proportions stay.\n"
     "  --size fits the picture into a box on paper, at the resolution of --dpi: A4, letter,\n"
-    "  10x15cm, 6x4in, 640x480px. There the filter adds pixels by repeating them and takes them\n"
-    "  away by dropping them.\n"
+    "  10x15cm, 6x4in; the box is turned as the picture. Pixels, 640x480px or 640x480, are not\n"
+    "  turned. There the filter adds pixels by repeating them and takes them away by dropping "
+    "them.\n"
     "  --dpi N alone keeps the size in inches; a picture that has none keeps its pixels. Profiles\n"
     "  and --as-filter take 32 to 400.\n"
     "\n"
@@ -41,9 +45,9 @@ inline constexpr const char *kExportNotes =
 inline constexpr const char *kEstimateNotes =
     "For each quality: the size of the file, how near it comes to the picture (PSNR in decibels,\n"
     "more is nearer), the time, and what libjpeg makes of the same pixels with the same tables.\n"
-    "Nothing is written but the picture of --compare: the original, the JPEG at --quality, and "
-    "what\n"
-    "differs, eight times as strong, side by side.\n";
+    "--max-bytes adds the highest quality that fits.\n"
+    "Nothing is written but the PNG of --compare: the original, the JPEG at --quality, and what\n"
+    "differs, eight times as strong, side by side. It replaces no file.\n";
 
 inline constexpr const char *kSetupNotes =
     "Settings: quality=N, progressive=yes, colour=ycc422, colour-mode=grey, size=6x4in, dpi=300;\n"

@@ -6,6 +6,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <exception>
 #include <new>
 
 namespace {
@@ -25,6 +26,9 @@ int Run(int argc, char **argv) {
         return failure.Status();
     } catch (const std::bad_alloc &) {
         std::fprintf(stderr, "kowen: not enough memory\n");
+        return kExitFailure;
+    } catch (const std::exception &unexpected) {
+        std::fprintf(stderr, "kowen: %s\n", unexpected.what());
         return kExitFailure;
     }
 }

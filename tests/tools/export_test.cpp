@@ -158,8 +158,10 @@ TEST_F(ExportOne, SaysWhatChanged) {
 TEST_F(ExportOne, ReadsFromAndWritesToStandardStreams) {
     ProgramSetting setting;
     setting.input = Ppm(MakeSoftPicture(64, 33));
-    for (const std::vector<std::string> &words :
-         {std::vector<std::string>{"-", "-"}, {"-", "-o", "-"}}) {
+    for (const std::vector<std::string> &words : {std::vector<std::string>{"-", "-"},
+                                                  {"-", "-o", "-"},
+                                                  {"-", "-o", "/dev/stdout"},
+                                                  {"-", "-o", "/dev/fd/1"}}) {
         Export(words, setting);
         EXPECT_EQ(result.exitCode, 0) << result.errors;
         const DecodedJpeg jpeg = DecodeJpeg(Bytes(result.output));

@@ -26,6 +26,8 @@ protected:
 
 TEST_F(Words, UnknownOnesAreNamed) {
     WritePicture("a.ppm");
+    Expect({}, "there is no command; to save a picture as a JPEG: kowen export PICTURE\n"
+               "Try 'kowen --help'.\n");
     Expect({"exprot", "a.ppm"}, "there is no command 'exprot'; did you mean export?\n"
                                 "Try 'kowen --help'.\n");
     Expect({"a.ppm"}, "there is no command 'a.ppm'; to save a picture as a JPEG: kowen export "

@@ -70,6 +70,18 @@ bool IsStream(const std::string &name) {
            (stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode));
 }
 
+// Reports go elsewhere then.
+bool IsStandardOutput(const std::string &name) {
+    return name == "-" || name == "/dev/stdout" || name == "/dev/fd/1" || name == "/proc/self/fd/1";
+}
+
+// A path with all links followed; as it stands where that cannot be done.
+std::string WhereItLies(const std::string &path) {
+    std::error_code error;
+    const fs::path whole = fs::weakly_canonical(fs::path(path), error);
+    return error ? path : whole.string();
+}
+
 class Planner {
 public:
     explicit Planner(const ExportOptions &exportOptions) : options(exportOptions) {}
@@ -129,7 +141,8 @@ private:
     void AddTwoNames() {
         const std::string &source = options.names[0];
         const std::string &target = options.names[1];
-        const bool unclear = options.force && EndsAsJpeg(source) && fs::exists(target);
+        std::error_code ignored;
+        const bool unclear = options.force && EndsAsJpeg(source) && fs::exists(target, ignored);
         if (unclear)
             throw UsageFailure("two JPEGs may be a picture and its output, or two pictures: to "
                                "replace " +
@@ -137,7 +150,8 @@ private:
         Add(source, target, options.force);
     }
 
-    void Add(const std::string &source, const std::string &target, bool replaceJpeg) {
+    void Add(const std::string &source, const std::string &name, bool replaceJpeg) {
+        const std::string target = IsStandardOutput(name) ? "-" : name;
         plan.jobs.push_back({source, target, replaceJpeg, ""});
         const std::string folder = fs::path(target).parent_path().string();
         if (target == "-" || folder.empty() || IsFolder(folder))
@@ -218,8 +232,7 @@ private:
             job.refusal = ClashWithPicture(sources, job);
             if (!job.refusal.empty())
                 continue;
-            const auto [first, fresh] =
-                targets.emplace(fs::weakly_canonical(fs::path(job.target)).string(), job.source);
+            const auto [first, fresh] = targets.emplace(WhereItLies(job.target), job.source);
             if (!fresh)
                 job.refusal = job.source + ": " + job.target + " would also be made from " +
                               first->second + "; export one of them by itself, with -o";
