@@ -89,24 +89,38 @@ uint8_t Amplified(int a, int b) {
     return static_cast<uint8_t>(std::clamp(kMiddle + (b - a) * kAmplification, 0, 255));
 }
 
-// A new file with these bytes; none when they cannot be written.
-void WriteNewFile(const std::string &path, const std::vector<uint8_t> &bytes) {
-    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (fd < 0)
-        FailWith(path, errno);
-    int reason = 0;
-    for (size_t at = 0; at < bytes.size() && reason == 0;) {
+int WriteAll(int fd, const std::vector<uint8_t> &bytes) {
+    for (size_t at = 0; at < bytes.size();) {
         const ssize_t written = write(fd, bytes.data() + at, bytes.size() - at);
         if (written >= 0)
             at += static_cast<size_t>(written);
         else if (errno != EINTR || CancelSignal() != 0)
-            reason = errno;
+            return errno;
     }
+    return 0;
+}
+
+// A new file with these bytes; none when they cannot be written. Where the file system can do so it
+// gets its name when it is whole.
+void WriteNewFile(const std::string &path, const std::vector<uint8_t> &bytes) {
+    const std::string folder = std::filesystem::path(path).parent_path().string();
+    int fd = open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
+    const bool nameless = fd >= 0;
+    if (!nameless)
+        fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (fd < 0)
+        FailWith(path, errno);
+    int reason = WriteAll(fd, bytes);
+    const std::string open = "/proc/self/fd/" + std::to_string(fd);
+    if (reason == 0 && nameless &&
+        linkat(AT_FDCWD, open.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) != 0)
+        reason = errno;
     if (close(fd) != 0 && reason == 0)
         reason = errno;
     if (reason == 0)
         return;
-    unlink(path.c_str());
+    if (!nameless)
+        unlink(path.c_str());
     StopIfCancelled();
     FailWith(path, reason);
 }

@@ -274,8 +274,8 @@ def save(image: Any, path: Union[Path, BinaryIO], *, progress: Optional[Progress
     size               a box to fit into, such as ``"10x15cm"``, ``"A4"``, ``"800x600px"``
     dpi                a number, a pair, or ``"picture"``
     page               ``"WxH@DPI"``
-    background         what shows through transparent pixels: ``"#rrggbb"`` or (red, green, blue);
-                       default white
+    background         what shows through transparent pixels: ``"#rrggbb"``, a name such as
+                       ``"black"`` or (red, green, blue); default white
     exif, icc          True (default): kept; False: dropped
     comment            False (default) or True
     max_bytes          the highest quality up to `quality` that fits: a number, ``"300k"``, ``"2M"``
