@@ -6,6 +6,8 @@ KOWEN_BUILD_PACKAGES=(cmake ninja-build ccache g++-12)
 # The host library: colour profiles. The command line: pictures, options, reports.
 KOWEN_HOST_PACKAGES=(pkg-config liblcms2-dev libpng-dev libjpeg62-turbo-dev libzimg-dev
     libgraphicsmagick1-dev libmd-dev libcli11-dev nlohmann-json3-dev)
+# The GIMP plug-in: GIMP's own libraries and EXIF data.
+KOWEN_GIMP_PACKAGES=(libgimp2.0-dev libgexiv2-dev)
 KOWEN_TEST_PACKAGES=(libgtest-dev libjpeg62-turbo-dev libstb-dev nlohmann-json3-dev)
 
 KOWEN_PACKAGE_LOG=$KOWEN_ROOT/build/logs/packages.log
@@ -84,6 +86,7 @@ brought_by() {
     wanted=$(contents_of "$1")
     case $1 in
     ccache | ninja-build) ;; # only make builds faster
+    gtk2-engines-pixbuf) ;;  # only makes screenshots prettier
     *) case $wanted in
         *.pc) command -v pkg-config >/dev/null && pkg-config --exists "${wanted%.pc}" ;;
         *.h | *.hpp) echo "#include <$wanted>" | "${CXX:-c++}" -E -x c++ - >/dev/null 2>&1 ;;
@@ -102,6 +105,10 @@ contents_of() {
     libmd-dev) echo libmd.pc ;;
     libpng-dev) echo libpng.pc ;;
     libzimg-dev) echo zimg.pc ;;
+    libgimp2.0-dev) echo gimpui-2.0.pc ;;
+    libgexiv2-dev) echo gexiv2.pc ;;
+    gimp) echo gimp-console-2.10 ;;
+    xvfb) echo Xvfb ;;
     libcli11-dev) echo CLI/CLI.hpp ;;
     nlohmann-json3-dev) echo nlohmann/json.hpp ;;
     libgtest-dev) echo gtest/gtest.h ;;
