@@ -13,6 +13,7 @@ namespace {
 constexpr char kRole[] = "kowen-export";
 constexpr char kHelp[] = "plug-in-kowen-export";
 constexpr int kResponseReset = 1;
+constexpr int kHeight = 700;
 
 GtkWidget *ChooserWindow(gint32 image) {
     GtkWidget *dialog = gtk_file_chooser_dialog_new(
@@ -65,6 +66,8 @@ public:
     bool Ask() {
         StartPreview();
         gtk_widget_show(dialog);
+        if (given.empty()) // the list of files takes more by itself than small screens have
+            gtk_window_resize(GTK_WINDOW(dialog), 1, kHeight);
         for (;;) {
             const gint response = gtk_dialog_run(GTK_DIALOG(dialog));
             if (response == kResponseReset)

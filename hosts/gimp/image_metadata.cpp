@@ -64,8 +64,7 @@ GimpColorProfile *ProfileToDeliver(gint32 image, ImageMetadata *metadata) {
     if (curved == nullptr)
         return profile;
     g_object_unref(profile);
-    metadata->space = gimp_color_profile_get_space(
-        curved, GIMP_COLOR_RENDERING_INTENT_RELATIVE_COLORIMETRIC, nullptr);
+    metadata->curved = true;
     return curved;
 }
 

@@ -13,14 +13,18 @@ constexpr int kLowestQuality = 45; // below, files need as-filter
 constexpr int kScaleWidth = 180;
 constexpr double kMostDpi = 65535;
 
+// Letters with Alt are shared with GTK's file chooser, which has f, l, n and p, and with the
+// window's buttons: c, d and e.
+
 SettingsPanel *Panel(gpointer self) {
     return static_cast<SettingsPanel *>(self);
 }
 
+// With one digit behind the point at most.
 std::string Number(double value) {
     char text[32];
-    g_ascii_dtostr(text, sizeof text, std::round(value * 100) / 100);
-    return text;
+    const bool whole = std::abs(value - std::round(value)) < 0.05;
+    return g_ascii_formatd(text, sizeof text, whole ? "%.0f" : "%.1f", value);
 }
 
 std::string PixelsPerInch(double x, double y) {
@@ -61,11 +65,11 @@ GtkWidget *SettingsPanel::MakePictureFrame() {
     GtkWidget *box = gtk_vbox_new(FALSE, 6);
     Pack(box, MakeQualityTable());
     AddCheck(
-        box, "_Progressive",
+        box, "Pro_gressive",
         "The whole picture is there early while it is being fetched, and gets sharper. Usually "
         "smaller as well.",
         "progressive", "yes", "no", true);
-    AddCheck(box, "_Grey", "Saves the brightness alone.", "colour", "grey", "ycc422", true);
+    AddCheck(box, "Gre_y", "Saves the brightness alone.", "colour", "grey", "ycc422", true);
     Pack(box, MakeResolution());
     if (image.transparent)
         Pack(box, MakeBackground());
@@ -92,7 +96,7 @@ GtkWidget *SettingsPanel::MakeResolution() {
     gimp_help_set_help_data(resolution,
                             "What the file says about its resolution. The pixels stay as they are.",
                             nullptr);
-    Pack(box, Labelled("_Resolution:", resolution));
+    Pack(box, Labelled("Resol_ution:", resolution));
     Pack(box, gtk_label_new("pixels/in"));
     Pack(box, ownResolution);
     g_signal_connect(ownResolution, "toggled", G_CALLBACK(OwnResolutionToggled), this);
@@ -108,16 +112,16 @@ GtkWidget *SettingsPanel::MakeBackground() {
     gimp_help_set_help_data(background, "JPEG files have no transparency.", nullptr);
     g_signal_connect(background, "color-changed", G_CALLBACK(BackgroundChanged), this);
     GtkWidget *box = gtk_hbox_new(FALSE, 0);
-    Pack(box, Labelled("_Background of transparent pixels:", background));
+    Pack(box, Labelled("Bac_kground of transparent pixels:", background));
     return box;
 }
 
 GtkWidget *SettingsPanel::MakeMetadataFrame() {
     const ImageMetadata &metadata = *image.metadata;
     GtkWidget *box = gtk_vbox_new(FALSE, 6);
-    AddCheck(box, "_EXIF data", "Camera, date, place and the like.", "exif", "keep", "drop",
+    AddCheck(box, "E_XIF data", "Camera, date, place and the like.", "exif", "keep", "drop",
              !metadata.exif.empty());
-    std::string profileLabel = "Colour pro_file";
+    std::string profileLabel = "C_olour profile";
     if (!metadata.profileName.empty())
         profileLabel += " (" + metadata.profileName + ")";
     AddCheck(box, profileLabel.c_str(), "Without it the colours are converted to sRGB.", "icc",
@@ -131,7 +135,7 @@ GtkWidget *SettingsPanel::MakeProfileFrame() {
     GtkWidget *box = gtk_vbox_new(FALSE, 6);
     GtkWidget *file = gtk_hbox_new(FALSE, 6);
     profile = gtk_file_chooser_button_new("Settings profile", GTK_FILE_CHOOSER_ACTION_OPEN);
-    noProfile = gtk_button_new_from_stock(GTK_STOCK_CLEAR);
+    noProfile = gtk_button_new_with_mnemonic("Clea_r");
     section = gtk_combo_box_text_new();
     gimp_help_set_help_data(profile, "A file of settings that programs share.", nullptr);
     gtk_box_pack_start(GTK_BOX(file), profile, TRUE, TRUE, 0);

@@ -15,16 +15,17 @@ constexpr auto kHandled = static_cast<GimpExportCapabilities>(
 
 struct Encoding {
     KowenPixelFormat format;
-    const char *babl;
+    const char *bytes;
+    const char *linear;
 };
 
 Encoding EncodingOf(gint32 drawable) {
     const bool alpha = gimp_drawable_has_alpha(drawable);
     if (gimp_drawable_is_gray(drawable))
-        return alpha ? Encoding{KOWEN_PIXEL_GREY_ALPHA, "Y'A u8"}
-                     : Encoding{KOWEN_PIXEL_GREY, "Y' u8"};
-    return alpha ? Encoding{KOWEN_PIXEL_RGBA, "R'G'B'A u8"}
-                 : Encoding{KOWEN_PIXEL_RGB, "R'G'B' u8"};
+        return alpha ? Encoding{KOWEN_PIXEL_GREY_ALPHA, "Y'A u8", "YA float"}
+                     : Encoding{KOWEN_PIXEL_GREY, "Y' u8", "Y float"};
+    return alpha ? Encoding{KOWEN_PIXEL_RGBA, "R'G'B'A u8", "RGBA float"}
+                 : Encoding{KOWEN_PIXEL_RGB, "R'G'B' u8", "RGB float"};
 }
 
 // -1 when there is none.
@@ -68,12 +69,16 @@ ShownImage::~ShownImage() {
 // In the layer's own colour space the values stay what they are; only precision and curve change.
 void ShownImage::Open(gint32 layer) {
     const Encoding encoding = EncodingOf(layer);
-    const Babl *space =
-        metadata.space != nullptr ? metadata.space : gimp_drawable_get_format(layer);
+    const Babl *space = gimp_drawable_get_format(layer);
     picture.format = encoding.format;
     picture.width = static_cast<uint32_t>(gimp_drawable_width(layer));
     picture.height = static_cast<uint32_t>(gimp_drawable_height(layer));
-    format = babl_format_with_space(encoding.babl, space);
+    format = babl_format_with_space(encoding.bytes, space);
+    if (metadata.curved) {
+        format = babl_format(encoding.bytes);
+        linear = babl_format_with_space(encoding.linear, space);
+        toBytes = babl_fish(babl_format(encoding.linear), format);
+    }
     buffer = gimp_drawable_get_buffer(layer);
 }
 
@@ -83,10 +88,17 @@ size_t ShownImage::RowBytes() const {
     return size_t{picture.width} * static_cast<size_t>(babl_format_get_bytes_per_pixel(format));
 }
 
-void ShownImage::FetchRows(uint32_t first, uint32_t count, void *pixels) {
+void ShownImage::FetchRows(uint32_t first, uint32_t rows, void *pixels) {
     const GeglRectangle area = {0, static_cast<gint>(first), static_cast<gint>(picture.width),
-                                static_cast<gint>(count)};
-    gegl_buffer_get(buffer, &area, 1.0, format, pixels, GEGL_AUTO_ROWSTRIDE, GEGL_ABYSS_NONE);
+                                static_cast<gint>(rows)};
+    if (linear == nullptr) {
+        gegl_buffer_get(buffer, &area, 1.0, format, pixels, GEGL_AUTO_ROWSTRIDE, GEGL_ABYSS_NONE);
+        return;
+    }
+    const size_t count = size_t{picture.width} * rows;
+    light.resize(count * static_cast<size_t>(babl_format_get_bytes_per_pixel(linear)));
+    gegl_buffer_get(buffer, &area, 1.0, linear, light.data(), GEGL_AUTO_ROWSTRIDE, GEGL_ABYSS_NONE);
+    babl_process(toBytes, light.data(), pixels, static_cast<glong>(count));
 }
 
 int32_t ShownImage::ReadRow(void *self, uint32_t row, void *pixels) {

@@ -29,8 +29,8 @@ public:
     /// Rows that are fetched in one go: what GIMP's tiles hold.
     uint32_t StripRows() const { return gimp_tile_height(); }
 
-    /// Fetches `count` rows from row `first` on, without gaps.
-    void FetchRows(uint32_t first, uint32_t count, void *pixels);
+    /// Fetches `rows` rows from row `first` on, without gaps.
+    void FetchRows(uint32_t first, uint32_t rows, void *pixels);
 
 private:
     static int32_t ReadRow(void *self, uint32_t row, void *pixels);
@@ -39,6 +39,10 @@ private:
     gint32 copy = -1; // of the image; -1: none was needed
     GeglBuffer *buffer = nullptr;
     const Babl *format = nullptr;
+    // Of linear images with a profile, whose primaries are to stay: the values are given sRGB's
+    // curve and nothing else. Null of every other image.
+    const Babl *linear = nullptr, *toBytes = nullptr;
+    std::vector<uint8_t> light;
     ImageMetadata metadata;
     KowenPicture picture = {};
     std::vector<uint8_t> strip;

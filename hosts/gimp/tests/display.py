@@ -17,7 +17,7 @@ def wait_for(what, condition):
         found = condition()
         if found:
             return found
-        time.sleep(0.01)
+        time.sleep(0.05)
     raise TimeoutError(f"waited in vain for {what}")
 
 

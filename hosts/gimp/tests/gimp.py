@@ -40,9 +40,12 @@ class Gimp:
         for name in NEEDED:
             (needed / name).symlink_to(f"{INSTALLED}/{name}")
         self._rc = folder / "gimprc"
-        self._rc.write_text(f'(plug-in-path "{plug_ins}:{needed}")\n')
+        self._rc.write_text(f'(plug-in-path "{plug_ins}:{needed}")\n'
+                            '(color-profile-policy keep)\n')
         self.profile = folder / "profile"  # made by the first GIMP
-        self.environment = dict(os.environ, GIMP2_DIRECTORY=str(self.profile), HOME=str(folder),
+        self.home = folder / "home"
+        self.home.mkdir()
+        self.environment = dict(os.environ, GIMP2_DIRECTORY=str(self.profile), HOME=str(self.home),
                                 XDG_CONFIG_HOME=str(folder), XDG_DATA_HOME=str(folder),
                                 XDG_CACHE_HOME=str(folder), NO_AT_BRIDGE="1", LC_ALL="C.UTF-8",
                                 G_MESSAGES_DEBUG="all")
@@ -78,4 +81,5 @@ class Gimp:
         return subprocess.Popen(
             self.command("gimp-2.10", "--new-instance", "--no-data", "--no-fonts", "--no-splash",
                          *map(str, files)),
-            stdin=subprocess.DEVNULL, stdout=log, stderr=subprocess.STDOUT, env=environment)
+            stdin=subprocess.DEVNULL, stdout=log, stderr=subprocess.STDOUT, env=environment,
+            cwd=self.home)

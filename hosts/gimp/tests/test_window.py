@@ -21,9 +21,9 @@ SHORTCUT = "ctrl+alt+k"
 class Desk:
     """GIMP on its display: what it has open, and what it says."""
 
-    def __init__(self, gimp, display, folder):
+    def __init__(self, gimp, display, folder, log):
         self.display = display
-        self._log = open(folder / "log", "wb+")
+        self._log = open(log, "wb+")
         self._seen = 0
         self.process = gimp.start(display, self._log, folder / "photo.png", folder / "large.png")
 
@@ -77,13 +77,12 @@ class Desk:
 
 
 @pytest.fixture(scope="module")
-def folder(tmp_path_factory):
-    folder = tmp_path_factory.mktemp("desk")
+def folder(gimp):
+    folder = gimp.home / "Pictures"
+    folder.mkdir()
     sample = Path(os.environ["KOWEN_BUILD"]) / "kowen_sample"
     subprocess.run([sample, folder / "photo.ppm"], check=True)
-    exif = Image.Exif()
-    exif[0x010F] = "Maker"
-    Image.open(folder / "photo.ppm").save(folder / "photo.png", dpi=DPI, exif=exif,
+    Image.open(folder / "photo.ppm").save(folder / "photo.png", dpi=DPI,
                                           icc_profile=swapped_profile())
     (folder / "photo.ppm").unlink()
     Image.new("RGB", (9000, 8000), (90, 120, 60)).save(folder / "large.png", dpi=DPI)
@@ -92,8 +91,8 @@ def folder(tmp_path_factory):
 
 
 @pytest.fixture(scope="module")
-def desk(gimp, display, folder):
-    desk = Desk(gimp, display, folder)
+def desk(gimp, display, folder, tmp_path_factory):
+    desk = Desk(gimp, display, folder, tmp_path_factory.mktemp("desk") / "log")
     yield desk
     desk.close()
 
@@ -110,7 +109,7 @@ def test_cancel_in_the_middle_keeps_the_old_file(desk, display, folder):
     wait_for("GIMP to end the plug-in", lambda: cancelled(desk, display, main, plug_in))
     assert (folder / "large.jpg").read_bytes() == OLD
     assert sorted(path.name for path in folder.iterdir()) == [
-        "large.jpg", "large.png", "log", "photo.png"]
+        "large.jpg", "large.png", "photo.png"]
 
 
 def cancelled(desk, display, main, plug_in):
@@ -130,12 +129,13 @@ def test_it_tells_the_size_and_exports_what_was_chosen(desk, display, folder, pr
     display.press("ctrl+a")
     display.enter("85\t")
     desk.estimate(len(program(photo, "--quality", "85")))
-    display.press("alt+p")
+    display.press("alt+g")
     wanted = program(photo, "--quality", "85", "--progressive")
     desk.estimate(len(wanted))
     keep_screenshot(display, window)
     display.press("alt+n", "ctrl+a")
-    display.enter(f"{folder}/chosen\n")
+    display.enter("chosen")
+    display.press("alt+e")
     desk.gone(TITLE)
     wait_for("the file", (folder / "chosen.jpg").exists)
     assert (folder / "chosen.jpg").read_bytes() == wanted
