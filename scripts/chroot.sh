@@ -13,6 +13,7 @@ fresh_chroot() {
     [ -d "$CHROOTS/base" ] || bootstrap
     remove_chroot "$1"
     cp -a "$CHROOTS/base" "$CHROOTS/$1"
+    find "$CHROOTS/archives" -name '*.deb' -exec ln -t "$CHROOTS/$1/var/cache/apt/archives" {} +
 }
 
 bootstrap() {
@@ -26,7 +27,10 @@ bootstrap() {
     mv "$CHROOTS/unfinished" "$CHROOTS/base"
 }
 
+# remove_chroot NAME: keeps what it fetched.
 remove_chroot() {
+    find "$CHROOTS/$1/var/cache/apt/archives" -maxdepth 1 -name '*.deb' \
+        -exec cp --link --no-clobber --target-directory="$CHROOTS/archives" {} + 2>/dev/null || true
     rm -rf --one-file-system "${CHROOTS:?}/$1"
 }
 
@@ -37,7 +41,6 @@ in_chroot() {
     unshare --mount --pid --fork --kill-child bash -c '
         root=$0
         mount -t proc proc "$root/proc"
-        mount --bind "$root/../archives" "$root/var/cache/apt/archives"
         exec env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 TERM=dumb \
             ${http_proxy:+http_proxy="$http_proxy"} DEBIAN_FRONTEND=noninteractive \
             chroot "$root" "$@"' "$root" "$@" </dev/null
