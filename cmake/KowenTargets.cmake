@@ -7,6 +7,9 @@ set(CMAKE_C_STANDARD 99)
 set(CMAKE_C_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
+# Where libraries are seen from a program: a path of this machine would leave its length behind in what
+# is installed, and builds in two folders would differ.
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
 # Reuse compiler results where the machine has ccache and nobody chose a launcher.
 find_program(KOWEN_CCACHE ccache)

@@ -58,6 +58,6 @@ list_sources() {
 # copy_sources FOLDER: what list_sources lists, with the same access for whatever the umask is.
 copy_sources() {
     mkdir -p "$1"
-    list_sources | tar --create --null --files-from=- --mode=go=rX,u+rw |
-        tar --extract --preserve-permissions --directory "$1"
+    list_sources | tar --create --null --files-from=- | tar --extract --directory "$1"
+    chmod -R u=rwX,go=rX "$1"
 }
