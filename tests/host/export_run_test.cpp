@@ -44,6 +44,8 @@ uint32_t RowsGivenUp(const Bitmap &bitmap) {
     return rows;
 }
 
+const HeadEdits kNoEdits; // the stream borrows it
+
 constexpr uint32_t kRowsInOnePage = 3;
 constexpr uint32_t kLeastRowsGivenUp = kRows - 2 * kRowsInOnePage;
 
@@ -59,7 +61,7 @@ TEST(RunExport, GivesUpThePixelsWhenItIsCancelled) {
         const KowenProgress given = {sizeof given, CancelAtOnce, &calls};
         Progress progress(&given);
         MemorySink sink;
-        EditedStream stream(&sink, {});
+        EditedStream stream(&sink, kNoEdits);
         int32_t code = 0;
         EXPECT_THROW(
             RunExport(Filter(), bitmap, CellOf(operation), {}, "a.jpg", &stream, &progress, &code),
@@ -73,7 +75,7 @@ TEST(RunExport, GivesUpThePixelsWhenTheOutputTakesNoMore) {
     const Bitmap bitmap = WhiteBitmap();
     Progress progress(nullptr);
     MemorySink sink(100);
-    EditedStream stream(&sink, {});
+    EditedStream stream(&sink, kNoEdits);
     int32_t code = 0;
     EXPECT_THROW(RunExport(Filter(), bitmap, CellOf(KOWEN_OPERATION_SEQUENTIAL), {}, "a.jpg",
                            &stream, &progress, &code),
@@ -85,7 +87,7 @@ TEST(RunExport, LeavesThePixelsOfAnExportThatGoesWell) {
     const Bitmap bitmap = WhiteBitmap();
     Progress progress(nullptr);
     MemorySink sink;
-    EditedStream stream(&sink, {});
+    EditedStream stream(&sink, kNoEdits);
     int32_t code = 0;
     RunExport(Filter(), bitmap, CellOf(KOWEN_OPERATION_SEQUENTIAL), {}, "a.jpg", &stream, &progress,
               &code);
