@@ -249,8 +249,7 @@ struct Tables {
     }
     const CodeTables *Codes(int component) const {
         const int number = component == 0 ? 0 : 1;
-        return FindCodeTables(env->huffmanTable[kDcLuminance + number],
-                              env->huffmanTable[kAcLuminance + number]);
+        return CodeTablesFor(operation, number);
     }
 
     int operation;

@@ -6,7 +6,6 @@
 #include "jpeg/bands.h"
 #include "jpeg/bit_output.h"
 #include "jpeg/compress_env.h"
-#include "jpeg/huffman_tables.h"
 #include "jpeg/map_colors.h"
 #include "jpeg/quant_tables.h"
 #include "jpeg/row_feeding.h"
@@ -151,13 +150,6 @@ int32_t BeginCellBitmap(FileHandle output, uint32_t width, uint32_t height, int3
     if (env->operation == KOWEN_OPERATION_SEQUENTIAL)
         WriteSHdr(output, setup->header.componentCount, 0, 0, 63, 0, 0);
 
-    // Hardened: without its tables the picture goes on as without an environment.
-    // Test: BeginCellBitmap.WithoutItsTablesThereIsNoEnvironment.
-    if (AllocMem(env->huffmanHandle, env->huffmanTable) != 0) {
-        FreeCompressEnv(handle);
-        return kTopDown;
-    }
-    CreateCodes(env->huffmanTable, env->operation);
     GlobalUnlock(handle);
     *environment = handle;
     return kTopDown;

@@ -74,8 +74,8 @@ uint32_t RoundedUp(uint32_t value, uint32_t unit) {
 ComponentBlocks Coded(const ChunkBlocks &blocks, uint32_t blocksInMcu, CompressEnv &env,
                       int component) {
     const bool luminance = component == 0;
-    return {blocks.coefficients, blocks.nonZero, blocksInMcu, CodeTablesOf(env, luminance ? 0 : 1),
-            &env.dcPredictor[component]};
+    return {blocks.coefficients, blocks.nonZero, blocksInMcu,
+            CodeTablesFor(env.operation, luminance ? 0 : 1), &env.dcPredictor[component]};
 }
 
 // Prefetches the pixels of the next chunk while this one is coded.

@@ -1,38 +1,24 @@
 #include "jpeg/code_tables.h"
 
+#include "jpeg/huffman_entry.h"
 #include "jpeg/huffman_tables.h"
-
-#include <cstddef>
+#include "kowen/codes.h"
 
 namespace kowen {
 
 namespace {
 
-constexpr std::size_t kCapacity = 4;
 constexpr int32_t kMaxDifference = 2047;
 static_assert(kDifferences == kDcDifferences);
 
-struct Slot {
+// Of one operation: for luminance and for chrominance.
+struct BuiltTables {
     bool isBuilt;
-    HuffmanEntry dcCodes[kDcCategories];
-    HuffmanEntry acCodes[kAcSymbols];
-    CodeTables tables;
+    CodeTables tables[2];
 };
 
-constinit Slot slots[kCapacity] = {};
-constinit std::size_t nextSlot = 0;
-
-bool AreSame(const HuffmanEntry *a, const HuffmanEntry *b, std::size_t count) {
-    uint32_t difference = 0; // no early end: the lists are nearly always the same
-    for (std::size_t i = 0; i < count; ++i)
-        difference |= (a[i].code ^ b[i].code) | static_cast<uint32_t>(a[i].length ^ b[i].length);
-    return difference == 0;
-}
-
-void Copy(HuffmanEntry *to, const HuffmanEntry *from, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i)
-        to[i] = from[i];
-}
+constinit BuiltTables sequentialTables = {};
+constinit BuiltTables otherTables = {};
 
 // A code and the appended bits of a value of its category (T.81 F.1.2.1.1).
 PackedCode WithValue(const HuffmanEntry &entry, int32_t value, int32_t category) {
@@ -66,23 +52,27 @@ void BuildCoefficients(CodeTables &tables, const HuffmanEntry *acCodes) {
         tables.ofSymbol[symbol] = Packed(acCodes[symbol].code, acCodes[symbol].length);
 }
 
+void Build(BuiltTables &built, int32_t operation) {
+    HuffmanEntry dc[2][kDcCategories + 1] = {};
+    HuffmanEntry ac[2][kAcSymbols + 1] = {};
+    HuffmanEntry *const codes[] = {dc[0], dc[1], ac[0], ac[1]};
+    CreateCodes(codes, operation);
+    for (int number = 0; number < 2; ++number) {
+        BuildDifferences(built.tables[number], dc[number]);
+        BuildDcCategories(built.tables[number], dc[number]);
+        BuildCoefficients(built.tables[number], ac[number]);
+    }
+    built.isBuilt = true;
+}
+
 } // namespace
 
-const CodeTables *FindCodeTables(const HuffmanEntry *dcCodes,
-                                 const HuffmanEntry *acCodes) noexcept {
-    for (const Slot &slot : slots)
-        if (slot.isBuilt && AreSame(slot.dcCodes, dcCodes, kDcCategories) &&
-            AreSame(slot.acCodes, acCodes, kAcSymbols))
-            return &slot.tables;
-    Slot &slot = slots[nextSlot];
-    nextSlot = (nextSlot + 1) % kCapacity;
-    slot.isBuilt = true;
-    Copy(slot.dcCodes, dcCodes, kDcCategories);
-    Copy(slot.acCodes, acCodes, kAcSymbols);
-    BuildDifferences(slot.tables, dcCodes);
-    BuildDcCategories(slot.tables, dcCodes);
-    BuildCoefficients(slot.tables, acCodes);
-    return &slot.tables;
+const CodeTables *CodeTablesFor(int32_t operation, int32_t number) noexcept {
+    const bool sequential = operation == KOWEN_OPERATION_SEQUENTIAL;
+    BuiltTables &built = sequential ? sequentialTables : otherTables;
+    if (!built.isBuilt)
+        Build(built, operation);
+    return &built.tables[number];
 }
 
 } // namespace kowen

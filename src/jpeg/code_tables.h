@@ -1,8 +1,6 @@
 // Huffman codes as the entropy kernels look them up.
 #pragma once
 
-#include "jpeg/huffman_entry.h"
-
 #include <cstdint>
 
 namespace kowen {
@@ -40,11 +38,9 @@ struct CodeTables {
     PackedCode ofDcCategory[kDcCodes];
 };
 
-/// The lookup tables of two code tables, built once and cached by the process: the filter has two
-/// pairs for each operation.
+/// The lookup tables of an operation's codes, as CreateCodes makes them; built once by the process.
 ///
-/// dcCodes  12 entries by category.
-/// acCodes  256 entries by symbol.
-const CodeTables *FindCodeTables(const HuffmanEntry *dcCodes, const HuffmanEntry *acCodes) noexcept;
+/// number  0 luminance, 1 chrominance.
+const CodeTables *CodeTablesFor(int32_t operation, int32_t number) noexcept;
 
 } // namespace kowen

@@ -2,9 +2,7 @@
 #pragma once
 
 #include "io/file_handle.h"
-#include "jpeg/code_tables.h"
 #include "jpeg/huffman_entry.h"
-#include "jpeg/quantize.h"
 
 #include <cstdint>
 
@@ -38,7 +36,7 @@ struct CompressEnv {
     uint8_t bitMask;     ///< the bit to fill next; 128 when the pending byte is empty
     int16_t dcPredictor[kComponents];
     uint16_t quantTable[kQuantTables][kBlockSize]; ///< row-major; never 0 once SetQTable ran
-    HuffmanEntry *huffmanTable[kHuffmanTables];    ///< locked; see HuffmanSlot
+    HuffmanEntry *huffmanTable[kHuffmanTables];    ///< locked, or null in exports; see HuffmanSlot
     SamplingFactor sampling[kComponents];
     uint32_t componentCount; ///< 3 or 1; 0 for a colour format that is not known
     int32_t colorFormat;
@@ -60,12 +58,6 @@ struct CompressEnv {
     uint32_t outputCapacity; ///< bytes
     int16_t quality;         ///< 1 to 100
     MemoryHandle huffmanHandle[kHuffmanTables];
-
-    // Derived from quantTable on first use; see QuantDivisors.
-    QuantDivisors divisors[kQuantTables];
-
-    // Of the Huffman tables, on first use; the process's own. See CodeTablesOf.
-    const CodeTables *codeTables[2];
 };
 
 /// What an environment is made for, as codes of the interface.
@@ -90,6 +82,7 @@ int32_t FindWidthHeightMCU(uint32_t *paddedWidth, uint32_t *paddedHeight, uint32
 
 /// Allocates and locks the six Huffman tables. handles and tables have six places each.
 /// Returns 0; -1 when one fails: those already made are freed and every place is cleared.
+/// Not on the export path, whose codes are looked up in CodeTables.
 int32_t AllocMem(MemoryHandle *handles, HuffmanEntry **tables) noexcept;
 
 /// Frees the Huffman tables, a band buffer that is still there, and the environment itself.

@@ -6,14 +6,6 @@
 
 namespace kowen {
 
-const CodeTables *CodeTablesOf(CompressEnv &env, int number) noexcept {
-    const CodeTables *&tables = env.codeTables[number];
-    if (tables == nullptr)
-        tables = FindCodeTables(env.huffmanTable[kDcLuminance + number],
-                                env.huffmanTable[kAcLuminance + number]);
-    return tables;
-}
-
 EntropyOutput::EntropyOutput(CompressEnv &env, uint32_t &fillCount) noexcept
     : env_(env), fillCount_(fillCount), kernels_(ActiveKernels()) {
     sink_.pending = static_cast<uint32_t>(std::countl_zero(env.bitMask)) % 8;

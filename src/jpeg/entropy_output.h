@@ -8,9 +8,6 @@
 
 namespace kowen {
 
-/// The lookup tables of the environment's codes. number: 0 luminance, 1 chrominance.
-const CodeTables *CodeTablesOf(CompressEnv &env, int number) noexcept;
-
 /// Takes over the environment's bit state from construction to End; between the two the
 /// environment's own is not valid. After a failed growth of the buffer, which loses it, coding goes
 /// on into a place that is thrown away, so that the bit state stays consistent.

@@ -28,8 +28,8 @@ extern const uint8_t HuffVal2[kProgressiveAcSymbols];
 /// Returns 0, -1 if a table could not be built (with the constant lists that cannot happen).
 int32_t CreateTblsFor(HuffmanEntry *const *tables, int32_t operation) noexcept;
 
-/// The first four of them, by category and by symbol: what an export needs, whose kernels look
-/// differences up in CodeTables. Returns as CreateTblsFor.
+/// The first four of them, by category and by symbol, of which CodeTables are made. Returns as
+/// CreateTblsFor.
 int32_t CreateCodes(HuffmanEntry *const *tables, int32_t operation) noexcept;
 
 /// Returns the magnitude category of v: 0 for 0, n from 1 to 11 for 2^(n-1) <= |v| < 2^n,

@@ -148,7 +148,7 @@ void CodeDcScan(const Store &store, CompressEnv &env, uint32_t &fillCount) {
     ComponentDcs components[kComponents];
     for (int c = 0; c < kComponents; ++c)
         components[c] = {store.component[c].dcs, store.component[c].blocksInMcu,
-                         CodeTablesOf(env, c == 0 ? 0 : 1), &env.dcPredictor[c]};
+                         CodeTablesFor(env.operation, c == 0 ? 0 : 1), &env.dcPredictor[c]};
     EntropyOutput output(env, fillCount);
     output.CodeDcs(components, kComponents, store.mcusAcross * store.mcusDown);
     output.End();
@@ -181,7 +181,7 @@ void CodeAcScan(const Store &store, CompressEnv &env, uint32_t &fillCount, int c
     const uint64_t *nonZero = component.nonZero;
     const int16_t *packed = component.packed;
     EntropyOutput output(env, fillCount);
-    AcScan scan = {CodeTablesOf(env, c == 0 ? 0 : 1), 0};
+    AcScan scan = {CodeTablesFor(env.operation, c == 0 ? 0 : 1), 0};
     for (uint32_t row = 0; across != 0 && row < store.mcusDown; ++row, nonZero += across) {
         output.CodeAcs(scan, nonZero, packed, across - skipped);
         packed += PackedCount(nonZero + across - skipped, skipped);

@@ -37,6 +37,9 @@ void MakeDivisor(QuantDivisors &divisors, int i, uint32_t q) {
     divisors.shift[i] = static_cast<int16_t>(-1 - static_cast<int32_t>(k));
 }
 
+// The process's: those of a picture serve the next one of its quality.
+constinit QuantDivisors lastDivisors[kQuantTables] = {};
+
 } // namespace
 
 int32_t QuantizeBlock(int16_t *block, const CompressEnv *env, int32_t number) noexcept {
@@ -45,8 +48,8 @@ int32_t QuantizeBlock(int16_t *block, const CompressEnv *env, int32_t number) no
     return 0;
 }
 
-const QuantDivisors &Divisors(CompressEnv *env, int32_t number) noexcept {
-    QuantDivisors &divisors = env->divisors[number];
+const QuantDivisors &Divisors(const CompressEnv *env, int32_t number) noexcept {
+    QuantDivisors &divisors = lastDivisors[number];
     const uint16_t *quantTable = env->quantTable[number];
     const bool made = divisors.scale[0] != 0;
     if (made && std::memcmp(divisors.quantTable, quantTable, sizeof(divisors.quantTable)) == 0)

@@ -42,8 +42,9 @@ struct QuantDivisors {
 /// Not on the export path.
 int32_t QuantizeBlock(int16_t *block, const CompressEnv *env, int32_t number) noexcept;
 
-/// Returns the divisors of a table of the environment, rebuilt if the table has changed. Its
-/// quantisers are never 0.
-const QuantDivisors &Divisors(CompressEnv *env, int32_t number) noexcept;
+/// Returns the divisors of a table of the environment, whose quantisers are never 0; they hold
+/// until those of another table are asked for. Rebuilt when that is not the last one that had the
+/// number.
+const QuantDivisors &Divisors(const CompressEnv *env, int32_t number) noexcept;
 
 } // namespace kowen

@@ -144,25 +144,6 @@ TEST(BeginCellBitmap, WithoutAnEnvironmentNothingIsWritten) {
     EXPECT_TRUE(output.Bytes().empty());
 }
 
-TEST(BeginCellBitmap, WithoutItsTablesThereIsNoEnvironment) {
-    const CurrentSetup setup;
-    const PixelBlock pixels(MakeNoise(8, 8));
-    for (int k = 2; k <= 7; ++k) {
-        const HostOutput output;
-        MemoryHandle environment = 5;
-        {
-            const FailingMemory memory(k);
-            EXPECT_EQ(BeginCellBitmap(output.File(), 8, 8, 24, nullptr, &environment), 1);
-            EXPECT_TRUE(memory.Failed()) << k;
-        }
-        EXPECT_EQ(environment, 0u) << k;
-        const Bytes begun = output.Bytes();
-        EXPECT_EQ(WriteCellBits(output.File(), pixels.Handle(), 8, 8, 24, 1, environment), 0);
-        EXPECT_EQ(EndCellBitmap(output.File(), environment), 0);
-        EXPECT_EQ(output.Bytes(), begun);
-    }
-}
-
 TEST(BeginCellBitmap, WithoutASetupThereIsNoEnvironment) {
     ASSERT_EQ(lpRaster, nullptr);
     const HostOutput output;

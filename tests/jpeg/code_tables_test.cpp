@@ -19,11 +19,6 @@ std::string BitsOf(PackedCode code) {
     return bits;
 }
 
-const CodeTables &BuiltTables(const PictureEnv &env, int number) {
-    return *FindCodeTables(env->huffmanTable[kDcLuminance + number],
-                           env->huffmanTable[kAcLuminance + number]);
-}
-
 PackedCode ShortCode(const CodeTables &tables, uint32_t run, int32_t coefficient) {
     return tables
         .ofCoefficient[run * kShortCoefficients + static_cast<uint32_t>(coefficient + kShortReach)];
@@ -32,8 +27,7 @@ PackedCode ShortCode(const CodeTables &tables, uint32_t run, int32_t coefficient
 TEST(CodeTables, CoefficientsAreWhatTheyAreCodedAs) {
     for (const int32_t operation : {245, 246})
         for (const int number : {0, 1}) {
-            const PictureEnv env(212, operation, 75, 16, 8);
-            const CodeTables &tables = BuiltTables(env, number);
+            const CodeTables &tables = *CodeTablesFor(operation, number);
             for (uint32_t run = 0; run < kShortRuns; ++run)
                 for (int32_t c = -kShortReach; c < kShortReach; ++c) {
                     if (c == 0)
@@ -51,8 +45,7 @@ TEST(CodeTables, CoefficientsAreWhatTheyAreCodedAs) {
 
 TEST(CodeTables, DifferencesAreWhatTheyAreCodedAs) {
     for (const int number : {0, 1}) {
-        const PictureEnv env(212, 245, 75, 16, 8);
-        const CodeTables &tables = BuiltTables(env, number);
+        const CodeTables &tables = *CodeTablesFor(245, number);
         for (int32_t d = -2047; d <= 2047; ++d) {
             PictureEnv plain(212, 245, 75, 16, 8);
             uint32_t count = 0;
@@ -66,8 +59,7 @@ TEST(CodeTables, DifferencesAreWhatTheyAreCodedAs) {
 // T.81 table K.5: run 0, size 1 is 00, and the coefficient 1 appends 1, -1 appends 0; the end of a
 // block is 1010, 16 zeros are 11111111001. K.3 for the DC.
 TEST(CodeTables, LuminanceCodesAreThoseOfTheStandard) {
-    const PictureEnv env(212, 245, 75, 16, 8);
-    const CodeTables &tables = BuiltTables(env, 0);
+    const CodeTables &tables = *CodeTablesFor(245, 0);
     EXPECT_EQ(BitsOf(ShortCode(tables, 0, 1)), "001");
     EXPECT_EQ(BitsOf(ShortCode(tables, 0, -1)), "000");
     EXPECT_EQ(BitsOf(ShortCode(tables, 0, 0)), "1010");
@@ -82,28 +74,15 @@ TEST(CodeTables, LuminanceCodesAreThoseOfTheStandard) {
         EXPECT_EQ(tables.ofDcCategory[category], 0u) << category;
 }
 
-TEST(CodeTables, OfTheSameCodesAreBuiltOnce) {
-    const PictureEnv first(212, 245, 75, 16, 8);
-    const PictureEnv second(212, 245, 30, 16, 8);
-    EXPECT_EQ(&BuiltTables(first, 0), &BuiltTables(second, 0));
-    EXPECT_NE(&BuiltTables(first, 0), &BuiltTables(first, 1));
-}
-
-// More pairs of lists than are cached: the tables are those of the list all the same.
-TEST(CodeTables, EveryListHasTablesOfItsOwn) {
-    const PictureEnv env(212, 245, 75, 16, 8);
-    for (int round = 0; round < 2; ++round)
-        for (uint32_t list = 0; list < 6; ++list) {
-            HuffmanEntry dc[12] = {};
-            HuffmanEntry ac[256] = {};
-            dc[0] = {list, 3};
-            ac[0] = {list, 4};
-            const CodeTables &tables = *FindCodeTables(dc, ac);
-            EXPECT_EQ(tables.ofDifference[0], list << 29 | 3);
-            EXPECT_EQ(tables.ofSymbol[0], list << 28 | 4);
-            ac[0].length = 5;
-            EXPECT_EQ(FindCodeTables(dc, ac)->ofSymbol[0], list << 27 | 5);
-        }
+// T.81 tables K.5 and K.6: a run of 15 before size 10 has a code of 16 bits, the end-of-band runs
+// of progressive files follow it.
+TEST(CodeTables, EachOperationHasItsOwn) {
+    EXPECT_EQ(CodeTablesFor(245, 0), CodeTablesFor(245, 0));
+    EXPECT_NE(CodeTablesFor(245, 0), CodeTablesFor(245, 1));
+    EXPECT_NE(CodeTablesFor(245, 0), CodeTablesFor(246, 0));
+    EXPECT_EQ(CodeTablesFor(245, 0)->ofSymbol[0x10], 0u) << "EOB1 is a code of progressive files";
+    EXPECT_EQ(CodeTablesFor(246, 0)->ofSymbol[0x10] & kLengthMask, 16u);
+    EXPECT_EQ(CodeTablesFor(247, 0), CodeTablesFor(246, 0)) << "any other than the sequential one";
 }
 
 } // namespace

@@ -77,8 +77,7 @@ void Append(std::vector<uint8_t> &all, const std::vector<uint8_t> &more) {
 }
 
 const CodeTables *TablesOf(const PictureEnv &env, int number) {
-    return FindCodeTables(env->huffmanTable[kDcLuminance + number],
-                          env->huffmanTable[kAcLuminance + number]);
+    return CodeTablesFor(env->operation, number);
 }
 
 class EntropyKernelVariant : public testing::TestWithParam<const Kernels *> {};

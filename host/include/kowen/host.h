@@ -140,7 +140,7 @@ typedef enum KowenPixelFormat {
     KOWEN_PIXEL_GREY = 3, /**< 1 byte, 0 black */
     KOWEN_PIXEL_INDEXED = 4,    /**< 1 byte, an index into the palette */
     KOWEN_PIXEL_BILEVEL = 5,    /**< 1 bit, the leftmost pixel in the top bit: an index into the
-                                     palette; without one 0 is black, 1 white */
+                                     palette; 0 is black and 1 white when there is no palette */
     KOWEN_PIXEL_GREY_ALPHA = 6, /**< 2 bytes: grey, alpha */
     KOWEN_PIXEL_BGRA = 7        /**< 4 bytes: blue, green, red, alpha */
 } KowenPixelFormat;
@@ -194,7 +194,17 @@ typedef struct KowenSettings KowenSettings;
 
 /** Makes settings that have every default; null when memory is exhausted. */
 KOWEN_HOST_API KowenSettings *KowenNewSettings(void);
+
+/**
+ * Copies settings, what was set and what came from a profile included. The copy lives on its own.
+ *
+ * settings  to copy; not null.
+ *
+ * Returns the copy, owned by the caller until KowenFreeSettings; null when memory is exhausted.
+ */
 KOWEN_HOST_API KowenSettings *KowenCopySettings(const KowenSettings *settings);
+
+/** Frees settings; null does nothing. Pictures that were prepared with them do not need them. */
 KOWEN_HOST_API void KowenFreeSettings(KowenSettings *settings);
 
 /**
@@ -367,6 +377,7 @@ KOWEN_HOST_API int32_t KowenExportPrepared(KowenPrepared *prepared, const KowenS
                                            KowenOutput *output, const KowenProgress *progress,
                                            KowenResult *result);
 
+/** Frees a prepared picture; null does nothing. Before its module is closed, from no callback. */
 KOWEN_HOST_API void KowenFreePrepared(KowenPrepared *prepared);
 
 #ifdef __cplusplus
