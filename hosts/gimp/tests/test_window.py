@@ -179,3 +179,13 @@ def test_a_file_that_is_no_jpeg_stays_and_the_window_too(desk, display, folder):
     desk.gone(TITLE)
     assert chosen.read_text() == "no picture"
     assert desk.process.poll() is None
+
+
+def test_the_settings_are_kept_for_the_next_gimp(desk, display, gimp):
+    display.window("photo.*GIMP")
+    display.press("ctrl+q")
+    wait_for("GIMP to end", lambda: desk.process.poll() is not None)
+    written = (gimp.profile / "parasiterc").read_text()
+    kept = re.sub(r"\\([0-7]+)", lambda code: chr(int(code[1], 8)), written)
+    assert '(parasite "kowen-settings" 1' in kept
+    assert "progressive=yes\nquality=85\n" in kept
