@@ -191,8 +191,8 @@ private:
     [[gnu::noinline]] void LookUpValues() {
         for (uint32_t i = 0; i < symbols_.count; i += 16)
             FindPlaces(symbols_, i);
-        for (uint32_t i = 0; i < symbols_.count; i += 4)
-            for (uint32_t j = i; j < i + 4; ++j)
+        for (uint32_t i = 0; i < symbols_.count; i += 8)
+            for (uint32_t j = i; j < i + 8; ++j)
                 symbols_.value[j] = symbols_.blocks[symbols_.valuePlace[j]];
     }
 
@@ -203,8 +203,8 @@ private:
             StoreVector(symbols_.codePlace + i,
                         _mm256_add_epi16(category, LoadVector(symbols_.codePlace + i)));
         }
-        for (uint32_t i = 0; i < symbols_.count; i += 4)
-            for (uint32_t j = i; j < i + 4; ++j)
+        for (uint32_t i = 0; i < symbols_.count; i += 8)
+            for (uint32_t j = i; j < i + 8; ++j)
                 symbols_.code[j] = codes_[symbols_.codePlace[j]];
         EndWithZeros(symbols_.code + symbols_.count);
         EndWithZeros(symbols_.value + symbols_.count);
