@@ -42,7 +42,7 @@ function bars(class, y,   i, name, long) {
         y += step
         long = ratio_of[class, name] * unit
         text(left - 8, y, "end", label[name])
-        printf "<rect x=\"%d\" y=\"%.1f\" width=\"%.1f\" height=\"12\" rx=\"2\"/>\n", left, y - 10, long
+        printf "<rect x=\"%d\" y=\"%.1f\" width=\"%.1f\" height=\"12\" rx=\"2\" fill=\"#2f6fb3\"/>\n", left, y - 10, long
         text(left + long + 6, y, "", sprintf("%.2f", ratio_of[class, name]))
     }
 }
