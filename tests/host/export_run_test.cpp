@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 
 namespace kowen::host {
 namespace {
@@ -92,6 +93,84 @@ TEST(RunExport, LeavesThePixelsOfAnExportThatGoesWell) {
     RunExport(Filter(), bitmap, CellOf(KOWEN_OPERATION_SEQUENTIAL), {}, "a.jpg", &stream, &progress,
               &code);
     EXPECT_EQ(RowsGivenUp(bitmap), 0U);
+}
+
+// What another module might write: SOI, a frame header of 8 x 8 pixels and one component, a scan of
+// one byte, EOI. It has no JFIF header.
+const std::vector<uint8_t> kForeign = {0xFF, 0xD8,                                          // SOI
+                                       0xFF, 0xC0, 0, 11, 8, 0, 8, 0, 8,  1, 1,    0x11, 0, // SOF0
+                                       0xFF, 0xDA, 0, 8,  1, 1, 0, 0, 63, 0, 0x12, 0xFF,    // SOS
+                                       0xD9};                                               // EOI
+
+HostIoProcedure givenIo = nullptr;
+
+int32_t TakeIo(MemoryHandle, int32_t, uint32_t, const void *procedure, void *, int32_t) {
+    givenIo = reinterpret_cast<HostIoProcedure>(const_cast<void *>(procedure));
+    return 0;
+}
+
+int32_t WriteForeign(const char *, BitmapRecord *, const CellRecord *, const HostRecord *host) {
+    const uintptr_t context = host->exportRecord->ioContext;
+    std::vector<uint8_t> bytes = kForeign;
+    givenIo(context, KOWEN_IO_WRITE, bytes.data(), static_cast<int32_t>(bytes.size()));
+    return KOWEN_OK;
+}
+
+// Runs the export of a module that writes the foreign stream. Returns the failure's code, or 0.
+int32_t RunForeign(const HeadEdits &edits, MemorySink *sink, std::string *message) {
+    FilterModule module(KOWEN_MODULE);
+    module.escapeSetup = TakeIo;
+    module.exportCellData = WriteForeign;
+    Progress progress(nullptr);
+    EditedStream stream(sink, edits);
+    int32_t code = 0;
+    try {
+        RunExport(module, WhiteBitmap(), CellOf(KOWEN_OPERATION_SEQUENTIAL), {}, "a.jpg", &stream,
+                  &progress, &code);
+    } catch (const Failure &failure) {
+        *message = failure.what();
+        return failure.Code();
+    }
+    return KOWEN_HOST_OK;
+}
+
+TEST(RunExport, FailsWhenTheHeadCannotBeChanged) {
+    HeadEdits height, metadata;
+    height.height = 7;
+    metadata.segments = {0xFF, 0xFE, 0, 3, 'x'};
+    for (const HeadEdits &edits : {height, metadata}) {
+        MemorySink sink;
+        std::string message;
+        EXPECT_EQ(RunForeign(edits, &sink, &message), KOWEN_HOST_ERR_EXPORT);
+        EXPECT_EQ(message,
+                  "a.jpg: the head of what the module writes is not as this library knows it, so "
+                  "size, resolution and metadata cannot be put there; use the module that belongs "
+                  "to this library");
+        EXPECT_EQ(sink.Size(), 0U);
+    }
+}
+
+TEST(RunExport, LeavesAHeadAloneThatNothingIsToBeChangedIn) {
+    MemorySink sink;
+    std::string message;
+    EXPECT_EQ(RunForeign(kNoEdits, &sink, &message), KOWEN_HOST_OK) << message;
+    EXPECT_EQ(std::vector<uint8_t>(sink.Data(), sink.Data() + sink.Size()), kForeign);
+}
+
+// A head that does not end is not kept for ever.
+TEST(EditedStream, GivesUpAHeadThatIsTooLong) {
+    HeadEdits edits;
+    edits.eightBits = true;
+    MemorySink sink;
+    EditedStream stream(&sink, edits);
+    std::vector<uint8_t> piece = {0xFF, 0xD8, 0xFF, 0xE2, 0xFF, 0xFF}; // a segment of 65535 bytes
+    piece.resize(65535);
+    EXPECT_EQ(stream.Write(piece.data(), piece.size()), 0);
+    EXPECT_FALSE(stream.HeadUnknown());
+    EXPECT_NE(stream.Write(piece.data(), 1), 0);
+    EXPECT_TRUE(stream.HeadUnknown());
+    EXPECT_NE(stream.Finish(), 0);
+    EXPECT_EQ(sink.Size(), 0U);
 }
 
 } // namespace

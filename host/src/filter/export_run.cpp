@@ -89,6 +89,12 @@ void CheckOutcome(const std::string &name, const EditedStream &stream, const Pro
                   int32_t moduleCode) {
     if (progress.Cancelled() || stream.Error() == ECANCELED)
         FailCancelled();
+    if (stream.HeadUnknown())
+        throw Failure(KOWEN_HOST_ERR_EXPORT,
+                      name +
+                          ": the head of what the module writes is not as this library knows it, "
+                          "so size, resolution and metadata cannot be put there; use the module "
+                          "that belongs to this library");
     if (stream.Error() == ENOMEM)
         throw Failure(KOWEN_HOST_ERR_MEMORY, name + ": not enough memory for the file", ENOMEM);
     if (stream.Error() != 0)

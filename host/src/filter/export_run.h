@@ -14,7 +14,8 @@ namespace kowen::host {
 /// progress  is told every few rows; once it does not go on, the filter is stopped.
 ///
 /// Throws Failure when the progress callback cancelled, the stream failed, the module refused, or
-/// what it wrote is no whole JPEG: the module itself does not tell. `name` is for messages,
+/// what it wrote is no whole JPEG or has a head that cannot be changed: the module itself does not
+/// tell. `name` is for messages,
 /// `moduleCode` receives what the module returned.
 void RunExport(const FilterModule &module, const Bitmap &bitmap, const CellPlan &plan,
                const Page &page, const std::string &name, EditedStream *stream, Progress *progress,

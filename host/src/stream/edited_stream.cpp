@@ -21,7 +21,11 @@ int EditedStream::Write(const uint8_t *bytes, size_t count) noexcept {
         head.insert(head.end(), bytes, bytes + count);
         if (!HeadIsWhole(head) && head.size() < kLongestHead)
             return 0;
-        EditHead(edits, &head);
+        if (!EditHead(edits, &head) && edits.Any()) {
+            headUnknown = true;
+            error = EBADMSG;
+            return error;
+        }
     } catch (const std::bad_alloc &) {
         error = ENOMEM;
         return error;

@@ -22,6 +22,9 @@ public:
     int Finish() noexcept;
 
     int Error() const { return error; }
+
+    /// Whether the error is that the head cannot be changed: it is not as the filter writes it.
+    bool HeadUnknown() const { return headUnknown; }
     const JpegWatch &Watch() const { return watch; }
 
 private:
@@ -31,6 +34,7 @@ private:
     const HeadEdits &edits;
     std::vector<uint8_t> head; ///< kept back until it is whole
     bool inHead = true;
+    bool headUnknown = false;
     int error = 0;
     JpegWatch watch;
 };

@@ -26,6 +26,8 @@ struct HeadEdits {
 
     /// Whole segments to stand behind the JFIF header.
     std::vector<uint8_t> segments;
+
+    bool Any() const { return height || eightBits || xDpi || yDpi || !segments.empty(); }
 };
 
 /// Whether the bytes go on to the first start-of-scan marker.
