@@ -1,34 +1,10 @@
 // Pictures in, JPEGs out, seen by two decoders.
-#include "saving.h"
-
-#include "support/jpeg_decode.h"
-#include "support/second_decoder.h"
+#include "looking.h"
 
 #include <cmath>
 
 namespace kowen::test {
 namespace {
-
-// What both decoders make of a file; they must agree about its size and components.
-struct Seen {
-    DecodedJpeg first;
-    SecondDecoded second;
-};
-
-Seen Look(const Saved &saved) {
-    EXPECT_EQ(saved.code, KOWEN_HOST_OK) << saved.result.message;
-    EXPECT_EQ(saved.result.bytes, saved.bytes.size());
-    Seen seen = {DecodeJpeg(saved.bytes), DecodeOtherwise(saved.bytes)};
-    EXPECT_TRUE(seen.first.Clean()) << seen.first.error;
-    EXPECT_EQ(seen.second.error, "");
-    EXPECT_EQ(seen.first.width, seen.second.width);
-    EXPECT_EQ(seen.first.height, seen.second.height);
-    EXPECT_EQ(seen.first.components, seen.second.components);
-    EXPECT_EQ(static_cast<int>(saved.result.width), seen.first.width);
-    EXPECT_EQ(static_cast<int>(saved.result.height), seen.first.height);
-    EXPECT_EQ(static_cast<int>(saved.result.components), seen.first.components);
-    return seen;
-}
 
 // Whether both show the pixels that went in, each channel within a tolerance.
 void ExpectPixels(const Seen &seen, const std::vector<uint8_t> &pixels, int tolerance) {
@@ -202,14 +178,25 @@ TEST(KowenSave, StatesTheResolutionThatThePictureHas) {
     const OpenedModule module;
     const std::vector<uint8_t> pixels = Flat(55, 55, 9, 9, 9);
     KowenPicture picture = RgbPicture(pixels, 55, 55);
-    for (const auto &[x, y] : {std::pair{75.0, 75.0}, std::pair{1200.0, 600.0},
-                               std::pair{71.98, 72.02}, std::pair{20.0, 20.0}}) {
+    struct Case {
+        double xDpi, yDpi;
+        std::vector<uint8_t> stated; // X and Y density
+    };
+    for (const auto &[x, y, stated] :
+         {Case{75, 75, {0, 75, 0, 75}}, Case{1200, 600, {4, 176, 2, 88}}, // 4 * 256 + 176
+          Case{71.98, 72.02, {0, 72, 0, 72}}, Case{20, 20, {0, 20, 0, 20}}}) {
         picture.xDpi = x;
         picture.yDpi = y;
-        const Seen seen = Look(Save(module, picture));
+        const Saved saved = Save(module, picture);
+        const Seen seen = Look(saved);
         EXPECT_EQ(seen.first.densityUnit, 1);
         EXPECT_EQ(seen.first.xDensity, std::lround(x));
         EXPECT_EQ(seen.first.yDensity, std::lround(y));
+        // The second decoder reads no resolution: the header's own bytes stand for it.
+        std::vector<uint8_t> header = {0, 16, 'J', 'F', 'I', 'F', 0, 1, 2, 1};
+        header.insert(header.end(), stated.begin(), stated.end());
+        header.insert(header.end(), {0, 0}); // no thumbnail
+        EXPECT_EQ(Segments(saved.bytes, 0xE0), std::vector<std::vector<uint8_t>>{header});
         EXPECT_EQ(seen.first.width, 55);
         EXPECT_EQ(seen.first.height, 55);
     }
@@ -338,6 +325,37 @@ TEST(KowenExportPrepared, ExportsAnyNumberOfTimes) {
     }
     KowenFreePrepared(prepared);
     KowenFreePrepared(nullptr);
+}
+
+TEST(KowenPrepare, CopiesAllOfThePicture) {
+    const OpenedModule module;
+    std::vector<uint8_t> indexes(64, 1), palette = {0, 0, 0, 90, 120, 150}, opaque = {255, 255};
+    std::string comment = "Sea";
+    KowenPicture picture = PictureOf(KOWEN_PIXEL_INDEXED, indexes, 8, 8);
+    picture.palette = palette.data();
+    picture.paletteAlpha = opaque.data();
+    picture.paletteSize = 2;
+    picture.comment = comment.c_str();
+    const SettingList list = {{"comment", "keep"}};
+    const std::vector<uint8_t> expected = Save(module, picture, list).bytes;
+    KowenPrepared *prepared = nullptr;
+    {
+        const SomeSettings settings(list);
+        prepared = KowenPrepare(module, &picture, settings, nullptr, nullptr);
+    }
+    ASSERT_NE(prepared, nullptr);
+    for (std::vector<uint8_t> *bytes : {&indexes, &palette, &opaque})
+        std::fill(bytes->begin(), bytes->end(), uint8_t{0});
+    comment.assign("---");
+    picture = {};
+    const SomeSettings settings(list);
+    KowenOutput output = {};
+    output.size = sizeof output;
+    ASSERT_EQ(KowenExportPrepared(prepared, settings, &output, nullptr, nullptr), KOWEN_HOST_OK);
+    const auto *bytes = static_cast<const uint8_t *>(output.memory);
+    EXPECT_EQ(std::vector<uint8_t>(bytes, bytes + output.memorySize), expected);
+    KowenFree(output.memory);
+    KowenFreePrepared(prepared);
 }
 
 } // namespace
