@@ -114,6 +114,7 @@ TEST(Callbacks, AreRefusedWhenTheyCallAgain) {
     struct Context {
         KowenModule *module;
         int32_t save = -1, prepare = -1;
+        uint32_t version = 0;
         bool opened = true;
     } context = {module};
     KowenProgress progress = {};
@@ -129,7 +130,9 @@ TEST(Callbacks, AreRefusedWhenTheyCallAgain) {
         KowenPrepare(inside->module, &picture, nullptr, nullptr, &result);
         inside->prepare = result.code;
         inside->opened = KowenOpenModule(nullptr, nullptr) != nullptr;
-        const SomeSettings settings(SettingList{{"quality", "50"}}); // these are free
+        KowenCloseModule(inside->module);
+        inside->version = KowenModuleVersion(inside->module); // this and settings are free
+        const SomeSettings settings(SettingList{{"quality", "50"}});
         return 0;
     };
     SaveOptions options;
@@ -139,6 +142,7 @@ TEST(Callbacks, AreRefusedWhenTheyCallAgain) {
     EXPECT_EQ(context.save, KOWEN_HOST_ERR_BUSY);
     EXPECT_EQ(context.prepare, KOWEN_HOST_ERR_BUSY);
     EXPECT_FALSE(context.opened);
+    EXPECT_EQ(context.version, 0x02000005U);
     EXPECT_EQ(Save(module, RgbPicture(pixels, 40, 100)).code, KOWEN_HOST_OK);
 }
 

@@ -42,7 +42,30 @@ TEST(KowenSettings, HaveNamesAndOrigins) {
     EXPECT_EQ(KowenGet(settings, "quality", small, 3), KOWEN_HOST_OK);
     KowenSettings *copy = KowenCopySettings(settings);
     EXPECT_EQ(Value(copy, "quality"), "80");
+    // Neither sees what the other one is given.
+    EXPECT_EQ(KowenSet(copy, "quality", "70", nullptr), KOWEN_HOST_OK);
+    EXPECT_EQ(KowenSet(settings, "dpi", "300", nullptr), KOWEN_HOST_OK);
+    EXPECT_EQ(Value(settings, "quality"), "80");
+    EXPECT_EQ(Value(copy, "dpi"), "picture");
+    EXPECT_EQ(KowenIsSet(copy, "dpi"), 0);
     KowenFreeSettings(copy);
+    EXPECT_EQ(Value(settings, "quality"), "80");
+}
+
+TEST(KowenSettings, TakeNullForNothing) {
+    const SomeSettings settings;
+    char value[16] = "before";
+    EXPECT_EQ(KowenCopySettings(nullptr), nullptr);
+    EXPECT_EQ(KowenIsSet(settings, "qualty"), 0);
+    EXPECT_EQ(KowenIsSet(settings, nullptr), 0);
+    EXPECT_EQ(KowenIsSet(nullptr, "quality"), 0);
+    EXPECT_EQ(KowenGet(nullptr, "quality", value, sizeof value), KOWEN_HOST_ERR_ARGUMENT);
+    EXPECT_EQ(KowenGet(settings, nullptr, value, sizeof value), KOWEN_HOST_ERR_ARGUMENT);
+    EXPECT_EQ(KowenGet(settings, "quality", nullptr, 16), KOWEN_HOST_ERR_ARGUMENT);
+    EXPECT_EQ(KowenGet(settings, "quality", value, 3), KOWEN_HOST_ERR_ARGUMENT); // "100" has 4
+    EXPECT_STREQ(value, "before");
+    EXPECT_STREQ(KowenModulePath(nullptr), "");
+    EXPECT_EQ(KowenModuleVersion(nullptr), 0U);
 }
 
 TEST(KowenLoadProfile, TakesTheSectionThatTheProfileNames) {

@@ -119,13 +119,19 @@ typedef struct KowenModule KowenModule;
  */
 KOWEN_HOST_API KowenModule *KowenOpenModule(const char *path, KowenResult *result);
 
-/** Closes a module; null does nothing. No prepared picture of it may be alive. */
+/**
+ * Closes a module; null does nothing. No prepared picture of it may be alive. From inside a
+ * callback it does nothing either: the module stays open, to be closed later.
+ */
 KOWEN_HOST_API void KowenCloseModule(KowenModule *module);
 
-/** The path it was loaded from. Borrowed, valid until it is closed. */
+/** The path it was loaded from; "" for null. Borrowed, valid until it is closed. */
 KOWEN_HOST_API const char *KowenModulePath(const KowenModule *module);
 
-/** Its version as QIVGetFilterVersion gives it: 0x02000005 is 2.0.5. */
+/**
+ * Its version as QIVGetFilterVersion gave it when it was opened: 0x02000005 is 2.0.5; 0 for null.
+ * Waits for nothing, and may be asked from inside a callback.
+ */
 KOWEN_HOST_API uint32_t KowenModuleVersion(const KowenModule *module);
 
 /** This library's own version, "2.0.5". Static. */
@@ -184,7 +190,12 @@ typedef struct KowenPicture {
     const char *comment; /**< text, or null */
 } KowenPicture;
 
-/** For a row reader that fails: the sentence for the result's message. Copied. */
+/**
+ * For a row reader that fails: the sentence for the result's message. Kept for the calling thread,
+ * until a reader fails there.
+ *
+ * message  copied; null takes back what was set.
+ */
 KOWEN_HOST_API void KowenSetRowError(const char *message);
 
 /* Settings. */
@@ -198,9 +209,10 @@ KOWEN_HOST_API KowenSettings *KowenNewSettings(void);
 /**
  * Copies settings, what was set and what came from a profile included. The copy lives on its own.
  *
- * settings  to copy; not null.
+ * settings  to copy, or null.
  *
- * Returns the copy, owned by the caller until KowenFreeSettings; null when memory is exhausted.
+ * Returns the copy, owned by the caller until KowenFreeSettings; null for null, and when memory is
+ * exhausted.
  */
 KOWEN_HOST_API KowenSettings *KowenCopySettings(const KowenSettings *settings);
 
@@ -221,8 +233,9 @@ KOWEN_HOST_API void KowenFreeSettings(KowenSettings *settings);
  * page         WxH@DPI
  * background   #rrggbb, #rgb or one of the names white, black, grey, red, ...; default white
  * exif, icc, comment   keep (default; comment: drop) or drop
- * max-bytes    N, Nk or NM (300k, 300kb, 0.5M): the highest quality up to `quality` that fits; 0 =
- * no limit as-filter    yes or no: pixels, sizes and the stream as the filter itself has them
+ * max-bytes    N, Nk or NM (300k, 300kb, 0.5M): the highest quality up to `quality` that fits;
+ *              0: no limit
+ * as-filter    yes or no: pixels, sizes and the stream as the filter itself has them
  *
  * Returns KOWEN_HOST_ERR_ARGUMENT for an unknown name or value; nothing is changed then and the
  * message names what would do.
@@ -241,12 +254,16 @@ KOWEN_HOST_API int32_t KowenCheckSettings(const KowenSettings *settings, KowenRe
 
 /**
  * Writes a setting's value as KowenSet takes it, zero-terminated.
- * Returns KOWEN_HOST_ERR_ARGUMENT for an unknown name or a buffer that is too small.
+ * Returns KOWEN_HOST_ERR_ARGUMENT for an unknown name or a buffer that is too small, which is left
+ * as it is then, and when anything is null.
  */
 KOWEN_HOST_API int32_t KowenGet(const KowenSettings *settings, const char *name, char *value,
                                 size_t valueSize);
 
-/** Whether a setting was set or came from a profile: 1, or 0 for a default. */
+/**
+ * Whether a setting was set or came from a profile: 1, or 0 for a default. Also 0 for an unknown
+ * name and for null.
+ */
 KOWEN_HOST_API int32_t KowenIsSet(const KowenSettings *settings, const char *name);
 
 /** The name of setting number index, from 0; null behind the last. Static. */
@@ -337,10 +354,11 @@ KOWEN_HOST_API void KowenFree(void *memory);
  */
 typedef int32_t (*KowenProgressCallback)(void *context, double fraction);
 
+/** Whom to tell of a call's progress. Borrowed for the call. */
 typedef struct KowenProgress {
-    uint32_t size; /**< sizeof(KowenProgress) */
-    KowenProgressCallback callback;
-    void *context;
+    uint32_t size;                  /**< sizeof(KowenProgress) */
+    KowenProgressCallback callback; /**< or null */
+    void *context;                  /**< handed to callback */
 } KowenProgress;
 
 /**
@@ -365,8 +383,13 @@ typedef struct KowenPrepared KowenPrepared;
 /**
  * Hands a picture over without exporting it. Of the settings those count that decide about the
  * pixels: colour, colour-mode, background, icc, as-filter; they hold for its exports as well. The
- * size counts in so far as it says whether the picture is resized. Returns it, owned by the caller
- * until KowenFreePrepared, or null with the reason in the result.
+ * size counts in so far as it says whether the picture is resized.
+ *
+ * picture   pixels, palette, EXIF, profile and comment are copied: all of it may go after the call.
+ * settings  null = defaults; may go after the call as well.
+ * progress  or null.
+ *
+ * Returns it, owned by the caller until KowenFreePrepared, or null with the reason in the result.
  */
 KOWEN_HOST_API KowenPrepared *KowenPrepare(KowenModule *module, const KowenPicture *picture,
                                            const KowenSettings *settings,

@@ -30,7 +30,7 @@ const char *KowenModulePath(const KowenModule *module) {
 }
 
 uint32_t KowenModuleVersion(const KowenModule *module) {
-    return module != nullptr ? module->filter.getFilterVersion() : 0;
+    return module != nullptr ? module->filter.Version() : 0;
 }
 
 const char *KowenHostVersion(void) {

@@ -57,6 +57,7 @@ FilterModule::FilterModule(const std::string &modulePath) : path(modulePath) {
     loadPointers(&record);
     entries = {record.entries, record.entryCount};
     TellModuleItsPath();
+    GetFilterVersionFunction getFilterVersion = nullptr;
     Bind(&getFilterVersion, Entry("QIVGetFilterVersion"));
     Bind(&createSetup, Entry("CreateSetup"));
     Bind(&destroySetup, Entry("DestroySetup"));
@@ -64,6 +65,7 @@ FilterModule::FilterModule(const std::string &modulePath) : path(modulePath) {
     Bind(&exportCellData, Entry("ExportCellData"));
     Bind(&wrap, Symbol("GlobalPointerToHandle"));
     Bind(&globalFree, Symbol("GlobalFree"));
+    version = getFilterVersion();
 }
 
 const void *FilterModule::Entry(const char *name) const {

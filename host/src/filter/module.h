@@ -18,9 +18,9 @@ public:
     explicit FilterModule(const std::string &path);
 
     const std::string &Path() const { return path; }
+    uint32_t Version() const { return version; }
 
     // Entries of the table.
-    GetFilterVersionFunction getFilterVersion = nullptr;
     CreateSetupFunction createSetup = nullptr;
     DestroySetupFunction destroySetup = nullptr;
     EscapeSetupFunction escapeSetup = nullptr;
@@ -40,6 +40,7 @@ private:
     void TellModuleItsPath() const;
 
     std::string path;
+    uint32_t version = 0;
     std::unique_ptr<void, Unload> library;
     std::span<const TableEntry> entries;
 };
