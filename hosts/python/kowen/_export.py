@@ -10,7 +10,7 @@ from dataclasses import dataclass
 from typing import Any, BinaryIO, Callable, Optional, Union
 
 from . import _library
-from ._errors import KowenError, ModuleError, SettingError, raise_for
+from ._errors import BusyError, KowenError, ModuleError, SettingError, raise_for
 from ._pictures import Picture, as_picture, path_bytes
 from ._settings import SettingValue, options
 
@@ -54,7 +54,11 @@ class Result:
 
 
 class _Host:
-    """The loaded host library and the module that it opened: one of each for the process."""
+    """The loaded host library and the module that it opened: one of each for the process.
+
+    The lock is held for looking at them and changing them, not while a module is opened: that waits
+    for the exports of other threads, and their callbacks may come here.
+    """
 
     def __init__(self) -> None:
         self._lock = threading.Lock()
@@ -71,17 +75,27 @@ class _Host:
             return self._library
 
     def module(self) -> int:
+        with self._lock:
+            module = self._module
+        return module if module is not None else self._first()
+
+    def _first(self) -> int:
+        """Opens the module that is found, unless another thread has done so meanwhile."""
         library = self.library()
+        found = self._open(library, None)
         with self._lock:
             if self._module is None:
-                self._module = self._open(library, None)
-            return self._module
+                self._module = found
+            module = self._module
+        if module != found:
+            library.KowenCloseModule(found)
+        return module
 
     def open(self, path: Path) -> None:
-        library = self.library()
+        opened = self._open(self.library(), path_bytes(path))
         with self._lock:
             # The one in use until now stays open: other threads may be at work with it.
-            self._module = self._open(library, path_bytes(path))
+            self._module = opened
 
     @staticmethod
     def _open(library: ctypes.CDLL, path: Optional[bytes]) -> int:
@@ -94,6 +108,43 @@ class _Host:
 
 
 _host = _Host()
+
+
+class _UnderWay(threading.local):
+    """A with statement around each call of the library that reads or exports pixels: it knows that
+    this thread is inside one, which is when the program's callbacks run.
+
+    Raises BusyError when the thread is inside one already.
+    """
+
+    def __init__(self) -> None:
+        self._inside = False
+        self._unwanted: list[int] = []
+
+    def refuse(self) -> None:
+        """Raises BusyError inside a callback."""
+        if self._inside:
+            raise BusyError("an export is under way on this thread: its callbacks must not call "
+                            "again", 10)
+
+    def __enter__(self) -> None:
+        self.refuse()
+        self._inside = True
+
+    def __exit__(self, *_: object) -> None:
+        self._inside = False
+        while self._unwanted:
+            _host.library().KowenFreePrepared(self._unwanted.pop())
+
+    def free(self, prepared: int) -> None:
+        """Frees a prepared picture; the library refuses that inside a callback, so afterwards."""
+        if self._inside:
+            self._unwanted.append(prepared)
+        else:
+            _host.library().KowenFreePrepared(prepared)
+
+
+_under_way = _UnderWay()
 
 
 def open_module(path: Path) -> None:
@@ -223,7 +274,8 @@ def _finish(record: _library.ResultRecord, calls: _Calls, picture: Optional[Pict
 def _export(run: Callable[[Any, Any, Any], None], picture: Optional[Picture],
             output: _library.OutputRecord, calls: _Calls, path: Optional[str] = None) -> Result:
     record = _library.ResultRecord()
-    run(ctypes.byref(output), calls.progress, ctypes.byref(record))
+    with _under_way:
+        run(ctypes.byref(output), calls.progress, ctypes.byref(record))
     return _finish(record, calls, picture, path)
 
 
@@ -365,7 +417,7 @@ class Prepared:
         calls = _Calls(progress)
         record = _library.ResultRecord()
         module = _host.module()
-        with _Settings(settings) as handle:
+        with _Settings(settings) as handle, _under_way:
             self._handle = _host.library().KowenPrepare(
                 module, picture.reference, handle, calls.progress, ctypes.byref(record))
         _finish(record, calls, picture)
@@ -387,11 +439,9 @@ class Prepared:
             _host.library().KowenFree(output.memory)
 
     def close(self) -> None:
-        """Frees the picture."""
-        with self._lock:
-            handle, self._handle = self._handle, None
-        if handle is not None:
-            _host.library().KowenFreePrepared(handle)
+        """Frees the picture. Raises BusyError inside a callback."""
+        _under_way.refuse()
+        self._free()
 
     def __enter__(self) -> Prepared:
         return self
@@ -400,14 +450,24 @@ class Prepared:
         self.close()
 
     def __del__(self) -> None:
-        self.close()
+        # Wherever that may be: inside a callback as well.
+        self._free()
+
+    def _free(self) -> None:
+        with self._lock:
+            handle, self._handle = self._handle, None
+        if handle is not None:
+            _under_way.free(handle)
 
     def _export(self, output: _library.OutputRecord, calls: _Calls,
                 settings: dict[str, SettingValue], name: Optional[str]) -> Result:
-        with self._lock, _Settings(settings) as handle:
-            if self._handle is None:
-                raise KowenError("the prepared picture was closed", 1)
-
-            def run(out: Any, report: Any, result: Any) -> None:
+        def run(out: Any, report: Any, result: Any) -> None:
+            # The thread is marked before it waits for this: inside a callback it would wait for
+            # itself, or for a thread that waits for it.
+            with self._lock:
+                if self._handle is None:
+                    raise KowenError("the prepared picture was closed", 1)
                 _host.library().KowenExportPrepared(self._handle, handle, out, report, result)
+
+        with _Settings(settings) as handle:
             return _export(run, None, output, calls, name)

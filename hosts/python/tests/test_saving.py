@@ -138,6 +138,18 @@ def test_what_is_no_picture_is_told_with_what_is_one(what, words):
         kowen.encode(what)
 
 
+def test_a_resolution_is_a_number_or_a_pair():
+    assert kowen.encode(PICTURE, dpi=[300, 150]) == kowen.encode(PICTURE, dpi="300x150")
+    for pair in ((300, 150), [300, 150], numpy.array([300, 150]).tolist()):
+        assert decoded(kowen.encode(kowen.Picture(PICTURE, dpi=pair))).info["dpi"] == (300, 150)
+    for wrong in ((1, 2, 3), [300], "a lot", (300, "x"), {1: 2}):
+        with pytest.raises(TypeError, match="dpi is a number or a pair"):
+            kowen.Picture(PICTURE, dpi=wrong)
+    for wrong in (float("nan"), (300, "x"), [300, float("inf")], [1, 2, 3]):
+        with pytest.raises(kowen.SettingError, match="a resolution is"):
+            kowen.encode(PICTURE, dpi=wrong)
+
+
 def test_settings_take_numpys_numbers():
     assert (kowen.encode(PICTURE, quality=numpy.int64(80), progressive=numpy.bool_(True))
             == kowen.encode(PICTURE, quality=80, progressive=True))
@@ -223,20 +235,175 @@ def test_threads_wait_for_each_other_and_none_gets_anothers_picture():
     assert wrong == [] and len(set(expected)) == 4
 
 
-def test_the_interpreter_goes_on_while_the_filter_works():
-    """One thread's export waits for a word that only another thread can give."""
-    inside, go = threading.Event(), threading.Event()
+def ends(code, *arguments):
+    """Whether this program comes to its end: a test that hangs in itself ends no test run."""
+    run = subprocess.Popen([sys.executable, "-c", code, *map(str, arguments)],
+                           stderr=subprocess.PIPE, text=True)
+    try:
+        _, errors = run.communicate(timeout=60)
+    except subprocess.TimeoutExpired:
+        run.kill()
+        run.communicate()
+        return False
+    assert run.returncode == 0, errors
+    return True
 
-    def wait(_done):
-        inside.set()
-        assert go.wait(60)
 
-    thread = threading.Thread(target=lambda: kowen.encode(PICTURE, progress=wait))
+def test_the_interpreter_goes_on_while_the_filter_works(tmp_path):
+    """A file larger than a pipe holds, into a pipe that another thread of Python's reads."""
+    os.mkfifo(tmp_path / "pipe")
+    assert ends("""
+import os, sys, threading
+import kowen, numpy
+
+picture = numpy.random.default_rng(1).integers(0, 256, (400, 400, 3), "u1")
+expected, taken = kowen.encode(picture), []
+assert len(expected) > 100_000
+
+def read():
+    with open(sys.argv[1], "rb") as pipe:
+        taken.append(pipe.read())
+
+reader = threading.Thread(target=read)
+reader.start()
+kowen.save(picture, sys.argv[1], replace="any")
+reader.join()
+assert taken == [expected]
+""", tmp_path / "pipe")
+
+
+@pytest.mark.parametrize("call", ["prepared.encode()", "prepared.save('/dev/null', replace='any')",
+                                  "prepared.close()"])
+def test_a_prepared_picture_refuses_calls_from_its_own_callbacks(call):
+    assert ends(f"""
+import kowen
+
+picture = memoryview(bytes(64)).cast("B", (8, 8))
+with kowen.Prepared(picture) as prepared:
+    before = prepared.encode()
+    try:
+        prepared.encode(progress=lambda _done: {call})
+    except kowen.BusyError:
+        assert prepared.encode() == before
+    else:
+        raise AssertionError("it was not refused")
+""")
+
+
+@pytest.mark.parametrize("call", ["encode", "close"])
+def test_a_prepared_picture_that_waits_is_refused_to_the_callback_it_waits_for(call):
+    """One thread is about to export it, and waits for the other's export, which asks for it."""
+    assert ends(f"""
+import threading
+import kowen
+from kowen import _export
+
+picture = memoryview(bytes(64)).cast("B", (8, 8))
+prepared = kowen.Prepared(picture)
+library = _export._host.library()
+export, waits = library.KowenExportPrepared, threading.Event()
+
+def about_to_wait(*arguments):
+    waits.set()
+    return export(*arguments)
+
+library.KowenExportPrepared = about_to_wait
+other = threading.Thread(target=prepared.encode)
+
+def nested(_done):
+    if not waits.is_set():
+        other.start()
+        waits.wait()
+    prepared.{call}()
+
+try:
+    kowen.encode(picture, progress=nested)
+except kowen.BusyError:
+    other.join()
+else:
+    raise AssertionError("it was not refused")
+""")
+
+
+def test_a_prepared_picture_dropped_in_a_callback_is_freed_afterwards(monkeypatch):
+    library = kowen._export._host.library()
+    free, freed, inside = library.KowenFreePrepared, [], []
+
+    def count(handle):
+        freed.append(inside[-1])
+        free(handle)
+
+    monkeypatch.setattr(library, "KowenFreePrepared", count)
+    dropped = [kowen.Prepared(PICTURE)]
+
+    def drop(_done):
+        inside.append(True)
+        dropped.clear()
+        inside.append(False)
+
+    kowen.encode(PICTURE, progress=drop)
+    assert freed == [False]
+
+
+def test_a_module_that_is_being_opened_keeps_no_callback_waiting():
+    """One thread opens a module, and waits for the other's export, which asks for the path."""
+    assert ends("""
+import threading
+import kowen
+from kowen import _export
+
+path = kowen.module_path()
+library = _export._host.library()
+open_module, waits = library.KowenOpenModule, threading.Event()
+
+def about_to_wait(*arguments):
+    waits.set()
+    return open_module(*arguments)
+
+library.KowenOpenModule = about_to_wait
+other = threading.Thread(target=lambda: kowen.open_module(path))
+
+def ask(_done):
+    if not waits.is_set():
+        other.start()
+        waits.wait()
+    assert kowen.module_path() == path
+
+kowen.encode(memoryview(bytes(64)).cast("B", (8, 8)), progress=ask)
+other.join()
+""")
+
+
+def test_threads_that_open_the_module_first_share_one():
+    """Both find none open yet; what the slower one opened is closed again."""
+    assert ends("""
+import threading
+from kowen import _export
+
+library = _export._host.library()
+opened, closed, both = [], [], threading.Barrier(2)
+open_module, close_module = library.KowenOpenModule, library.KowenCloseModule
+
+def open_and_meet(*arguments):
+    module = open_module(*arguments)
+    opened.append(module)
+    both.wait()
+    return module
+
+def close(module):
+    closed.append(module)
+    close_module(module)
+
+library.KowenOpenModule, library.KowenCloseModule = open_and_meet, close
+used = []
+threads = [threading.Thread(target=lambda: used.append(_export._host.module())) for _ in "12"]
+for thread in threads:
     thread.start()
-    assert inside.wait(60)
-    go.set()
-    thread.join(60)
-    assert not thread.is_alive()
+for thread in threads:
+    thread.join()
+assert used[0] == used[1] == _export._host.module() and len(opened) == 2
+assert closed == [module for module in opened if module != used[0]]
+""")
 
 
 @pytest.mark.parametrize("variable, value, words", [
