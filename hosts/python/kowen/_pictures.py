@@ -10,7 +10,7 @@ from typing import Any, Callable, Optional, Union
 from . import _library
 from ._buffers import Buffer
 
-Dpi = Union[float, "tuple[float, float]", None]
+Dpi = Union[float, "tuple[float, float]", "list[float]", None]
 
 _FORMAT_OF_MODE = {
     "RGB": _library.PIXEL_RGB,
@@ -90,8 +90,7 @@ class Picture:
     def _take_metadata(self, dpi: Dpi, exif: Optional[bytes], icc: Optional[bytes],
                        comment: Union[str, bytes, None], orientation: int) -> None:
         record = self._record
-        across, down = dpi if isinstance(dpi, tuple) else (dpi, dpi)
-        record.xDpi, record.yDpi = float(across or 0), float(down or 0)
+        record.xDpi, record.yDpi = _resolution(dpi)
         record.exif, record.exifSize = exif or None, len(exif or b"")
         record.icc, record.iccSize = icc or None, len(icc or b"")
         # A number would be taken for an address.
@@ -249,6 +248,16 @@ class Picture:
 def as_picture(image: Any) -> Picture:
     """The image as a Picture; a Picture is handed back as it is."""
     return image if isinstance(image, Picture) else Picture(image)
+
+
+def _resolution(dpi: Dpi) -> tuple[float, float]:
+    """Across and down; 0 for what is not known."""
+    pair = dpi if isinstance(dpi, (tuple, list)) else (dpi, dpi)
+    try:
+        across, down = (float(number or 0) for number in pair)
+    except (TypeError, ValueError):
+        raise TypeError(f"dpi is a number or a pair of them, not {dpi!r}") from None
+    return across, down
 
 
 def path_bytes(path: Union[str, "os.PathLike[str]"]) -> bytes:
