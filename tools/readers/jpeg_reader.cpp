@@ -14,6 +14,7 @@ namespace {
 constexpr unsigned kLongestMarker = 0xFFFF;
 constexpr int kExifMarker = JPEG_APP0 + 1;
 constexpr int kProfileMarker = JPEG_APP0 + 2;
+constexpr int kResourcesMarker = JPEG_APP0 + 13;
 constexpr double kCentimetresPerInch = 2.54;
 constexpr uint8_t kEndOfImage[] = {0xFF, JPEG_EOI};
 constexpr char kExifName[] = {'E', 'x', 'i', 'f', 0, 0};
@@ -111,7 +112,7 @@ bool JpegReader::Create() {
     bytes.base.resync_to_restart = jpeg_resync_to_restart;
     bytes.base.term_source = OnNothing;
     decoder.src = &bytes.base;
-    for (const int marker : {kExifMarker, kProfileMarker, JPEG_COM})
+    for (const int marker : {kExifMarker, kProfileMarker, kResourcesMarker, JPEG_COM})
         jpeg_save_markers(&decoder, marker, kLongestMarker);
     return true;
 }
@@ -163,18 +164,24 @@ void JpegReader::TakeMetadata(PictureFacts *facts) {
         facts->xDpi = decoder.X_density * perInch;
         facts->yDpi = decoder.Y_density * perInch;
     }
-    for (auto *marker = decoder.marker_list; marker != nullptr; marker = marker->next) {
-        const std::span<const uint8_t> data(marker->data, marker->data_length);
-        if (marker->marker == JPEG_COM && facts->comment.empty())
-            facts->comment.assign(data.begin(), data.end());
-        if (marker->marker != kExifMarker || !facts->exif.empty() ||
-            data.size() < sizeof kExifName ||
-            std::memcmp(data.data(), kExifName, sizeof kExifName) != 0)
-            continue;
-        facts->exif.assign(data.begin(), data.end());
-        facts->orientation = ExifOrientation(data);
-    }
+    for (auto *marker = decoder.marker_list; marker != nullptr; marker = marker->next)
+        TakeSegment(marker->marker, {marker->data, marker->data_length}, facts);
     facts->comment.resize(std::min(facts->comment.size(), facts->comment.find('\0')));
+}
+
+void JpegReader::TakeSegment(int marker, std::span<const uint8_t> data, PictureFacts *facts) {
+    if (marker == JPEG_COM && facts->comment.empty())
+        facts->comment.assign(data.begin(), data.end());
+    if (marker == kResourcesMarker)
+        leftOut.iptc = leftOut.iptc || IsIptcSegment(data);
+    if (marker != kExifMarker)
+        return;
+    leftOut.xmp = leftOut.xmp || IsXmpSegment(data);
+    if (!facts->exif.empty() || data.size() < sizeof kExifName ||
+        std::memcmp(data.data(), kExifName, sizeof kExifName) != 0)
+        return;
+    facts->exif.assign(data.begin(), data.end());
+    facts->orientation = ExifOrientation(data);
 }
 
 void JpegReader::TakeProfile(PictureFacts *facts) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "readers/byte_input.h"
+#include "readers/left_out.h"
 #include "readers/source.h"
 
 #include <csetjmp>
@@ -32,6 +33,9 @@ public:
     /// Whether the file ended before the picture did.
     bool Cut() const { return cut; }
 
+    /// What ReadHeader has seen and facts have no place for.
+    const LeftOut &NotTaken() const { return leftOut; }
+
     /// The decoder's first remark about damaged data, or empty.
     const std::string &Remark() const { return remark; }
 
@@ -57,6 +61,7 @@ private:
     bool ReadFacts();
     bool Start();
     void TakeMetadata(PictureFacts *facts);
+    void TakeSegment(int marker, std::span<const uint8_t> data, PictureFacts *facts);
     void TakeProfile(PictureFacts *facts);
     [[noreturn]] void Fail();
 
@@ -66,6 +71,7 @@ private:
     Errors errors = {};
     Bytes bytes = {};
     bool cut = false;
+    LeftOut leftOut;
     std::string problem;
     std::string remark;
     std::exception_ptr failure; ///< of the input

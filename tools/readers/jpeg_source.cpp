@@ -13,6 +13,7 @@ public:
     JpegSource(std::unique_ptr<ByteInput> input, const ReadOptions &options)
         : reader(std::move(input), options.acceptTruncated) {
         reader.ReadHeader(&facts);
+        reader.NotTaken().Tell(&warnings);
         if (!reader.Inks())
             return;
         inks.emplace(facts.icc);

@@ -1,6 +1,8 @@
 // The object that reads with GraphicsMagick: its entry, and decoding; see magick_library.h.
 #include "failure.h"
+#include "readers/left_out.h"
 #include "readers/magick_picture.h"
+#include "readers/several_pictures.h"
 
 #include <algorithm>
 #include <cctype>
@@ -26,14 +28,18 @@ struct DestroyRequest {
     void operator()(ImageInfo *info) const { DestroyImageInfo(info); }
 };
 
-MagickImage Decode(const std::vector<uint8_t> &bytes, const std::string &format,
+MagickImage Decode(const std::vector<uint8_t> &bytes, const std::string &format, size_t number,
                    MagickException *exception) {
     const std::unique_ptr<ImageInfo, DestroyRequest> request(CloneImageInfo(nullptr));
     std::snprintf(request->magick, sizeof request->magick, "%s", format.c_str());
     std::snprintf(request->filename, sizeof request->filename, "%s:", format.c_str());
-    request->subimage = 0;
+    request->subimage = static_cast<unsigned long>(number);
     request->subrange = 1;
-    return MagickImage(BlobToImage(request.get(), bytes.data(), bytes.size(), exception->Get()));
+    Image *image = BlobToImage(request.get(), bytes.data(), bytes.size(), exception->Get());
+    // Some of the library's readers deliver those in front of it as well.
+    while (image != nullptr && image->next != nullptr && image->scene < number)
+        DestroyImage(RemoveFirstImageFromList(&image));
+    return MagickImage(image);
 }
 
 // Remarks about unknown tags and the like are none of damage.
@@ -41,11 +47,30 @@ bool MeansDamage(ExceptionType severity) {
     return severity >= ErrorException || severity == CorruptImageWarning || severity == BlobWarning;
 }
 
+bool HasProfile(const Image &image, const char *name) {
+    size_t size = 0;
+    return GetImageProfile(&image, name, &size) != nullptr;
+}
+
+// Of TIFF files the library takes any resource of an image program for IPTC data, and overlooks
+// some that is; of WebP files it does not tell XMP.
+LeftOut LeftOutOf(const Image &image, const std::vector<uint8_t> &bytes,
+                  const std::string &format) {
+    LeftOut leftOut;
+    leftOut.xmp = HasProfile(image, "XMP") || (format == "WEBP" && HasWebpXmp(bytes));
+    leftOut.iptc = format == "TIFF" ? HasTiffIptc(bytes) : HasProfile(image, "IPTC");
+    return leftOut;
+}
+
 std::unique_ptr<Source> Open(const std::string &name, const std::vector<uint8_t> &bytes,
                              const std::string &format, const ReadOptions &options) {
+    if (format == "WEBP" && IsAnimatedWebp(bytes))
+        throw Failure(name + ": an animated WebP, which cannot be read here; save one of its "
+                             "pictures as a file of its own");
+    const SeveralPictures pictures = CountPictures(bytes, format);
     MagickException exception;
     monitored = &options;
-    MagickImage image = Decode(bytes, format, &exception);
+    MagickImage image = Decode(bytes, format, pictures.wanted, &exception);
     monitored = nullptr;
     if (program.cancelSignal() != 0)
         throw Cancelled();
@@ -59,6 +84,9 @@ std::unique_ptr<Source> Open(const std::string &name, const std::vector<uint8_t>
     std::vector<std::string> remarks;
     if (exception.Severity() != UndefinedException)
         remarks.push_back((damaged ? "the file is cut or damaged: " : "") + reason);
+    if (pictures.count > 1)
+        remarks.push_back(pictures.Note());
+    LeftOutOf(*image, bytes, format).Tell(&remarks);
     return MakeMagickSource(name, std::move(image), format, program, remarks);
 }
 

@@ -87,6 +87,10 @@ private:
     // Inks and other colour spaces become sRGB; a profile that was theirs goes.
     void TakeColours() {
         const ColorspaceType space = picture->colorspace;
+        // The library's own conversion of it takes other numbers than the file's for them.
+        if (space == LABColorspace)
+            throw Failure(name + ": the colours are CIELab, which cannot be read here; save the "
+                                 "picture in RGB");
         if (space == CMYKColorspace && !facts.icc.empty()) {
             inks = std::make_unique<Inks>(facts.icc);
             facts.icc.clear();

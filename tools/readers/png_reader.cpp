@@ -88,7 +88,7 @@ bool PngReader::ReadEnd() {
         Rethrow();
         return false;
     }
-    png_read_end(png, nullptr);
+    png_read_end(png, info);
     return true;
 }
 
@@ -180,15 +180,35 @@ void PngReader::TakeMetadata(PictureFacts *facts) {
     if (png_get_eXIf_1(png, info, &size, &exif) != 0 && exif != nullptr) {
         facts->exif.assign(exif, exif + size);
         facts->orientation = ExifOrientation(facts->exif);
+        exifTaken = true;
     }
+    TakeComment(facts);
+}
+
+void PngReader::TakeComment(PictureFacts *facts) {
     png_textp texts = nullptr;
     const int count = png_get_text(png, info, &texts, nullptr);
     for (const char *key : {"Comment", "Description"}) {
         for (int i = 0; i < count && facts->comment.empty(); ++i) {
-            if (std::strcmp(texts[i].key, key) == 0 && texts[i].text != nullptr)
-                facts->comment = texts[i].text;
+            if (std::strcmp(texts[i].key, key) != 0 || texts[i].text == nullptr)
+                continue;
+            facts->comment = texts[i].text;
+            commentText = i;
         }
     }
+}
+
+void PngReader::TellLeftOut(std::vector<std::string> *notes) const {
+    LeftOut leftOut;
+    png_textp texts = nullptr;
+    const int count = png_get_text(png, info, &texts, nullptr);
+    for (int i = 0; i < count; ++i) {
+        if (i != commentText)
+            leftOut.AddText(texts[i].key);
+    }
+    leftOut.Tell(notes);
+    if (!exifTaken && png_get_valid(png, info, PNG_INFO_eXIf) != 0)
+        notes->push_back("the EXIF data stands behind the pixels and was left out");
 }
 
 } // namespace kowen::cli

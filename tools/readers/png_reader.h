@@ -2,6 +2,7 @@
 #pragma once
 
 #include "readers/byte_input.h"
+#include "readers/left_out.h"
 #include "readers/source.h"
 
 #include <exception>
@@ -32,6 +33,10 @@ public:
     /// Reads what stands behind the pixels. Returns as ReadRow.
     bool ReadEnd();
 
+    /// Adds sentences about what the file says and facts have no place for. After ReadEnd, because
+    /// it may stand behind the pixels.
+    void TellLeftOut(std::vector<std::string> *notes) const;
+
     const std::string &Problem() const { return problem; }
     const std::string &Path() const { return input->Path(); }
 
@@ -45,12 +50,15 @@ private:
     void ChooseFormat(PictureFacts *facts);
     void TakePalette(PictureFacts *facts);
     void TakeMetadata(PictureFacts *facts);
+    void TakeComment(PictureFacts *facts);
     void Rethrow();
 
     std::unique_ptr<ByteInput> input;
     png_structp png = nullptr;
     png_infop info = nullptr;
     int passes = 1;
+    int commentText = -1; ///< which of the texts is the comment
+    bool exifTaken = false;
     std::string problem;
     std::exception_ptr failure; ///< of the input
 };

@@ -39,6 +39,7 @@ public:
     void Finish() override {
         if (!cut && !reader.ReadEnd())
             TakeCut(facts.height);
+        reader.TellLeftOut(&warnings);
     }
 
 private:
