@@ -18,7 +18,7 @@ constexpr uint32_t kChunkBlocks = kChunkSamples / 8;
 
 // One component's rows of samples for a chunk of MCUs.
 struct SampleRows {
-    uint8_t samples[kMcuRowHeight][kChunkSamples + kSampleSlack];
+    alignas(64) uint8_t samples[kMcuRowHeight][kChunkSamples + kSampleSlack];
 
     // Repeats the last of width samples up to the padded width, and the last row down to 8 rows.
     void Repeat(uint32_t rows, uint32_t width, uint32_t paddedWidth) {
@@ -31,7 +31,7 @@ struct SampleRows {
 
 // One component's transformed blocks of a chunk.
 struct ChunkBlocks {
-    int16_t coefficients[(kChunkBlocks + kBlockSlack) * kBlockSize];
+    alignas(64) int16_t coefficients[(kChunkBlocks + kBlockSlack) * kBlockSize];
     uint64_t nonZero[kChunkBlocks + kBlockSlack];
 
     void Transform(const SampleRows &rows, uint32_t blocks, const QuantDivisors &divisors) {
@@ -39,6 +39,15 @@ struct ChunkBlocks {
                                         coefficients, nonZero);
     }
 };
+
+struct Chunk {
+    SampleRows rows[kComponents];
+    ChunkBlocks blocks[kComponents];
+};
+
+// Too large for a small stack, so the process's: each chunk is made anew, and nothing calls the
+// host while it is coded.
+constinit Chunk workingChunk = {};
 
 // How a row of pixels becomes rows of samples: mapped rows are deinterleaved, source rows are
 // mapped as well.
@@ -93,7 +102,7 @@ template <typename Byte> void PrefetchChunk(const PixelRows<Byte> &band, uint32_
 template <typename Byte>
 void CodeChunk422(EntropyOutput &output, CompressEnv &env, const PixelRows<Byte> &band, uint32_t x,
                   uint32_t columns) {
-    SampleRows rows[kComponents];
+    auto &[rows, blocks] = workingChunk;
     for (uint32_t y = 0; y < band.rows; ++y)
         Deinterleave422(band.Row(y) + std::size_t{x} * kPixelBytes, columns, rows, y);
     const uint32_t padded = RoundedUp(columns, 16);
@@ -102,7 +111,6 @@ void CodeChunk422(EntropyOutput &output, CompressEnv &env, const PixelRows<Byte>
     rows[1].Repeat(band.rows, (columns + 1) / 2, padded / 2);
     rows[2].Repeat(band.rows, (columns + 1) / 2, padded / 2);
 
-    ChunkBlocks blocks[kComponents];
     blocks[0].Transform(rows[0], 2 * mcus, Divisors(&env, 0));
     blocks[1].Transform(rows[1], mcus, Divisors(&env, 1));
     blocks[2].Transform(rows[2], mcus, Divisors(&env, 1));
@@ -116,14 +124,13 @@ template <typename Byte>
 void CodeChunk444(EntropyOutput &output, CompressEnv &env, const PixelRows<Byte> &band, uint32_t x,
                   uint32_t columns) {
     const uint32_t count = std::min<uint32_t>(env.componentCount, kComponents);
-    SampleRows rows[kComponents];
+    auto &[rows, blocks] = workingChunk;
     for (uint32_t y = 0; y < band.rows; ++y)
         Deinterleave444(band.Row(y) + std::size_t{x} * kPixelBytes, columns, rows, y,
                         env.colorFormat);
     const uint32_t padded = RoundedUp(columns, 8);
     const uint32_t mcus = padded / 8;
 
-    ChunkBlocks blocks[kComponents];
     ComponentBlocks components[kComponents];
     for (uint32_t c = 0; c < count; ++c) {
         rows[c].Repeat(band.rows, columns, padded);

@@ -115,6 +115,10 @@ struct SymbolBatch {
     [[gnu::noinline]] void Write(BitSink &sink);
 };
 
+// Too large for a small stack, so the process's: no call needs what an earlier one has left there,
+// and none calls the host before it returns.
+constinit SymbolBatch workingBatch = {};
+
 // Not inlined: with the lister's variables there are too few registers.
 void SymbolBatch::Write(BitSink &sink) {
     for (uint32_t i = 0; i < kSymbolsAtOnce; ++i)
@@ -185,18 +189,18 @@ inline uint32_t BatchMcus(const BitSink &sink, uint32_t blocksInMcu, uint32_t mc
     return batch < most ? batch : most;
 }
 
-// Coder: made of the components; Code codes a batch of MCUs.
-template <typename Coder, typename Component>
-uint32_t CodeBatches(BitSink *sink, Component *components, uint32_t count, uint32_t mcus) {
+// codeBatch(sink, components, count, mcus) codes a batch of MCUs.
+template <typename Component, typename CodeBatch>
+uint32_t CodeBatches(BitSink *sink, Component *components, uint32_t count, uint32_t mcus,
+                     CodeBatch codeBatch) {
     if (!HasRoom(*sink, kMaxMcuBytes))
         return 0;
     uint32_t blocksInMcu = 0;
     for (uint32_t c = 0; c < count; ++c)
         blocksInMcu += components[c].blocksInMcu;
-    Coder coder(components, count);
     uint32_t done = 0;
     while (const uint32_t batch = BatchMcus(*sink, blocksInMcu, mcus - done)) {
-        coder.Code(*sink, components, count, batch);
+        codeBatch(*sink, components, count, batch);
         done += batch;
     }
     return done;
@@ -215,26 +219,19 @@ int16_t *PackBlocks(const int16_t *coefficients, const uint64_t *nonZero, uint32
     return packed;
 }
 
-class DcCoder {
-public:
-    DcCoder(const ComponentDcs *, uint32_t) {}
-
-    void Code(BitSink &sink, ComponentDcs *components, uint32_t count, uint32_t mcus) {
-        batch_.Reset();
-        for (; mcus > 0; --mcus)
-            for (uint32_t c = 0; c < count; ++c)
-                for (uint32_t i = 0; i < components[c].blocksInMcu; ++i)
-                    batch_.Put(DcCode(*components[c].tables, *components[c].dcs++,
-                                      *components[c].predictor));
-        batch_.Write(sink);
-    }
-
-private:
-    SymbolBatch batch_;
-};
+inline void CodeDcBatch(BitSink &sink, ComponentDcs *components, uint32_t count, uint32_t mcus) {
+    SymbolBatch &batch = workingBatch;
+    batch.Reset();
+    for (; mcus > 0; --mcus)
+        for (uint32_t c = 0; c < count; ++c)
+            for (uint32_t i = 0; i < components[c].blocksInMcu; ++i)
+                batch.Put(
+                    DcCode(*components[c].tables, *components[c].dcs++, *components[c].predictor));
+    batch.Write(sink);
+}
 
 uint32_t CodeDcs(BitSink *sink, ComponentDcs *components, uint32_t count, uint32_t mcus) {
-    return CodeBatches<DcCoder>(sink, components, count, mcus);
+    return CodeBatches(sink, components, count, mcus, CodeDcBatch);
 }
 
 // T.81 G.1.2.2: EOBn codes runs of 2^n to 2^(n + 1) - 1, then the run's low n bits.
@@ -249,7 +246,7 @@ inline void ListEobRun(SymbolBatch &batch, AcScan &scan) {
 
 uint32_t CodeAcs(BitSink *sink, AcScan *scan, const uint64_t *nonZero, const int16_t **packed,
                  uint32_t blocks) {
-    SymbolBatch batch;
+    SymbolBatch &batch = workingBatch;
     uint32_t done = 0;
     while (done < blocks && HasRoom(*sink, kMaxBlockBytes)) {
         const auto room = static_cast<uint32_t>((sink->limit - sink->out) / kMaxBlockBytes);
@@ -272,7 +269,7 @@ uint32_t CodeAcs(BitSink *sink, AcScan *scan, const uint64_t *nonZero, const int
 }
 
 void EndAcs(BitSink *sink, AcScan *scan) {
-    SymbolBatch batch;
+    SymbolBatch &batch = workingBatch;
     batch.Reset();
     ListEobRun(batch, *scan);
     batch.Write(*sink);

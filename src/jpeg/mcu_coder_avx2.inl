@@ -160,16 +160,10 @@ inline void EndWithZeros(void *end) {
 
 class McuCoder {
 public:
-    McuCoder(const ComponentBlocks *components, uint32_t count) {
-        for (uint32_t c = 0; c < count; ++c) {
-            PackedCode *codes = codes_ + c * kComponentCodes;
-            __builtin_memcpy(codes, components[c].tables->ofSymbol, sizeof(CodeTables::ofSymbol));
-            __builtin_memcpy(codes + kAcSymbols, components[c].tables->ofDcCategory,
-                             sizeof(CodeTables::ofDcCategory));
-        }
-    }
-
     void Code(BitSink &sink, ComponentBlocks *components, uint32_t count, uint32_t mcus) {
+        for (uint32_t c = 0; c < count; ++c)
+            if (tables_[c] != components[c].tables)
+                TakeCodes(c, components[c].tables);
         List(components, count, mcus);
         LookUpValues();
         LookUpCodes();
@@ -177,6 +171,14 @@ public:
     }
 
 private:
+    void TakeCodes(uint32_t c, const CodeTables *tables) {
+        PackedCode *codes = codes_ + c * kComponentCodes;
+        __builtin_memcpy(codes, tables->ofSymbol, sizeof(CodeTables::ofSymbol));
+        __builtin_memcpy(codes + kAcSymbols, tables->ofDcCategory,
+                         sizeof(CodeTables::ofDcCategory));
+        tables_[c] = tables;
+    }
+
     void List(ComponentBlocks *components, uint32_t count, uint32_t mcus) {
         symbols_.count = symbols_.symbol[0] = 0;
         uint32_t b = 0;
@@ -234,10 +236,17 @@ private:
     }
 
     alignas(32) PackedCode codes_[kMaxComponents * kComponentCodes];
+    const CodeTables *tables_[kMaxComponents]; // that the codes are of
     Symbols symbols_;
     uint8_t bytes_[kBatchBytes + kStuffSlack];
 };
 
+// The process's, as workingBatch is. Tables do not change, so the codes of one call serve the next.
+constinit McuCoder mcuCoder = {};
+
 uint32_t CodeMcus(BitSink *sink, ComponentBlocks *components, uint32_t count, uint32_t mcus) {
-    return CodeBatches<McuCoder>(sink, components, count, mcus);
+    return CodeBatches(sink, components, count, mcus,
+                       [](BitSink &out, ComponentBlocks *of, uint32_t number, uint32_t batch) {
+                           mcuCoder.Code(out, of, number, batch);
+                       });
 }

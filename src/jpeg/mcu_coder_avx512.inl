@@ -115,13 +115,10 @@ inline void FindPairs(const Symbols &symbols, const PackedCode *acCodes, AllPair
 
 class McuCoder {
 public:
-    McuCoder(const ComponentBlocks *components, uint32_t count) {
-        for (uint32_t c = 0; c < count; ++c)
-            __builtin_memcpy(acCodes_ + c * kAcSymbols, components[c].tables->ofSymbol,
-                             sizeof(CodeTables::ofSymbol));
-    }
-
     void Code(BitSink &sink, ComponentBlocks *components, uint32_t count, uint32_t mcus) {
+        for (uint32_t c = 0; c < count; ++c)
+            if (tables_[c] != components[c].tables)
+                TakeCodes(c, components[c].tables);
         symbols_.count = symbols_.dcCount = 0;
         for (; mcus > 0; --mcus)
             for (uint32_t c = 0; c < count; ++c)
@@ -135,12 +132,24 @@ public:
     }
 
 private:
+    void TakeCodes(uint32_t c, const CodeTables *tables) {
+        __builtin_memcpy(acCodes_ + c * kAcSymbols, tables->ofSymbol, sizeof(CodeTables::ofSymbol));
+        tables_[c] = tables;
+    }
+
     alignas(64) PackedCode acCodes_[kMaxComponents * kAcSymbols];
+    const CodeTables *tables_[kMaxComponents]; // that the codes are of
     Symbols symbols_;
     AllPairs pairs_;
     uint8_t bytes_[kBatchBytes + kStuffSlack];
 };
 
+// The process's, as workingBatch is. Tables do not change, so the codes of one call serve the next.
+constinit McuCoder mcuCoder = {};
+
 uint32_t CodeMcus(BitSink *sink, ComponentBlocks *components, uint32_t count, uint32_t mcus) {
-    return CodeBatches<McuCoder>(sink, components, count, mcus);
+    return CodeBatches(sink, components, count, mcus,
+                       [](BitSink &out, ComponentBlocks *of, uint32_t number, uint32_t batch) {
+                           mcuCoder.Code(out, of, number, batch);
+                       });
 }

@@ -67,9 +67,11 @@ bool Store::Allocate(uint32_t width, uint32_t rows) {
     return true;
 }
 
-// Rows of samples of one MCU row, a chunk of columns at a time.
-struct ChunkSamples {
+// A chunk of columns of one MCU row: rows of samples, and one component's transformed blocks.
+struct Chunk {
     uint8_t samples[kComponents][kMcuRows][kChunkPixels + kSampleSlack];
+    alignas(64) int16_t coefficients[(kChunkBlocks + kBlockSlack) * kBlockSize];
+    uint64_t nonZero[kChunkBlocks + kBlockSlack];
 
     // Repeats columns - 1's pixel up to the padded width: in chroma too the last pixel, whether
     // its column is even or odd.
@@ -85,25 +87,26 @@ struct ChunkSamples {
     }
 };
 
-void Deinterleave(const uint8_t *row, uint32_t columns, ChunkSamples &chunk, uint32_t y) {
+// Too large for a small stack, so the process's: each chunk is made anew, and nothing calls the
+// host before it is stored.
+constinit Chunk workingChunk = {};
+
+void Deinterleave(const uint8_t *row, uint32_t columns, Chunk &chunk, uint32_t y) {
     ActiveKernels().deinterleave422(row, columns, chunk.samples[0][y], chunk.samples[1][y],
                                     chunk.samples[2][y]);
 }
-void Deinterleave(uint8_t *row, uint32_t columns, ChunkSamples &chunk, uint32_t y) {
+void Deinterleave(uint8_t *row, uint32_t columns, Chunk &chunk, uint32_t y) {
     ActiveKernels().mapAndDeinterleave422(row, columns, chunk.samples[0][y], chunk.samples[1][y],
                                           chunk.samples[2][y]);
 }
 
 // Transforms a chunk's blocks and keeps them as the store does.
-void StoreBlocks(Component &component,
-                 const uint8_t (&samples)[kMcuRows][kChunkPixels + kSampleSlack], uint32_t blocks,
+void StoreBlocks(Component &component, Chunk &chunk, int c, uint32_t blocks,
                  const QuantDivisors &divisors, std::size_t first) {
-    int16_t coefficients[(kChunkBlocks + kBlockSlack) * kBlockSize];
-    uint64_t nonZero[kChunkBlocks + kBlockSlack];
-    ActiveKernels().transformBlocks(samples[0], sizeof(samples[0]), blocks, divisors, coefficients,
-                                    nonZero);
-    std::memcpy(component.nonZero + first, nonZero, blocks * sizeof(nonZero[0]));
-    component.packedEnd = ActiveKernels().packBlocks(coefficients, nonZero, blocks,
+    ActiveKernels().transformBlocks(chunk.samples[c][0], sizeof(chunk.samples[c][0]), blocks,
+                                    divisors, chunk.coefficients, chunk.nonZero);
+    std::memcpy(component.nonZero + first, chunk.nonZero, blocks * sizeof(chunk.nonZero[0]));
+    component.packedEnd = ActiveKernels().packBlocks(chunk.coefficients, chunk.nonZero, blocks,
                                                      component.dcs + first, component.packedEnd);
 }
 
@@ -113,7 +116,7 @@ void StoreMcuRow(Store &store, CompressEnv &env, const PixelRows<Byte> &picture,
     const uint32_t firstRow = mcuRow * kMcuRows;
     const uint32_t realRows = std::min(kMcuRows, picture.rows - firstRow);
     const uint32_t paddedWidth = store.mcusAcross * kMcuPixels;
-    ChunkSamples chunk;
+    Chunk &chunk = workingChunk;
     for (uint32_t x = 0; x < paddedWidth; x += kChunkPixels) {
         const uint32_t padded = std::min(kChunkPixels, paddedWidth - x);
         const uint32_t columns = std::min(padded, picture.width - x);
@@ -127,7 +130,7 @@ void StoreMcuRow(Store &store, CompressEnv &env, const PixelRows<Byte> &picture,
         for (int c = 0; c < kComponents; ++c) {
             Component &component = store.component[c];
             const std::size_t firstMcu = std::size_t{mcuRow} * store.mcusAcross + x / kMcuPixels;
-            StoreBlocks(component, chunk.samples[c], padded / kMcuPixels * component.blocksInMcu,
+            StoreBlocks(component, chunk, c, padded / kMcuPixels * component.blocksInMcu,
                         Divisors(&env, c == 0 ? 0 : 1), firstMcu * component.blocksInMcu);
         }
     }

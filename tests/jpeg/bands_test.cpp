@@ -299,6 +299,30 @@ TEST(MapAndCompressBand, TakesRowsInEitherDirection) {
               up.Bytes(static_cast<uint32_t>(upCount)));
 }
 
+/// Pictures of each format, coded an MCU row each in turns.
+void ExpectPicturesInTurnsAreWhole() {
+    constexpr int kRows = 3;
+    const int formats[] = {KOWEN_FORMAT_YCC422, KOWEN_FORMAT_RGB444, KOWEN_FORMAT_GREY};
+    const int qualities[] = {100, 40, 75};
+    const Picture pictures[] = {FromBitmap(MakeNoise(700, 8 * kRows, 1), formats[0]),
+                                FromBitmap(MakeNoise(90, 8 * kRows, 2), formats[1]),
+                                FromBitmap(MakeSoft(530, 8 * kRows), formats[2])};
+    PictureEnv envs[] = {{formats[0], KOWEN_OPERATION_SEQUENTIAL, qualities[0], 700, 8 * kRows},
+                         {formats[1], KOWEN_OPERATION_SEQUENTIAL, qualities[1], 90, 8 * kRows},
+                         {formats[2], KOWEN_OPERATION_SEQUENTIAL, qualities[2], 530, 8 * kRows}};
+    std::vector<uint8_t> bytes[3];
+    for (int row = 0; row < kRows; ++row)
+        for (int i = 0; i < 3; ++i)
+            bytes[i] = bytes[i] + CodeBand(envs[i], pictures[i].Rows(8 * row, 8), formats[i]);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(bytes[i], CodeBandsPlainly(pictures[i], formats[i], qualities[i])) << formats[i];
+}
+
+// What an MCU row leaves in the working memory that all share is not seen by another picture's.
+TEST(CompressBands, PicturesMayTakeTurns) {
+    WithEachVariant(ExpectPicturesInTurnsAreWhole);
+}
+
 TEST(CompressBands, OtherThanOneToEightRowsCodeNothing) {
     const std::vector<uint8_t> pixels(9 * 8 * 3, 200);
     for (const uint32_t rows : {0u, 9u}) {

@@ -315,7 +315,7 @@ TEST_F(HostileProcess, AnExportOnASmallStack) {
 #ifdef KOWEN_SANITIZED
     constexpr size_t kStackBytes = 1024 * 1024;
 #else
-    constexpr size_t kStackBytes = 96 * 1024;
+    constexpr size_t kStackBytes = 64 * 1024;
 #endif
     const size_t least = static_cast<size_t>(sysconf(_SC_THREAD_STACK_MIN)); // more on PowerPC
     ASSERT_EQ(pthread_attr_setstacksize(&attributes, std::max(kStackBytes, least)), 0);
