@@ -33,11 +33,16 @@ if(KOWEN_WARNINGS_AS_ERRORS)
   target_compile_options(kowen_options INTERFACE -Werror)
 endif()
 
+# A thread of 64 KB is to be enough for whatever calls the module or the host library. Sanitizers take
+# several times as much.
+set(KOWEN_FRAME_OPTIONS $<$<NOT:$<BOOL:${KOWEN_SANITIZE}>>:-Wframe-larger-than=20480>)
+
 # What the module is made of: nothing throws, nothing is visible unless it says so, and functions
 # that no entry reaches can be left out when it is linked.
 add_library(kowen_module_options INTERFACE)
 target_link_libraries(kowen_module_options INTERFACE kowen_options)
 target_compile_options(kowen_module_options INTERFACE
+  ${KOWEN_FRAME_OPTIONS}
   -fvisibility=hidden -fvisibility-inlines-hidden -ffunction-sections -fdata-sections
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
   $<$<AND:$<COMPILE_LANGUAGE:CXX>,$<CXX_COMPILER_ID:GNU>>:-fno-gnu-unique>)
