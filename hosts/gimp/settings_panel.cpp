@@ -64,11 +64,9 @@ SettingsPanel::SettingsPanel(const PanelImage &shown, const Choices &start,
 GtkWidget *SettingsPanel::MakePictureFrame() {
     GtkWidget *box = gtk_vbox_new(FALSE, 6);
     Pack(box, MakeQualityTable());
-    AddCheck(
-        box, "Pro_gressive",
-        "The whole picture is there early while it is being fetched, and gets sharper. Usually "
-        "smaller as well.",
-        "progressive", "yes", "no", true);
+    AddCheck(box, "Pro_gressive",
+             "The whole picture is there early while it is being fetched, and gets sharper.",
+             "progressive", "yes", "no", true);
     AddCheck(box, "Gre_y", "Saves the brightness alone.", "colour", "grey", "ycc422", true);
     Pack(box, MakeResolution());
     if (image.transparent)
