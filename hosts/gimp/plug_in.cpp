@@ -3,7 +3,9 @@
 
 #include <libgimp/gimp.h>
 
+#include <exception>
 #include <iterator>
+#include <new>
 #include <string>
 
 namespace {
@@ -137,16 +139,31 @@ GimpPDBStatusType Export(GimpRunMode mode, const GimpParam *params, KowenResult 
     return GIMP_PDB_CALLING_ERROR;
 }
 
+// GIMP calls through C: what the C++ library throws ends here.
+GimpPDBStatusType RunProcedure(const gchar *name, gint count, const GimpParam *params,
+                               KowenResult *result) {
+    const auto mode = static_cast<GimpRunMode>(params[kRunMode].data.d_int32);
+    try {
+        return std::string(name) == kSave ? Save(mode, count, params, result)
+                                          : Export(mode, params, result);
+    } catch (const std::bad_alloc &) {
+        FailWith(KOWEN_HOST_ERR_MEMORY,
+                 "not enough memory for the export; close other images and export again", result);
+    } catch (const std::exception &exception) {
+        FailWith(KOWEN_HOST_ERR_EXPORT, std::string("the export failed: ") + exception.what(),
+                 result);
+    }
+    return GIMP_PDB_EXECUTION_ERROR;
+}
+
 void Run(const gchar *name, gint count, const GimpParam *params, gint *returnCount,
          GimpParam **returned) {
     static GimpParam values[2];
     static KowenResult result; // its message is read when this has returned
     result = EmptyResult();
     gegl_init(nullptr, nullptr);
-    const auto mode = static_cast<GimpRunMode>(params[kRunMode].data.d_int32);
     values[0].type = GIMP_PDB_STATUS;
-    values[0].data.d_status = std::string(name) == kSave ? Save(mode, count, params, &result)
-                                                         : Export(mode, params, &result);
+    values[0].data.d_status = RunProcedure(name, count, params, &result);
     values[1].type = GIMP_PDB_STRING;
     values[1].data.d_string = result.message;
     const bool failed = values[0].data.d_status != GIMP_PDB_SUCCESS &&

@@ -17,11 +17,18 @@ int32_t Report(void *context, double fraction) {
     return 0;
 }
 
-void BeginProgress(const std::string &path) {
-    gchar *name = g_filename_display_basename(path.c_str());
-    gimp_progress_init_printf("Exporting '%s'", name);
-    g_free(name);
-}
+// GIMP's progress bar, as long as this lives.
+class ShownProgress {
+public:
+    explicit ShownProgress(const std::string &path) {
+        gchar *name = g_filename_display_basename(path.c_str());
+        gimp_progress_init_printf("Exporting '%s'", name);
+        g_free(name);
+    }
+    ~ShownProgress() { gimp_progress_end(); }
+    ShownProgress(const ShownProgress &) = delete;
+    ShownProgress &operator=(const ShownProgress &) = delete;
+};
 
 } // namespace
 
@@ -30,22 +37,17 @@ int32_t SaveImage(KowenModule *module, gint32 image, const Choices &choices,
     const Settings settings = SettingsOf(choices, result);
     if (!settings)
         return result->code;
-    BeginProgress(path);
+    const ShownProgress bar(path);
     ShownImage shown(image);
     if (shown.Picture().width == 0)
-        return FailWith(KOWEN_HOST_ERR_PICTURE,
-                        path + ": the image has no visible layer, so there is nothing to export",
-                        result);
+        return FailWith(KOWEN_HOST_ERR_PICTURE, path + ": " + kNothingShown, result);
     double told = 0;
     KowenProgress progress = {sizeof progress, Report, &told};
     KowenOutput output = {};
     output.size = sizeof output;
     output.replace = KOWEN_REPLACE_JPEG;
     output.path = path.c_str();
-    const int32_t code =
-        KowenSave(module, &shown.Picture(), settings.get(), &output, &progress, result);
-    gimp_progress_end();
-    return code;
+    return KowenSave(module, &shown.Picture(), settings.get(), &output, &progress, result);
 }
 
 } // namespace kowen::gimp

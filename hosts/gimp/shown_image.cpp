@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 namespace kowen::gimp {
 namespace {
@@ -101,17 +102,29 @@ void ShownImage::FetchRows(uint32_t first, uint32_t rows, void *pixels) {
     babl_process(toBytes, light.data(), pixels, static_cast<glong>(count));
 }
 
+const uint8_t *ShownImage::RowInStrip(uint32_t row) {
+    if (row - stripFirst >= stripCount) {
+        const uint32_t count = std::min(StripRows(), picture.height - row);
+        stripCount = 0; // until it is there
+        strip.resize(RowBytes() * count);
+        FetchRows(row, count, strip.data());
+        stripFirst = row;
+        stripCount = count;
+    }
+    return strip.data() + RowBytes() * (row - stripFirst);
+}
+
+// The library is called through C, which nothing may be thrown across.
 int32_t ShownImage::ReadRow(void *self, uint32_t row, void *pixels) {
     auto *image = static_cast<ShownImage *>(self);
-    const size_t rowBytes = image->RowBytes();
-    if (row - image->stripFirst >= image->stripCount) {
-        image->stripFirst = row;
-        image->stripCount = std::min(image->StripRows(), image->picture.height - row);
-        image->strip.resize(rowBytes * image->stripCount);
-        image->FetchRows(row, image->stripCount, image->strip.data());
+    try {
+        std::memcpy(pixels, image->RowInStrip(row), image->RowBytes());
+        return 0;
+    } catch (const std::bad_alloc &) {
+        KowenSetRowError("not enough memory for the image's rows; close other images and export "
+                         "again");
+        return 1;
     }
-    std::memcpy(pixels, image->strip.data() + rowBytes * (row - image->stripFirst), rowBytes);
-    return 0;
 }
 
 } // namespace kowen::gimp

@@ -9,6 +9,9 @@
 
 namespace kowen::gimp {
 
+/// What to say of an image without a visible layer.
+constexpr char kNothingShown[] = "the image has no visible layer, so there is nothing to export";
+
 /// All visible layers, merged within the canvas; no pixels when there is none. Where the image is
 /// more than one plain layer of the canvas's size a copy of it is merged; the image itself is never
 /// changed.
@@ -29,11 +32,12 @@ public:
     /// Rows that are fetched in one go: what GIMP's tiles hold.
     uint32_t StripRows() const { return gimp_tile_height(); }
 
-    /// Fetches `rows` rows from row `first` on, without gaps.
+    /// Fetches `rows` rows from row `first` on, without gaps. Throws std::bad_alloc.
     void FetchRows(uint32_t first, uint32_t rows, void *pixels);
 
 private:
     static int32_t ReadRow(void *self, uint32_t row, void *pixels);
+    const uint8_t *RowInStrip(uint32_t row);
     void Open(gint32 layer);
 
     gint32 copy = -1; // of the image; -1: none was needed

@@ -17,7 +17,9 @@ int32_t Discard(void *, const void *, size_t) {
 
 SizePreview::SizePreview(KowenModule *filter, gint32 shown, Listener told)
     : module(filter), listener(std::move(told)), image(shown) {
-    if (image.Picture().width > 0 && AllocatePixels())
+    if (image.Picture().width == 0)
+        GiveUp(KOWEN_HOST_ERR_PICTURE, kNothingShown);
+    else if (AllocatePixels())
         loadSource = g_idle_add(LoadStrip, this);
 }
 
@@ -35,10 +37,15 @@ bool SizePreview::AllocatePixels() {
         pixels.resize(image.RowBytes() * image.Picture().height);
         return true;
     } catch (const std::bad_alloc &) {
-        FailWith(KOWEN_HOST_ERR_MEMORY, "not enough memory to tell the size beforehand", &result);
-        finishSource = g_idle_add(Finished, this);
+        GiveUp(KOWEN_HOST_ERR_MEMORY, "not enough memory to tell the size beforehand");
         return false;
     }
+}
+
+void SizePreview::GiveUp(int32_t code, const char *why) {
+    std::vector<uint8_t>().swap(pixels);
+    givenUp = EmptyResult();
+    FailWith(code, why, &*givenUp);
 }
 
 gboolean SizePreview::LoadStrip(gpointer self) {
@@ -46,10 +53,14 @@ gboolean SizePreview::LoadStrip(gpointer self) {
     const uint32_t height = preview->image.Picture().height;
     const uint32_t first = preview->loadedRows;
     const uint32_t count = std::min(preview->image.StripRows(), height - first);
-    preview->image.FetchRows(first, count,
-                             preview->pixels.data() + preview->image.RowBytes() * first);
-    preview->loadedRows += count;
-    if (preview->loadedRows < height)
+    try {
+        preview->image.FetchRows(first, count,
+                                 preview->pixels.data() + preview->image.RowBytes() * first);
+        preview->loadedRows += count;
+    } catch (const std::bad_alloc &) {
+        preview->GiveUp(KOWEN_HOST_ERR_MEMORY, "not enough memory to tell the size beforehand");
+    }
+    if (!preview->givenUp && preview->loadedRows < height)
         return G_SOURCE_CONTINUE;
     preview->loadSource = 0;
     preview->StartWhenReady();
@@ -74,6 +85,11 @@ gboolean SizePreview::Rested(gpointer self) {
 
 void SizePreview::StartWhenReady() {
     const bool loaded = loadedRows > 0 && loadedRows == image.Picture().height;
+    if (pending && givenUp) {
+        pending = false;
+        listener(*givenUp);
+        return;
+    }
     if (!pending || !loaded || worker.joinable())
         return;
     pending = false;

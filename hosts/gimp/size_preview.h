@@ -7,6 +7,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -18,7 +19,8 @@ namespace kowen::gimp {
 /// Belongs to the main thread, as all of GIMP does; the worker knows nothing but the copied pixels.
 class SizePreview {
 public:
-    /// Called on the main thread after each estimate that was not overtaken by other choices.
+    /// Called on the main thread after each estimate that was not overtaken by other choices; with
+    /// the reason where there can be none.
     using Listener = std::function<void(const KowenResult &)>;
 
     SizePreview(KowenModule *module, gint32 image, Listener listener);
@@ -37,6 +39,7 @@ private:
     static gboolean Finished(gpointer self);
     static int32_t Report(void *self, double fraction);
     bool AllocatePixels();
+    void GiveUp(int32_t code, const char *why);
     void StartWhenReady();
     void StartWorker();
     void Work();
@@ -47,6 +50,7 @@ private:
     std::vector<uint8_t> pixels;
     uint32_t loadedRows = 0;
     guint loadSource = 0, restSource = 0, finishSource = 0;
+    std::optional<KowenResult> givenUp; // why no choices can be estimated
 
     Choices wanted;
     bool pending = false; // `wanted` is to be estimated

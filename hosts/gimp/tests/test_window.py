@@ -11,6 +11,7 @@ import pytest
 from PIL import Image
 
 from display import wait_for
+from gimp import END, lisp, load
 from pictures import DPI, swapped_profile
 
 TITLE = "Export through kowen"
@@ -25,7 +26,8 @@ class Desk:
         self.display = display
         self._log = open(log, "wb+")
         self._seen = 0
-        self.process = gimp.start(display, self._log, folder / "photo.png", folder / "large.png")
+        self.process = gimp.start(display, self._log, folder / "photo.png", folder / "hidden.xcf",
+                                  folder / "large.png")
 
     def close(self):
         self.process.kill()
@@ -45,6 +47,11 @@ class Desk:
         """Waits until the window has told this size."""
         wait_for(f"an estimate of {size} bytes, got {self._estimates()}",
                  lambda: self._estimates()[-1:] == [size])
+
+    def refusal(self, code, times=1):
+        """Waits until the window has told this often that there is no estimate, and why."""
+        wait_for(f"a refusal of code {code}",
+                 lambda: self._said()[self._seen:].count(f"kowen: estimate {code},") == times)
 
     def _estimates(self):
         return [int(found) for found in
@@ -87,6 +94,9 @@ def folder(gimp):
     (folder / "photo.ppm").unlink()
     Image.new("RGB", (9000, 8000), (90, 120, 60)).save(folder / "large.png", dpi=DPI)
     (folder / "large.jpg").write_bytes(OLD)
+    hidden = lisp(folder / "hidden.xcf")
+    gimp.batch(load(folder / "photo.png") + "(gimp-item-set-visible layer FALSE) "
+               f"(gimp-xcf-save RUN-NONINTERACTIVE image layer {hidden} {hidden}) " + END)
     return folder
 
 
@@ -109,7 +119,7 @@ def test_cancel_in_the_middle_keeps_the_old_file(desk, display, folder):
     wait_for("GIMP to end the plug-in", lambda: cancelled(desk, display, main, plug_in))
     assert (folder / "large.jpg").read_bytes() == OLD
     assert sorted(path.name for path in folder.iterdir()) == [
-        "large.jpg", "large.png", "photo.png"]
+        "hidden.xcf", "large.jpg", "large.png", "photo.png"]
 
 
 def cancelled(desk, display, main, plug_in):
@@ -119,10 +129,21 @@ def cancelled(desk, display, main, plug_in):
     return not Path(f"/proc/{plug_in}").exists()
 
 
-def test_it_tells_the_size_and_exports_what_was_chosen(desk, display, folder, program):
-    photo = folder / "photo.png"
+def test_an_image_that_shows_nothing_has_no_size_and_says_why(desk, display):
     display.window("large.*GIMP")
     display.press("ctrl+w")
+    desk.open_window("hidden.*GIMP")
+    desk.refusal(4)
+    display.press("alt+g")  # other choices do not help
+    desk.refusal(4, times=2)
+    display.press("Escape")
+    desk.gone(TITLE)
+    display.window("hidden.*GIMP")
+    display.press("ctrl+w")
+
+
+def test_it_tells_the_size_and_exports_what_was_chosen(desk, display, folder, program):
+    photo = folder / "photo.png"
     window = desk.open_window("photo.*GIMP")
     desk.estimate(len(program(photo)))
     display.press("alt+q")
@@ -170,9 +191,7 @@ def test_a_file_that_is_no_jpeg_stays_and_the_window_too(desk, display, folder):
     chosen.write_text("no picture")
     desk.open_window("photo.*GIMP")
     display.press("alt+e")
-    display.window("Replace")
-    display.press("alt+r")
-    display.window("Not exported")
+    display.window("Not exported")  # without a question whose answer would not count
     display.press("Escape")
     display.window(TITLE)
     display.press("Escape")
