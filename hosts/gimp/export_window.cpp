@@ -110,7 +110,10 @@ private:
         facts.transparent =
             picture.format == KOWEN_PIXEL_RGBA || picture.format == KOWEN_PIXEL_GREY_ALPHA;
         facts.metadata = &metadata;
-        panel.emplace(facts, RememberedChoices(), [this] { preview->Want(panel->Current()); });
+        panel.emplace(facts, RememberedChoices(), [this] {
+            if (preview) // there is none while the picture is exported
+                preview->Want(panel->Current());
+        });
         if (given.empty()) {
             gtk_file_chooser_set_extra_widget(GTK_FILE_CHOOSER(dialog), panel->Widget());
             return;
@@ -142,7 +145,7 @@ private:
         }
         path = WithJpegEnding(chosen);
         g_free(chosen);
-        return !g_file_test(path.c_str(), G_FILE_TEST_EXISTS) || AskToReplace();
+        return !WouldReplace(path) || AskToReplace();
     }
 
     bool AskToReplace() {

@@ -2,6 +2,7 @@
 
 #include <glib/gstdio.h>
 
+#include <cstdio>
 #include <cstring>
 
 namespace kowen::gimp {
@@ -60,6 +61,15 @@ std::string Name(const std::string &path) {
     return Taken(g_path_get_basename(path.c_str()));
 }
 
+bool StartsAsJpeg(const std::string &path) {
+    unsigned char start[3] = {};
+    std::FILE *file = g_fopen(path.c_str(), "rb");
+    const bool read = file != nullptr && std::fread(start, 1, sizeof start, file) == sizeof start;
+    if (file != nullptr)
+        std::fclose(file);
+    return read && start[0] == 0xFF && start[1] == 0xD8 && start[2] == 0xFF;
+}
+
 std::string AnyFolder() {
     const std::string last = Recall(kLastFolder);
     if (g_file_test(last.c_str(), G_FILE_TEST_IS_DIR))
@@ -91,6 +101,13 @@ std::string WithJpegEnding(const std::string &path) {
         if (g_str_has_suffix(lower.c_str(), ending) && Name(lower) != ending)
             return path;
     return path + ".jpg";
+}
+
+bool WouldReplace(const std::string &path) {
+    GStatBuf status;
+    if (g_stat(path.c_str(), &status) != 0 || S_ISDIR(status.st_mode))
+        return false;
+    return !S_ISREG(status.st_mode) || status.st_size == 0 || StartsAsJpeg(path);
 }
 
 } // namespace kowen::gimp

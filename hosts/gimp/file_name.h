@@ -23,4 +23,8 @@ void RememberFile(gint32 image, const std::string &path);
 /// The path with .jpg behind it unless it ends as a JPEG does.
 std::string WithJpegEnding(const std::string &path);
 
+/// Whether an export to the path would write over what is there: a JPEG, an empty file, a device.
+/// Any other file is kept, and its export fails.
+bool WouldReplace(const std::string &path);
+
 } // namespace kowen::gimp
