@@ -9,6 +9,7 @@ import io
 import pytest
 from PIL import Image
 
+from conftest import BUILD
 from gimp import END, lisp, load, save
 
 PLAIN = ("rgb", "rgba", "grey", "grey-alpha", "indexed", "indexed-alpha", "with-profile")
@@ -74,6 +75,9 @@ CHANGES = {
               " (gimp-image-insert-layer image group 0 0)"
               " (gimp-image-reorder-item image layer group 0)) ", "rgb"),
 }
+# What the window keeps of its last export, here until GIMP ends.
+REMEMBERED = ('(gimp-attach-parasite (list "kowen-settings" 0'
+              ' "[settings]\\nquality=60\\nprogressive=yes\\n")) ')
 UNTOUCHED = ("(gimp-image-clean-all image) {save}"
              "(gimp-message (string-append \"dirty \""
              " (number->string (car (gimp-image-is-dirty image))) \" layers \""
@@ -105,6 +109,9 @@ def made(gimp, pictures, tmp_path_factory):
     kjpg = folder / "plain.kjpg"
     jobs.append(load(pictures / "rgb.png") +
                 f"(gimp-file-save RUN-NONINTERACTIVE image layer {lisp(kjpg)} {lisp(kjpg)}) " + END)
+    remembered = save(folder / "remembered.jpg", quality=90)  # which does not count then
+    jobs.append(load(pictures / "rgb.png") + REMEMBERED +
+                remembered.replace("RUN-NONINTERACTIVE", "RUN-WITH-LAST-VALS") + END)
     untouched = UNTOUCHED.format(save=save(folder / "untouched.jpg"))
     jobs.append(load(pictures / "rgb.png") + ADD_TOP.format(top=lisp(pictures / "top.png")) +
                 untouched + END)
@@ -132,6 +139,24 @@ def test_what_is_shown_gives_the_programs_bytes(made, pictures, program, name):
 
 def test_the_ending_kjpg_is_saved_with_the_defaults(made, pictures, program):
     assert (made[0] / "plain.kjpg").read_bytes() == program(pictures / "rgb.png")
+
+
+def test_the_last_values_are_those_of_the_window(made, pictures, program):
+    assert (made[0] / "remembered.jpg").read_bytes() == program(
+        pictures / "rgb.png", "--quality", "60", "--progressive")
+
+
+def test_no_rule_of_the_module_is_broken(gimp, pictures, tmp_path, program):
+    """The checking module tells them, as docs/checking.md says."""
+    trace = tmp_path / "trace"
+    printed = gimp.batch(load(pictures / "rgba.png") + save(tmp_path / "new.jpg") + END,
+                         KOWEN_MODULE=str(BUILD / "kowen-check.so"),
+                         KOWEN_CHECKED_MODULE=str(BUILD / "kowen.so"),
+                         KOWEN_CHECK_TRACE=str(trace))
+    assert "kowen-check:" not in printed
+    assert trace.read_text().count(" ExportCellData(") == 1
+    assert trace.read_text().endswith(", 0 mistakes\n")
+    assert (tmp_path / "new.jpg").read_bytes() == program(pictures / "rgba.png")
 
 
 def test_the_image_stays_clean_and_no_copy_is_left(made):

@@ -62,9 +62,13 @@ def test_no_file_is_lost_or_left(refused):
 
 
 def test_a_missing_module_is_named(gimp, pictures, tmp_path):
-    printed = gimp.batch(load(pictures / "rgb.png") + save(tmp_path / "new.jpg") + END,
+    rgb = load(pictures / "rgb.png")
+    printed = gimp.batch(rgb + save(tmp_path / "new.jpg") + END,
+                         rgb + "(plug-in-kowen-export RUN-INTERACTIVE image layer) " + END,
                          KOWEN_MODULE="/nowhere/kowen.so")
-    assert "/nowhere/kowen.so" in printed
+    sentence = "cannot load the module /nowhere/kowen.so: No such file or directory"
+    for procedure in ("file-kowen-save", "plug-in-kowen-export"):  # before there is a window, too
+        assert f"procedure '{procedure}':\n{sentence}" in printed
     assert not list(tmp_path.iterdir())
 
 
