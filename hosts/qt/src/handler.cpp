@@ -21,13 +21,26 @@ QString WriteAll(QIODevice &device, const char *bytes, qint64 count) {
     return file == nullptr || file->flush() ? QString() : file->errorString();
 }
 
-// What a failure leaves of a file: nothing that could be taken for a picture.
-void TakeBack(QIODevice &device, qint64 start) {
-    if (auto *save = qobject_cast<QSaveFile *>(&device))
-        save->cancelWriting();
-    else if (auto *file = qobject_cast<QFileDevice *>(&device); file && !file->isSequential())
-        file->resize(start);
-}
+// Takes away what was written behind a file's old end, unless it was all: nothing of it could be
+// taken for a picture. What stood in the file before is the program's own.
+class Growth {
+public:
+    explicit Growth(QIODevice &device)
+        : file(qobject_cast<QFileDevice *>(&device)), end(device.size()) {}
+    Growth(const Growth &) = delete;
+    Growth &operator=(const Growth &) = delete;
+    ~Growth() {
+        if (!whole && file != nullptr && !file->isSequential())
+            file->resize(end);
+    }
+
+    void Keep() { whole = true; }
+
+private:
+    QFileDevice *file;
+    qint64 end;
+    bool whole = false;
+};
 
 QString NameOf(const QIODevice &device) {
     const auto *file = qobject_cast<const QFileDevice *>(&device);
@@ -37,7 +50,6 @@ QString NameOf(const QIODevice &device) {
 } // namespace
 
 bool ImageHandler::write(const QImage &image) {
-    const qint64 start = device()->pos();
     QString problem;
     try {
         problem = Save(image);
@@ -48,7 +60,8 @@ bool ImageHandler::write(const QImage &image) {
     }
     if (problem.isEmpty())
         return true;
-    TakeBack(*device(), start);
+    if (auto *file = qobject_cast<QSaveFile *>(device()))
+        file->cancelWriting();
     qWarning("kowen: %s", qUtf8Printable(problem));
     return false;
 }
@@ -58,8 +71,12 @@ QString ImageHandler::Save(const QImage &image) {
     const QString problem = jpeg.Encode(image, options);
     if (!problem.isEmpty())
         return problem;
+    Growth growth(*device());
     const QString unwritten = WriteAll(*device(), jpeg.Bytes(), jpeg.Size());
-    return unwritten.isEmpty() ? QString() : NameOf(*device()) + " cannot be written: " + unwritten;
+    if (!unwritten.isEmpty())
+        return NameOf(*device()) + " cannot be written: " + unwritten;
+    growth.Keep();
+    return {};
 }
 
 bool ImageHandler::supportsOption(ImageOption option) const {

@@ -11,8 +11,9 @@ public:
     bool read(QImage *) override { return false; }
 
     /// Saves the picture to the device. False when that failed: a sentence that says why is printed
-    /// by qWarning, since Qt takes none from a handler; a file has no bytes of the picture then,
-    /// and a QSaveFile cannot be committed.
+    /// by qWarning, since Qt takes none from a handler. Of a picture that cannot be encoded nothing
+    /// is written; what could not be written whole is taken away behind the file's old end, but for
+    /// what Qt still has in its buffer. A QSaveFile cannot be committed.
     bool write(const QImage &image) override;
 
     /// Quality, ProgressiveScanWrite and Description.

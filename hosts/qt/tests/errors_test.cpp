@@ -10,7 +10,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
+#include <random>
+
+#include <sys/resource.h>
 
 using namespace saving;
 
@@ -53,6 +57,42 @@ private:
     qint64 left;
 };
 
+// No file grows beyond so many bytes.
+class SmallDisk {
+public:
+    explicit SmallDisk(rlim_t bytes) {
+        getrlimit(RLIMIT_FSIZE, &before);
+        const rlimit small = {bytes, before.rlim_max};
+        handler = std::signal(SIGXFSZ, SIG_IGN);
+        setrlimit(RLIMIT_FSIZE, &small);
+    }
+    SmallDisk(const SmallDisk &) = delete;
+    SmallDisk &operator=(const SmallDisk &) = delete;
+    ~SmallDisk() {
+        setrlimit(RLIMIT_FSIZE, &before);
+        std::signal(SIGXFSZ, handler);
+    }
+
+private:
+    rlimit before{};
+    void (*handler)(int);
+};
+
+QByteArray BytesOf(const QString &path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("it cannot be read");
+}
+
+// Its JPEG has some 100 kB.
+QImage Noise() {
+    QImage image(256, 256, QImage::Format_RGB32);
+    std::minstd_rand chance(1);
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            image.setPixel(x, y, static_cast<QRgb>(chance()));
+    return image;
+}
+
 TEST_F(Errors, AFullDiskIsToldByName) {
     QFile file("/dev/full");
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
@@ -77,14 +117,30 @@ TEST_F(Errors, APictureThatIsTooWideLeavesNothingOfAFile) {
     EXPECT_TRUE(warnings[0].contains("65536 x 1")) << qPrintable(warnings[0]);
 }
 
-TEST_F(Errors, LeaveWhatStoodInTheFileBefore) {
+TEST_F(Errors, LeaveWhatStoodInTheFileBeforeAndAfter) {
     const QTemporaryDir folder;
     QFile file(folder.filePath("a.bin"));
     ASSERT_TRUE(file.open(QIODevice::ReadWrite));
-    file.write("before");
+    file.write("before-and-after");
+    ASSERT_TRUE(file.seek(7));
     EXPECT_FALSE(QImageWriter(&file, "kjpg").write(QImage(65536, 1, QImage::Format_Grayscale8)));
-    file.seek(0);
-    EXPECT_EQ(file.readAll(), "before");
+    EXPECT_EQ(BytesOf(file.fileName()), "before-and-after");
+}
+
+TEST_F(Errors, AFullDiskLeavesAFileItsLength) {
+    const QTemporaryDir folder;
+    QFile file(folder.filePath("a.bin"));
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    file.write(QByteArray(10'000, 'x'));
+    ASSERT_TRUE(file.seek(7));
+    {
+        const SmallDisk disk(30'000);
+        EXPECT_FALSE(QImageWriter(&file, "kjpg").write(Noise()));
+    }
+    file.close();
+    const QByteArray left = BytesOf(file.fileName());
+    EXPECT_EQ(left.size(), 10'000);
+    EXPECT_EQ(left.left(9), "xxxxxxx\xFF\xD8");
 }
 
 TEST_F(Errors, KeepTheOldFileWhenItIsSavedInOneStep) {
