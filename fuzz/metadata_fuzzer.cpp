@@ -227,10 +227,12 @@ void FitDamaged(Input *input) {
         exif[input->Below(static_cast<uint32_t>(exif.size()))] = input->Byte();
     if (input->Bool())
         exif.resize(input->Below(static_cast<uint32_t>(exif.size()) + 1));
-    const ExifFit fit = {input->Number<uint16_t>(), input->Number<uint16_t>(), input->Bool()};
+    const ExifFit fit = {input->Number<uint16_t>(), input->Number<uint16_t>(), input->Bool(),
+                         input->Number<uint16_t>(), input->Number<uint16_t>()};
     const Bytes fitted = FitExif(exif, fit);
     SizeInExif(exif);
     const uint32_t orientation = kowen::cli::ExifOrientation(exif);
+    kowen::cli::ExifResolution(exif);
     Require(orientation >= 1 && orientation <= 8, "an orientation");
     Require(fitted.size() <= exif.size(), "no more than there was");
     if (!fitted.empty())

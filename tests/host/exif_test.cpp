@@ -40,6 +40,42 @@ TEST(FitExif, SaysUprightAndTheJpegsSize) {
     EXPECT_EQ(FitExif(kLittle, {100, 300, true}), expected);
 }
 
+// 180 x 90 dots per centimetre, big end first.
+const Bytes kResolved = {'M',  'M',  0, 42,  0, 0, 0, 8, // 0: the first directory is at 8
+                         0,    3,                        // 8: three entries
+                         0x01, 0x1A, 0, 5,   0, 0, 0, 1, 0, 0, 0, 50, // 10: across, RATIONAL at 50
+                         0x01, 0x1B, 0, 5,   0, 0, 0, 1, 0, 0, 0, 58, // 22: down, RATIONAL at 58
+                         0x01, 0x28, 0, 3,   0, 0, 0, 1, 0, 3, 0, 0,  // 34: centimetres
+                         0,    0,    0, 0,                            // 46: no next
+                         0,    0,    0, 180, 0, 0, 0, 1,              // 50
+                         0,    0,    0, 180, 0, 0, 0, 2};             // 58
+
+TEST(FitExif, SaysTheJpegsResolution) {
+    Bytes expected = kResolved;
+    expected[43] = 2; // inches
+    expected[52] = 1; // 300
+    expected[53] = 0x2C;
+    expected[61] = 144;
+    expected[65] = 1;
+    EXPECT_EQ(FitExif(kResolved, {1, 1, true, 300, 144}), expected);
+    EXPECT_EQ(FitExif(kResolved, {1, 1, true, 0, 0}), kResolved);
+}
+
+TEST(FitExif, LeavesAFractionThatIsNoneOfItsOwn) {
+    Bytes shared = kResolved; // both lie at 50
+    shared[33] = 50;
+    EXPECT_EQ(FitExif(shared, {1, 1, true, 300, 144}), shared);
+    Bytes expected = shared;
+    expected[43] = 2;
+    expected[53] = 96;
+    EXPECT_EQ(FitExif(shared, {1, 1, true, 96, 96}), expected);
+    for (const uint8_t at : {uint8_t{8}, uint8_t{44}, uint8_t{59}, uint8_t{255}}) {
+        Bytes wrong = kResolved; // in the directory, or past the end
+        wrong[33] = at;
+        EXPECT_EQ(FitExif(wrong, {1, 1, true, 300, 300}), wrong) << int{at};
+    }
+}
+
 TEST(FitExif, DropsAThumbnailWithItsBytes) {
     Bytes expected(kLittle.begin(), kLittle.begin() + 68);
     expected[18] = 1;

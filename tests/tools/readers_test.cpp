@@ -28,6 +28,34 @@ TEST(ExifOrientation, IsUprightForFourBytesThatAreNone) {
     EXPECT_EQ(ExifOrientation(big), 1u);
 }
 
+// 118.11 dots per centimetre across, 100 / 2 down.
+const Bytes kResolution = {'M',  'M',  0, 42, 0, 0,   0, 8, 0, 3, // the directory is at 8
+                           0x01, 0x1A, 0, 5,  0, 0,   0, 1, 0, 0,   0,    50,   0x01, 0x1B,
+                           0,    5,    0, 0,  0, 1,   0, 0, 0, 58,  0x01, 0x28, 0,    3,
+                           0,    0,    0, 1,  0, 3,   0, 0, 0, 0,   0,    0,    0,    0,
+                           0x2E, 0x23, 0, 0,  0, 100, 0, 0, 0, 100, 0,    0,    0,    2};
+
+TEST(ExifResolution, IsInItsUnit) {
+    EXPECT_NEAR(ExifResolution(kResolution).x, 300, 0.001);
+    EXPECT_NEAR(ExifResolution(kResolution).y, 127, 0.001);
+    Bytes inches = kResolution;
+    inches[43] = 2;
+    EXPECT_NEAR(ExifResolution(inches).y, 50, 0.001);
+    inches[43] = 1; // none
+    EXPECT_EQ(ExifResolution(inches).x, 0);
+    inches[35] = 0x29; // another tag: inches
+    EXPECT_NEAR(ExifResolution(inches).y, 50, 0.001);
+}
+
+TEST(ExifResolution, IsNoneOfDamagedData) {
+    Bytes none = kResolution;
+    none[65] = 0; // divided by nothing
+    EXPECT_EQ(ExifResolution(none).x, 0);
+    EXPECT_EQ(ExifResolution(none).y, 0);
+    for (size_t size = 0; size < 65; ++size)
+        EXPECT_EQ(ExifResolution({kResolution.data(), size}).y, 0) << size;
+}
+
 TEST(OpenPnm, GivesACommentUpToItsFirstZero) {
     const std::string_view file = "P5\n# one\0two\n1 1\n255\nx"sv;
     const auto source =

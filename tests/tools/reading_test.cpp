@@ -179,6 +179,33 @@ TEST_F(Reading, MetadataArrives) {
     EXPECT_FALSE(Has(dropped, "by hand"));
 }
 
+// 250 dots per inch, both in one fraction at 50; the unit is the inch.
+const string kResolvedExif("MM\0*\0\0\0\x08\0\x03"
+                           "\x01\x1A\0\x05\0\0\0\x01\0\0\0\x32"
+                           "\x01\x1B\0\x05\0\0\0\x01\0\0\0\x32"
+                           "\x01\x28\0\x03\0\0\0\x01\0\x02\0\0"
+                           "\0\0\0\0\0\0\0\xFA\0\0\0\x01",
+                           58);
+
+TEST_F(Reading, ResolutionThatOnlyExifHas) {
+    PngPicture png = {16, 16,   8, kPngGrey, Rows(string(16, 'x')), "", 0, 0, "", kResolvedExif,
+                      "", false};
+    EXPECT_EQ(Decode(Png(png)).xDensity, 250);
+    EXPECT_TRUE(Has(string(file.begin(), file.end()), string("\0\0\0\xFA\0\0\0\x01", 8)));
+    EXPECT_EQ(Decode(Png(png), {"--dpi", "144"}).xDensity, 144);
+    const string bytes(file.begin(), file.end());
+    EXPECT_TRUE(Has(bytes, string("\0\0\0\x90\0\0\0\x01", 8)));
+    EXPECT_FALSE(Has(bytes, string("\0\0\0\xFA\0\0\0\x01", 8)));
+    png.pixelsPerMetre = 11811; // 300, the file's own, counts more
+    EXPECT_EQ(Decode(Png(png)).xDensity, 300);
+    // A JPEG that has no JFIF segment, and the EXIF data that it had.
+    png.pixelsPerMetre = 0;
+    Decode(Png(png));
+    string jpeg(file.begin(), file.end());
+    jpeg.erase(2, 18);
+    EXPECT_EQ(Decode(jpeg).xDensity, 250);
+}
+
 TEST_F(Reading, NetpbmOfEveryKind) {
     const std::map<string, string> pictures = {
         {"P1", "P1\n# ink on the left\n16 1\n1111111100000000"},

@@ -181,7 +181,7 @@ void JpegReader::TakeSegment(int marker, std::span<const uint8_t> data, PictureF
         std::memcmp(data.data(), kExifName, sizeof kExifName) != 0)
         return;
     facts->exif.assign(data.begin(), data.end());
-    facts->orientation = ExifOrientation(data);
+    TakeExif(facts);
 }
 
 void JpegReader::TakeProfile(PictureFacts *facts) {

@@ -76,10 +76,9 @@ private:
         facts.yDpi = DotsPerInch(image->y_resolution, image->units);
         facts.exif = Profile(image, "EXIF");
         facts.icc = Profile(image, "ICM");
+        TakeExif(&facts);
         if (image->orientation != UndefinedOrientation)
             facts.orientation = static_cast<uint32_t>(image->orientation);
-        else
-            facts.orientation = ExifOrientation(facts.exif);
         if (const ImageAttribute *comment = GetImageAttribute(image, "comment"))
             facts.comment = comment->value;
     }

@@ -179,7 +179,7 @@ void PngReader::TakeMetadata(PictureFacts *facts) {
     png_bytep exif = nullptr;
     if (png_get_eXIf_1(png, info, &size, &exif) != 0 && exif != nullptr) {
         facts->exif.assign(exif, exif + size);
-        facts->orientation = ExifOrientation(facts->exif);
+        TakeExif(facts);
         exifTaken = true;
     }
     TakeComment(facts);

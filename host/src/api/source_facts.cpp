@@ -69,7 +69,8 @@ void AddExif(const SourceFacts &facts, const CellPlan &plan, bool wanted, Outcom
         return;
     }
     const ExifFit fit = {static_cast<uint32_t>(plan.outputWidth),
-                         static_cast<uint32_t>(plan.outputHeight), ThumbnailShowsIt(facts, plan)};
+                         static_cast<uint32_t>(plan.outputHeight), ThumbnailShowsIt(facts, plan),
+                         static_cast<uint32_t>(plan.xDpi), static_cast<uint32_t>(plan.yDpi)};
     const std::vector<uint8_t> exif = FitExif(facts.exif, fit);
     if (exif.empty()) {
         outcome->Note(KOWEN_NOTE_EXIF_DROPPED, "the EXIF data is damaged and was left out");

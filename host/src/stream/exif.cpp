@@ -12,6 +12,9 @@ enum Tag : uint16_t {
     kImageWidth = 0x0100,
     kImageLength = 0x0101,
     kOrientation = 0x0112,
+    kXResolution = 0x011A,
+    kYResolution = 0x011B,
+    kResolutionUnit = 0x0128,
     kThumbnail = 0x0201,
     kThumbnailBytes = 0x0202,
     kExifDirectory = 0x8769,
@@ -23,6 +26,9 @@ enum Tag : uint16_t {
 
 constexpr uint16_t kShort = 3;
 constexpr uint16_t kLong = 4;
+constexpr uint16_t kRational = 5;
+constexpr size_t kRationalBytes = 8;
+constexpr uint32_t kInch = 2;
 constexpr size_t kHeaderBytes = 8;
 constexpr size_t kEntryBytes = 12;
 constexpr uint32_t kUpright = 1;
@@ -132,6 +138,20 @@ public:
         }
     }
 
+    // Where the directories lie that belong to the picture, and the one behind.
+    std::vector<Range> Directories() const {
+        const size_t exif = Value(First(), kExifDirectory).value_or(0);
+        std::vector<Range> ranges;
+        for (const size_t directory :
+             {First(), exif, size_t{Value(First(), kGpsDirectory).value_or(0)},
+              size_t{Value(exif, kInteroperability).value_or(0)},
+              size_t{Number(NextPlace(First()), 4)}}) {
+            if (Entries(directory))
+                ranges.push_back({directory, NextPlace(directory) + 4});
+        }
+        return ranges;
+    }
+
 private:
     std::vector<uint8_t> bytes;
     bool valid = false;
@@ -147,6 +167,37 @@ std::vector<Range> UsedRanges(const Tiff &tiff) {
     tiff.AddRanges(tiff.Value(tiff.First(), kGpsDirectory).value_or(0), &ranges);
     tiff.AddRanges(tiff.Value(exif, kInteroperability).value_or(0), &ranges);
     return ranges;
+}
+
+// Where the fraction of a tag is; 0 when it lies outside or in a directory.
+size_t FractionOf(const Tiff &tiff, uint16_t tag) {
+    const size_t entry = tiff.Find(tiff.First(), tag);
+    if (entry == 0 || tiff.Number(entry + 2, 2) != kRational || tiff.Number(entry + 4, 4) != 1)
+        return 0;
+    const size_t at = tiff.Number(entry + 8, 4);
+    if (at < kHeaderBytes || at > tiff.Size() || tiff.Size() - at < kRationalBytes)
+        return 0;
+    for (const Range &used : tiff.Directories()) {
+        if (at < used.end && used.begin < at + kRationalBytes)
+            return 0;
+    }
+    return at;
+}
+
+// Both fractions or none: they may be one and the same.
+void SetResolution(const ExifFit &fit, Tiff *tiff) {
+    const size_t x = FractionOf(*tiff, kXResolution);
+    const size_t y = FractionOf(*tiff, kYResolution);
+    const bool apart = x > y ? x - y >= kRationalBytes : y - x >= kRationalBytes;
+    if (fit.xDpi == 0 || fit.yDpi == 0 || x == 0 || y == 0)
+        return;
+    if (!apart && (x != y || fit.xDpi != fit.yDpi))
+        return;
+    tiff->Put(x, 4, fit.xDpi);
+    tiff->Put(x + 4, 4, 1);
+    tiff->Put(y, 4, fit.yDpi);
+    tiff->Put(y + 4, 4, 1);
+    tiff->SetValue(tiff->First(), kResolutionUnit, kInch);
 }
 
 // Unlinks the second directory, blanks its picture, and cuts off what then lies unused at the end.
@@ -189,6 +240,7 @@ std::vector<uint8_t> FitExif(std::span<const uint8_t> exif, const ExifFit &fit) 
     tiff.SetValue(directory, kPixelYDimension, fit.height);
     if (!fit.keepThumbnail)
         DropThumbnail(&tiff);
+    SetResolution(fit, &tiff);
     return std::move(tiff.Bytes());
 }
 
