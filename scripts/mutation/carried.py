@@ -8,6 +8,7 @@ import re
 from mutation.places import blank, closing
 from mutation.tree import DoesNotWork
 
+MUTANT = os.path.join(os.path.dirname(os.path.abspath(__file__)), 'mutant.h')
 # What stands in front of a brace whose content is looked into.
 HOLDER = re.compile(
     r'(template\s*<.*>\s*)?(inline\s+)?(namespace\b.*|extern|(class|struct|union)\b[^()=]*)', re.S)
@@ -16,7 +17,8 @@ ACCESS = re.compile(r'^(\s*(public|protected|private)\s*:)+')
 
 
 def bodies(code):
-    """Where the bodies of functions are: begin and end inside of the braces, outermost only."""
+    """Where the bodies of functions are that run: begin and end inside of the braces, outermost
+    only."""
     found = []
     at = start = 0
     while at < len(code):
@@ -32,7 +34,9 @@ def bodies(code):
             if HOLDER.fullmatch(before):
                 at = start = at + 1
             elif FUNCTION.search(before):
-                found.append((at + 1, end))
+                # What the compiler computes cannot be chosen later.
+                if not re.search(r'\bconst(expr|eval)\b', before):
+                    found.append((at + 1, end))
                 at = start = end + 1
             else:  # a value in braces, or an enumeration
                 at = end + 1
@@ -70,14 +74,16 @@ def compose(text, mutants):
         pieces.append(piece)
         line += piece.count('\n')
 
+    add(f'#include "{MUTANT}"\n')
     for (begin, end), inside in sorted(by_body.items()):
         add(text[done:begin])
         for m in inside:
             first = line
             add(f'\nif (KowenMutant({m["number"]})) {{\n' + text[begin:m['begin']] + m['new'] +
-                text[m['end']:end] + '\n}\n')
+                text[m['end']:end] + '\n} else ')
             lines.append((first, line, m['number']))
-        done = begin
+        add('{\n' + text[begin:end] + '\n}\n')
+        done = end
     add(text[done:])
     return ''.join(pieces), lines
 

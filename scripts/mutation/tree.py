@@ -17,6 +17,8 @@ BUILD_SECONDS = 7200
 # never ends; and of time, which on a busy machine says little.
 SLOWER, SECONDS_MORE = 5, 8
 WAIT_SECONDS = 900
+# Tests of building, installing and scripts, which see nothing of a mutant.
+BUILDING = ('Build.', 'Packages.', 'Readme.', 'TestLog.')
 
 
 class DoesNotWork(Exception):
@@ -29,8 +31,9 @@ def limits(seconds):
         resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
         resource.setrlimit(resource.RLIMIT_FSIZE, (LARGEST_FILE, LARGEST_FILE))
         resource.setrlimit(resource.RLIMIT_DATA, (MOST_MEMORY, MOST_MEMORY))
-        if seconds:
+        if seconds:  # a test, for which others need not wait
             resource.setrlimit(resource.RLIMIT_CPU, (seconds, seconds))
+            os.sched_setscheduler(0, os.SCHED_IDLE, os.sched_param(0))
     return limit
 
 
@@ -70,7 +73,7 @@ class Tree:
                 self.end(process)
             shutil.rmtree(temporary, ignore_errors=True)
             size = out.seek(0, os.SEEK_END)
-            out.seek(max(0, size - 4000000))
+            out.seek(max(0, size - 40000000))
             return status, out.read().decode('utf-8', 'replace')
 
     @staticmethod
@@ -98,22 +101,21 @@ class Tree:
                         ['reset', '--quiet', '--hard', 'FETCH_HEAD']):
             subprocess.run(['git', '-C', self.root, *command], check=True)
 
-    def files(self, folders):
+    def files(self, folders, headers):
         """Path and text of every file of these folders that this machine compiles."""
         names = subprocess.run(['git', '-C', self.root, 'ls-files', *folders], check=True,
                                capture_output=True, text=True).stdout.split()
         with open(os.path.join(self.build, 'compile_commands.json'), encoding='utf-8') as file:
             compiled = {os.path.relpath(c['file'], self.root) for c in json.load(file)}
         for name in names:
-            if name in compiled or name.endswith(('.h', '.inl')):
+            if name in compiled or name.endswith(('.h', '.inl') if headers else '.inl'):
                 with open(os.path.join(self.root, name), encoding='utf-8', newline='') as file:
                     yield name, file.read()
 
     def configure(self):
-        header = os.path.join(self.root, 'scripts', 'mutation', 'mutant.h')
+        launcher = os.path.join(os.path.dirname(os.path.abspath(__file__)), 'compile')
         self.must('The tree cannot be configured',
-                  ['cmake', '--preset', 'release', '-DKOWEN_WARNINGS_AS_ERRORS=OFF',
-                   f'-DCMAKE_CXX_FLAGS=-w -include {header}'])
+                  ['cmake', '--preset', 'release', f'-DCMAKE_CXX_COMPILER_LAUNCHER={launcher}'])
 
     def list_programs(self):
         """Programs of GoogleTest, by the folder of tests/ that they run in, and other tests."""
@@ -127,7 +129,7 @@ class Tree:
             for label in labels:
                 found[os.path.basename(directory)].add(label)
                 self.directories[label] = directory
-            if not labels:
+            if not labels and not test['name'].startswith(BUILDING):
                 self.others.append(test['name'])
         self.programs = {folder: sorted(names) for folder, names in found.items()}
 
@@ -145,13 +147,19 @@ class Tree:
                                 BUILD_SECONDS)
         return '' if status == 0 else text or 'no reason given'
 
+    def compiled(self):
+        """The files that went into what was built."""
+        _, text = self.run(['ninja', '-C', self.build, '-t', 'deps'], BUILD_SECONDS)
+        names = re.findall(r'^ +(\S+)$', text, re.M)
+        return {os.path.relpath(os.path.join(self.build, name), self.root) for name in names}
+
     # --- testing ----------------------------------------------------------------------------------
 
     def measure(self, program, seen):
         """Runs a program as the tree has it: how long it takes, which of its tests fail here, since
         they look at how the tree was built, and which mutants it comes by."""
         before = resource.getrusage(resource.RUSAGE_CHILDREN)
-        status, text = self.run(self.command(program, '--gtest_brief=1'), BUILD_SECONDS,
+        status, text = self.run(self.command(program, '', '--gtest_brief=1'), BUILD_SECONDS,
                                 self.directories[program], KOWEN_MUTANTS_SEEN=seen)
         after = resource.getrusage(resource.RUSAGE_CHILDREN)
         self.seconds[program] = (after.ru_utime + after.ru_stime -
@@ -161,28 +169,39 @@ class Tree:
             raise DoesNotWork(f'{program} fails without any mutant:\n{text[-2000:]}')
         self.left_out[program] = failed
 
-    def command(self, program, *arguments):
-        left_out = self.left_out.get(program)
-        filtered = ['--gtest_filter=-' + ':'.join(left_out)] if left_out else []
+    def suites_of(self, path):
+        """The suites of a source's own test file, of src/jpeg/a.cpp tests/jpeg/a_test.cpp."""
+        parts = os.path.splitext(path)[0].split('/')
+        folder = parts[1] if parts[0] == 'src' else parts[0]
+        test = os.path.join(self.root, 'tests', folder, parts[-1] + '_test.cpp')
+        if not os.path.exists(test):
+            return ''
+        with open(test, encoding='utf-8') as file:
+            suites = re.findall(r'^(?:TYPED_)?TEST(?:_[FP])?\(\s*(\w+)', file.read(), re.M)
+        return ':'.join(f'{suite}.*:*/{suite}.*:{suite}/*' for suite in sorted(set(suites)))
+
+    def command(self, program, suites, *arguments):
+        wanted = suites or '*'
+        left_out = ':'.join(self.left_out.get(program, []))
+        filtered = [f'--gtest_filter={wanted}-{left_out}'] if suites or left_out else []
         return [os.path.join(self.build, program), *arguments, *filtered]
 
-    def test(self, program, place='', **variables):
+    def test(self, program, suites='', place='', **variables):
         """Returns the test that failed, an empty text when none did."""
         seconds = int(SECONDS_MORE + SLOWER * self.seconds[program])
-        status, text = self.run(self.command(program, '--gtest_fail_fast', '--gtest_brief=1'),
+        status, text = self.run(self.command(program, suites, '--gtest_fail_fast',
+                                             '--gtest_brief=1'),
                                 WAIT_SECONDS, self.directories[program], seconds, place,
                                 **variables)
         return self.verdict(program, status, re.findall(r'\[  FAILED  \] ([\w./]+)', text))
 
     def test_others(self, place='', **variables):
         """As test, of what is in no program."""
-        if not self.others:
-            return ''
         names = '^(' + '|'.join(map(re.escape, self.others)) + ')$'
         status, text = self.run(['ctest', '--stop-on-failure', '--output-on-failure', '-R', names],
                                 WAIT_SECONDS, self.build, 0, place, **variables)
-        return self.verdict('ctest', status, re.findall(r'^\s+\d+ - (\S+) \((?!Skipped)', text,
-                                                        re.M))
+        return self.verdict('ctest', status,
+                            re.findall(r'^\s+\d+ - (\S+) \((?!Skipped)', text, re.M))
 
     @staticmethod
     def verdict(program, status, failed):
