@@ -346,6 +346,19 @@ TEST_F(ReplaceFileTest, ANameThatIsTakenIsLeftAlone) {
     EXPECT_EQ(directory.Read("a.ini"), "new");
 }
 
+TEST_F(ReplaceFileTest, ANewFileMayTakeTheNumberOfAClosedStandardInput) {
+    const std::string path = directory.Write("a.ini", "old");
+    directory.Write(".kowen-aaaaaaaaaaaa", "somebody's");
+    randomBytes = {0, 1};
+    EXPECT_EQ(InChild([&] {
+                  close(STDIN_FILENO);
+                  return Existing(path, "new") ? 0 : 1;
+              }),
+              0);
+    EXPECT_EQ(FilesIn(directory.Path()), 2);
+    EXPECT_EQ(directory.Read("a.ini"), "new");
+}
+
 TEST_F(ReplaceFileTest, AHundredNamesAreTried) {
     const std::string path = directory.Write("a.ini", "old");
     directory.Write(".kowen-555555555555", "somebody's");
