@@ -69,6 +69,10 @@ TEST(NamedSettings, TakeValuesAndGiveThemBack) {
     EXPECT_EQ(GetAfter("max-bytes", "300KB"), "300000");
     EXPECT_EQ(GetAfter("max-bytes", "0.1M"), "100000");
     EXPECT_EQ(GetAfter("max-bytes", "1234b"), "1234");
+    NamedSettings limited;
+    limited.Set("max-bytes", "1234");
+    limited.Set("max-bytes", "0");
+    EXPECT_EQ(limited.Values().maxBytes, 0u); // none
     EXPECT_EQ(GetAfter("as-filter", "yes"), "yes");
 }
 

@@ -111,6 +111,15 @@ TEST(KowenLoadProfile, IsToldBySaves) {
     EXPECT_STREQ(call.result.profilePath, path.c_str());
     EXPECT_STREQ(call.result.profileSection, "Web");
     KowenFree(output.memory);
+
+    KowenPrepared *prepared = KowenPrepare(module, &picture, nullptr, nullptr, &call.result);
+    EXPECT_STREQ(call.result.profilePath, "");
+    ASSERT_EQ(KowenExportPrepared(prepared, settings, &output, nullptr, &call.result),
+              KOWEN_HOST_OK);
+    EXPECT_TRUE(call.result.notes & KOWEN_NOTE_PROFILE_USED);
+    EXPECT_STREQ(call.result.profilePath, path.c_str());
+    KowenFree(output.memory);
+    KowenFreePrepared(prepared);
 }
 
 TEST(KowenSaveProfile, MakesAProfileAndKeepsWhatIsInOne) {
