@@ -301,7 +301,13 @@ TEST(KowenSave, FindsTheHighestQualityThatFits) {
     const Saved all = Save(module, picture, {{"max-bytes", "1M"}, {"quality", "90"}});
     EXPECT_EQ(all.result.quality, 90);
     EXPECT_FALSE(all.Notes(KOWEN_NOTE_QUALITY_LOWERED));
-    EXPECT_EQ(Save(module, picture, {{"max-bytes", "700"}}).code, KOWEN_HOST_ERR_LIMIT);
+    const std::string least =
+        std::to_string(Save(module, picture, {{"quality", "45"}}).bytes.size());
+    const Saved none = Save(module, picture, {{"max-bytes", "700"}, {"quality", "80"}});
+    EXPECT_EQ(none.code, KOWEN_HOST_ERR_LIMIT);
+    EXPECT_EQ(none.result.message,
+              "no quality gives a file of at most 700 bytes: the smallest, at quality 45, has " +
+                  least + "; allow more, or make the picture smaller");
 }
 
 TEST(KowenExportPrepared, ExportsAnyNumberOfTimes) {

@@ -141,6 +141,18 @@ bool Fits(const Job &job, MemorySink *sink, JpegFacts *facts, Outcome *outcome) 
     }
 }
 
+// Says how small the picture gets, which is known only by making that file.
+[[noreturn]] void FailTooLarge(Job job, Outcome *outcome) {
+    job.plan.settings.quality = job.settings.asFilter ? KOWEN_MIN_QUALITY : kLowestPlainQuality;
+    MemorySink sink;
+    const JpegFacts smallest = RunInto(job, &sink, false, outcome);
+    throw Failure(KOWEN_HOST_ERR_LIMIT,
+                  "no quality gives a file of at most " + std::to_string(job.settings.maxBytes) +
+                      " bytes: the smallest, at quality " +
+                      std::to_string(job.plan.settings.quality) + ", has " +
+                      std::to_string(smallest.bytes) + "; allow more, or make the picture smaller");
+}
+
 // Files grow with the quality, so that halving the range finds the last one that fits; what it
 // finds was made and measured.
 JpegFacts ExportToFit(const Job &job, Outcome *outcome) {
@@ -166,10 +178,7 @@ JpegFacts ExportToFit(const Job &job, Outcome *outcome) {
         }
     }
     if (!best)
-        throw Failure(KOWEN_HOST_ERR_LIMIT,
-                      job.target->Name() + ": no quality gives a file of at most " +
-                          std::to_string(job.settings.maxBytes) +
-                          " bytes; allow more, or make the picture smaller with size");
+        FailTooLarge(job, outcome);
     Sink *sink = job.target->Open(job.progress);
     int failed = sink->Write(best->Data(), best->Size());
     if (failed == 0)

@@ -201,14 +201,14 @@ void CheckColours(const FilterSettings &filter, bool asFilter) {
     if (!HasName(ColourFormatNames(), filter.colourFormat))
         throw BadArgument("the colour format is " +
                           NameOf(ColourFormatNames(), filter.colourFormat) +
-                          "; set colour to ycc422 or grey");
+                          "; set 'colour' to ycc422 or grey");
     if (filter.colourFormat == KOWEN_FORMAT_RGB444 && !asFilter)
         throw BadArgument("files of the colour format rgb444 show false colours in other programs: "
-                          "set colour to ycc422 or grey, or as-filter to yes");
+                          "set 'colour' to ycc422 or grey, or 'as-filter' to yes");
     if (filter.operation == KOWEN_OPERATION_PROGRESSIVE &&
         filter.colourFormat != KOWEN_FORMAT_YCC422)
         throw BadArgument("progressive files are made of the colour format ycc422 only: set "
-                          "progressive to no, or colour to ycc422");
+                          "'progressive' to no, or 'colour' to ycc422");
 }
 
 void CheckFilterLimits(const FilterSettings &filter) {
@@ -238,12 +238,13 @@ void CheckTogether(const ExportSettings &settings) {
     if (settings.asFilter)
         CheckFilterLimits(filter);
     if (settings.asFilter && settings.box && filter.resolutionMode == KOWEN_RESOLUTION_FROM_DISPLAY)
-        throw BadArgument("as-filter, a size in pixels needs a resolution: set dpi to one");
+        throw BadArgument(
+            "with 'as-filter', a size in pixels needs a resolution: set 'dpi' to one");
     CheckQuality(filter.quality, settings.asFilter ? KOWEN_MIN_QUALITY : kLowestPlainQuality);
     if (filter.operation != KOWEN_OPERATION_PROGRESSIVE &&
         filter.operation != KOWEN_OPERATION_SEQUENTIAL)
         throw BadArgument("the profile's operation " + std::to_string(filter.operation) +
-                          " has no meaning: set progressive to yes or no");
+                          " has no meaning: set 'progressive' to yes or no");
 }
 
 } // namespace kowen::host

@@ -145,6 +145,10 @@ double TakeUnit(std::string *text) {
     return 0;
 }
 
+[[noreturn]] void RejectPage(const std::string &text) {
+    throw BadArgument("a page is WxH@DPI, such as 21x29.7cm@150, not '" + text + "'");
+}
+
 [[noreturn]] void RejectExtent(const std::string &text) {
     throw BadArgument("a size is two numbers and a unit, such as 640x480px, 6x4in, 15x10cm or "
                       "150x100mm, or a paper such as A4 or letter, not '" +
@@ -230,7 +234,7 @@ bool ParseKeep(const char *setting, const std::string &text) {
 int32_t ParseQuality(const std::string &text) {
     const std::optional<int32_t> quality = Whole<int32_t>(text);
     if (!quality || *quality < KOWEN_MIN_QUALITY || *quality > KOWEN_MAX_QUALITY)
-        throw BadArgument("the quality is a whole number from 45 to 100 (from 1 with as-filter), "
+        throw BadArgument("the quality is a whole number from 45 to 100 (from 1 with 'as-filter'), "
                           "not '" +
                           text + "'");
     return *quality;
@@ -277,22 +281,34 @@ uint64_t ParseByteCount(const std::string &text) {
     return static_cast<uint64_t>(bytes);
 }
 
-Extent ParseExtent(const std::string &text) {
+namespace {
+
+// A text that has not the form of one is none.
+std::optional<Extent> FindExtent(const std::string &text) {
     std::string numbers = LowerCase(text);
     const double inchesPerUnit = TakeUnit(&numbers);
     const size_t cross = numbers.find('x');
     if (cross == std::string::npos)
-        RejectExtent(text);
+        return std::nullopt;
     const std::optional<double> width = Number(numbers.substr(0, cross));
     const std::optional<double> height = Number(numbers.substr(cross + 1));
     if (!width || !height)
-        RejectExtent(text);
+        return std::nullopt;
     if (inchesPerUnit == 0) {
         const Extent extent = {*width, *height, true};
         CheckPixels(extent);
         return extent;
     }
-    return {*width * inchesPerUnit, *height * inchesPerUnit, false};
+    return Extent{*width * inchesPerUnit, *height * inchesPerUnit, false};
+}
+
+} // namespace
+
+Extent ParseExtent(const std::string &text) {
+    const std::optional<Extent> extent = FindExtent(text);
+    if (!extent)
+        RejectExtent(text);
+    return *extent;
 }
 
 Page ParsePage(const std::string &text) {
@@ -300,12 +316,12 @@ Page ParsePage(const std::string &text) {
     const size_t at = text.find('@');
     const std::optional<int32_t> dpi =
         at == std::string::npos ? kUsualDpi : Whole<int32_t>(text.substr(at + 1));
-    if (!dpi || *dpi < 1 || *dpi > kMostPageDpi)
-        throw BadArgument("a page is WxH@DPI, such as 21x29.7cm@150, not '" + text + "'");
-    const Extent size = ParseExtent(text.substr(0, at));
-    const double scale = size.pixels ? 1 : *dpi;
-    const double width = std::round(size.width * scale);
-    const double height = std::round(size.height * scale);
+    const std::optional<Extent> size = FindExtent(text.substr(0, at));
+    if (!size || !dpi || *dpi < 1 || *dpi > kMostPageDpi)
+        RejectPage(text);
+    const double scale = size->pixels ? 1 : *dpi;
+    const double width = std::round(size->width * scale);
+    const double height = std::round(size->height * scale);
     if (!(width >= 1 && height >= 1 && width <= INT32_MAX && height <= INT32_MAX))
         throw BadArgument("a page has at least one pixel each way, unlike '" + text + "'");
     return {static_cast<int32_t>(width), static_cast<int32_t>(height), static_cast<int16_t>(*dpi)};

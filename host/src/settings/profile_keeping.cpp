@@ -20,15 +20,15 @@ void CheckKeys(const NamedSettings &settings) {
     for (size_t i = 0; i < kSettingCount; ++i) {
         const auto id = static_cast<SettingId>(i);
         if (settings.OriginOf(id) == Origin::kSet && !IsKept(id))
-            throw BadArgument(std::string("a profile cannot keep ") + SettingName(id) +
-                              ": set it with each export");
+            throw BadArgument(std::string("a profile cannot keep '") + SettingName(id) +
+                              "': set it with each export");
     }
 }
 
 // A box in pixels becomes inches at the resolution that the section will have.
 void TurnIntoInches(const Extent &box, FilterSettings *filter) {
     if (!filter->UserResolution())
-        throw BadArgument("a size in pixels can be kept only together with a resolution: set dpi "
+        throw BadArgument("a size in pixels can be kept only together with a resolution: set 'dpi' "
                           "to one, or give the size in inches or centimetres");
     filter->sizeMode = KOWEN_SIZE_USER;
     filter->widthInches = box.width / filter->xDpi;
