@@ -2,6 +2,9 @@
 _kowen() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
     local command=${COMP_WORDS[1]} options=
+    # bash takes --size=A4 for three words
+    [ "$word" != = ] || word=
+    [ "$before" != = ] || before=${COMP_WORDS[COMP_CWORD - 2]}
     COMPREPLY=()
     case $before in
     --background)
@@ -60,6 +63,10 @@ _kowen() {
         compopt -o filenames && mapfile -t COMPREPLY < <(compgen -f -- "$word")
         return
         ;;
+    --progressive)
+        :
+        return
+        ;;
     --quality)
         :
         return
@@ -69,6 +76,10 @@ _kowen() {
         return
         ;;
     --section)
+        :
+        return
+        ;;
+    --sequential)
         :
         return
         ;;
@@ -86,7 +97,7 @@ _kowen() {
         return
     fi
     case $command in
-    export) options='--help --output --to --recursive --jobs --force --quality --colour --colour-mode --max-bytes --size --dpi --page --background --exif --icc --comment --progressive --sequential --as-filter --resize --shrink-only --accept-truncated --profile --section --save --module --json --quiet --no-progress' ;;
+    export) options='--help --output --to --recursive --jobs --force --update --quality --colour --colour-mode --max-bytes --size --dpi --page --background --exif --icc --comment --progressive --sequential --as-filter --resize --shrink-only --accept-truncated --profile --section --save --module --json --quiet --no-progress' ;;
     estimate) options='--help --compare --quality --colour --colour-mode --max-bytes --size --dpi --page --background --exif --icc --comment --progressive --sequential --as-filter --resize --shrink-only --accept-truncated --profile --section --module --json --quiet --no-progress' ;;
     info) options='--help --module --json' ;;
     help) options='export estimate setup info selftest help' ;;
@@ -101,6 +112,9 @@ _kowen() {
     esac
     if [[ $word == -* || $command == help || ($command == setup && $COMP_CWORD == 2) ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")
+    elif [[ $command == setup && ${COMP_WORDS[2]} == set ]] && ((COMP_CWORD > 3)); then
+        compopt -o nospace
+        mapfile -t COMPREPLY < <(compgen -W 'quality= progressive= colour= colour-mode= size= dpi=' -- "$word")
     else
         compopt -o filenames
         mapfile -t COMPREPLY < <(compgen -f -- "$word")

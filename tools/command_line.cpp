@@ -48,7 +48,7 @@ void RearrangeHelp(Words *words) {
 }
 
 std::string SeeHelp(const std::string &command) {
-    return "\nTry 'kowen " + (command.empty() ? "" : command + " ") + "--help'.";
+    return "Try 'kowen " + (command.empty() ? "" : command + " ") + "--help'.";
 }
 
 // A word that stands where a command must.
@@ -66,7 +66,7 @@ void CheckCommand(const CLI::App &app, const Words &words, size_t at, const std:
     std::error_code ignored;
     if (advice.empty() && at == 0 && std::filesystem::exists(word, ignored))
         advice = "; to save a picture as a JPEG: kowen export " + word;
-    throw UsageFailure("there is no command '" + word + "'" + advice + SeeHelp(path));
+    throw UsageFailure("there is no command '" + word + "'" + advice, SeeHelp(path));
 }
 
 // The command that was being parsed: the innermost one, and its words.
@@ -86,9 +86,9 @@ const CLI::App *Innermost(const CLI::App &app, std::string *path) {
     const std::string name = word.substr(0, word.find('='));
     if (IsOption(name))
         throw UsageFailure("there is no option " + name +
-                           (advice.empty() ? Suggestion(name, OptionNames(command)) : advice) +
+                               (advice.empty() ? Suggestion(name, OptionNames(command)) : advice),
                            SeeHelp(path));
-    throw UsageFailure("'" + word + "' is one word too many" + SeeHelp(path));
+    throw UsageFailure("'" + word + "' is one word too many", SeeHelp(path));
 }
 
 // A picture whose name looks like options.
@@ -116,7 +116,7 @@ int Parse(CLI::App *app, const Words &words) {
     } catch (const CLI::ParseError &error) {
         std::string path;
         Innermost(*app, &path);
-        throw UsageFailure(error.what() + DashAdvice(words) + SeeHelp(path));
+        throw UsageFailure(error.what() + DashAdvice(words), SeeHelp(path));
     }
     return kExitOk;
 }
@@ -126,14 +126,14 @@ int Parse(CLI::App *app, const Words &words) {
 int RunCommandLine(Words arguments) {
     CLI::App app("Saves pictures as JPEG files through the kowen export filter.", "kowen");
     app.footer(kExitNotes);
-    app.set_version_flag("--version", "kowen " KOWEN_VERSION);
+    app.set_version_flag("-V,--version", "kowen " KOWEN_VERSION);
     app.require_subcommand(1);
     AllOptions options;
     int status = kExitOk;
     RearrangeHelp(&arguments);
     if (arguments.empty())
-        throw UsageFailure(
-            "there is no command; to save a picture as a JPEG: kowen export PICTURE" + SeeHelp(""));
+        throw UsageFailure("there is no command; to save a picture as a JPEG: kowen export PICTURE",
+                           SeeHelp(""));
     AddCommands(&app, arguments, &options, &status);
     CheckCommand(app, arguments, 0, "");
     Parse(&app, arguments);

@@ -90,9 +90,9 @@ void AddQuiet(CLI::App *command, CommonOptions *common) {
     command->add_flag("-q,--quiet", common->quiet, "Print nothing but failures");
 }
 
-void AddFlag(CLI::App *command, const char *name, Settings *settings, const char *setting,
-             const char *value, const char *help) {
-    command->add_flag_callback(
+CLI::Option *AddFlag(CLI::App *command, const char *name, Settings *settings, const char *setting,
+                     const char *value, const char *help) {
+    return command->add_flag_callback(
         name, [=] { settings->Set(setting, value); }, help);
 }
 
@@ -109,10 +109,11 @@ void AddPictureOptions(CLI::App *command, PictureOptions *options) {
             },
             option.help);
     }
-    AddFlag(command, "--progressive", settings, "progressive", "yes",
-            "A file that builds up in steps");
+    CLI::Option *progressive = AddFlag(command, "--progressive", settings, "progressive", "yes",
+                                       "A file that builds up in steps");
     AddFlag(command, "--sequential", settings, "progressive", "no",
-            "A file in one pass, also when the profile says otherwise");
+            "A file in one pass, also when the profile says otherwise")
+        ->excludes(progressive);
     AddFlag(command, "--as-filter", settings, "as-filter", "yes",
             "Colours, sizes and the file as the filter itself has them");
     AddTaken(
@@ -149,7 +150,8 @@ void AddReporting(CLI::App *command, CommonOptions *common) {
 void AddExport(CLI::App *command, ExportOptions *options, int *status) {
     command->footer(Notes(kExportNotes));
     command->add_option("PICTURE", options->names, "The pictures; - is the standard input")
-        ->required();
+        ->required()
+        ->check(IsName);
     command->add_option("-o,--output", options->output, "The file to make of one picture")
         ->type_name("FILE")
         ->check(IsName);
@@ -163,6 +165,8 @@ void AddExport(CLI::App *command, ExportOptions *options, int *status) {
         ->type_name("N")
         ->check(CLI::Range(1, kMostWorkers));
     command->add_flag("--force", options->force, "Replace JPEGs of the same names");
+    command->add_flag("--update", options->update,
+                      "Replace JPEGs that are older than their pictures, pass over the others");
     AddPictureOptions(command, &options->picture);
     command->add_flag("--save", options->save, "Keep the settings of this export in the profile");
     AddReporting(command, &options->common);
@@ -171,7 +175,7 @@ void AddExport(CLI::App *command, ExportOptions *options, int *status) {
 
 void AddEstimate(CLI::App *command, EstimateOptions *options) {
     command->footer(Notes(kEstimateNotes));
-    command->add_option("PICTURE", options->name, "The picture")->required();
+    command->add_option("PICTURE", options->name, "The picture")->required()->check(IsName);
     command->add_option("--compare", options->compare, "Make a picture of the differences")
         ->type_name("FILE.png");
     AddPictureOptions(command, &options->picture);

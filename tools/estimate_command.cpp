@@ -1,5 +1,6 @@
 #include "estimate_command.h"
 
+#include "batch/picture_rows.h"
 #include "cancel.h"
 #include "compare/comparison.h"
 #include "compare/like_encoder.h"
@@ -48,11 +49,13 @@ double Since(Clock::time_point start) {
 // The picture in the filter's memory, to be exported again and again.
 class Prepared {
 public:
-    Prepared(const Module &module, const PlainPicture &picture, const Settings &settings) {
-        const KowenPicture record = RecordOf(picture);
+    Prepared(const Module &module, const PlainPicture &picture, const PictureOptions &options) {
+        KowenPicture record = RecordOf(picture);
+        KeepPixels(options, &record);
         const KowenProgress heard = {sizeof heard, OnProgress, nullptr};
         KowenResult result = NewResult();
-        handle.reset(KowenPrepare(module.Handle(), &record, settings.Handle(), &heard, &result));
+        handle.reset(
+            KowenPrepare(module.Handle(), &record, options.settings.Handle(), &heard, &result));
         StopIfCancelled();
         if (!handle)
             ThrowResult(result);
@@ -97,7 +100,7 @@ public:
 
     void Run() {
         const Module module(options.common.module);
-        Prepared prepared(module, picture, options.picture.settings);
+        Prepared prepared(module, picture, options.picture);
         std::vector<EstimateRow> rows;
         for (size_t i = 0; i < std::size(kQualities); ++i) {
             progress.Show(options.name, "estimating", 0,
@@ -130,7 +133,7 @@ private:
             rows->insert(place, Measure(prepared, fitting));
     }
 
-    EstimateRow Measure(Prepared *prepared, int quality) const {
+    EstimateRow Measure(Prepared *prepared, int quality) {
         StopIfCancelled();
         Settings settings = options.picture.settings.Copy();
         settings.Set("quality", std::to_string(quality));
@@ -140,7 +143,9 @@ private:
         EstimateRow row;
         row.quality = quality;
         row.kowen = {jpeg.size(), 0, Since(start)};
-        row.kowen.psnr = Psnr(picture, DecodeJpeg(jpeg));
+        const PlainPicture decoded = DecodeJpeg(jpeg);
+        changed = changed || decoded.width != picture.width || decoded.height < picture.height;
+        row.kowen.psnr = Psnr(picture, decoded);
         start = Clock::now();
         const std::vector<uint8_t> other = EncodeLike(picture, jpeg);
         row.libjpeg = {other.size(), 0, Since(start)};
@@ -166,6 +171,10 @@ private:
                           row.libjpeg.milliseconds);
             PrintLine(text);
         }
+        if (changed)
+            PrintLine(
+                "the settings change the size: kowen's JPEGs have other pixels than the picture "
+                "and libjpeg's, so their PSNR cannot be told; --resize changes both");
         if (limited)
             PrintLine((fitting == 0 ? "no quality" : "quality " + std::to_string(fitting)) +
                       (fitting == 0 ? " fits " : " is the highest that fits ") +
@@ -201,6 +210,7 @@ private:
     PlainPicture picture;
     bool limited = false; ///< by --max-bytes
     int fitting = 0;      ///< the quality then; 0 = none
+    bool changed = false; ///< the JPEGs have another size than the picture
 };
 
 } // namespace
@@ -214,7 +224,15 @@ void RunEstimate(EstimateOptions *options) {
         PrintNote(options->common,
                   "settings from " + profile.path + ", section " + profile.section);
     PrintNote(options->common, options->picture.note);
-    Estimate(options).Run();
+    try {
+        Estimate(options).Run();
+    } catch (const Cancelled &) {
+        throw;
+    } catch (const ReaderGone &) {
+        throw;
+    } catch (const Failure &failure) {
+        throw Failure(NamingPicture(NameOf(options->name), failure.what()), failure.Status());
+    }
 }
 
 } // namespace kowen::cli

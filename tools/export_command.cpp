@@ -7,10 +7,12 @@
 #include "option_check.h"
 #include "profile_choice.h"
 #include "progress.h"
+#include "readers/source.h"
 #include "report.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <map>
 #include <thread>
 #include <unistd.h>
 
@@ -48,12 +50,15 @@ public:
     int Run() {
         for (const std::string &note : plan.notes)
             PrintNote(options.common, note);
+        if (plan.jobs.empty() && plan.upToDate == 0)
+            throw Failure("there are no pictures in " + Names());
         if (plan.jobs.size() == 1)
             RunOne();
-        else
+        else if (!plan.jobs.empty())
             RunMany();
         progress.Clear();
-        if (plan.jobs.size() != 1)
+        PrintSharedNotes();
+        if (plan.jobs.size() != 1 || plan.upToDate != 0)
             PrintCount();
         PrintNote(options.common, PalerNote());
         if (cancelled)
@@ -87,6 +92,13 @@ private:
         RunPool(task);
     }
 
+    std::string Names() const {
+        std::string list;
+        for (const std::string &name : options.names)
+            list += (list.empty() ? "" : ", ") + name;
+        return list;
+    }
+
     void Report(JobReport report) {
         cancelled = cancelled || report.cancelled;
         done += report.Done() ? 1 : 0;
@@ -94,6 +106,7 @@ private:
         unbegun += report.begun ? 0 : 1;
         failures += report.Done() || report.cancelled ? 0 : 1;
         CountPaler(&report);
+        KeepNotes(&report);
         // One sentence tells that everything was cancelled.
         if (report.cancelled && !options.common.json)
             return;
@@ -110,6 +123,29 @@ private:
                       [](const std::string &note) { return note.starts_with("colours of "); });
     }
 
+    // Of many pictures the same is often said of each: it is said of all together at the end.
+    void KeepNotes(JobReport *report) {
+        if (plan.jobs.size() == 1 || options.common.json)
+            return;
+        for (const std::string &note : report->notes)
+            notes[note].push_back(NameOf(report->source));
+        report->notes.clear();
+    }
+
+    void PrintSharedNotes() const {
+        for (const auto &[note, pictures] : notes)
+            PrintNote(options.common, pictures.size() == 1 ? pictures[0] + ": " + note
+                                                           : note + " (" + Several(pictures) + ")");
+    }
+
+    static std::string Several(const std::vector<std::string> &pictures) {
+        constexpr size_t kNamed = 3;
+        std::string list = std::to_string(pictures.size()) + " pictures: " + pictures[0];
+        for (size_t i = 1; i < std::min(kNamed, pictures.size()); ++i)
+            list += ", " + pictures[i];
+        return list + (pictures.size() > kNamed ? ", ..." : "");
+    }
+
     std::string PalerNote() const {
         if (paler == 0)
             return "";
@@ -119,8 +155,12 @@ private:
 
     // The objects of --json and the failures of --quiet stand alone on their streams.
     void PrintCount() const {
-        std::string line = std::to_string(plan.jobs.size()) + " pictures: " + std::to_string(done) +
-                           " exported, " + std::to_string(failures) + " failed";
+        const size_t all = plan.jobs.size() + plan.upToDate;
+        std::string line = std::to_string(all) + (all == 1 ? " picture: " : " pictures: ") +
+                           std::to_string(done) + " exported, " + std::to_string(failures) +
+                           " failed";
+        if (plan.upToDate != 0)
+            line += ", " + std::to_string(plan.upToDate) + " up to date";
         if (cancelled)
             line += ", " + std::to_string(stopped) + " stopped, " + std::to_string(unbegun) +
                     " not begun";
@@ -138,6 +178,8 @@ private:
     size_t stopped = 0; ///< by a request to, while they were under way
     size_t unbegun = 0; ///< because of it
     size_t paler = 0;
+    std::map<std::string, std::vector<std::string>>
+        notes; ///< of several pictures, with their names
     bool cancelled = false;
 };
 

@@ -18,6 +18,12 @@ public:
 
     ExitStatus Status() const { return status; }
 
+    /// A line of its own behind the message, or empty: where to read on.
+    const std::string &Advice() const { return advice; }
+
+protected:
+    std::string advice;
+
 private:
     ExitStatus status;
 };
@@ -25,7 +31,10 @@ private:
 /// A choice that cannot be met; ends with kExitUsage.
 class UsageFailure : public Failure {
 public:
-    explicit UsageFailure(const std::string &message) : Failure(message, kExitUsage) {}
+    explicit UsageFailure(const std::string &message, const std::string &nextLine = "")
+        : Failure(message, kExitUsage) {
+        advice = nextLine;
+    }
 };
 
 /// Nobody reads the standard output any more: the program ends as a closed pipe ends others.
@@ -39,6 +48,9 @@ class Cancelled : public Failure {
 public:
     Cancelled() : Failure("cancelled") {}
 };
+
+/// The message with the picture's name before it, unless it begins with that.
+std::string NamingPicture(const std::string &picture, const std::string &message);
 
 /// Throws "subject: reason", the reason being that of a system error number.
 [[noreturn]] void FailWith(const std::string &subject, int errorNumber);

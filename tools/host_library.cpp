@@ -1,6 +1,7 @@
 #include "host_library.h"
 
 #include "failure.h"
+#include "setting_words.h"
 
 #include <cstdio>
 #include <new>
@@ -22,13 +23,15 @@ KowenResult NewResult() {
     return result;
 }
 
-void ThrowResult(const KowenResult &result) {
+void ThrowResult(const KowenResult &result, SettingWords words) {
+    const std::string message =
+        words == SettingWords::kOptions ? InOptions(result.message) : result.message;
     if (result.code == KOWEN_HOST_ERR_ARGUMENT)
-        throw UsageFailure(result.message);
-    throw Failure(result.message);
+        throw UsageFailure(message);
+    throw Failure(message);
 }
 
-Settings::Settings() : handle(KowenNewSettings()) {
+Settings::Settings(SettingWords howCalled) : handle(KowenNewSettings()), words(howCalled) {
     if (!handle)
         throw std::bad_alloc();
 }
@@ -36,7 +39,7 @@ Settings::Settings() : handle(KowenNewSettings()) {
 void Settings::Set(const std::string &name, const std::string &value) {
     KowenResult result = NewResult();
     if (KowenSet(handle.get(), name.c_str(), value.c_str(), &result) != KOWEN_HOST_OK)
-        ThrowResult(result);
+        ThrowResult(result, words);
 }
 
 std::string Settings::Get(const std::string &name) const {
@@ -52,34 +55,34 @@ bool Settings::IsSet(const std::string &name) const {
 std::string Settings::LoadProfile(const std::string &path, const std::string &section) {
     KowenResult result = NewResult();
     if (KowenLoadProfile(handle.get(), path.c_str(), OrNull(section), &result) != KOWEN_HOST_OK)
-        ThrowResult(result);
+        ThrowResult(result, words);
     return result.profileSection;
 }
 
 void Settings::SaveProfile(const std::string &path, const std::string &section) const {
     KowenResult result = NewResult();
     if (KowenSaveProfile(handle.get(), path.c_str(), OrNull(section), &result) != KOWEN_HOST_OK)
-        ThrowResult(result);
+        ThrowResult(result, words);
 }
 
 void Settings::Check() const {
     KowenResult result = NewResult();
     if (KowenCheckSettings(handle.get(), &result) != KOWEN_HOST_OK)
-        ThrowResult(result);
+        ThrowResult(result, words);
 }
 
 void Settings::CheckSaveProfile(const std::string &path, const std::string &section) const {
     KowenResult result = NewResult();
     if (KowenCheckSaveProfile(handle.get(), path.c_str(), OrNull(section), &result) !=
         KOWEN_HOST_OK)
-        ThrowResult(result);
+        ThrowResult(result, words);
 }
 
 Settings Settings::Copy() const {
     Pointer copy(KowenCopySettings(handle.get()));
     if (!copy)
         throw std::bad_alloc();
-    return Settings(std::move(copy));
+    return {std::move(copy), words};
 }
 
 Module::Module(const std::string &path) {

@@ -11,13 +11,16 @@ namespace kowen::cli {
 /// A result record, ready to be filled.
 KowenResult NewResult();
 
+/// How messages call settings: by the library's names, or as the options of the command line.
+enum class SettingWords { kNames, kOptions };
+
 /// Throws what a result says: UsageFailure for an argument, else Failure.
-[[noreturn]] void ThrowResult(const KowenResult &result);
+[[noreturn]] void ThrowResult(const KowenResult &result, SettingWords words = SettingWords::kNames);
 
 /// Settings of exports, by the names of KowenSet.
 class Settings {
 public:
-    Settings();
+    explicit Settings(SettingWords howCalled = SettingWords::kNames);
 
     /// Throws UsageFailure that says what would do.
     void Set(const std::string &name, const std::string &value);
@@ -50,9 +53,11 @@ private:
     };
     using Pointer = std::unique_ptr<KowenSettings, Free>;
 
-    explicit Settings(Pointer settings) : handle(std::move(settings)) {}
+    Settings(Pointer settings, SettingWords howCalled)
+        : handle(std::move(settings)), words(howCalled) {}
 
     Pointer handle;
+    SettingWords words; ///< of failures
 };
 
 /// The loaded filter.

@@ -3,6 +3,7 @@
 #include "cancel.h"
 #include "command_line.h"
 #include "failure.h"
+#include "terminal_text.h"
 
 #include <csignal>
 #include <cstdio>
@@ -19,16 +20,18 @@ int Run(int argc, char **argv) {
         EndBySignal(SIGPIPE);
     } catch (const Failure &failure) {
         if (CancelSignal() != 0) {
-            std::fprintf(stderr, "kowen: cancelled\n");
+            PrintError("cancelled");
             EndBySignal(CancelSignal());
         }
-        std::fprintf(stderr, "kowen: %s\n", failure.what());
+        PrintError(failure.what());
+        if (!failure.Advice().empty())
+            std::fprintf(stderr, "%s\n", failure.Advice().c_str());
         return failure.Status();
     } catch (const std::bad_alloc &) {
-        std::fprintf(stderr, "kowen: not enough memory\n");
+        PrintError("not enough memory");
         return kExitFailure;
     } catch (const std::exception &unexpected) {
-        std::fprintf(stderr, "kowen: %s\n", unexpected.what());
+        PrintError(unexpected.what());
         return kExitFailure;
     }
 }

@@ -1,8 +1,7 @@
 #include "option_check.h"
 
 #include "failure.h"
-
-#include <cstdio>
+#include "terminal_text.h"
 
 namespace kowen::cli {
 
@@ -19,7 +18,7 @@ void CheckOptions(const PictureOptions &options) {
 
 void PrintNote(const CommonOptions &options, const std::string &note) {
     if (!options.quiet && !note.empty())
-        std::fprintf(stderr, "kowen: note: %s\n", note.c_str());
+        PrintError("note: " + note);
 }
 
 } // namespace kowen::cli

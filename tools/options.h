@@ -19,7 +19,7 @@ struct CommonOptions {
 
 /// How pictures are read and what is made of them; shared by export and estimate.
 struct PictureOptions {
-    Settings settings;
+    Settings settings{SettingWords::kOptions};
     ResizeChoice resize;
     bool acceptTruncated = false;
     std::string note;    ///< about how a value was understood; empty = none
@@ -35,8 +35,9 @@ struct ExportOptions {
     std::string folder;             ///< of --to
     bool recursive = false;
     bool force = false;
-    bool save = false; ///< the settings, to the profile
-    int workers = 0;   ///< 0 = one for each processor
+    bool update = false; ///< leave JPEGs that are not older than their pictures, replace others
+    bool save = false;   ///< the settings, to the profile
+    int workers = 0;     ///< 0 = one for each processor
 };
 
 struct EstimateOptions {

@@ -31,13 +31,29 @@ std::string Locate(const std::string &name) {
 
 } // namespace
 
+namespace {
+
+// The pixels are what --resize says; a profile's size is for exports without it.
+void PassOverSize(PictureOptions *options) {
+    const std::string size = options->settings.Get("size");
+    if (!options->resize.Wanted() || size == "picture")
+        return;
+    options->settings.Set("size", "picture");
+    options->note = "the profile's size is passed over: --resize says the pixels";
+}
+
+} // namespace
+
 ProfileChoice TakeProfile(PictureOptions *options, ProfileUse use) {
     const bool named = !options->profile.empty();
+    if (options->resize.Wanted() && options->settings.Get("size") != "picture")
+        throw UsageFailure("--resize and --size both say the size; give one of them");
     ProfileChoice choice;
     choice.path = Locate(named ? options->profile : kDefaultName);
     if (Exists(choice.path)) {
         choice.section = options->settings.LoadProfile(choice.path, options->section);
         choice.found = true;
+        PassOverSize(options);
         return choice;
     }
     if (named && use == ProfileUse::kRead)

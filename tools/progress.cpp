@@ -1,5 +1,7 @@
 #include "progress.h"
 
+#include "terminal_text.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -32,13 +34,6 @@ std::string Fitted(const std::string &text, int cells) {
     for (; from < text.size() && (count > cells - 3 || !starts(text[from])); ++from)
         count -= starts(text[from]) ? 1 : 0;
     return cells > 3 ? "..." + text.substr(from) : "";
-}
-
-// Control characters in file names must not reach the terminal.
-std::string Printable(std::string text) {
-    for (char &c : text)
-        c = static_cast<unsigned char>(c) < ' ' || c == 0x7F ? '?' : c;
-    return text;
 }
 
 bool IsDumb() {

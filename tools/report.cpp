@@ -2,6 +2,7 @@
 
 #include "failure.h"
 #include "readers/source.h"
+#include "terminal_text.h"
 
 #include <nlohmann/json.hpp>
 
@@ -53,15 +54,15 @@ std::string Summary(const JobReport &report) {
 
 void PrintForPeople(const JobReport &report, bool quiet) {
     if (!report.Done()) {
-        std::fprintf(stderr, "kowen: %s\n", report.error.c_str());
+        PrintError(report.error);
         return;
     }
     if (quiet)
         return;
     for (const std::string &note : report.notes)
-        std::fprintf(stderr, "kowen: note: %s: %s\n", NameOf(report.source).c_str(), note.c_str());
+        PrintError("note: " + NameOf(report.source) + ": " + note);
     if (report.target == "-")
-        std::fprintf(stderr, "%s\n", Summary(report).c_str());
+        std::fprintf(stderr, "%s\n", TextFor(STDERR_FILENO, Summary(report)).c_str());
     else
         PrintLine(Summary(report));
 }
@@ -74,7 +75,7 @@ double Rounded(double value, int digits) {
 }
 
 void PrintLine(const std::string &line) {
-    PrintText(line + "\n");
+    PrintText(TextFor(STDOUT_FILENO, line) + "\n");
 }
 
 void PrintText(const std::string &text) {

@@ -7,8 +7,8 @@
 
 namespace kowen::cli {
 
-/// Writes a line to the standard output at once. Throws ReaderGone when nobody reads it, Failure
-/// when it cannot be written.
+/// Writes a line to the standard output at once, on a terminal without control characters. Throws
+/// ReaderGone when nobody reads it, Failure when it cannot be written.
 void PrintLine(const std::string &line);
 
 /// The same for text that has its line ends.

@@ -37,16 +37,32 @@ std::string Line(const Json &object) {
     return object.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
+// A profile keeps inches, which nobody recognises a paper in.
+std::string SizeForPeople(const std::string &size) {
+    for (const char *paper :
+         {"A0", "A1", "A2", "A3", "A4", "A5", "A6", "letter", "legal", "tabloid"}) {
+        Settings settings;
+        settings.Set("size", paper);
+        if (settings.Get("size") == size)
+            return paper;
+    }
+    return size;
+}
+
 void Show(const Settings &settings, const std::string &section, bool json) {
     Json object;
     object["section"] = section;
-    std::string text = "[" + section + "]";
+    std::vector<std::string> lines = {"[" + section + "]"};
     for (const char *name : kKept) {
         const std::string value = settings.Get(name);
         object[name] = SettingValue(value);
-        text += std::string("\n") + name + "=" + value;
+        lines.push_back(std::string(name) + "=" +
+                        (name == std::string("size") ? SizeForPeople(value) : value));
     }
-    PrintLine(json ? Line(object) : text);
+    if (json)
+        lines = {Line(object)};
+    for (const std::string &line : lines)
+        PrintLine(line);
 }
 
 std::vector<std::string> Sections(const std::string &file) {

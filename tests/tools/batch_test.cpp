@@ -3,6 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <chrono>
 #include <sstream>
 #include <sys/stat.h>
 
@@ -156,6 +157,70 @@ TEST_F(Batch, JsonHasALineForEachFailuresToo) {
     EXPECT_EQ(objects[1]["done"], false);
     EXPECT_TRUE(Has(objects[1]["error"], "b.ppm")) << objects[1];
     EXPECT_EQ(objects[2]["error"], "no.ppm: No such file or directory");
+}
+
+TEST_F(Batch, WhatIsNamedTwiceIsExportedOnce) {
+    WritePicture("a.ppm");
+    WritePicture("b.ppm");
+    Export({"a.ppm", "b.ppm", "./a.ppm", "--to", "out"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.errors, "kowen: note: ./a.ppm: named twice, exported once\n");
+    EXPECT_TRUE(Has(result.output, "2 pictures: 2 exported, 0 failed\n")) << result.output;
+}
+
+TEST_F(Batch, AFolderWithoutPicturesMakesNone) {
+    fs::create_directory(directory.File("in"));
+    directory.Write("in/letter.txt", "Dear Sir,\n");
+    Export({"-r", "in", "--to", "out"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.errors, "kowen: note: in: passed over 1 file of other kinds\n"
+                             "kowen: there are no pictures in in\n");
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(Listing(), "in");
+}
+
+TEST_F(Batch, UpdatesWhatIsOlder) {
+    fs::create_directory(directory.File("in"));
+    for (const char *name : {"in/a.ppm", "in/b.ppm", "in/c.ppm"})
+        WritePicture(name);
+    Export({"-r", "in", "--to", "out"});
+    const fs::file_time_type made = fs::last_write_time(directory.File("out/b.jpg"));
+    const std::string first = directory.Read("out/a.jpg");
+    WritePicture("in/a.ppm", 30, 20);
+    fs::last_write_time(directory.File("in/a.ppm"), made + std::chrono::hours(1));
+    WritePicture("in/b.ppm", 30, 20);
+    fs::last_write_time(directory.File("in/b.ppm"), made); // of the same moment
+    directory.Write("out/c.jpg", "Dear Sir,\n");
+    Export({"-r", "in", "--to", "out", "--update"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(Has(result.errors, "out/c.jpg: there is a file of that name that is no JPEG"))
+        << result.errors;
+    EXPECT_TRUE(Has(result.output, "3 pictures: 1 exported, 1 failed, 1 up to date\n"))
+        << result.output;
+    EXPECT_EQ(DecodeFile("out/a.jpg").width, 30);
+    EXPECT_EQ(directory.Read("out/b.jpg"), first);
+    EXPECT_EQ(directory.Read("out/c.jpg"), "Dear Sir,\n");
+    fs::last_write_time(directory.File("in/a.ppm"), made);
+    Export({"in/a.ppm", "in/b.ppm", "--to", "out", "--update"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.output, "2 pictures: 0 exported, 0 failed, 2 up to date\n");
+}
+
+TEST_F(Batch, NotesOfSeveralAreToldOnce) {
+    const std::string alpha = "P7\nWIDTH 1\nHEIGHT 1\nDEPTH 4\nMAXVAL 255\nTUPLTYPE RGB_ALPHA\n"
+                              "ENDHDR\n" +
+                              std::string("\x50\x60\x70\0", 4);
+    std::vector<std::string> names;
+    for (const char *name : {"a.pam", "b.pam", "c.pam", "d.pam"})
+        names.emplace_back(directory.Write(name, alpha)), names.back() = name;
+    Export(names);
+    EXPECT_EQ(result.errors, "kowen: note: transparent pixels were put on the background (4 "
+                             "pictures: a.pam, b.pam, c.pam, ...)\n");
+    WritePicture("e.ppm");
+    Export({"a.pam", "e.ppm", "--force"});
+    EXPECT_EQ(result.errors, "kowen: note: a.pam: transparent pixels were put on the background\n");
+    Export({"a.pam", "-o", "a.jpg"});
+    EXPECT_EQ(result.errors, "kowen: note: a.pam: transparent pixels were put on the background\n");
 }
 
 class Replacing : public ExportFixture {

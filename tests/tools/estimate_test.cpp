@@ -115,5 +115,13 @@ TEST_F(Estimate, FindsTheQualityThatFits) {
     EXPECT_TRUE(result.output.ends_with("\nno quality fits 600 bytes\n")) << result.output;
 }
 
+TEST_F(Estimate, OtherSizesAreExplained) {
+    directory.Write("small.ppm", Ppm(MakeSoftPicture(24, 16)));
+    Kowen({"estimate", "small.ppm", "--size", "48x32px"});
+    EXPECT_TRUE(Has(result.output, "\nthe settings change the size: ")) << result.output;
+    Kowen({"estimate", "small.ppm", "--resize", "48x32"});
+    EXPECT_FALSE(Has(result.output, "the settings change")) << result.output;
+}
+
 } // namespace
 } // namespace kowen::test

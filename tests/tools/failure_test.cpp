@@ -51,7 +51,7 @@ TEST_F(ExportFailure, MissingModule) {
     directory.Write("text.so", "text");
     Export({"in.ppm", "--module", directory.File("text.so")});
     ExpectFailure("text.so", "");
-    Export({"in.ppm", "in.ppm", "--module", "no.so"});
+    Export({"in.ppm", "no.ppm", "--module", "no.so"});
     ExpectFailure("no.so", "No such file or directory");
     EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << "told once";
     EXPECT_EQ(Listing(), "in.ppm text.so");
@@ -65,7 +65,7 @@ TEST_F(ExportFailure, FullDiskKeepsTheOldFile) {
     EXPECT_EQ(directory.Read("out.jpg"), before);
     Export({"in.ppm", "new.jpg"}, LimitedFiles(1500));
     ExpectFailure("new.jpg", "File too large");
-    Export({"in.ppm", "in.ppm", "-j", "2"}, LimitedFiles(1500));
+    Export({"in.ppm", "no.ppm", "-j", "2"}, LimitedFiles(1500));
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(Listing(), "in.ppm out.jpg");
 }
@@ -112,7 +112,7 @@ TEST_F(ExportFailure, AReaderThatHasGoneEndsItQuietly) {
     };
     for (const std::vector<std::string> &words : {std::vector<std::string>{"export", "in.ppm", "-"},
                                                   {"export", "in.ppm", "-o", "out.jpg"},
-                                                  {"export", "in.ppm", "in.ppm", "--force"},
+                                                  {"export", "in.ppm", "no.ppm", "--force"},
                                                   {"help"}}) {
         Kowen(words, setting);
         EXPECT_EQ(result.exitCode, 128 + SIGPIPE);
@@ -188,6 +188,52 @@ TEST_F(ExportFailure, WrongValuesAreToldBeforeAnyPictureIsRead) {
     }
 }
 
+// Of settings it speaks as of the options that were given.
+TEST_F(ExportFailure, SaysWhatToGive) {
+    const auto said = [this](std::vector<std::string> words) {
+        words.insert(words.begin(), "in.ppm");
+        Export(words);
+        return result.errors;
+    };
+    EXPECT_EQ(said({"--colour", "rgb444"}),
+              "kowen: files of the colour format rgb444 show false colours in other programs: give "
+              "--colour ycc422 or grey, or --as-filter\n");
+    EXPECT_EQ(said({"--progressive", "--colour", "grey"}),
+              "kowen: progressive files are made of the colour format ycc422 only: give "
+              "--sequential, or --colour ycc422\n");
+    EXPECT_TRUE(said({"--colour", "quality"})
+                    .starts_with("kowen: --colour: the colour format is "
+                                 "ycc422, grey or rgb444, not "
+                                 "'quality'\n"))
+        << result.errors;
+    EXPECT_TRUE(said({"--page", "A4", "--size", "page"})
+                    .starts_with("kowen: --page: a page is WxH@DPI, such as 21x29.7cm@150, not "
+                                 "'A4'\n"))
+        << result.errors;
+    Kowen({"setup", "set", "p.ini", "colour=rgb444"});
+    EXPECT_TRUE(Has(result.errors, "set 'colour' to ycc422 or grey")) << result.errors;
+}
+
+TEST_F(ExportFailure, NamesThePicture) {
+    directory.Write("wide.ppm", "P6\n70000 2\n255\n" + std::string(420000, 'x'));
+    Export({"wide.ppm", "--to", "made"});
+    EXPECT_TRUE(result.errors.starts_with("kowen: wide.ppm: the picture has 70000 x 2 pixels"))
+        << result.errors;
+    Kowen({"estimate", "wide.ppm"});
+    EXPECT_TRUE(result.errors.starts_with("kowen: wide.ppm: ")) << result.errors;
+    Export({"in.ppm", "-o", "out.jpg", "--quality", "45"});
+    const size_t smallest = std::filesystem::file_size(directory.File("out.jpg"));
+    Export({"in.ppm", "-o", "out.jpg", "--max-bytes", "300"});
+    EXPECT_EQ(result.errors, "kowen: in.ppm: no quality gives a file of at most 300 bytes: the "
+                             "smallest, at quality 45, has " +
+                                 std::to_string(smallest) +
+                                 "; allow more, or make the picture smaller with --resize\n");
+    directory.Write("in.jpg", "Dear Sir,\n");
+    Export({"in.ppm", "--force"});
+    EXPECT_EQ(result.errors, "kowen: in.ppm: in.jpg: there is a file of that name that is no JPEG "
+                             "and stays; delete it, or choose another name for the JPEG\n");
+}
+
 TEST_F(ExportFailure, WrongUsageEndsWithTwo) {
     const std::vector<std::vector<std::string>> wrong = {
         {"in.ppm", "--quality", "44"},
@@ -202,6 +248,9 @@ TEST_F(ExportFailure, WrongUsageEndsWithTwo) {
         {"in.ppm", "--resize", "-5%"},
         {"in.ppm", "--jobs", "0"},
         {"in.ppm", "--save"},
+        {"in.ppm", "--progressive", "--sequential"},
+        {"in.ppm", "--force", "--update"},
+        {""},
         {"in.ppm", "--section", "A"},
         {"in.ppm", "--progressive", "--colour", "grey"},
         {"in.ppm", "-o", "a.jpg", "--to", "b"},

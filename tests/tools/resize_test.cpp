@@ -2,10 +2,14 @@
 #include "resize/resized_source.h"
 
 #include "failure.h"
+#include "tools/bmp_file.h"
 #include "tools/export_fixture.h"
+
+#include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <numbers>
+#include <tuple>
 
 namespace kowen::test {
 namespace {
@@ -132,6 +136,50 @@ TEST_F(Resize, ReachesTheJpeg) {
     EXPECT_EQ(Decode(Ppm(MakeSoftPicture(40, 30)), {"--resize", "100x", "--shrink-only"}).width,
               40);
     EXPECT_EQ(Decode("P5\n9 9\n255\n" + std::string(81, 'x'), {"--resize", "x3"}).height, 3);
+}
+
+TEST_F(Resize, SaysThePixelsWhateverTheResolution) {
+    const std::string picture = Bmp(72, 48);
+    for (const auto &[dpi, x, y] : {std::tuple("300", 300, 300), std::tuple("300x150", 300, 150)}) {
+        const DecodedJpeg jpeg = Decode(picture, {"--resize", "36x", "--dpi", dpi});
+        EXPECT_EQ(jpeg.width, 36);
+        EXPECT_EQ(jpeg.height, 24);
+        EXPECT_EQ(jpeg.xDensity, x);
+        EXPECT_EQ(jpeg.yDensity, y);
+        EXPECT_EQ(result.errors, "");
+    }
+    const DecodedJpeg whole = Decode(picture, {"--resize", "100%", "--dpi", "300"});
+    EXPECT_EQ(whole.width, 72);
+    EXPECT_EQ(whole.xDensity, 300);
+    const DecodedJpeg page =
+        Decode(picture, {"--resize", "36x", "--dpi", "page", "--page", "9x9cm@150"});
+    EXPECT_EQ(page.width, 36);
+    EXPECT_EQ(page.xDensity, 150);
+    EXPECT_EQ(Decode(picture, {"--resize", "36x", "--dpi", "300", "--as-filter"}).width, 36);
+    // Without it the inches stay: 72 pixels at 100 dpi are 108 at 150.
+    EXPECT_EQ(Decode(picture, {"--dpi", "150"}).width, 108);
+    EXPECT_TRUE(Has(result.errors, "became 108 x 72 pixels for the resolution; --resize 100% keeps "
+                                   "the pixels and only states it\n"))
+        << result.errors;
+}
+
+TEST_F(Resize, PassesOverAProfilesSize) {
+    WritePicture("in.ppm", 90, 60);
+    Kowen({"setup", "set", "kowen.ini", "size=6x4in", "dpi=300", "-q"});
+    Export({"in.ppm", "-o", "out.jpg", "--resize", "30x"});
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_EQ(DecodeFile("out.jpg").width, 30);
+    EXPECT_EQ(DecodeFile("out.jpg").height, 20);
+    EXPECT_EQ(DecodeFile("out.jpg").xDensity, 300);
+    EXPECT_TRUE(Has(result.errors, "kowen: note: the profile's size is passed over: --resize says "
+                                   "the pixels\n"))
+        << result.errors;
+    Kowen({"estimate", "in.ppm", "--resize", "30x", "--json"});
+    EXPECT_EQ(nlohmann::json::parse(result.output)["width"], 30);
+    EXPECT_TRUE(nlohmann::json::parse(result.output)["qualities"][0]["psnr"].is_number());
+    Export({"in.ppm", "-o", "out.jpg", "--resize", "30x", "--size", "6x4in"});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.errors, "kowen: --resize and --size both say the size; give one of them\n");
 }
 
 } // namespace

@@ -128,5 +128,12 @@ TEST_F(ProfileExport, TheSampleIsOne) {
     EXPECT_TRUE(Made({"--profile", KOWEN_SAMPLE_PROFILE, "--section", "web"}).Clean());
 }
 
+TEST_F(SetupCommand, PapersHaveTheirNames) {
+    Kowen({"setup", "set", "my.ini", "size=A4"});
+    EXPECT_TRUE(Has(result.output, "\nsize=A4\n")) << result.output;
+    Kowen({"setup", "set", "my.ini", "size=6x4in"});
+    EXPECT_TRUE(Has(result.output, "\nsize=6x4in\n")) << result.output;
+}
+
 } // namespace
 } // namespace kowen::test

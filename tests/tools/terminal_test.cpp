@@ -84,6 +84,26 @@ TEST_F(OnATerminal, PlainWhereTheLineCannotBeDrawnOver) {
     EXPECT_EQ(seen, "a.ppm: 10% 20% 30% 40% 50% 60% 70% 80% 90% 100%\r\n");
 }
 
+TEST_F(OnATerminal, NamesCannotControlIt) {
+    const Terminal terminal;
+    if (!terminal.Open())
+        GTEST_SKIP() << "no terminals can be made here";
+    ProgramSetting setting;
+    setting.beforeStart = [&terminal] {
+        dup2(terminal.Inner(), STDOUT_FILENO);
+        dup2(terminal.Inner(), STDERR_FILENO);
+    };
+    WritePicture("a\x1b[2J\nb\xc2\x9b\xc3\xa9.ppm");
+    Export({"a\x1b[2J\nb\xc2\x9b\xc3\xa9.ppm", "no\x1b.ppm", "--no-progress"}, setting);
+    const std::string seen = terminal.Seen();
+    EXPECT_TRUE(seen.starts_with("a?[2J?b?\xc3\xa9.jpg: 24 x 16 pixels")) << seen;
+    EXPECT_TRUE(Has(seen, "kowen: no?.ppm: No such file or directory\r\n")) << seen;
+    EXPECT_FALSE(Has(seen, "\x1b")) << seen;
+    // A pipe gets the name as it is.
+    Export({"no\x1b.ppm"});
+    EXPECT_EQ(result.errors, "kowen: no\x1b.ppm: No such file or directory\n");
+}
+
 TEST_F(OnATerminal, NothingWhenPiped) {
     WritePicture("a.ppm", 400, 300);
     Export({"a.ppm"});

@@ -84,6 +84,7 @@ TEST_F(Words, HelpExplainsEveryCommand) {
     }
     EXPECT_TRUE(Has(Kowen({"help", "export"}).output, "--accept-truncated"));
     EXPECT_EQ(Kowen({"--version"}).output, "kowen 2.0.5\n");
+    EXPECT_EQ(Kowen({"-V"}).output, "kowen 2.0.5\n");
 }
 
 } // namespace

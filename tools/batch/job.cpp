@@ -50,9 +50,18 @@ void AddLines(const char *text, std::vector<std::string> *lines) {
 // A file of the output's name is in the way.
 std::string ExistsMessage(const Job &job, const KowenResult &result) {
     if (job.replaceJpeg)
-        return result.message;
-    return job.target + ": there is a file of that name already; a JPEG is replaced with -o or "
-                        "--force, anything else never";
+        return std::string(result.message) +
+               " and stays; delete it, or choose another name for the JPEG";
+    return job.target + ": there is a file of that name already; a JPEG is replaced with -o, "
+                        "--force or --update, anything else never";
+}
+
+// The pixels that a resolution adds are seldom what was meant.
+void ExplainEnlargement(std::vector<std::string> *notes) {
+    for (std::string &note : *notes) {
+        if (note.starts_with("enlarged: "))
+            note += " for the resolution; --resize 100% keeps the pixels and only states it";
+    }
 }
 
 class JobRun {
@@ -75,7 +84,7 @@ public:
             report.cancelled = true;
             report.error = "cancelled";
         } catch (const Failure &failure) {
-            report.error = failure.what();
+            report.error = NamingPicture(NameOf(job.source), failure.what());
         } catch (const std::bad_alloc &) {
             report.error = NameOf(job.source) + ": not enough memory";
         }
@@ -92,7 +101,7 @@ private:
         reading.progressContext = const_cast<JobProgress *>(&progress);
         const std::unique_ptr<Source> source =
             OpenResized(job.source, options.resize, options.settings, reading);
-        PictureRows rows(source.get());
+        PictureRows rows(source.get(), options);
         Save(module, &rows);
         for (const std::string &warning : source->Warnings())
             report.notes.push_back(warning);
@@ -127,7 +136,9 @@ private:
             throw ReaderGone();
         if (job.target == "-" && result.code == KOWEN_HOST_ERR_OUTPUT)
             FailWith("standard output", result.systemError);
-        ThrowResult(result);
+        if (result.code == KOWEN_HOST_ERR_LIMIT)
+            throw Failure(std::string(result.message) + " with --resize");
+        ThrowResult(result, SettingWords::kOptions);
     }
 
     void Take(const KowenResult &result) {
@@ -142,6 +153,10 @@ private:
         report.clippedPercent = result.clippedPercent;
         report.paler = (result.notes & KOWEN_NOTE_COLOURS_CLIPPED) != 0;
         AddLines(result.notesText, &report.notes);
+        const bool forResolution =
+            options.settings.Get("size") == "picture" && options.settings.Get("dpi") != "picture";
+        if ((result.notes & KOWEN_NOTE_ENLARGED) != 0 && forResolution)
+            ExplainEnlargement(&report.notes);
         // It is the same for all pictures of an export and told once for them.
         if ((result.notes & KOWEN_NOTE_PROFILE_USED) != 0)
             std::erase_if(report.notes, [](const std::string &note) {

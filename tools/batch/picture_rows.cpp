@@ -36,7 +36,24 @@ std::unique_ptr<Source> OpenResized(const std::string &path, const ResizeChoice 
     return ResizePicture(std::move(source), size, ParseColour(settings.Get("background")));
 }
 
-PictureRows::PictureRows(Source *rows) : source(rows) {
+void KeepPixels(const PictureOptions &options, KowenPicture *picture) {
+    std::string dpi = options.settings.Get("dpi");
+    if (!options.resize.Wanted() || dpi == "picture")
+        return;
+    if (dpi == "page") {
+        const std::string page = options.settings.Get("page");
+        dpi = page.substr(page.find('@') + 1);
+    }
+    // Without a page nothing is known, and pictures without a resolution keep their pixels.
+    picture->xDpi = std::strtod(dpi.c_str(), nullptr);
+    const size_t cross = dpi.find('x');
+    picture->yDpi =
+        cross == std::string::npos ? picture->xDpi : std::strtod(dpi.c_str() + cross + 1, nullptr);
+    if (picture->orientation >= kFirstTurned)
+        std::swap(picture->xDpi, picture->yDpi);
+}
+
+PictureRows::PictureRows(Source *rows, const PictureOptions &options) : source(rows) {
     const PictureFacts &facts = source->Facts();
     picture.size = sizeof picture;
     picture.format = facts.format;
@@ -63,6 +80,7 @@ PictureRows::PictureRows(Source *rows) : source(rows) {
     }
     if (!facts.comment.empty())
         picture.comment = facts.comment.c_str();
+    KeepPixels(options, &picture);
 }
 
 // Called by the library, which knows no exceptions.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host_library.h"
+#include "options.h"
 #include "readers/plain_rows.h"
 #include "resize/resize_choice.h"
 
@@ -17,10 +18,14 @@ std::unique_ptr<Source> OpenResized(const std::string &path, const ResizeChoice 
 /// A colour as the library gives it: "#rrggbb".
 Rgb ParseColour(const std::string &text);
 
+/// With --resize the pixels are what that says, and --dpi only states a resolution: gives the
+/// picture the resolution that the settings ask for, at which its inches come to its own pixels.
+void KeepPixels(const PictureOptions &options, KowenPicture *picture);
+
 /// The picture's record and its row reader. The source is borrowed.
 class PictureRows {
 public:
-    explicit PictureRows(Source *source);
+    PictureRows(Source *source, const PictureOptions &options);
 
     const KowenPicture *Picture() const { return &picture; }
 

@@ -1,6 +1,7 @@
 #include "batch/plan.h"
 
 #include "batch/folder_walk.h"
+#include "batch/up_to_date.h"
 #include "failure.h"
 #include "readers/source.h"
 
@@ -30,6 +31,12 @@ bool Identify(const std::string &path, FileId *id) {
         return false;
     *id = {status.st_dev, status.st_ino};
     return true;
+}
+
+bool SameFile(const std::string &a, const std::string &b) {
+    FileId first;
+    FileId second;
+    return Identify(a, &first) && Identify(b, &second) && first == second;
 }
 
 bool IsFolder(const std::string &path) {
@@ -88,8 +95,6 @@ public:
 
     Plan Make() {
         CheckNames();
-        if (!options.folder.empty())
-            MakeFolder(options.folder);
         if (!options.output.empty())
             Add(options.names[0], options.output, true);
         else if (TwoNames())
@@ -98,6 +103,8 @@ public:
             for (const std::string &name : options.names)
                 AddName(name);
         RefuseClashes();
+        std::erase_if(plan.jobs, [this](const Job &job) { return PassedOver(job); });
+        MakeFolders();
         return std::move(plan);
     }
 
@@ -107,12 +114,16 @@ private:
             throw UsageFailure("-o names a file and --to a folder; give one of them");
         if (!options.output.empty() && options.names.size() != 1)
             throw UsageFailure("-o takes one picture; --to DIR takes many");
+        if (options.force && options.update)
+            throw UsageFailure("--force replaces every JPEG and --update the older ones; give one "
+                               "of them");
         if (!options.output.empty())
             CheckOutput();
         for (const std::string &name : options.names) {
             if (name == "-" && options.output.empty() && !TwoNames())
                 throw UsageFailure("a picture from the standard input has no name to make one of; "
-                                   "name the JPEG with -o");
+                                   "name the JPEG with -o, or write it to the standard output "
+                                   "with -o -");
         }
     }
 
@@ -130,6 +141,9 @@ private:
                                ", or give --force if that name is meant");
     }
 
+    // What --update leaves is no job.
+    bool Replaces() const { return options.force || options.update; }
+
     bool TwoNames() const {
         return options.names.size() == 2 && options.output.empty() && options.folder.empty() &&
                !options.recursive &&
@@ -142,12 +156,12 @@ private:
         const std::string &source = options.names[0];
         const std::string &target = options.names[1];
         std::error_code ignored;
-        const bool unclear = options.force && EndsAsJpeg(source) && fs::exists(target, ignored);
+        const bool unclear = Replaces() && EndsAsJpeg(source) && fs::exists(target, ignored);
         if (unclear)
             throw UsageFailure("two JPEGs may be a picture and its output, or two pictures: to "
                                "replace " +
                                target + ", name it with -o");
-        Add(source, target, options.force);
+        Add(source, target, Replaces());
     }
 
     void Add(const std::string &source, const std::string &name, bool replaceJpeg) {
@@ -168,7 +182,7 @@ private:
         if (!IsFolder(name)) {
             const fs::path folder =
                 options.folder.empty() ? fs::path(name).parent_path() : fs::path(options.folder);
-            plan.jobs.push_back({name, (folder / JpegName(name)).string(), options.force, ""});
+            plan.jobs.push_back({name, (folder / JpegName(name)).string(), Replaces(), ""});
         } else if (options.recursive) {
             AddFolder(name);
         } else {
@@ -204,11 +218,10 @@ private:
 
     void AddFound(const FoundPicture &picture) {
         fs::path target = fs::path(picture.path).parent_path();
-        if (!options.folder.empty()) {
+        if (!options.folder.empty())
             target = (fs::path(options.folder) / picture.below).lexically_normal();
-            MakeFolder(target.string());
-        }
-        Add(picture.path, (target / JpegName(picture.path)).string(), options.force);
+        plan.jobs.push_back(
+            {picture.path, (target / JpegName(picture.path)).string(), Replaces(), ""});
     }
 
     void Note(const std::string &folder, size_t count, const std::string &kind,
@@ -233,7 +246,9 @@ private:
             if (!job.refusal.empty())
                 continue;
             const auto [first, fresh] = targets.emplace(WhereItLies(job.target), job.source);
-            if (!fresh)
+            if (!fresh && SameFile(first->second, job.source))
+                job.target.clear();
+            else if (!fresh)
                 job.refusal = job.source + ": " + job.target + " would also be made from " +
                               first->second + "; export one of them by itself, with -o";
         }
@@ -253,6 +268,31 @@ private:
         return job.source + ": " + job.target +
                " is a picture of this export itself and stays; "
                "name another file with -o or a folder with --to";
+    }
+
+    // Named before, or made before.
+    bool PassedOver(const Job &job) {
+        if (!job.refusal.empty() || job.target == "-")
+            return false;
+        if (job.target.empty()) {
+            plan.notes.push_back(job.source + ": named twice, exported once");
+            return true;
+        }
+        const bool made = options.update && IsUpToDate(job.target, job.source);
+        plan.upToDate += made ? 1 : 0;
+        return made;
+    }
+
+    void MakeFolders() {
+        if (options.folder.empty())
+            return;
+        std::set<std::string> folders;
+        for (const Job &job : plan.jobs) {
+            if (job.refusal.empty())
+                folders.insert(fs::path(job.target).parent_path().string());
+        }
+        for (const std::string &folder : folders)
+            MakeFolder(folder);
     }
 
     const ExportOptions &options;

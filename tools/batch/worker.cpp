@@ -2,6 +2,7 @@
 
 #include "cancel.h"
 #include "failure.h"
+#include "readers/source.h"
 
 #include <cerrno>
 #include <csignal>
@@ -47,7 +48,7 @@ JobReport Failed(const Job &job, const std::string &error) {
     JobReport report;
     report.source = job.source;
     report.target = job.target;
-    report.error = error;
+    report.error = NamingPicture(NameOf(job.source), error);
     return report;
 }
 
