@@ -135,6 +135,16 @@ TEST_F(LeftOutOfFiles, TiffsTellOfIptcAmongResources) {
     EXPECT_EQ(Notes(fileOf(other)), std::vector<string>{});
 }
 
+TEST_F(LeftOutOfFiles, NothingOfWhatATiffSaysOfMakerAndArtist) {
+    const string picture =
+        Tiff({{"\x60\x70\x80", 2, {TiffText(271, "Maker"), TiffText(315, "Artist Name")}}});
+    EXPECT_EQ(Notes(picture), std::vector<string>{});
+    file = ReadJpegFile(directory.File("out.jpg"));
+    const string bytes(file.begin(), file.end());
+    EXPECT_TRUE(Has(bytes, string("Exif\0\0II*\0\x08\0\0\0\x02\0\x0F\x01", 18)));
+    EXPECT_TRUE(Has(bytes, "Maker") && Has(bytes, "Artist Name"));
+}
+
 TEST_F(LeftOutOfFiles, CielabIsRefusedByItsName) {
     directory.Write("in", Tiff({{"\x80\x10\x10", 8, {}}}));
     EXPECT_EQ(Export({"in", "-o", "no.jpg"}).exitCode, 1);

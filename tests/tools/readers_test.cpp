@@ -1,6 +1,7 @@
 // What the readers say about a picture, where it takes bytes that no program writes by itself.
 #include "readers/exif.h"
 #include "readers/pnm_source.h"
+#include "readers/tiff_exif.h"
 
 #include <gtest/gtest.h>
 
@@ -54,6 +55,36 @@ TEST(ExifResolution, IsNoneOfDamagedData) {
     EXPECT_EQ(ExifResolution(none).y, 0);
     for (size_t size = 0; size < 65; ++size)
         EXPECT_EQ(ExifResolution({kResolution.data(), size}).y, 0) << size;
+}
+
+TEST(ExifOfTiff, CopiesWhatSpeaksOfThePicture) {
+    const Bytes file = {'I',  'I',  42,   0,    10,  0, 0, 0, 'A', 'B', // 10: the first directory
+                        4,    0,                                        // of four entries
+                        0x00, 0x01, 3,    0,    1,   0, 0, 0, 16,  0,   0,   0, // the width is left
+                        0x0F, 0x01, 2,    0,    6,   0, 0, 0, 86,  0,   0,   0, // maker
+                        0x10, 0x01, 2,    0,    2,   0, 0, 0, 'M', 0,   0,   0, // model
+                        0x69, 0x87, 4,    0,    1,   0, 0, 0, 68,  0,   0,   0, // EXIF at 68
+                        0,    0,    0,    0,    0,   0, 0, 0, // no next, and a gap
+                        1,    0,    0x27, 0x88, 3,   0, 1, 0, 0,   0,   200, 0,
+                        0,    0,    0,    0,    0,   0, // 68: speed
+                        'M',  'a',  'k',  'e',  'r', 0};
+    const Bytes expected = {
+        'I',  'I',  42,   0,    8,   0,   0,    0, //
+        3,    0,                                   // 8: three entries
+        0x0F, 0x01, 2,    0,    6,   0,   0,    0,    50,  0, 0,   0, 0x10, 0x01, 2,  0, 2, 0,
+        0,    0,    'M',  0,    0,   0,   0x69, 0x87, 4,   0, 1,   0, 0,    0,    56, 0, 0, 0,
+        0,    0,    0,    0,    'M', 'a', 'k',  'e',  'r', 0, // 46
+        1,    0,    0x27, 0x88, 3,   0,   1,    0,    0,   0, 200, 0, 0,    0,    0,  0, 0, 0};
+    EXPECT_EQ(ExifOfTiff(file), expected);
+    for (size_t size = 0; size < file.size(); ++size)
+        EXPECT_LE(ExifOfTiff({file.data(), size}).size(), expected.size()) << size;
+}
+
+TEST(ExifOfTiff, IsNothingWhereThereIsNothing) {
+    EXPECT_TRUE(ExifOfTiff({}).empty());
+    const Bytes width = {'M', 'M', 0, 42, 0, 0, 0, 8, 0, 1, 1, 0, 0,
+                         3,   0,   0, 0,  1, 0, 9, 0, 0, 0, 0, 0, 0};
+    EXPECT_TRUE(ExifOfTiff(width).empty());
 }
 
 TEST(OpenPnm, GivesACommentUpToItsFirstZero) {

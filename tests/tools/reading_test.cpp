@@ -206,6 +206,37 @@ TEST_F(Reading, ResolutionThatOnlyExifHas) {
     EXPECT_EQ(Decode(jpeg).xDensity, 250);
 }
 
+string WithGamma(const PngPicture &png, uint32_t gamma) {
+    string bytes = Png(png);
+    return bytes.insert(33, png_detail::Chunk("gAMA", png_detail::Long(gamma))); // behind IHDR
+}
+
+// 0.125, 0.2152 and 0.375 of the light to the power of 1 / 2.2: 99.1, 126.8 and 163.3.
+TEST_F(Reading, PngsOfAnotherGamma) {
+    const string linear("\x20\x00\x37\x15\x60\x00", 6);
+    PngPicture png = {16, 16, 16, kPngRgb, Rows(Repeat(linear, 16)), "", 0, 0, "", "", "", false};
+    ExpectPixel(WithGamma(png, 100000), 8, 8, {99, 127, 163});
+    EXPECT_TRUE(Has(result.errors, "the brightness was converted from the file's gamma, 1\n"))
+        << result.errors;
+    ExpectPixel(WithGamma(png, 45455), 8, 8, {32, 55, 96});
+    EXPECT_FALSE(Has(result.errors, "gamma")) << result.errors;
+    ExpectPixel(WithGamma(png, 47000), 8, 8, {32, 55, 96});
+    ExpectPixel(WithGamma(png, 0), 8, 8, {32, 55, 96});
+    ExpectPixel(WithGamma(png, 1), 8, 8, {32, 55, 96});
+    string marked = WithGamma(png, 100000);
+    marked.insert(33, png_detail::Chunk("sRGB", string(1, '\0')));
+    ExpectPixel(marked, 8, 8, {32, 55, 96});
+    png.bits = 8;
+    png.colours = kPngPalette;
+    png.rows = Rows(Repeat("\x01", 16));
+    png.palette = string("\0\0\0\x20\x37\x60", 6);
+    ExpectPixel(WithGamma(png, 100000), 8, 8, {99, 127, 164});
+    png.colours = kPngGreyAlpha; // opacity is none of the light
+    png.palette.clear();
+    png.rows = Rows(Repeat("\x37\x80", 16));
+    ExpectPixel(WithGamma(png, 100000), 8, 8, {191, 191, 191});
+}
+
 TEST_F(Reading, NetpbmOfEveryKind) {
     const std::map<string, string> pictures = {
         {"P1", "P1\n# ink on the left\n16 1\n1111111100000000"},

@@ -3,6 +3,7 @@
 #include "readers/left_out.h"
 #include "readers/magick_picture.h"
 #include "readers/several_pictures.h"
+#include "readers/tiff_exif.h"
 
 #include <algorithm>
 #include <cctype>
@@ -62,6 +63,22 @@ LeftOut LeftOutOf(const Image &image, const std::vector<uint8_t> &bytes,
     return leftOut;
 }
 
+// The library keeps some of it as texts and drops the rest.
+void KeepTiffExif(const std::vector<uint8_t> &bytes, Image *image,
+                  std::vector<std::string> *remarks) {
+    const std::vector<uint8_t> exif = ExifOfTiff(bytes);
+    if (!exif.empty()) {
+        SetImageProfile(image, "EXIF", exif.data(), exif.size());
+        return;
+    }
+    for (const char *name : {"make", "model", "artist", "copyright", "timestamp"}) {
+        if (GetImageAttribute(image, name) == nullptr)
+            continue;
+        remarks->push_back("the EXIF data of a BigTIFF is left out");
+        return;
+    }
+}
+
 std::unique_ptr<Source> Open(const std::string &name, const std::vector<uint8_t> &bytes,
                              const std::string &format, const ReadOptions &options) {
     if (format == "WEBP" && IsAnimatedWebp(bytes))
@@ -86,6 +103,8 @@ std::unique_ptr<Source> Open(const std::string &name, const std::vector<uint8_t>
         remarks.push_back((damaged ? "the file is cut or damaged: " : "") + reason);
     if (pictures.count > 1)
         remarks.push_back(pictures.Note());
+    if (format == "TIFF")
+        KeepTiffExif(bytes, image.get(), &remarks);
     LeftOutOf(*image, bytes, format).Tell(&remarks);
     return MakeMagickSource(name, std::move(image), format, program, remarks);
 }

@@ -4,13 +4,19 @@
 #include "readers/exif.h"
 
 #include <algorithm>
+#include <cmath>
 #include <csetjmp>
+#include <cstdio>
 #include <cstring>
 
 namespace kowen::cli {
 namespace {
 
 constexpr double kMetresPerInch = 0.0254;
+constexpr double kScreenGamma = 2.2;
+constexpr double kGammaTolerance = 0.05; // what nobody sees
+constexpr double kLeastGamma = 0.1;      // outside of these it is no picture's
+constexpr double kMostGamma = 10;
 constexpr const char *kCutShort = "the file ends early";
 
 } // namespace
@@ -67,6 +73,8 @@ bool PngReader::ReadInfo() {
 bool PngReader::UpdateInfo() {
     if (setjmp(png_jmpbuf(png)))
         return false;
+    if (fileGamma != 0)
+        png_set_gamma(png, kScreenGamma, fileGamma);
     png_read_update_info(png, info);
     return true;
 }
@@ -102,9 +110,12 @@ void PngReader::ReadHeader(PictureFacts *facts) {
     facts->height = png_get_image_height(png, info);
     ChooseFormat(facts);
     TakeMetadata(facts);
+    ChooseGamma();
     passes = png_set_interlace_handling(png);
     if (!UpdateInfo())
         throw Failure(NameOf(input->Path()) + ": " + problem);
+    if (!facts->palette.empty())
+        TakeColours(facts);
     if (png_get_rowbytes(png, info) != RowBytes(*facts))
         throw Failure(NameOf(input->Path()) + ": this kind of PNG cannot be read here");
 }
@@ -135,20 +146,22 @@ void PngReader::ChooseFormat(PictureFacts *facts) {
         facts->format = alpha ? KOWEN_PIXEL_GREY_ALPHA : KOWEN_PIXEL_GREY;
 }
 
+// A profile or the mark of sRGB counts more than gAMA.
+void PngReader::ChooseGamma() {
+    double gamma = 0;
+    if (png_get_valid(png, info, PNG_INFO_iCCP | PNG_INFO_sRGB) != 0 ||
+        png_get_gAMA(png, info, &gamma) == 0 || !(gamma >= kLeastGamma && gamma <= kMostGamma))
+        return;
+    if (std::abs(gamma * kScreenGamma - 1) > kGammaTolerance)
+        fileGamma = gamma;
+}
+
 // Indexes that have no colour show black, as other programs have it.
 void PngReader::TakePalette(PictureFacts *facts) {
-    png_colorp colours = nullptr;
-    int count = 0;
-    png_get_PLTE(png, info, &colours, &count);
     const int bits = png_get_bit_depth(png, info);
     const size_t entries = size_t{1} << bits;
     facts->palette.assign(entries * 3, 0);
-    for (int i = 0; i < count && static_cast<size_t>(i) < entries; ++i) {
-        uint8_t *entry = facts->palette.data() + static_cast<size_t>(i) * 3;
-        entry[0] = colours[i].red;
-        entry[1] = colours[i].green;
-        entry[2] = colours[i].blue;
-    }
+    TakeColours(facts);
     png_bytep alphas = nullptr;
     int alphaCount = 0;
     if (png_get_tRNS(png, info, &alphas, &alphaCount, nullptr) != 0 && alphas != nullptr) {
@@ -159,6 +172,18 @@ void PngReader::TakePalette(PictureFacts *facts) {
     facts->format = bits == 1 ? KOWEN_PIXEL_BILEVEL : KOWEN_PIXEL_INDEXED;
     if (bits > 1 && bits < 8)
         png_set_packing(png);
+}
+
+void PngReader::TakeColours(PictureFacts *facts) const {
+    png_colorp colours = nullptr;
+    int count = 0;
+    png_get_PLTE(png, info, &colours, &count);
+    for (size_t i = 0; i < static_cast<size_t>(count) && i * 3 < facts->palette.size(); ++i) {
+        uint8_t *entry = facts->palette.data() + i * 3;
+        entry[0] = colours[i].red;
+        entry[1] = colours[i].green;
+        entry[2] = colours[i].blue;
+    }
 }
 
 void PngReader::TakeMetadata(PictureFacts *facts) {
@@ -198,7 +223,13 @@ void PngReader::TakeComment(PictureFacts *facts) {
     }
 }
 
-void PngReader::TellLeftOut(std::vector<std::string> *notes) const {
+void PngReader::TellNotes(std::vector<std::string> *notes) const {
+    if (fileGamma != 0) {
+        char text[80];
+        std::snprintf(text, sizeof text, "the brightness was converted from the file's gamma, %.4g",
+                      fileGamma);
+        notes->push_back(text);
+    }
     LeftOut leftOut;
     png_textp texts = nullptr;
     const int count = png_get_text(png, info, &texts, nullptr);

@@ -33,9 +33,9 @@ public:
     /// Reads what stands behind the pixels. Returns as ReadRow.
     bool ReadEnd();
 
-    /// Adds sentences about what the file says and facts have no place for. After ReadEnd, because
-    /// it may stand behind the pixels.
-    void TellLeftOut(std::vector<std::string> *notes) const;
+    /// Adds sentences about what was converted and what the file says that facts have no place for.
+    /// After ReadEnd, because it may stand behind the pixels.
+    void TellNotes(std::vector<std::string> *notes) const;
 
     const std::string &Problem() const { return problem; }
     const std::string &Path() const { return input->Path(); }
@@ -49,6 +49,8 @@ private:
     bool UpdateInfo();
     void ChooseFormat(PictureFacts *facts);
     void TakePalette(PictureFacts *facts);
+    void TakeColours(PictureFacts *facts) const;
+    void ChooseGamma();
     void TakeMetadata(PictureFacts *facts);
     void TakeComment(PictureFacts *facts);
     void Rethrow();
@@ -59,6 +61,7 @@ private:
     int passes = 1;
     int commentText = -1; ///< which of the texts is the comment
     bool exifTaken = false;
+    double fileGamma = 0; ///< to be converted; 0 = as screens have it
     std::string problem;
     std::exception_ptr failure; ///< of the input
 };

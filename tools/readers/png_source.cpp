@@ -39,7 +39,7 @@ public:
     void Finish() override {
         if (!cut && !reader.ReadEnd())
             TakeCut(facts.height);
-        reader.TellLeftOut(&warnings);
+        reader.TellNotes(&warnings);
     }
 
 private:
