@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -130,8 +131,9 @@ Stream AnyStream(Input *input, const HeadEdits &edits) {
     return stream;
 }
 
-// What the stream must become when nothing is known of how it was made.
-Bytes PlainlyEdited(const Bytes &given, const HeadEdits &edits) {
+// What the stream must become when nothing is known of how it was made; nothing when its head is
+// whole and has no place for the edits.
+std::optional<Bytes> PlainlyEdited(const Bytes &given, const HeadEdits &edits) {
     Bytes wanted = given;
     size_t jfif = 0;
     size_t frame = 0;
@@ -148,8 +150,10 @@ Bytes PlainlyEdited(const Bytes &given, const HeadEdits &edits) {
             frame = at;
         at = next;
     }
-    if (at + 1 >= given.size() || given[at] != 0xFF || jfif == 0 || frame == 0)
+    if (at + 1 >= given.size() || given[at] != 0xFF || !edits.Any())
         return given;
+    if (jfif == 0 || frame == 0)
+        return std::nullopt;
     if (edits.height)
         Put(*edits.height, frame + 5, &wanted);
     if (edits.eightBits)
@@ -277,24 +281,32 @@ void RequireFacts(const JpegWatch &watch, const PlainWatch &plain) {
     Require(plain.problem == (problem == nullptr ? "" : problem), "what is wrong with it");
 }
 
-void Pass(Input *input, const Bytes &given, const HeadEdits &edits, const Bytes &wanted) {
+// wanted: nothing when the head cannot be edited, which ends the stream.
+void Pass(Input *input, const Bytes &given, const HeadEdits &edits,
+          const std::optional<Bytes> &wanted) {
     KeepingSink sink(input->Seldom(6) ? input->Between(0, 6) : -1);
     EditedStream stream(&sink, edits);
+    const auto expected = [&] {
+        return stream.HeadUnknown() ? EBADMSG : sink.refused ? ENOSPC : 0;
+    };
     const uint32_t longest = 1 + input->Below(200);
     for (size_t at = 0; at < given.size();) {
         const size_t count = std::min<size_t>(given.size() - at, 1 + input->Below(longest));
         const Bytes piece(given.begin() + static_cast<ptrdiff_t>(at),
                           given.begin() + static_cast<ptrdiff_t>(at + count));
-        Require(stream.Write(piece.data(), count) == (sink.refused ? ENOSPC : 0), "a write");
+        const int result = stream.Write(piece.data(), count);
+        Require(result == expected(), "a write");
         at += count;
     }
     const int result = stream.Finish();
-    Require(result == (sink.refused ? ENOSPC : 0) && result == stream.Error(), "the end");
-    Require(sink.finished == !sink.refused, "a sink that is finished");
-    Require(sink.kept.size() <= wanted.size() &&
-                std::equal(sink.kept.begin(), sink.kept.end(), wanted.begin()),
+    Require(result == expected() && result == stream.Error(), "the end");
+    Require(stream.HeadUnknown() == !wanted.has_value(), "what is said of the head");
+    Require(sink.finished == (result == 0), "a sink that is finished");
+    const Bytes whole = wanted.value_or(Bytes());
+    Require(sink.kept.size() <= whole.size() &&
+                std::equal(sink.kept.begin(), sink.kept.end(), whole.begin()),
             "what the sink got");
-    Require(sink.refused || sink.kept.size() == wanted.size(), "all of it");
+    Require(sink.refused || sink.kept.size() == whole.size(), "all of it");
     RequireFacts(stream.Watch(), PlainWatch(sink.kept));
 }
 

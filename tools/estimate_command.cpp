@@ -226,8 +226,6 @@ void RunEstimate(EstimateOptions *options) {
     PrintNote(options->common, options->picture.note);
     try {
         Estimate(options).Run();
-    } catch (const Cancelled &) {
-        throw;
     } catch (const ReaderGone &) {
         throw;
     } catch (const Failure &failure) {

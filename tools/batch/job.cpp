@@ -80,11 +80,11 @@ public:
             Export(module);
         } catch (const ReaderGone &) {
             throw;
-        } catch (const Cancelled &) {
-            report.cancelled = true;
-            report.error = "cancelled";
         } catch (const Failure &failure) {
-            report.error = NamingPicture(NameOf(job.source), failure.what());
+            // What ends with the caller's wish, such as the other end of a pipe, is no failure.
+            report.cancelled = CancelSignal() != 0;
+            report.error = report.cancelled ? Cancelled().what()
+                                            : NamingPicture(NameOf(job.source), failure.what());
         } catch (const std::bad_alloc &) {
             report.error = NameOf(job.source) + ": not enough memory";
         }
