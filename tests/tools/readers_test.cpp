@@ -2,6 +2,7 @@
 #include "readers/exif.h"
 #include "readers/pnm_source.h"
 #include "readers/tiff_exif.h"
+#include "tiff_file.h"
 
 #include <gtest/gtest.h>
 
@@ -11,6 +12,7 @@ namespace kowen::cli {
 namespace {
 
 using Bytes = std::vector<uint8_t>;
+using namespace kowen::test;
 using namespace std::string_view_literals;
 
 // One entry, the orientation, in four bytes.
@@ -55,6 +57,22 @@ TEST(ExifResolution, IsNoneOfDamagedData) {
     EXPECT_EQ(ExifResolution(none).y, 0);
     for (size_t size = 0; size < 65; ++size)
         EXPECT_EQ(ExifResolution({kResolution.data(), size}).y, 0) << size;
+}
+
+// Resolution unit and program; with an artist, all three are copied.
+TEST(ExifOfTiff, IsNothingWhenNothingSpeaksOfThePicture) {
+    const std::vector<TiffEntry> ofFile = {TiffShort(0x0128, 2), TiffText(0x0131, "Pen")};
+    const auto exif = [](const std::vector<TiffEntry> &entries) {
+        const std::string file = std::string("II*\0\x08\0\0\0", 8) + TiffDirectory(8, entries);
+        return ExifOfTiff({reinterpret_cast<const uint8_t *>(file.data()), file.size()});
+    };
+    EXPECT_EQ(exif(ofFile), Bytes());
+    std::vector<TiffEntry> entries = ofFile;
+    entries.push_back(TiffText(0x013B, "Ann"));
+    EXPECT_EQ(exif(entries), Bytes({'I',  'I',  42, 0, 8, 0, 0, 0, 3,   0,           //
+                                    0x28, 0x01, 3,  0, 1, 0, 0, 0, 2,   0,   0,   0, // inches
+                                    0x31, 0x01, 2,  0, 4, 0, 0, 0, 'P', 'e', 'n', 0, //
+                                    0x3B, 0x01, 2,  0, 4, 0, 0, 0, 'A', 'n', 'n', 0, 0, 0, 0, 0}));
 }
 
 TEST(ExifOfTiff, CopiesWhatSpeaksOfThePicture) {

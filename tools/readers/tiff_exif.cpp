@@ -11,13 +11,18 @@ namespace {
 constexpr uint32_t kExifDirectory = 0x8769;
 constexpr uint32_t kGpsDirectory = 0x8825;
 constexpr uint32_t kInteroperability = 0xA005;
-constexpr uint32_t kKept[] = {0x010F,         0x0110,       0x011A, 0x011B,
-                              0x0128, // maker, model, resolution
-                              0x0131,         0x0132,       0x013B, 0x8298, // program to copyright
-                              kExifDirectory, kGpsDirectory};
+// Maker, model, date, artist, copyright.
+constexpr uint32_t kOfPicture[] = {0x010F, 0x0110,         0x0132,       0x013B,
+                                   0x8298, kExifDirectory, kGpsDirectory};
+// Resolution and program, which nearly every TIFF has: not worth EXIF data by themselves.
+constexpr uint32_t kOfFile[] = {0x011A, 0x011B, 0x0128, 0x0131};
 constexpr size_t kMostBytes = size_t{1} << 20; // far more than a JPEG takes
 constexpr size_t kEntryBytes = 12;
 constexpr size_t kInline = 4; // bytes of a value that stands in its entry
+
+template <size_t kCount> bool IsOneOf(const uint32_t (&tags)[kCount], uint32_t tag) {
+    return std::find(std::begin(tags), std::end(tags), tag) != std::end(tags);
+}
 
 bool IsDirectory(uint32_t tag) {
     return tag == kExifDirectory || tag == kGpsDirectory;
@@ -54,7 +59,7 @@ private:
         const uint32_t tag = tiff.Short(entry);
         if (entry + kEntryBytes > file.size())
             return false;
-        if (first ? std::find(std::begin(kKept), std::end(kKept), tag) == std::end(kKept)
+        if (first ? !IsOneOf(kOfPicture, tag) && !IsOneOf(kOfFile, tag)
                   : IsDirectory(tag) || tag == kInteroperability)
             return false;
         const size_t size = ValueBytes(entry);
@@ -70,7 +75,10 @@ private:
             if (Wanted(tiff.Entry(source, i), first))
                 entries.push_back(tiff.Entry(source, i));
         }
-        if (entries.empty())
+        const bool speaks = std::any_of(entries.begin(), entries.end(), [&](size_t entry) {
+            return !first || IsOneOf(kOfPicture, tiff.Short(entry));
+        });
+        if (!speaks)
             return 0;
         const size_t begin = bytes.size();
         bytes.resize(begin + 2 + entries.size() * kEntryBytes + 4);

@@ -11,8 +11,8 @@ namespace kowen::cli {
 /// artist, copyright, resolution, and its EXIF and GPS directories, in the file's byte order.
 /// Without the description, which is the picture's comment.
 ///
-/// Empty when there is nothing. Never reads outside of `file`; values that lie there are passed
-/// over.
+/// Empty when there is nothing but resolution and program. Never reads outside of `file`; values
+/// that lie there are passed over.
 std::vector<uint8_t> ExifOfTiff(std::span<const uint8_t> file);
 
 } // namespace kowen::cli
