@@ -28,8 +28,9 @@ public:
         quality.setPrefix("quality ");
         auto *button = new QPushButton("Save...");
         auto *layout = new QGridLayout(this);
-        layout->addWidget(Shown(before, picture), 0, 0, 1, 2);
-        layout->addWidget(Shown(after, picture), 0, 2, 1, 2);
+        Show(before, picture);
+        layout->addWidget(&before, 0, 0, 1, 2);
+        layout->addWidget(&after, 0, 2, 1, 2);
         layout->addWidget(new QLabel("the picture"), 1, 0, 1, 2);
         layout->addWidget(&size, 1, 2, 1, 2);
         layout->addWidget(&quality, 2, 0);
@@ -42,10 +43,9 @@ public:
     }
 
 private:
-    static QLabel *Shown(QLabel &label, const QImage &image) {
+    static void Show(QLabel &label, const QImage &image) {
         label.setPixmap(
             QPixmap::fromImage(image.scaledToWidth(kShownWidth, Qt::SmoothTransformation)));
-        return &label;
     }
 
     bool Write(QIODevice &device) const {
@@ -58,10 +58,11 @@ private:
     void Refresh() {
         QBuffer jpeg;
         if (!Write(jpeg)) {
+            after.clear();
             size.setText("cannot be saved: is the plug-in there?");
             return;
         }
-        Shown(after, QImage::fromData(jpeg.data()));
+        Show(after, QImage::fromData(jpeg.data()));
         size.setText(QString("as a JPEG: %1 kB").arg(static_cast<double>(jpeg.size()) / 1000));
     }
 
