@@ -65,7 +65,7 @@ TEST_F(Batch, WhatAnEarlierRunMadeIsNoPictureOfTheNext) {
         << result.errors;
     Export({"-r", "in", "--to", "out"});
     EXPECT_EQ(result.exitCode, 0) << result.errors;
-    EXPECT_TRUE(Has(result.errors, "in: passed over 1 JPEG beside pictures of the same name\n"))
+    EXPECT_TRUE(Has(result.errors, "in: passed over 1 JPEG beside pictures of their name\n"))
         << result.errors;
     EXPECT_EQ(Listing("out"), "a.jpg b.jpg");
     EXPECT_EQ(directory.Read("out/a.jpg"), directory.Read("in/a.jpg"));

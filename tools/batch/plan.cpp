@@ -212,7 +212,7 @@ private:
         for (const std::string &problem : found.problems)
             plan.jobs.push_back({folder, "", false, problem});
         Note(folder, jpegs, "JPEG", "; with --to they are exported as well");
-        Note(folder, made, "JPEG", " beside pictures of the same name");
+        Note(folder, made, "JPEG", " beside pictures of their name");
         Note(folder, found.others, "file", " of other kinds");
     }
 
