@@ -108,7 +108,7 @@ TEST(LeftOut, NamesFiveTextsAndCountsTheRest) {
     std::vector<string> notes;
     leftOut.Tell(&notes);
     EXPECT_EQ(notes,
-              std::vector<string>{R"(the texts "a", "b", "c", "d", "e" and 2 more were left out)"});
+              std::vector<string>{R"(the texts "a", "b", "c", "d", "e", 7 in all, were left out)"});
 }
 
 TEST_F(LeftOutOfFiles, TiffsTellOfXmpIptcAndFurtherPages) {

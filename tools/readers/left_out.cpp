@@ -33,7 +33,7 @@ std::string Quoted(const std::vector<std::string> &texts) {
     for (size_t i = 0; i < std::min(texts.size(), kMostNamed); ++i)
         list += (i == 0 ? "\"" : ", \"") + Plain(texts[i]) + "\"";
     if (texts.size() > kMostNamed)
-        list += " and " + std::to_string(texts.size() - kMostNamed) + " more";
+        list += ", " + std::to_string(texts.size()) + " in all,";
     return list;
 }
 
