@@ -1,6 +1,7 @@
 #include "settings/named_settings.h"
 
 #include "base/failure.h"
+#include "support/comma_locale.h"
 
 #include <gtest/gtest.h>
 
@@ -40,6 +41,15 @@ TEST(NamedSettings, HaveTheirDefaults) {
         EXPECT_EQ(settings.Get(id), value) << SettingName(id);
         EXPECT_EQ(settings.OriginOf(id), Origin::kDefault) << SettingName(id);
     }
+}
+
+TEST(NamedSettings, HaveADecimalPointWhateverTheLocale) {
+    const TempDirectory directory;
+    const CommaLocale locale(directory);
+    if (!locale.IsThere())
+        GTEST_SKIP() << "no locale with a decimal comma can be made here";
+    EXPECT_EQ(GetAfter("size", "letter"), "8.5x11in");
+    EXPECT_EQ(GetAfter("size", "8.5x11in"), "8.5x11in");
 }
 
 TEST(NamedSettings, TakeValuesAndGiveThemBack) {

@@ -4,7 +4,6 @@
 
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <limits>
 #include <strings.h>
 #include <vector>
@@ -368,8 +367,9 @@ void ParseResolution(const std::string &text, ExportSettings *settings) {
 
 std::string NumberText(double value) {
     char text[32];
-    std::snprintf(text, sizeof text, "%.10g", value);
-    return text;
+    const auto result =
+        std::to_chars(text, text + sizeof text, value, std::chars_format::general, 10);
+    return {text, result.ptr};
 }
 
 } // namespace kowen::host
