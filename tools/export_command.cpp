@@ -4,11 +4,13 @@
 #include "batch/worker_pool.h"
 #include "cancel.h"
 #include "failure.h"
+#include "kernel_note.h"
 #include "option_check.h"
 #include "profile_choice.h"
 #include "progress.h"
 #include "readers/source.h"
 #include "report.h"
+#include "terminal_text.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -69,8 +71,9 @@ public:
 private:
     void RunOne() {
         const Job &job = plan.jobs[0];
-        progress.Show(job.source, "reading", 0, 0);
         const Module module(options.common.module);
+        NoteKernels(options.common, module);
+        progress.Show(job.source, "reading", 0, 0);
         Report(RunJob(job, options.picture, module, [&](const char *phase, double fraction) {
             progress.Show(job.source, phase, 0, fraction);
         }));
@@ -79,6 +82,7 @@ private:
     // A filter that cannot be loaded is told once.
     void RunMany() {
         const Module module(options.common.module);
+        NoteKernels(options.common, module);
         PoolTask task;
         task.jobs = &plan.jobs;
         task.options = &options.picture;
