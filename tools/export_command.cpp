@@ -157,8 +157,10 @@ private:
                " come out paler here and there: they are more vivid than the filter can give";
     }
 
-    // The objects of --json and the failures of --quiet stand alone on their streams.
+    // The objects of --json stand alone on their stream.
     void PrintCount() const {
+        if (options.common.quiet)
+            return;
         const size_t all = plan.jobs.size() + plan.upToDate;
         std::string line = std::to_string(all) + (all == 1 ? " picture: " : " pictures: ") +
                            std::to_string(done) + " exported, " + std::to_string(failures) +
@@ -169,8 +171,8 @@ private:
             line += ", " + std::to_string(stopped) + " stopped, " + std::to_string(unbegun) +
                     " not begun";
         if (options.common.json)
-            std::fprintf(stderr, "kowen: %s\n", line.c_str());
-        else if (!options.common.quiet)
+            PrintError(line);
+        else
             PrintLine(line);
     }
 
