@@ -162,6 +162,16 @@ TEST(OutputFile, DoesNotReplaceWhatCameMeanwhile) {
     EXPECT_EQ(directory.Read("late"), "new");
 }
 
+TEST(OutputFile, DoesNotReplaceAPictureThatBecameSomethingElseMeanwhile) {
+    const TempDirectory directory;
+    const std::string path = directory.Write("a.jpg", kJpeg);
+    OutputFile file(path, KOWEN_REPLACE_JPEG);
+    ASSERT_EQ(WriteAll(file.Open(), "new", 3), 0);
+    directory.Write("a.jpg", "somebody's text");
+    EXPECT_THROW(file.Commit(), Failure);
+    EXPECT_EQ(directory.Read("a.jpg"), "somebody's text");
+}
+
 TEST(OutputFile, LeavesNothingBesideAnUnfinishedFile) {
     const TempDirectory directory;
     directory.Write("old", "old");

@@ -222,14 +222,11 @@ void OutputFile::NameTemporary() {
     }
 }
 
-// A file that came into being meanwhile is as good as one that was there before.
+// A file that came into being or changed meanwhile is as good as one that was there before.
 void OutputFile::TakeName() {
-    if (!exists && policy != KOWEN_REPLACE_ANY) {
-        if (link(temporary.c_str(), target.c_str()) == 0)
-            return; // the other name goes with this object
-        if (errno == EEXIST)
-            CheckReplaceable();
-    }
+    if (!exists && policy != KOWEN_REPLACE_ANY && link(temporary.c_str(), target.c_str()) == 0)
+        return; // the other name goes with this object
+    CheckReplaceable();
     if (std::rename(temporary.c_str(), target.c_str()) != 0)
         Fail(errno);
     temporary.clear();
