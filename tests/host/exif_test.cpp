@@ -83,6 +83,17 @@ TEST(FitExif, DropsAThumbnailWithItsBytes) {
     EXPECT_EQ(FitExif(kLittle, {640, 480, false}), expected);
 }
 
+TEST(FitExif, KeepsDataInFrontOfTheThumbnailsDirectory) {
+    Bytes longer = kLittle; // as of a tag that only its maker knows
+    longer.insert(longer.begin() + 68, {9, 8, 7, 6});
+    longer[34] = 72;
+    longer[82] = 102;
+    Bytes expected(longer.begin(), longer.begin() + 72);
+    expected[18] = 1;
+    expected[34] = 0;
+    EXPECT_EQ(FitExif(longer, {640, 480, false}), expected);
+}
+
 TEST(FitExif, BlanksAThumbnailThatOtherDataFollows) {
     Bytes longer = kLittle;
     longer.insert(longer.end(), {1, 2, 3, 4, 5});

@@ -200,7 +200,8 @@ void SetResolution(const ExifFit &fit, Tiff *tiff) {
     tiff->SetValue(tiff->First(), kResolutionUnit, kInch);
 }
 
-// Unlinks the second directory, blanks its picture, and cuts off what then lies unused at the end.
+// Unlinks the second directory, blanks its picture, and cuts both off when they are the last. What
+// lies before them stays, also where no tag that is known leads there.
 void DropThumbnail(Tiff *tiff) {
     const size_t link = tiff->NextPlace(tiff->First());
     const size_t directory = tiff->Number(link, 4);
@@ -222,7 +223,7 @@ void DropThumbnail(Tiff *tiff) {
     std::fill_n(tiff->Bytes().begin() + static_cast<ptrdiff_t>(picture), count, uint8_t{0});
     const bool isLast = tiff->Size() - (picture + count) < 4;
     if (isLast && picture >= end && directory >= end)
-        tiff->Bytes().resize(end);
+        tiff->Bytes().resize(std::min(picture, directory));
 }
 
 } // namespace
