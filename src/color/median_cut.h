@@ -86,8 +86,7 @@ inline constexpr uint32_t kKeepHistogram = 2; ///< keep the counts for further c
 /// pixels   height rows of width 24-bit pixels, padded; borrowed. The last row's padding may be
 ///          missing.
 /// wanted   in: entries wanted, as many as table holds; out: the entries made, fewer when the
-/// picture
-///          has fewer distinct keys; 0 without kBuildTable.
+///          picture has fewer distinct keys; 0 without kBuildTable.
 /// flags    kBuildTable, kKeepHistogram.
 /// table    out: 3 bytes per entry.
 /// context  from InitColorLib.

@@ -15,11 +15,11 @@ namespace kowen {
 /// width, height   pixels and rows of the picture.
 /// depth, palette  ignored: pixels are 24 bits.
 /// environment     out: its handle, to be ended by EndCellBitmap or FreeCompressEnv; 0 without
-/// memory
-///                 or a current setup.
+///                 memory or a current setup.
 /// Returns 1: bands come from the top of the picture to its bottom.
 int32_t BeginCellBitmap(FileHandle output, uint32_t width, uint32_t height, int32_t depth,
                         const void *palette, MemoryHandle *environment) noexcept;
+
 /// Maps, codes and writes one band.
 ///
 /// pixels       handle of its 24-bit rows, bottom-up, each padded to 4 bytes; they are changed, and
@@ -32,10 +32,12 @@ int32_t BeginCellBitmap(FileHandle output, uint32_t width, uint32_t height, int3
 /// exhausted; -1 when a progressive picture cannot be kept.
 int32_t WriteCellBits(FileHandle output, MemoryHandle pixels, uint32_t width, uint32_t rows,
                       int32_t depth, uint16_t pixelOrder, MemoryHandle environment) noexcept;
+
 /// Ends a picture: completes the last byte with ones, writes EOI to the output of the current
 /// setup's header state, unless bytes are missing there, and frees the environment; 0 is ignored.
 /// Returns 0.
 int32_t EndCellBitmap(FileHandle ignored, MemoryHandle environment) noexcept;
+
 /// Turns the size of a picture into the pixels and the depth that the current setup asks for.
 ///
 /// width, height  in/out: inches, then pixels. Without a resolution in the setup they stay.

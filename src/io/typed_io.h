@@ -55,11 +55,14 @@ int32_t qivWriteFloat(FileHandle file, const void *buffer, int32_t count) noexce
 /// Returns the characters stored; -1 at the end of the file or on error.
 ///
 /// Kept deliberately: a line of size or more characters fills the buffer without a terminating
-/// zero; the next call goes on with the rest. Test:
-/// QivReadLine.ALongLineFillsTheBufferUnterminated. Kept deliberately: a line that the end of the
-/// file ends gives -1, though it is in the buffer. Test:
-/// QivReadLine.ALastLineWithoutAnEndGivesMinusOne. Kept deliberately: so does one whose CR is the
-/// file's last byte. Test: QivReadLine.ACrAsTheLastByteGivesMinusOne.
+/// zero; the next call goes on with the rest.
+/// Test: QivReadLine.ALongLineFillsTheBufferUnterminated.
+///
+/// Kept deliberately: a line that the end of the file ends gives -1, though it is in the buffer.
+/// Test: QivReadLine.ALastLineWithoutAnEndGivesMinusOne.
+///
+/// Kept deliberately: so does one whose CR is the file's last byte.
+/// Test: QivReadLine.ACrAsTheLastByteGivesMinusOne.
 int32_t qivReadLine(FileHandle file, char *buffer, int32_t size) noexcept;
 
 /// Writes length bytes and the line end of the file's format. Returns the result of writing the

@@ -21,7 +21,6 @@ int32_t JpgPadTo8Rows(uint8_t *lastRow, uint32_t paddedRows, uint32_t rows,
                       uint32_t strideBytes) noexcept;
 
 /// Copies count bytes in pieces of at most 32767. Returns 0.
-/// Not on the export path.
 int32_t HugeMemcpy(void *destination, const void *source, uint32_t count) noexcept;
 
 /// Codes rowCount rows and writes the bytes to the output file.

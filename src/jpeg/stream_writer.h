@@ -25,7 +25,6 @@ int32_t WriteJFIFHdr(FileHandle output, const JpegHeaderState *state) noexcept;
 ///
 /// Kept deliberately: of a quantiser above 255 the low 8 bits are written, while the coder
 /// divides by the whole value. Test: WriteQTblHdr.WritesQuantisersModulo256.
-/// Not on the export path.
 int32_t WriteQTblHdr(const JpegHeaderState *state, const CompressEnv *env) noexcept;
 
 /// SOF0 for operation 245, SOF2 for 246 and any other. Returns 0.
@@ -56,7 +55,6 @@ int32_t OutputScanHeader(uint8_t *position, uint32_t *fillCount, int32_t compone
                          int32_t al) noexcept;
 
 /// Stores a 16-bit value big-endian. Returns 0.
-/// Not on the export path.
 int32_t OutputSHORT(uint8_t *destination, uint16_t value) noexcept;
 
 /// Completes the last byte of a scan with 1-bits; nothing at a byte boundary. Arguments as

@@ -17,12 +17,12 @@ public:
 
     void Append(std::string_view text) noexcept;
 
-    /// Returns count writable bytes_ behind the text, null when memory is exhausted_. They become
+    /// Returns count writable bytes behind the text, null when memory is exhausted. They become
     /// text with Extend, for as many of them as were written.
     char *Reserve(uint32_t count) noexcept;
     void Extend(uint32_t count) noexcept { size_ += count; }
 
-    /// The text, borrowed until the next change. Empty when memory is exhausted_.
+    /// The text, borrowed until the next change. Empty when memory is exhausted.
     std::string_view Text() const noexcept { return {bytes_, size_}; }
     bool Exhausted() const noexcept { return exhausted_; }
 

@@ -27,7 +27,7 @@ int32_t DrawingObstacle() noexcept;
 ///
 /// bitmap      stays the caller's; its pixels may be changed.
 /// width       pixels; height rows; resolution dots per inch, 0 = not known; depth bits per pixel.
-/// colours      CellColors.
+/// colours     CellColors.
 ///
 /// Pushes DrawingObstacle's code; KOWEN_ERR_MEMORY (300) when memory is exhausted and when a size
 /// is 0, does not fit into 32 bits or is more than the bitmap holds; an error of WriteCellBits.

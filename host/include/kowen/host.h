@@ -80,24 +80,23 @@ enum {
 
 /** What a call did. Filled by the library; owned by the caller. */
 typedef struct KowenResult {
-    uint32_t size;       /**< in: sizeof(KowenResult) */
-    int32_t code;        /**< what the function returned */
-    int32_t moduleCode;  /**< the module's last code: KOWEN_OK, KOWEN_ERR_... of codes.h */
-    int32_t systemError; /**< errno of the failure, or 0 */
-    uint64_t bytes;      /**< length of the JPEG */
-    uint32_t width;      /**< pixels of the JPEG */
-    uint32_t height;     /**< pixels of the JPEG */
-    uint32_t xDpi;       /**< resolution that the JPEG states, dots per inch */
-    uint32_t yDpi;       /**< dots per inch */
-    uint32_t components; /**< 3, or 1 for grey */
-    uint32_t scans;      /**< 1, or more when progressive */
-    int32_t quality;     /**< that the file was made with */
-    uint32_t notes;      /**< KOWEN_NOTE_... */
-    double
-        clippedPercent; /**< pixels whose colours come out visibly paler, 0 to 100; noted from 1 */
-    char message[1024]; /**< empty, or a sentence that says what failed, where and what to do */
-    char notesText[2048];     /**< a line for each note but those of what was kept; or empty */
-    char profilePath[4096];   /**< the profile in use, or empty */
+    uint32_t size;          /**< in: sizeof(KowenResult) */
+    int32_t code;           /**< what the function returned */
+    int32_t moduleCode;     /**< the module's last code: KOWEN_OK, KOWEN_ERR_... of codes.h */
+    int32_t systemError;    /**< errno of the failure, or 0 */
+    uint64_t bytes;         /**< length of the JPEG */
+    uint32_t width;         /**< pixels of the JPEG */
+    uint32_t height;        /**< pixels of the JPEG */
+    uint32_t xDpi;          /**< resolution that the JPEG states, dots per inch */
+    uint32_t yDpi;          /**< dots per inch */
+    uint32_t components;    /**< 3, or 1 for grey */
+    uint32_t scans;         /**< 1, or more when progressive */
+    int32_t quality;        /**< that the file was made with */
+    uint32_t notes;         /**< KOWEN_NOTE_... */
+    double clippedPercent;  /**< pixels that come out visibly paler, 0 to 100; noted from 1 */
+    char message[1024];     /**< empty, or a sentence that says what failed, where and what to do */
+    char notesText[2048];   /**< a line for each note but those of what was kept; or empty */
+    char profilePath[4096]; /**< the profile in use, or empty */
     char profileSection[256]; /**< its section */
 } KowenResult;
 
@@ -191,8 +190,8 @@ typedef struct KowenPicture {
 } KowenPicture;
 
 /**
- * For a row reader that fails: the sentence for the result's message. Kept for the calling thread,
- * until a reader fails there.
+ * For a row reader, before it fails: the sentence for the result's message. Kept for the calling
+ * thread, until a reader is called there.
  *
  * message  copied; null takes back what was set.
  */

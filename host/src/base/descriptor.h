@@ -42,9 +42,11 @@ private:
     sigset_t added; ///< that neither were blocked nor pending before
 };
 
-/// Writes everything, however slowly it is taken; also to a descriptor that does not wait. Returns
-/// 0 or the error number. cancelled  asked when a write has waited or a signal interrupted it; true
-/// ends it with ECANCELED.
+/// Writes everything, however slowly it is taken; also to a descriptor that does not wait.
+///
+/// cancelled  asked when a write has waited or a signal interrupted it; true ends it.
+///
+/// Returns 0 or the error number: ECANCELED when it was ended.
 int WriteAll(int fd, const void *data, size_t size, const std::function<bool()> &cancelled = {});
 
 /// Reads a whole file. Throws Failure with the code given, naming the path.

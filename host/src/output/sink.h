@@ -63,7 +63,7 @@ private:
 /// Writes to a descriptor, in large pieces. The descriptor stays the caller's.
 class DescriptorSink : public Sink {
 public:
-    /// cancelled  asked when a signal interrupts a write that waits.
+    /// cancelled  of WriteAll.
     DescriptorSink(int fileDescriptor, std::function<bool()> cancelled);
 
     int Write(const uint8_t *bytes, size_t count) noexcept override;

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
-#include <utility>
 
 namespace kowen::host {
 namespace {
@@ -32,10 +31,6 @@ uint8_t Over(uint8_t colour, uint8_t alpha, uint8_t background) {
 
 void SetRowMessage(const char *message) {
     rowMessage = message != nullptr ? message : "";
-}
-
-std::string TakeRowMessage() {
-    return std::exchange(rowMessage, std::string());
 }
 
 RowSource::RowSource(const GivenPicture &given, const PixelPlan &pixelPlan)
@@ -82,13 +77,11 @@ const uint8_t *RowSource::Find(uint32_t row) {
         return static_cast<const uint8_t *>(picture.pixels) +
                static_cast<ptrdiff_t>(row) * picture.stride;
     rowMessage.clear();
-    if (picture.readRow(picture.rowContext, row, stored.data()) != 0) {
-        const std::string message = TakeRowMessage();
+    if (picture.readRow(picture.rowContext, row, stored.data()) != 0)
         throw Failure(KOWEN_HOST_ERR_PICTURE,
-                      !message.empty()
-                          ? message
+                      !rowMessage.empty()
+                          ? rowMessage
                           : "row " + std::to_string(row) + " of the picture cannot be read");
-    }
     return stored.data();
 }
 

@@ -6,7 +6,6 @@
 
 #include <array>
 #include <cstdint>
-#include <string>
 #include <vector>
 
 namespace kowen::host {
@@ -62,12 +61,10 @@ private:
     uint32_t colours = 0; ///< of the palette; 0 = the pixels are colours
     std::vector<uint8_t> palette;
     std::vector<uint8_t> stored;  ///< a row that was read
-    std::vector<uint8_t> indexes; ///< or its alpha
+    std::vector<uint8_t> indexes; ///< of a row, or its alpha
 };
 
-/// The message that the caller's row reader left on this thread; copied, forgotten by the next
-/// call. Empty when there is none.
+/// Keeps a copy of the message that the caller's row reader leaves on this thread; null forgets it.
 void SetRowMessage(const char *message);
-std::string TakeRowMessage();
 
 } // namespace kowen::host

@@ -29,7 +29,7 @@ class Result:
         components: 3, or 1 for grey.
         progressive: whether it builds up in several scans.
         quality: that it was made with.
-        clipped_percent: pixels whose colours the filter cannot give exactly, 0 to 100.
+        clipped_percent: pixels that come out visibly paler, 0 to 100.
         notes: sentences about what one might not expect: something dropped, enlarged, clipped.
         profile: the settings profile in use, or "".
     """
