@@ -1,6 +1,7 @@
 #include "output/output_file.h"
 
 #include "base/failure.h"
+#include "support/child_process.h"
 #include "support/temp_directory.h"
 
 #include <gtest/gtest.h>
@@ -15,6 +16,8 @@ namespace kowen::host {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr int kNotAllowed = 77;
 
 const std::string kJpeg = "\xFF\xD8\xFF\xE0 a picture";
 
@@ -181,6 +184,48 @@ TEST(OutputFile, LeavesNothingBesideAnUnfinishedFile) {
     }
     EXPECT_EQ(FilesIn(directory), 1U);
     EXPECT_EQ(directory.Read("old"), "old");
+}
+
+TEST(OutputFile, HasNoNameUntilItIsWhole) {
+    const TempDirectory directory;
+    if (!Descriptor(open(directory.Path().c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600)).Open())
+        GTEST_SKIP() << "this file system has no files without a name";
+    OutputFile output(directory.File("new"), KOWEN_REPLACE_ANY);
+    ASSERT_EQ(WriteAll(output.Open(), "new", 3), 0);
+    EXPECT_EQ(FilesIn(directory), 0U);
+    output.Commit();
+    EXPECT_EQ(directory.Read("new"), "new");
+}
+
+// Replaces a file, and makes one, in the root of a process that has no /proc.
+int DeliverToTheRoot() {
+    try {
+        Deliver("/old", "new");
+        Deliver("/new", "newer");
+        fs::create_directory("d");
+        OutputFile output("d/new", KOWEN_REPLACE_ANY);
+        output.Open();
+        return fs::is_empty("d") ? 2 : 0; // it has a name, beside the file's
+    } catch (const Failure &failure) {
+        std::printf("%s\n", failure.what());
+        std::fflush(stdout);
+        return 1;
+    }
+}
+
+TEST(OutputFile, ReplacesFilesInTheRootWithoutProc) {
+    const TempDirectory directory;
+    directory.Write("old", "old");
+    const ChildResult child = RunInChild([&] {
+        if (chroot(directory.Path().c_str()) != 0 || chdir("/") != 0)
+            return kNotAllowed;
+        return DeliverToTheRoot();
+    });
+    if (child.exitCode == kNotAllowed)
+        GTEST_SKIP() << "this user cannot change the root";
+    EXPECT_EQ(child.exitCode, 0) << child.output;
+    EXPECT_EQ(directory.Read("old"), "new");
+    EXPECT_EQ(directory.Read("new"), "newer");
 }
 
 TEST(OutputFile, WritesDirectlyToADevice) {

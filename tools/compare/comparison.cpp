@@ -100,20 +100,25 @@ int WriteAll(int fd, const std::vector<uint8_t> &bytes) {
     return 0;
 }
 
-// A new file with these bytes; none when they cannot be written. Where the file system can do so it
-// gets its name when it is whole.
+std::string OwnPath(int fd) {
+    return "/proc/self/fd/" + std::to_string(fd);
+}
+
+// A new file with these bytes; none when they cannot be written. Where the file system can do so,
+// and /proc is there to name it by, it gets its name when it is whole.
 void WriteNewFile(const std::string &path, const std::vector<uint8_t> &bytes) {
     const std::string folder = std::filesystem::path(path).parent_path().string();
     int fd = open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
-    const bool nameless = fd >= 0;
+    const bool nameless = fd >= 0 && access(OwnPath(fd).c_str(), F_OK) == 0;
+    if (!nameless && fd >= 0)
+        close(fd);
     if (!nameless)
         fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (fd < 0)
         FailWith(path, errno);
     int reason = WriteAll(fd, bytes);
-    const std::string open = "/proc/self/fd/" + std::to_string(fd);
     if (reason == 0 && nameless &&
-        linkat(AT_FDCWD, open.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) != 0)
+        linkat(AT_FDCWD, OwnPath(fd).c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) != 0)
         reason = errno;
     if (close(fd) != 0 && reason == 0)
         reason = errno;

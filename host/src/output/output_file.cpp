@@ -97,6 +97,19 @@ std::string FreshName(const std::string &directory) {
     return directory + "/.kowen-" + suffix;
 }
 
+std::string OwnPath(const Descriptor &file) {
+    return "/proc/self/fd/" + std::to_string(file.Get());
+}
+
+// None where the file system has no such files, or nothing could name it afterwards for want of
+// /proc.
+Descriptor OpenWithoutName(const std::string &directory) {
+    Descriptor file(open(directory.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0666));
+    if (file.Open() && access(OwnPath(file).c_str(), F_OK) != 0)
+        file.Close();
+    return file;
+}
+
 bool StartsAsJpeg(const std::string &path) {
     uint8_t start[3] = {};
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
@@ -172,7 +185,7 @@ int OutputFile::Open() {
 
 void OutputFile::OpenTemporary() {
     const std::string directory = DirectoryOf(target);
-    file = Descriptor(open(directory.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0666));
+    file = OpenWithoutName(directory);
     for (int i = 0; !file.Open() && i < kMostNames; ++i) {
         const std::string fresh = FreshName(directory);
         file = Descriptor(open(fresh.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
@@ -212,10 +225,10 @@ void OutputFile::Commit() {
 
 // A link cannot replace a file, so a file without a name gets one of its own first.
 void OutputFile::NameTemporary() {
-    const std::string open = "/proc/self/fd/" + std::to_string(file.Get());
+    const std::string own = OwnPath(file);
     for (int i = 0; temporary.empty(); ++i) {
         const std::string fresh = FreshName(DirectoryOf(target));
-        if (linkat(AT_FDCWD, open.c_str(), AT_FDCWD, fresh.c_str(), AT_SYMLINK_FOLLOW) == 0)
+        if (linkat(AT_FDCWD, own.c_str(), AT_FDCWD, fresh.c_str(), AT_SYMLINK_FOLLOW) == 0)
             temporary = fresh;
         else if (errno != EEXIST || i == kMostNames)
             Fail(errno);
