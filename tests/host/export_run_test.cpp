@@ -95,6 +95,31 @@ TEST(RunExport, LeavesThePixelsOfAnExportThatGoesWell) {
     EXPECT_EQ(RowsGivenUp(bitmap), 0U);
 }
 
+int32_t Remember(void *context, double fraction) {
+    static_cast<std::vector<double> *>(context)->push_back(fraction);
+    return 0;
+}
+
+TEST(RunExport, TellsLessThanAll) {
+    for (const int32_t operation : {KOWEN_OPERATION_SEQUENTIAL, KOWEN_OPERATION_PROGRESSIVE}) {
+        const Bitmap bitmap = WhiteBitmap();
+        std::vector<double> told;
+        KowenProgress given = {};
+        given.size = sizeof given;
+        given.callback = Remember;
+        given.context = &told;
+        Progress progress(&given);
+        MemorySink sink;
+        EditedStream stream(&sink, kNoEdits);
+        int32_t code = 0;
+        RunExport(Filter(), bitmap, CellOf(operation), {}, "a.jpg", &stream, &progress, &code);
+        ASSERT_GT(told.size(), 1U);
+        EXPECT_TRUE(std::is_sorted(told.begin(), told.end()));
+        EXPECT_GT(told.back(), 0);
+        EXPECT_LT(told.back(), 1);
+    }
+}
+
 // What another module might write: SOI, a frame header of 8 x 8 pixels and one component, a scan of
 // one byte, EOI. It has no JFIF header.
 const std::vector<uint8_t> kForeign = {0xFF, 0xD8,                                          // SOI
