@@ -277,7 +277,7 @@ int32_t GetPadWidth(const char *text) noexcept {
             --depth;
         else
             width = std::max(width, MemberBytes(code));
-    } while (*text && depth > 0 && width < 8);
+    } while (*text && depth > 0);
     return width;
 }
 
