@@ -4,13 +4,11 @@
 #include "batch/worker_pool.h"
 #include "cancel.h"
 #include "failure.h"
-#include "kernel_note.h"
 #include "option_check.h"
 #include "profile_choice.h"
 #include "progress.h"
 #include "readers/source.h"
 #include "report.h"
-#include "terminal_text.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -71,9 +69,8 @@ public:
 private:
     void RunOne() {
         const Job &job = plan.jobs[0];
-        const Module module(options.common.module);
-        NoteKernels(options.common, module);
         progress.Show(job.source, "reading", 0, 0);
+        const Module module(options.common.module);
         Report(RunJob(job, options.picture, module, [&](const char *phase, double fraction) {
             progress.Show(job.source, phase, 0, fraction);
         }));
@@ -82,7 +79,6 @@ private:
     // A filter that cannot be loaded is told once.
     void RunMany() {
         const Module module(options.common.module);
-        NoteKernels(options.common, module);
         PoolTask task;
         task.jobs = &plan.jobs;
         task.options = &options.picture;
@@ -157,10 +153,8 @@ private:
                " come out paler here and there: they are more vivid than the filter can give";
     }
 
-    // The objects of --json stand alone on their stream.
+    // The objects of --json and the failures of --quiet stand alone on their streams.
     void PrintCount() const {
-        if (options.common.quiet)
-            return;
         const size_t all = plan.jobs.size() + plan.upToDate;
         std::string line = std::to_string(all) + (all == 1 ? " picture: " : " pictures: ") +
                            std::to_string(done) + " exported, " + std::to_string(failures) +
@@ -171,8 +165,8 @@ private:
             line += ", " + std::to_string(stopped) + " stopped, " + std::to_string(unbegun) +
                     " not begun";
         if (options.common.json)
-            PrintError(line);
-        else
+            std::fprintf(stderr, "kowen: %s\n", line.c_str());
+        else if (!options.common.quiet)
             PrintLine(line);
     }
 

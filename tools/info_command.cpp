@@ -1,7 +1,6 @@
 #include "info_command.h"
 
 #include "failure.h"
-#include "kernel_note.h"
 #include "readers/magick_library.h"
 #include "readers/picture_format.h"
 #include "report.h"
@@ -69,7 +68,6 @@ void PrintJson(const Module &module, const Formats &formats) {
 
 void RunInfo(const CommonOptions &options) {
     const Module module(options.module);
-    NoteKernels(options, module);
     const Formats formats = FindFormats();
     if (options.json)
         PrintJson(module, formats);

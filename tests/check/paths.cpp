@@ -5,5 +5,6 @@ const char *const kGuideExamplePath = KOWEN_GUIDE_EXAMPLE;
 const char *const kExamplePath = KOWEN_EXAMPLE;
 #ifdef KOWEN_PROGRAM
 const char *const kProgramPath = KOWEN_PROGRAM;
-const char *const kHostExamplePath = KOWEN_HOST_EXAMPLE;
+#else
+const char *const kProgramPath = nullptr;
 #endif

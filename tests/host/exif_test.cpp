@@ -61,6 +61,22 @@ TEST(FitExif, SaysTheJpegsResolution) {
     EXPECT_EQ(FitExif(kResolved, {1, 1, true, 0, 0}), kResolved);
 }
 
+// Width 640 as a LONG, big end first.
+const Bytes kSized = {'M',  'M',  0, 42, 0, 0, 0, 8,              // 0: the first directory is at 8
+                      0,    1,                                    // 8: one entry
+                      0x87, 0x69, 0, 4,  0, 0, 0, 1, 0, 0, 0, 26, // 10: the EXIF directory is at 26
+                      0,    0,    0, 0,                           // 22: no next
+                      0,    1,                                    // 26: one entry
+                      0xA0, 0x02, 0, 4,  0, 0, 0, 1, 0, 0, 2, 0x80, // 28: width
+                      0,    0,    0, 0};                            // 40: no next
+
+TEST(FitExif, SaysTheJpegsSizeWithTheBigEndFirst) {
+    Bytes expected = kSized;
+    expected[38] = 1;
+    expected[39] = 0x2C; // 300
+    EXPECT_EQ(FitExif(kSized, {300, 200, true}), expected);
+}
+
 TEST(FitExif, LeavesAFractionThatIsNoneOfItsOwn) {
     Bytes shared = kResolved; // both lie at 50
     shared[33] = 50;

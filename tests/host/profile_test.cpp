@@ -200,6 +200,7 @@ TEST(KowenProfileSection, ListsThem) {
     EXPECT_EQ(KowenProfileSection(path.c_str(), 1, name, 5, &call.result), KOWEN_HOST_ERR_ARGUMENT);
     EXPECT_EQ(KowenProfileSection(path.c_str(), 2, name, sizeof name, &call.result),
               KOWEN_HOST_ERR_ARGUMENT);
+    EXPECT_EQ(call.result.message, path + ": there is no such section");
 }
 
 } // namespace

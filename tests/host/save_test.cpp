@@ -230,6 +230,9 @@ TEST(KowenSave, GivesTheFiltersOwnFileWhenAsked) {
     const std::vector<uint8_t> pixels = Gradient(301, 201);
     const Saved saved = Save(module, RgbPicture(pixels, 301, 201), {{"as-filter", "yes"}});
     EXPECT_EQ(Look(saved).first.height, 202); // an odd height gains a row
+    EXPECT_FALSE(saved.Notes(KOWEN_NOTE_UNCOMMON_FILE));
+    const Saved plainGrey = Save(module, RgbPicture(pixels, 301, 201), {{"colour", "grey"}});
+    EXPECT_FALSE(plainGrey.Notes(KOWEN_NOTE_UNCOMMON_FILE));
     const Saved grey =
         Save(module, RgbPicture(pixels, 301, 201), {{"as-filter", "yes"}, {"colour", "grey"}});
     EXPECT_EQ(Segments(grey.bytes, 0xC0).at(0).at(2), 24); // bits a sample
@@ -331,6 +334,39 @@ TEST(KowenExportPrepared, ExportsAnyNumberOfTimes) {
     }
     KowenFreePrepared(prepared);
     KowenFreePrepared(nullptr);
+}
+
+TEST(KowenExportPrepared, KeepsWhatDecidedAboutThePixels) {
+    const OpenedModule module;
+    const std::vector<uint8_t> pixels = Gradient(40, 30);
+    const KowenPicture picture = RgbPicture(pixels, 40, 30);
+    const SomeSettings grey(SettingList{{"colour", "grey"}}),
+        colour(SettingList{{"colour", "ycc422"}});
+    KowenPrepared *prepared = KowenPrepare(module, &picture, grey, nullptr, nullptr);
+    ASSERT_NE(prepared, nullptr);
+    KowenOutput output = {};
+    output.size = sizeof output;
+    KowenResult result = {};
+    result.size = sizeof result;
+    ASSERT_EQ(KowenExportPrepared(prepared, colour, &output, nullptr, &result), KOWEN_HOST_OK);
+    EXPECT_EQ(result.components, 1U);
+    KowenFree(output.memory);
+    KowenFreePrepared(prepared);
+}
+
+// Neighbours that differ share their colour in a file of 4:2:2, so each gives way to the other,
+// unless the filter makes two columns of each.
+TEST(KowenSave, AdjustsEachPixelByItselfWhenItIsResized) {
+    const OpenedModule module;
+    constexpr uint8_t kLeft[] = {150, 110, 110}, kRight[] = {110, 110, 150};
+    std::vector<uint8_t> pixels;
+    for (int i = 0; i < 16 * 16; ++i)
+        pixels.insert(pixels.end(), i % 2 == 0 ? kLeft : kRight, (i % 2 == 0 ? kLeft : kRight) + 3);
+    const Seen seen = Look(Save(module, RgbPicture(pixels, 16, 16), {{"size", "32x32px"}}));
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_NEAR(seen.first.At(16, 8)[i], kLeft[i], 6) << i;
+        EXPECT_NEAR(seen.first.At(18, 8)[i], kRight[i], 6) << i;
+    }
 }
 
 TEST(KowenPrepare, CopiesAllOfThePicture) {

@@ -75,6 +75,14 @@ TEST_F(QivReadShort, FollowsTheByteOrder) {
     EXPECT_EQ(value, -2);
 }
 
+TEST_F(QivReadShort, LeavesWhatLiesBehindTheValues) {
+    OpenOver("\x12\x34\x56\x78", 1);
+    int16_t values[2] = {0, 0x0102};
+    EXPECT_EQ(qivReadShort(file, values, 1), 1);
+    EXPECT_EQ(values[0], 0x1234);
+    EXPECT_EQ(values[1], 0x0102);
+}
+
 TEST_F(QivReadShort, AnyByteOrderButOneIsLittleEndian) {
     for (const uint16_t byteOrder : {0, 2, 0x100, 0xFFFF}) {
         OpenOver("\x12\x34", byteOrder);

@@ -162,5 +162,14 @@ TEST(ForwardDCT, SingleSamplesEqualTheReference) {
         }
 }
 
+TEST(ForwardDct, LeavesWhatLiesBehindTheBlock) {
+    int16_t samples[64 + 8];
+    for (int i = 0; i < 64 + 8; ++i)
+        samples[i] = static_cast<int16_t>(i - 36);
+    ForwardDCT(samples);
+    for (int i = 64; i < 64 + 8; ++i)
+        EXPECT_EQ(samples[i], i - 36) << i;
+}
+
 } // namespace
 } // namespace kowen

@@ -33,6 +33,22 @@ TEST(AvailableKernels, BeginWithTheScalarVariantAndHoldTheActiveOne) {
     EXPECT_NE(std::find(kernels.begin(), kernels.end(), &ActiveKernels()), kernels.end());
 }
 
+TEST(AvailableKernels, AreAllThatTheMachineCanRun) {
+    std::vector<const Kernels *> expected = {&kScalarKernels};
+#ifdef KOWEN_X86_KERNELS
+    if (MachineHas(InstructionSet::kSse41))
+        expected.push_back(&kSse41Kernels);
+    if (MachineHas(InstructionSet::kAvx2))
+        expected.push_back(&kAvx2Kernels);
+    if (MachineHas(InstructionSet::kAvx512))
+        expected.push_back(&kAvx512Kernels);
+#endif
+#ifdef KOWEN_NEON_KERNELS
+    expected.push_back(&kNeonKernels);
+#endif
+    EXPECT_EQ(Available(), expected);
+}
+
 TEST(ActiveKernels, AreThoseThatTheEnvironmentNames) {
     for (const Kernels *kernels : Available()) {
         const ScopedEnvironment wanted("KOWEN_KERNELS", kernels->name);

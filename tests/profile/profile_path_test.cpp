@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <string>
 #include <sys/resource.h>
@@ -103,6 +104,13 @@ TEST_F(INIopenTest, APathThatDoesNotFitTheNameIsNotFound) {
     EXPECT_STREQ(name, "a.ini");
     EXPECT_EQ(Open("a.ini", length + 1), "there");
     EXPECT_EQ(name[length + 1], '#');
+}
+
+TEST_F(INIopenTest, NoPathFitsANameOfOneByte) {
+    inidir.Write("a.ini", "there");
+    ScopedEnvironment variable("INIDIR", inidir.Path().c_str());
+    EXPECT_EQ(Open("a.ini", 1), "(none)");
+    EXPECT_STREQ(name, "a.ini");
 }
 
 TEST_F(INIopenTest, APathBehindASlashFitsToTheLastByte) {
@@ -290,6 +298,16 @@ TEST_F(GetProfileDirectoryTest, ADirectoryOrAPipeIsNotAProfile) {
     ScopedEnvironment variable("INIDIR", nullptr);
     EXPECT_EQ(Find("a.ini", nullptr), 1);
     EXPECT_EQ(Find("pipe", nullptr), 1);
+}
+
+TEST_F(GetProfileDirectoryTest, FindsTheProfileWithoutAStandardInput) {
+    here.Write("a.ini", "here");
+    const ChildResult child = RunInChild([&] {
+        close(STDIN_FILENO); // the next file gets its number
+        const int32_t result = Find("a.ini", nullptr);
+        return result == 0 && fcntl(STDIN_FILENO, F_GETFD) < 0 ? 0 : 1;
+    });
+    EXPECT_EQ(child.exitCode, 0) << "found, and closed again";
 }
 
 TEST_F(GetProfileDirectoryTest, EveryFileIsClosedAgain) {

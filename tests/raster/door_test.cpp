@@ -190,13 +190,15 @@ TEST_F(RasterDoor, WithACommonRecordThereIsNoNewDevice) {
 }
 
 TEST_F(RasterDoor, IsShutInsideItsOwnCallbacks) {
-    int32_t inner = -1;
+    int32_t inner = -1, innerExport = -1;
     host.answer = [&](const StatusCall &) {
         inner = Door(KOWEN_DD_TERMINATE, nullptr);
+        innerExport = dd_entry32(0, KOWEN_DD_TERMINATE, nullptr);
         return 0;
     };
     ASSERT_EQ(Initialise(), 0);
     EXPECT_EQ(inner, 0);
+    EXPECT_EQ(innerExport, 0) << "300 of a door that is open";
     EXPECT_NE(lpEMData, nullptr);
     inner = -1;
     ASSERT_EQ(Run(kOpenDevice), 0);
