@@ -24,6 +24,18 @@ cmake -G Ninja -S "$tree" -B "$directory" -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON 
 grep -q "The module alone is built: the command line would need pkg-config, CLI11" "$directory/log" ||
     give_up "it does not say what is left out" "$directory/log"
 
+# Each library that the command line links is looked for, and no other.
+if command -v pkg-config >/dev/null; then
+    printf '#!/bin/sh\ncase "$*" in *zimg* | *++*) exit 1 ;; esac\nexec pkg-config "$@"\n' >"$directory/few"
+    chmod +x "$directory/few"
+    PKG_CONFIG=$directory/few cmake -G Ninja -S "$tree" -B "$directory/few-libraries" \
+        >"$directory/few.log" 2>&1 || give_up "it cannot be set up without zimg" "$directory/few.log"
+    grep -q 'the command line would need .*zimg' "$directory/few.log" ||
+        give_up "it does not say that zimg is missing" "$directory/few.log"
+    ! grep -F '++' "$directory/few.log" | grep -q 'would need' ||
+        give_up "it asks for what nothing links" "$directory/few.log"
+fi
+
 ninja -C "$directory" -t commands all >"$directory/commands"
 grep -q -- " -O3 .*$tree/src/module/" "$directory/commands" ||
     give_up "it does not optimise the module" "$directory/commands"
