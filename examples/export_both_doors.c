@@ -31,15 +31,19 @@ static void Fail(const char *what) {
 
 /* Stores an address in a pointer of any kind: C has no cast for those to functions. */
 static void Bind(void *function, const void *address, const char *name) {
-    if (address == NULL)
-        Fail(name);
+    if (address == NULL) {
+        fprintf(stderr, "export_both_doors: the module has no %s\n", name);
+        exit(1);
+    }
     memcpy(function, &address, sizeof address);
 }
 
 static void BindEntry(void *function, const EntryPointRecord *table, const char *name) {
+    const void *address = NULL;
     for (int i = 0; i < table->entryCount; ++i)
         if (strcmp(table->entries[i].name, name) == 0)
-            Bind(function, table->entries[i].address, name);
+            address = table->entries[i].address;
+    Bind(function, address, name);
 }
 
 static void LoadFilter(const char *path) {
@@ -115,7 +119,7 @@ static void ExportThroughTheBitmapDoor(MemoryHandle setup, MemoryHandle pixels, 
     host.setup = setup;
     host.exportRecord = &exportRecord;
     if (exportCellData(path, &bitmap, &cell, &host) != KOWEN_OK)
-        Fail("the bitmap door");
+        Fail("the bitmap door could not export the picture");
     RequireWholeJpeg(path);
 }
 
@@ -136,7 +140,7 @@ static void PutDouble(size_t offset, double value) {
 static void Send(int32_t opcode) {
     PutWord(0, opcode);
     if (device(0, KOWEN_DD_DISPATCH, request) != KOWEN_OK)
-        Fail("a device request");
+        Fail("the device refused a request");
     memset(request, 0, sizeof request);
 }
 
@@ -183,7 +187,7 @@ static void ExportThroughTheDevice(MemoryHandle setup, const unsigned char *pixe
     record.exportRecord = &exportRecord;
     rasterDoor(KOWEN_DOOR_ADDRESS, &device, 0);
     if (device(0, KOWEN_DD_INITIALISE, &record) != KOWEN_OK)
-        Fail("the device");
+        Fail("the device could not be initialised");
     BeginPicture();
     for (int row = 0; row < HEIGHT; row += STRIP_ROWS)
         SendStrip(pixels + row * STRIDE, HEIGHT - row < STRIP_ROWS ? HEIGHT - row : STRIP_ROWS);
@@ -199,7 +203,7 @@ int main(int argc, char **argv) {
     const MemoryHandle setup = createSetup(0, NULL, NULL, NULL);
     const MemoryHandle pixels = globalAlloc(KOWEN_GLOBAL_FLAGS, STRIDE * HEIGHT);
     if (setup == 0 || pixels == 0)
-        Fail("memory");
+        Fail("not enough memory");
     DrawPicture(globalLock(pixels));
     ExportThroughTheBitmapDoor(setup, pixels, argv[2]);
     DrawPicture(globalLock(pixels)); /* the bitmap door has changed the pixels */

@@ -2,7 +2,9 @@
 //
 //   qt_window PICTURE [--screenshot FILE]    with the second, draws itself into a PNG file and ends
 //
-// Any program of Qt's can do what Encoded and Save do; nothing of kowen is linked.
+// The exit status is 1 when there is no picture, no JPEG of it, or no file.
+//
+// Any program of Qt's can do what Write and Save do; nothing of kowen is linked.
 #include <QApplication>
 #include <QBuffer>
 #include <QCheckBox>
@@ -42,6 +44,17 @@ public:
         Refresh();
     }
 
+    // Says on the standard error output why it cannot.
+    bool DrawInto(const QString &name) {
+        if (!shown)
+            qCritical("there is no JPEG to show: is the plug-in there?");
+        else if (!grab().save(name, "png"))
+            qCritical("%s cannot be written", qUtf8Printable(name));
+        else
+            return true;
+        return false;
+    }
+
 private:
     static void Show(QLabel &label, const QImage &image) {
         label.setPixmap(
@@ -57,7 +70,8 @@ private:
 
     void Refresh() {
         QBuffer jpeg;
-        if (!Write(jpeg)) {
+        shown = Write(jpeg);
+        if (!shown) {
             after.clear();
             size.setText("cannot be saved: is the plug-in there?");
             return;
@@ -77,6 +91,7 @@ private:
     }
 
     QImage picture;
+    bool shown = false; // as a JPEG
     QLabel before, after, size;
     QSpinBox quality;
     QCheckBox progressive{"progressive"};
@@ -87,14 +102,19 @@ private:
 int main(int argc, char **argv) {
     QApplication application(argc, argv);
     const QStringList words = QCoreApplication::arguments();
-    const QImage image(words.value(1));
-    if (image.isNull()) {
-        qCritical("usage: qt_window PICTURE");
+    const bool draws = words.size() == 4 && words[2] == "--screenshot";
+    if (words.size() != 2 && !draws) {
+        qCritical("usage: qt_window PICTURE [--screenshot FILE]");
         return 2;
+    }
+    const QImage image(words[1]);
+    if (image.isNull()) {
+        qCritical("%s cannot be read as a picture", qUtf8Printable(words[1]));
+        return 1;
     }
     Window window(image);
     window.show();
-    if (words.value(2) == "--screenshot")
-        return window.grab().save(words.value(3), "png") ? 0 : 1;
+    if (draws)
+        return window.DrawInto(words[3]) ? 0 : 1;
     return application.exec();
 }

@@ -48,7 +48,16 @@ TEST(ExportBothDoors, FailsWhereTheDevicesFileFindsNoSpace) {
     const std::string command =
         ExampleCommand(directory.File("cell.jpg"), "/dev/full", directory.File("log"));
     EXPECT_NE(std::system(command.c_str()), 0);
-    EXPECT_EQ(directory.Read("log").substr(0, 36), "export_both_doors: a device request\n");
+    EXPECT_TRUE(
+        directory.Read("log").starts_with("export_both_doors: the device refused a request\n"));
+}
+
+TEST(ExportBothDoors, SaysWhatALibraryLacksThatIsNoFilter) {
+    TempDirectory directory;
+    const std::string command = std::string(kEmulator) + Quoted(KOWEN_EXAMPLE) +
+                                " libm.so.6 a.jpg b.jpg 2>" + Quoted(directory.File("log"));
+    EXPECT_NE(std::system(command.c_str()), 0);
+    EXPECT_EQ(directory.Read("log"), "export_both_doors: the module has no fltLoadPointers\n");
 }
 
 TEST(ExportBothDoors, FailsOnAFullDisk) {
