@@ -57,7 +57,7 @@ list_sources() {
 
 # copy_sources FOLDER: what list_sources lists, with the same access for whatever the umask is.
 copy_sources() {
-    mkdir -p "$1"
-    list_sources | tar --create --null --files-from=- | tar --extract --directory "$1"
-    chmod -R u=rwX,go=rX "$1"
+    mkdir -p "$1" &&
+        list_sources | tar --create --null --files-from=- | tar --extract --directory "$1" &&
+        chmod -R u=rwX,go=rX "$1"
 }
