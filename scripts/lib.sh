@@ -4,6 +4,9 @@
 KOWEN_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$KOWEN_ROOT"
 
+# What is read from other programs has one language, and points in its numbers.
+export LC_ALL=C.UTF-8
+
 # Compiler results are reused between builds, and nothing is written outside the tree for that.
 export CCACHE_DIR=${CCACHE_DIR:-$KOWEN_ROOT/build/ccache}
 
