@@ -14,9 +14,10 @@ LARGEST_FILE = 1 << 32
 MOST_MEMORY = 6 << 30
 BUILD_SECONDS = 7200
 # A mutant may take so much longer of the processor than the tree does, before it counts as one that
-# never ends; and of time, which on a busy machine says little.
+# never ends.
 SLOWER, SECONDS_MORE = 5, 8
-WAIT_SECONDS = 900
+# Of time, which on a busy machine says little: who takes longer has no verdict.
+WAIT_SECONDS = 1800
 # Tests of building, installing and scripts, which see nothing of a mutant.
 BUILDING = ('Build.', 'Packages.', 'Readme.', 'TestLog.')
 
@@ -187,7 +188,7 @@ class Tree:
         return [os.path.join(self.build, program), *arguments, *filtered]
 
     def test(self, program, suites='', place='', **variables):
-        """Returns the test that failed, an empty text when none did."""
+        """Returns the test that failed, an empty text when none did, None when nobody knows."""
         seconds = int(SECONDS_MORE + SLOWER * self.seconds[program])
         status, text = self.run(self.command(program, suites, '--gtest_fail_fast',
                                              '--gtest_brief=1'),
@@ -207,6 +208,8 @@ class Tree:
     def verdict(program, status, failed):
         if status == 0:
             return ''
-        if status is None or status in (-signal.SIGXCPU, -signal.SIGKILL):
+        if status is None:
+            return None
+        if status in (-signal.SIGXCPU, -signal.SIGKILL):
             return f'{program}: no end'
         return f'{program}: ' + (failed[0] if failed else f'status {status}')
