@@ -28,8 +28,8 @@ size_t EntriesIn(const TempDirectory &directory) {
 struct Watcher {
     int stopAt = -1;
     int calls = 0;
-    int ends = 0;
     double last = 0;
+    int ends = 0; // told 1
     bool fell = false;
 
     KowenProgress Record() {
@@ -39,8 +39,8 @@ struct Watcher {
         progress.callback = [](void *context, double fraction) -> int32_t {
             auto *watcher = static_cast<Watcher *>(context);
             watcher->fell = watcher->fell || fraction < watcher->last || fraction > 1;
-            watcher->ends += fraction == 1 ? 1 : 0;
             watcher->last = fraction;
+            watcher->ends += fraction == 1 ? 1 : 0;
             return watcher->calls++ == watcher->stopAt ? 1 : 0;
         };
         return progress;
@@ -51,7 +51,8 @@ TEST(Progress, MovesWithTheRowsAndNeverFalls) {
     const OpenedModule module;
     const std::vector<uint8_t> pixels = Gradient(64, 800);
     for (const SettingList &list :
-         {SettingList{}, SettingList{{"progressive", "yes"}}, SettingList{{"max-bytes", "20k"}}}) {
+         {SettingList{}, SettingList{{"progressive", "yes"}}, SettingList{{"as-filter", "yes"}},
+          SettingList{{"max-bytes", "20k"}}}) {
         Watcher watcher;
         const KowenProgress progress = watcher.Record();
         SaveOptions options;
@@ -60,7 +61,7 @@ TEST(Progress, MovesWithTheRowsAndNeverFalls) {
         EXPECT_FALSE(watcher.fell);
         EXPECT_GT(watcher.calls, 800 / 16); // reading alone
         EXPECT_EQ(watcher.last, 1);
-        EXPECT_EQ(watcher.ends, 1) << "an answer to an earlier one would cancel";
+        EXPECT_EQ(watcher.ends, 1);
     }
 }
 

@@ -6,12 +6,6 @@
 #include <cstring>
 
 namespace kowen::host {
-namespace {
-
-// 1 is told by Finish alone, when it is too late to cancel.
-constexpr double kMostBeforeTheEnd = 0.99;
-
-} // namespace
 
 Progress::Progress(const KowenProgress *given) {
     if (given == nullptr)
@@ -30,8 +24,7 @@ void Progress::BeginPart(double first, double last) {
 bool Progress::Tell(double fraction) noexcept {
     if (callback == nullptr || cancelled)
         return !cancelled;
-    const double whole = begin + (end - begin) * std::clamp(fraction, 0.0, 1.0);
-    told = std::max(told, std::min(whole, kMostBeforeTheEnd));
+    told = std::max(told, begin + (end - begin) * std::clamp(fraction, 0.0, 1.0));
     cancelled = callback(context, told) != 0;
     return !cancelled;
 }

@@ -14,7 +14,7 @@ public:
     /// Maps the fractions told from now on to a part of the whole call.
     void BeginPart(double first, double last);
 
-    /// fraction  0 to 1, of the part. What is told never falls, and stays below 1.
+    /// fraction  0 to 1, of the part. What is told never falls.
     /// Returns whether to go on; once it has not, it never does.
     bool Tell(double fraction) noexcept;
 
