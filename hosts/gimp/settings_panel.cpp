@@ -9,7 +9,6 @@
 namespace kowen::gimp {
 namespace {
 
-constexpr int kLowestQuality = 45; // below, files need as-filter
 constexpr int kScaleWidth = 180;
 constexpr double kMostDpi = 65535;
 
@@ -78,9 +77,9 @@ GtkWidget *SettingsPanel::MakeQualityTable() {
     GtkWidget *table = gtk_table_new(1, 3, FALSE);
     gtk_table_set_col_spacings(GTK_TABLE(table), 6);
     quality = gimp_scale_entry_new(
-        GTK_TABLE(table), 0, 0, "_Quality:", kScaleWidth, 4, 100, kLowestQuality, 100, 1, 5, 0,
-        TRUE, 0, 0, "89 has the quantisation of 75 in most other programs, 100 that of 95.",
-        nullptr);
+        GTK_TABLE(table), 0, 0, "_Quality:", kScaleWidth, 4, KOWEN_HOST_MAX_QUALITY,
+        KOWEN_HOST_MIN_QUALITY, KOWEN_HOST_MAX_QUALITY, 1, 5, 0, TRUE, 0, 0,
+        "89 has the quantisation of 75 in most other programs, 100 that of 95.", nullptr);
     g_signal_connect(quality, "value-changed", G_CALLBACK(QualityMoved), this);
     return table;
 }

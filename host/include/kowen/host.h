@@ -202,6 +202,10 @@ KOWEN_HOST_API void KowenSetRowError(const char *message);
 /** Settings of exports, by name. */
 typedef struct KowenSettings KowenSettings;
 
+/** What the setting "quality" may be, both included; with as-filter it may be lower. */
+#define KOWEN_HOST_MIN_QUALITY 45
+#define KOWEN_HOST_MAX_QUALITY 100
+
 /** Makes settings that have every default; null when memory is exhausted. */
 KOWEN_HOST_API KowenSettings *KowenNewSettings(void);
 

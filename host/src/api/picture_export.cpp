@@ -84,7 +84,7 @@ void NoteFile(const ExportSettings &settings, const CellPlan &plan, Outcome *out
         outcome->Note(KOWEN_NOTE_UNCOMMON_FILE,
                       "grey files as the filter has them say 24 bits a sample, which most programs "
                       "do not open");
-    if (outcome->quality < kLowestPlainQuality)
+    if (outcome->quality < KOWEN_HOST_MIN_QUALITY)
         outcome->Note(KOWEN_NOTE_UNCOMMON_FILE,
                       "below quality 45 some of the file's quantisers do not fit their byte, which "
                       "shows as patterns in the picture");
@@ -143,7 +143,7 @@ bool Fits(const Job &job, MemorySink *sink, JpegFacts *facts, Outcome *outcome) 
 
 // Says how small the picture gets, which is known only by making that file.
 [[noreturn]] void FailTooLarge(Job job, Outcome *outcome) {
-    job.plan.settings.quality = job.settings.asFilter ? KOWEN_MIN_QUALITY : kLowestPlainQuality;
+    job.plan.settings.quality = LowestQuality(job.settings.asFilter);
     MemorySink sink;
     const JpegFacts smallest = RunInto(job, &sink, false, outcome);
     throw Failure(KOWEN_HOST_ERR_LIMIT,
@@ -157,7 +157,7 @@ bool Fits(const Job &job, MemorySink *sink, JpegFacts *facts, Outcome *outcome) 
 // finds was made and measured.
 JpegFacts ExportToFit(const Job &job, Outcome *outcome) {
     const int32_t wanted = job.settings.filter.quality;
-    int32_t low = job.settings.asFilter ? KOWEN_MIN_QUALITY : kLowestPlainQuality;
+    int32_t low = LowestQuality(job.settings.asFilter);
     int32_t high = wanted;
     std::optional<MemorySink> best;
     JpegFacts bestFacts;

@@ -224,8 +224,12 @@ void CheckFilterLimits(const FilterSettings &filter) {
         throw BadArgument("the filter's sizes are from 0.03125 to 22 inches each way");
 }
 
-void CheckQuality(int32_t quality, int32_t lowest) {
-    if (quality >= lowest && quality <= KOWEN_MAX_QUALITY)
+int32_t LowestQuality(bool asFilter) {
+    return asFilter ? KOWEN_MIN_QUALITY : KOWEN_HOST_MIN_QUALITY;
+}
+
+void CheckQuality(int32_t quality, bool asFilter) {
+    if (quality >= LowestQuality(asFilter) && quality <= KOWEN_HOST_MAX_QUALITY)
         return;
     throw BadArgument("the quality is from 45 to 100, not " + std::to_string(quality) +
                       ": below 45 some of the file's tables do not fit their bytes, which shows as "
@@ -240,7 +244,7 @@ void CheckTogether(const ExportSettings &settings) {
     if (settings.asFilter && settings.box && filter.resolutionMode == KOWEN_RESOLUTION_FROM_DISPLAY)
         throw BadArgument(
             "with 'as-filter', a size in pixels needs a resolution: set 'dpi' to one");
-    CheckQuality(filter.quality, settings.asFilter ? KOWEN_MIN_QUALITY : kLowestPlainQuality);
+    CheckQuality(filter.quality, settings.asFilter);
     if (filter.operation != KOWEN_OPERATION_PROGRESSIVE &&
         filter.operation != KOWEN_OPERATION_SEQUENTIAL)
         throw BadArgument("the profile's operation " + std::to_string(filter.operation) +

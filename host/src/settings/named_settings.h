@@ -27,9 +27,6 @@ enum class SettingId : uint8_t {
 };
 inline constexpr size_t kSettingCount = static_cast<size_t>(SettingId::kAsFilter) + 1;
 
-/// All quantisers of a file fit their bytes from this quality on.
-inline constexpr int32_t kLowestPlainQuality = 45;
-
 /// Where a value comes from.
 enum class Origin : uint8_t { kDefault, kProfile, kSet };
 
@@ -70,8 +67,12 @@ void CheckTogether(const ExportSettings &settings);
 /// The part of CheckTogether that is about colours and scans.
 void CheckColours(const FilterSettings &filter, bool asFilter);
 
-/// Throws BadArgument for a quality below `lowest` or beyond the filter's range.
-void CheckQuality(int32_t quality, int32_t lowest);
+/// The lowest quality of exports: of plain ones, all of whose quantisers fit their bytes from it
+/// on, or the filter's own.
+int32_t LowestQuality(bool asFilter);
+
+/// Throws BadArgument for a quality that exports are not made with.
+void CheckQuality(int32_t quality, bool asFilter);
 
 /// Throws BadArgument for a size or a resolution that the filter itself does not take.
 void CheckFilterLimits(const FilterSettings &filter);

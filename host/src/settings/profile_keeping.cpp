@@ -39,7 +39,7 @@ void TurnIntoInches(const Extent &box, FilterSettings *filter) {
 void CheckFiles(const NamedSettings &settings, const FilterSettings &filter) {
     const auto wasSet = [&](SettingId id) { return settings.OriginOf(id) == Origin::kSet; };
     if (wasSet(SettingId::kQuality))
-        CheckQuality(filter.quality, kLowestPlainQuality);
+        CheckQuality(filter.quality, false);
     if (wasSet(SettingId::kColour) || wasSet(SettingId::kProgressive))
         CheckColours(filter, false);
 }

@@ -9,9 +9,6 @@
 
 namespace {
 
-constexpr int kLowestQuality = 45;
-constexpr int kHighestQuality = 100;
-
 // The module, opened with the first picture and kept until the process ends. What could not be
 // opened is tried again with the next picture. Null with the reason in the result.
 KowenModule *OpenedModule(KowenResult &result) {
@@ -36,9 +33,9 @@ Settings MakeSettings(const JpegOptions &options, KowenResult &result) {
     const auto set = [&](const char *name, const QByteArray &value) {
         return KowenSet(settings.get(), name, value.constData(), &result) == KOWEN_HOST_OK;
     };
-    const int quality = options.quality < 0
-                            ? kHighestQuality
-                            : std::clamp(options.quality, kLowestQuality, kHighestQuality);
+    const int quality = options.quality < 0 ? KOWEN_HOST_MAX_QUALITY
+                                            : std::clamp(options.quality, KOWEN_HOST_MIN_QUALITY,
+                                                         KOWEN_HOST_MAX_QUALITY);
     if (set("quality", QByteArray::number(quality)) &&
         set("progressive", options.progressive ? "yes" : "no") &&
         set("comment", options.comment.isEmpty() ? "drop" : "keep"))
