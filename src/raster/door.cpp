@@ -97,6 +97,31 @@ int32_t TerminateExport() {
     return termdvr(0);
 }
 
+// What is behind a 32-bit door.
+struct Driver {
+    int32_t (*initialise)(OpenRecord *record);
+    int32_t (*dispatch)(DdRequest *request);
+    int32_t (*terminate)();
+};
+
+int32_t Enter(const Driver &driver, uint16_t function, void *record) {
+    if (function == KOWEN_DD_VERSION)
+        return CopyVersion(record);
+    if (IsShut())
+        return 0;
+    const PlainFloats floats;
+    switch (function) {
+    case KOWEN_DD_INITIALISE:
+        return driver.initialise(static_cast<OpenRecord *>(record));
+    case KOWEN_DD_DISPATCH:
+        return driver.dispatch(static_cast<DdRequest *>(record));
+    case KOWEN_DD_TERMINATE:
+        return driver.terminate();
+    default:
+        return 0;
+    }
+}
+
 } // namespace
 
 int32_t dd_entry(int16_t function, void *out, int16_t) noexcept {
@@ -108,39 +133,11 @@ int32_t RASTER_dd_entry(int16_t function, void *out, int16_t) noexcept {
 }
 
 int32_t dd_entry32(uint32_t, uint16_t function, void *record) noexcept {
-    if (function == KOWEN_DD_VERSION)
-        return CopyVersion(record);
-    if (IsShut())
-        return 0;
-    const PlainFloats floats;
-    switch (function) {
-    case KOWEN_DD_INITIALISE:
-        return InitialiseExport(static_cast<OpenRecord *>(record));
-    case KOWEN_DD_DISPATCH:
-        return DispatchExport(static_cast<DdRequest *>(record));
-    case KOWEN_DD_TERMINATE:
-        return TerminateExport();
-    default:
-        return 0;
-    }
+    return Enter({InitialiseExport, DispatchExport, TerminateExport}, function, record);
 }
 
 int32_t RASTER_dd_entry32(uint32_t, uint16_t function, void *record) noexcept {
-    if (function == KOWEN_DD_VERSION)
-        return CopyVersion(record);
-    if (IsShut())
-        return 0;
-    const PlainFloats floats;
-    switch (function) {
-    case KOWEN_DD_INITIALISE:
-        return InitialiseRaster(static_cast<OpenRecord *>(record));
-    case KOWEN_DD_DISPATCH:
-        return DispatchRaster(static_cast<DdRequest *>(record));
-    case KOWEN_DD_TERMINATE:
-        return TerminateRaster();
-    default:
-        return 0;
-    }
+    return Enter({InitialiseRaster, DispatchRaster, TerminateRaster}, function, record);
 }
 
 } // namespace kowen
