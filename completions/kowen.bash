@@ -1,4 +1,41 @@
 # Completion of kowen for bash. Written by scripts/completions.
+
+# _kowen_profile: the profile that the words name, as the program finds it; empty for none.
+_kowen_profile() {
+    local i word profile=
+    if [ "${COMP_WORDS[1]}" = setup ]; then
+        for ((i = 3; i < ${#COMP_WORDS[@]}; ++i)); do
+            [[ $i != "$COMP_CWORD" && ${COMP_WORDS[i]} != [-=]* && ${COMP_WORDS[i - 1]} != --section &&
+                ${COMP_WORDS[i - 1]} != = ]] || continue
+            profile=${COMP_WORDS[i]}
+            break
+        done
+    else
+        profile=kowen.ini
+        for ((i = 2; i < COMP_CWORD; ++i)); do
+            [ "${COMP_WORDS[i]}" = --profile ] || continue
+            word=${COMP_WORDS[i + 1]}
+            [ "$word" != = ] || word=${COMP_WORDS[i + 2]}
+            profile=$word
+        done
+        [[ -z ${INIDIR:-} || $profile == /* || ! -f $INIDIR/$profile ]] || profile=$INIDIR/$profile
+    fi
+    profile=${profile/#\~\//$HOME/}
+    printf '%s\n' "${profile//[\"\'\\]/}"
+}
+
+# _kowen_sections WORD: offers the sections of that profile. They are somebody else's text, so nothing
+# expands them.
+_kowen_sections() {
+    local profile name quoted
+    profile=$(_kowen_profile)
+    [ -f "$profile" ] || return 0
+    while IFS= read -r name; do
+        printf -v quoted %q "$name"
+        [[ $quoted != "$1"* ]] || COMPREPLY+=("$quoted")
+    done < <(command kowen setup sections -- "$profile" 2>/dev/null)
+}
+
 _kowen() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
     local command=${COMP_WORDS[1]} options=
@@ -63,10 +100,6 @@ _kowen() {
         compopt -o filenames && mapfile -t COMPREPLY < <(compgen -f -- "$word")
         return
         ;;
-    --progressive)
-        :
-        return
-        ;;
     --quality)
         :
         return
@@ -76,11 +109,7 @@ _kowen() {
         return
         ;;
     --section)
-        :
-        return
-        ;;
-    --sequential)
-        :
+        _kowen_sections "$word"
         return
         ;;
     --size)
@@ -100,6 +129,7 @@ _kowen() {
     export) options='--help --output --to --recursive --jobs --force --update --quality --colour --colour-mode --max-bytes --size --dpi --page --background --exif --icc --comment --progressive --sequential --as-filter --resize --shrink-only --accept-truncated --profile --section --save --module --json --quiet --no-progress' ;;
     estimate) options='--help --compare --quality --colour --colour-mode --max-bytes --size --dpi --page --background --exif --icc --comment --progressive --sequential --as-filter --resize --shrink-only --accept-truncated --profile --section --module --json --quiet --no-progress' ;;
     info) options='--help --module --json' ;;
+    selftest) options='--help --module --json' ;;
     help) options='export estimate setup info selftest help' ;;
     setup)
         case ${COMP_WORDS[2]} in

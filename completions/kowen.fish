@@ -1,4 +1,44 @@
 # Completion of kowen for fish. Written by scripts/completions.
+
+# The words in front of the one being typed that are neither options nor what follows the options
+# given, from the one of that number on.
+function __kowen_plain_words
+    set -l words (commandline -opc)
+    set -l before
+    for word in $words[$argv[1]..-1]
+        string match -q -- '-*' $word; or contains -- "$before" $argv[2..-1]; or echo -- $word
+        set before $word
+    end
+end
+
+# The sections of the profile that the words name, as the program finds it.
+function __kowen_sections
+    set -l words (commandline -opc)
+    set -l profile kowen.ini
+    if test "$words[2]" = setup
+        set profile (__kowen_plain_words 4 --section)[1]
+    else
+        set -l before
+        for word in $words
+            test "$before" = --profile; and set profile $word
+            string match -q -- '--profile=*' $word
+            and set profile (string replace -- '--profile=' '' $word)
+            set before $word
+        end
+        if test -n "$INIDIR"; and not string match -q -- '/*' $profile; and test -f "$INIDIR/$profile"
+            set profile $INIDIR/$profile
+        end
+    end
+    set profile (string replace -r '^~/' "$HOME/" -- $profile)
+    test -f "$profile"; and command kowen setup sections -- $profile 2>/dev/null
+end
+
+# Whether `kowen setup set` has its profile, so that settings follow.
+function __kowen_wants_setting
+    set -l words (commandline -opc)
+    test "$words[2] $words[3]" = 'setup set'; and test (count (__kowen_plain_words 4 --section)) -gt 0
+end
+
 complete -c kowen -f -n __fish_use_subcommand -a export -d 'Save pictures as JPEG files'
 complete -c kowen -f -n __fish_use_subcommand -a estimate -d 'Show what each quality costs and how it looks'
 complete -c kowen -f -n __fish_use_subcommand -a setup -d 'Show and change the settings in a profile'
@@ -23,14 +63,14 @@ complete -c kowen -n '__fish_seen_subcommand_from export' -l background -x -d 'W
 complete -c kowen -n '__fish_seen_subcommand_from export' -l exif -x -a 'keep drop' -d 'keep (the default) or drop'
 complete -c kowen -n '__fish_seen_subcommand_from export' -l icc -x -a 'keep drop' -d 'The colour profile: keep (the default), or drop after using it'
 complete -c kowen -n '__fish_seen_subcommand_from export' -l comment -x -a 'keep drop' -d 'keep or drop (the default)'
-complete -c kowen -n '__fish_seen_subcommand_from export' -l progressive -x -d 'A file that builds up in steps'
-complete -c kowen -n '__fish_seen_subcommand_from export' -l sequential -x -d 'A file in one pass, also when the profile says otherwise'
+complete -c kowen -n '__fish_seen_subcommand_from export' -l progressive -d 'A file that builds up in steps'
+complete -c kowen -n '__fish_seen_subcommand_from export' -l sequential -d 'A file in one pass, also when the profile says otherwise'
 complete -c kowen -n '__fish_seen_subcommand_from export' -l as-filter -d 'Colours, sizes and the file as the filter itself has them'
 complete -c kowen -n '__fish_seen_subcommand_from export' -l resize -x -d '1200x, x800, 1200x800 or 50%'
 complete -c kowen -n '__fish_seen_subcommand_from export' -l shrink-only -d 'Leave pictures alone that --resize would enlarge'
 complete -c kowen -n '__fish_seen_subcommand_from export' -l accept-truncated -d 'Take what there is of a cut PNG, PNM or JPEG'
 complete -c kowen -n '__fish_seen_subcommand_from export' -l profile -r -F -d 'Start from the settings in this file (default: kowen.ini in the folder that INIDIR names or here, when there is one)'
-complete -c kowen -n '__fish_seen_subcommand_from export' -l section -x -d 'The profile\'s section (default: the one its ~Mode names)'
+complete -c kowen -n '__fish_seen_subcommand_from export' -l section -x -a '(__kowen_sections)' -d 'The profile\'s section (default: the one its ~Mode names)'
 complete -c kowen -n '__fish_seen_subcommand_from export' -l save -d 'Keep the settings of this export in the profile'
 complete -c kowen -n '__fish_seen_subcommand_from export' -l module -r -F -d 'The filter to load'
 complete -c kowen -n '__fish_seen_subcommand_from export' -l json -d 'Report as JSON on the standard output'
@@ -49,14 +89,14 @@ complete -c kowen -n '__fish_seen_subcommand_from estimate' -l background -x -d 
 complete -c kowen -n '__fish_seen_subcommand_from estimate' -l exif -x -a 'keep drop' -d 'keep (the default) or drop'
 complete -c kowen -n '__fish_seen_subcommand_from estimate' -l icc -x -a 'keep drop' -d 'The colour profile: keep (the default), or drop after using it'
 complete -c kowen -n '__fish_seen_subcommand_from estimate' -l comment -x -a 'keep drop' -d 'keep or drop (the default)'
-complete -c kowen -n '__fish_seen_subcommand_from estimate' -l progressive -x -d 'A file that builds up in steps'
-complete -c kowen -n '__fish_seen_subcommand_from estimate' -l sequential -x -d 'A file in one pass, also when the profile says otherwise'
+complete -c kowen -n '__fish_seen_subcommand_from estimate' -l progressive -d 'A file that builds up in steps'
+complete -c kowen -n '__fish_seen_subcommand_from estimate' -l sequential -d 'A file in one pass, also when the profile says otherwise'
 complete -c kowen -n '__fish_seen_subcommand_from estimate' -l as-filter -d 'Colours, sizes and the file as the filter itself has them'
 complete -c kowen -n '__fish_seen_subcommand_from estimate' -l resize -x -d '1200x, x800, 1200x800 or 50%'
 complete -c kowen -n '__fish_seen_subcommand_from estimate' -l shrink-only -d 'Leave pictures alone that --resize would enlarge'
 complete -c kowen -n '__fish_seen_subcommand_from estimate' -l accept-truncated -d 'Take what there is of a cut PNG, PNM or JPEG'
 complete -c kowen -n '__fish_seen_subcommand_from estimate' -l profile -r -F -d 'Start from the settings in this file (default: kowen.ini in the folder that INIDIR names or here, when there is one)'
-complete -c kowen -n '__fish_seen_subcommand_from estimate' -l section -x -d 'The profile\'s section (default: the one its ~Mode names)'
+complete -c kowen -n '__fish_seen_subcommand_from estimate' -l section -x -a '(__kowen_sections)' -d 'The profile\'s section (default: the one its ~Mode names)'
 complete -c kowen -n '__fish_seen_subcommand_from estimate' -l module -r -F -d 'The filter to load'
 complete -c kowen -n '__fish_seen_subcommand_from estimate' -l json -d 'Report as JSON on the standard output'
 complete -c kowen -n '__fish_seen_subcommand_from estimate' -l quiet -s q -d 'Print nothing but failures'
@@ -69,11 +109,12 @@ complete -c kowen -n '__fish_seen_subcommand_from selftest' -l module -r -F -d '
 complete -c kowen -n '__fish_seen_subcommand_from selftest' -l json -d 'Report as JSON on the standard output'
 complete -c kowen -n '__fish_seen_subcommand_from show' -l help -s h -d 'Print this help message and exit'
 complete -c kowen -n '__fish_seen_subcommand_from show' -l json -d 'Report as JSON on the standard output'
-complete -c kowen -n '__fish_seen_subcommand_from show' -l section -x -d 'The section (default: the one the profile\'s ~Mode names)'
+complete -c kowen -n '__fish_seen_subcommand_from show' -l section -x -a '(__kowen_sections)' -d 'The section (default: the one the profile\'s ~Mode names)'
 complete -c kowen -n '__fish_seen_subcommand_from set' -l help -s h -d 'Print this help message and exit'
 complete -c kowen -n '__fish_seen_subcommand_from set' -l json -d 'Report as JSON on the standard output'
-complete -c kowen -n '__fish_seen_subcommand_from set' -l section -x -d 'The section (default: the one the profile\'s ~Mode names)'
+complete -c kowen -n '__fish_seen_subcommand_from set' -l section -x -a '(__kowen_sections)' -d 'The section (default: the one the profile\'s ~Mode names)'
 complete -c kowen -n '__fish_seen_subcommand_from set' -l quiet -s q -d 'Print nothing but failures'
 complete -c kowen -n '__fish_seen_subcommand_from sections' -l help -s h -d 'Print this help message and exit'
 complete -c kowen -n '__fish_seen_subcommand_from sections' -l json -d 'Report as JSON on the standard output'
 complete -c kowen -f -n '__fish_seen_subcommand_from setup; and not __fish_seen_subcommand_from show set sections' -a 'show set sections'
+complete -c kowen -f -n __kowen_wants_setting -a 'quality= progressive= colour= colour-mode= size= dpi='

@@ -1,22 +1,10 @@
 # Completion for fish: reads what completions lists, commands before options.
-BEGIN {
-    FS = "\t"
-    print "# Completion of kowen for fish. Written by scripts/completions."
-}
+BEGIN { FS = "\t" }
 
 function escaped(text) {
     gsub(/\\/, "\\\\", text)
     gsub(/'/, "\\'", text)
     return text
-}
-
-function values(option, kind) {
-    if (option == "--colour") return "ycc422 grey rgb444"
-    if (option == "--colour-mode") return "unchanged inverted greys-inverted grey grey-inverted"
-    if (kind == "WHAT") return "keep drop"
-    if (option == "--size") return "A4 A5 A6 letter legal picture page"
-    if (option == "--dpi") return "72 96 150 300 picture page"
-    return ""
 }
 
 NF == 2 {
@@ -33,6 +21,7 @@ $1 == "setup" { next }
     if ($2 != "-") line = line " -s " substr($2, 2)
     list = values($3, $4)
     if (list != "") line = line " -x -a '" list "'"
+    else if ($3 == "--section") line = line " -x -a '(__kowen_sections)'"
     else if ($4 == "DIR") line = line " -x -a '(__fish_complete_directories)'"
     else if ($4 ~ /^(FILE|PATH)/) line = line " -r -F"
     else if ($4 != "-") line = line " -x"
@@ -42,4 +31,5 @@ $1 == "setup" { next }
 END {
     show = "'__fish_seen_subcommand_from setup; and not __fish_seen_subcommand_from show set sections'"
     print "complete -c kowen -f -n " show " -a 'show set sections'"
+    print "complete -c kowen -f -n __kowen_wants_setting -a '" settings() "'"
 }

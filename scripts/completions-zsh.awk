@@ -1,9 +1,5 @@
 # Completion for zsh: reads what completions lists, commands before options.
-BEGIN {
-    FS = "\t"
-    print "#compdef kowen"
-    print "# Completion of kowen for zsh. Written by scripts/completions."
-}
+BEGIN { FS = "\t" }
 
 function escaped(text) {
     gsub(/'/, "'\\''", text)
@@ -13,12 +9,11 @@ function escaped(text) {
     return text
 }
 
-function action(option, kind) {
-    if (option == "--colour") return "(ycc422 grey rgb444)"
-    if (option == "--colour-mode") return "(unchanged inverted greys-inverted grey grey-inverted)"
-    if (kind == "WHAT") return "(keep drop)"
-    if (option == "--size") return "(A4 A5 A6 letter legal picture page)"
-    if (option == "--dpi") return "(72 96 150 300 picture page)"
+# What completes an option's value.
+function action(option, kind, list) {
+    list = values(option, kind)
+    if (list != "") return "(" list ")"
+    if (option == "--section") return "_kowen_sections"
     if (kind ~ /^(FILE|PATH)/) return "_files"
     if (kind == "DIR") return "_files -/"
     return ""
@@ -26,22 +21,33 @@ function action(option, kind) {
 
 NF == 2 {
     commands = commands "        '" $1 ":" escaped($2) "'\n"
-    names = names (names == "" ? "" : " ") $1
     next
 }
 
 {
+    if (!($1 in options)) order[++orders] = $1
     spec = $4 == "-" ? "" : ":" tolower($4) ":" action($3, $4)
     line = "            '" $3 "[" escaped($5) "]" spec "'"
     if ($2 != "-") line = line " \\\n            '" $2 "[" escaped($5) "]" spec "'"
     options[$1] = options[$1] line " \\\n"
 }
 
-function arguments(command, rest) {
-    return "        _arguments -s \\\n" options[command] "            '" rest "'\n"
+# What completes the words that are no options.
+function rest(command) {
+    if (command ~ /^(export|estimate)$/) return "'*:picture:_files'"
+    if (command == "setup set") return "'1:profile:_files' '*:setting:_kowen_settings'"
+    return command ~ /^setup / ? "'1:profile:_files'" : "'*: :'"
+}
+
+function print_arguments(command, name, indent) {
+    printf "%s%s)\n%s    _arguments -s \\\n%s            %s\n%s    ;;\n", indent, name, indent,
+        options[command], rest(command), indent
 }
 
 END {
+    print "_kowen_settings() {"
+    print "    compadd -S '' -- " settings()
+    print "}\n"
     print "_kowen() {"
     print "    local -a commands settings"
     printf "    commands=(\n%s    )\n", commands
@@ -53,9 +59,8 @@ END {
     print "    words=(kowen \"${(@)words[3,-1]}\")"
     print "    (( CURRENT-- ))"
     print "    case $command in"
-    printf "    export)\n%s        ;;\n", arguments("export", "*:picture:_files")
-    printf "    estimate)\n%s        ;;\n", arguments("estimate", "*:picture:_files")
-    printf "    info)\n%s        ;;\n", arguments("info", "*: :")
+    for (i = 1; i <= orders; i++)
+        if (order[i] !~ /^setup/) print_arguments(order[i], order[i], "    ")
     print "    help)\n        _describe command commands\n        ;;"
     print "    setup)"
     print "        if (( CURRENT == 2 )); then"
@@ -67,9 +72,10 @@ END {
     print "        words=(kowen \"${(@)words[3,-1]}\")"
     print "        (( CURRENT-- ))"
     print "        case $what in"
-    printf "        show)\n%s            ;;\n", arguments("setup show", "*:profile:_files")
-    printf "        set)\n%s            ;;\n", arguments("setup set", "*:profile:_files")
-    printf "        sections)\n%s            ;;\n", arguments("setup sections", "*:profile:_files")
+    for (i = 1; i <= orders; i++) {
+        inner = order[i]
+        if (sub(/^setup /, "", inner)) print_arguments(order[i], inner, "        ")
+    }
     print "        esac"
     print "        ;;"
     print "    esac"

@@ -19,6 +19,7 @@ inside && /^  -/ {
         value = substr(line, RSTART + 1)
         line = substr(line, 1, RSTART - 1)
         sub(/[ :].*/, "", value)
+        if (value == "Excludes") value = "-" # a remark on an option that takes nothing
     }
     short = "-"
     names = split(line, name, ",")

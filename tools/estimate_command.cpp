@@ -5,6 +5,7 @@
 #include "compare/comparison.h"
 #include "compare/like_encoder.h"
 #include "failure.h"
+#include "kernel_note.h"
 #include "option_check.h"
 #include "profile_choice.h"
 #include "progress.h"
@@ -91,7 +92,9 @@ private:
 class Estimate {
 public:
     explicit Estimate(EstimateOptions *estimateOptions)
-        : options(*estimateOptions), progress(options.common.progress && !options.common.quiet) {
+        : options(*estimateOptions), progress(options.common.progress && !options.common.quiet),
+          module(options.common.module) {
+        NoteKernels(options.common, module);
         progress.Show(options.name, "reading", 0, 0);
         ReadOptions reading;
         reading.acceptTruncated = options.picture.acceptTruncated;
@@ -99,7 +102,6 @@ public:
     }
 
     void Run() {
-        const Module module(options.common.module);
         Prepared prepared(module, picture, options.picture);
         std::vector<EstimateRow> rows;
         for (size_t i = 0; i < std::size(kQualities); ++i) {
@@ -207,6 +209,7 @@ private:
 
     const EstimateOptions &options;
     Progress progress;
+    Module module;
     PlainPicture picture;
     bool limited = false; ///< by --max-bytes
     int fitting = 0;      ///< the quality then; 0 = none

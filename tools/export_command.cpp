@@ -4,11 +4,13 @@
 #include "batch/worker_pool.h"
 #include "cancel.h"
 #include "failure.h"
+#include "kernel_note.h"
 #include "option_check.h"
 #include "profile_choice.h"
 #include "progress.h"
 #include "readers/source.h"
 #include "report.h"
+#include "terminal_text.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -69,8 +71,9 @@ public:
 private:
     void RunOne() {
         const Job &job = plan.jobs[0];
-        progress.Show(job.source, "reading", 0, 0);
         const Module module(options.common.module);
+        NoteKernels(options.common, module);
+        progress.Show(job.source, "reading", 0, 0);
         Report(RunJob(job, options.picture, module, [&](const char *phase, double fraction) {
             progress.Show(job.source, phase, 0, fraction);
         }));
@@ -79,6 +82,7 @@ private:
     // A filter that cannot be loaded is told once.
     void RunMany() {
         const Module module(options.common.module);
+        NoteKernels(options.common, module);
         PoolTask task;
         task.jobs = &plan.jobs;
         task.options = &options.picture;
@@ -153,8 +157,10 @@ private:
                " come out paler here and there: they are more vivid than the filter can give";
     }
 
-    // The objects of --json and the failures of --quiet stand alone on their streams.
+    // The objects of --json stand alone on their stream.
     void PrintCount() const {
+        if (options.common.quiet)
+            return;
         const size_t all = plan.jobs.size() + plan.upToDate;
         std::string line = std::to_string(all) + (all == 1 ? " picture: " : " pictures: ") +
                            std::to_string(done) + " exported, " + std::to_string(failures) +
@@ -165,8 +171,8 @@ private:
             line += ", " + std::to_string(stopped) + " stopped, " + std::to_string(unbegun) +
                     " not begun";
         if (options.common.json)
-            std::fprintf(stderr, "kowen: %s\n", line.c_str());
-        else if (!options.common.quiet)
+            PrintError(line);
+        else
             PrintLine(line);
     }
 

@@ -1,6 +1,7 @@
 #include "info_command.h"
 
 #include "failure.h"
+#include "kernel_note.h"
 #include "readers/magick_library.h"
 #include "readers/picture_format.h"
 #include "report.h"
@@ -68,6 +69,7 @@ void PrintJson(const Module &module, const Formats &formats) {
 
 void RunInfo(const CommonOptions &options) {
     const Module module(options.module);
+    NoteKernels(options, module);
     const Formats formats = FindFormats();
     if (options.json)
         PrintJson(module, formats);

@@ -83,10 +83,10 @@ int32_t Read(std::FILE *stream, void *buffer, int32_t count) {
     return static_cast<int32_t>(got);
 }
 
-// A standard output that does not wait: stdio would drop what such a pipe does not take at once.
-bool IsPipeWithoutWaiting(std::FILE *stream) {
-    const int flags = stream == stdout ? fcntl(fileno(stream), F_GETFL) : 0;
-    return flags > 0 && (flags & O_NONBLOCK) != 0 && lseek(fileno(stream), 0, SEEK_CUR) < 0;
+// A standard output that is no file: of what such a pipe does not take at once, stdio drops what
+// stands in its buffer.
+bool IsStandardPipe(std::FILE *stream) {
+    return stream == stdout && lseek(fileno(stream), 0, SEEK_CUR) < 0;
 }
 
 // Bytes that were written past the stream's buffer, which is empty.
@@ -103,12 +103,12 @@ std::size_t WriteToPipe(std::FILE *stream, const char *bytes, std::size_t count)
 }
 
 // Hardened: a signal that interrupts a write does not cut the picture.
-// Test: Limits.SignalsDoNotCutAPictureInAPipe.
+// Tests: Limits.SignalsDoNotCutAPictureInAPipe and ...SignalsDoNotCutAPictureInTheStandardOutput.
 int32_t Write(std::FILE *stream, const void *buffer, int32_t count) {
     const WriteSignalsHeld held;
     const auto *bytes = static_cast<const char *>(buffer);
     const auto wanted = static_cast<std::size_t>(count);
-    if (IsPipeWithoutWaiting(stream) && std::fflush(stream) == 0)
+    if (IsStandardPipe(stream) && std::fflush(stream) == 0)
         return static_cast<int32_t>(WriteToPipe(stream, bytes, wanted));
     std::size_t done = 0;
     do {

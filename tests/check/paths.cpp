@@ -5,6 +5,5 @@ const char *const kGuideExamplePath = KOWEN_GUIDE_EXAMPLE;
 const char *const kExamplePath = KOWEN_EXAMPLE;
 #ifdef KOWEN_PROGRAM
 const char *const kProgramPath = KOWEN_PROGRAM;
-#else
-const char *const kProgramPath = nullptr;
+const char *const kHostExamplePath = KOWEN_HOST_EXAMPLE;
 #endif

@@ -1,6 +1,7 @@
 #include "settings/named_settings.h"
 
 #include "base/failure.h"
+#include "support/comma_locale.h"
 
 #include <gtest/gtest.h>
 
@@ -42,6 +43,15 @@ TEST(NamedSettings, HaveTheirDefaults) {
     }
 }
 
+TEST(NamedSettings, HaveADecimalPointWhateverTheLocale) {
+    const TempDirectory directory;
+    const CommaLocale locale(directory);
+    if (!locale.IsThere())
+        GTEST_SKIP() << "no locale with a decimal comma can be made here";
+    EXPECT_EQ(GetAfter("size", "letter"), "8.5x11in");
+    EXPECT_EQ(GetAfter("size", "8.5x11in"), "8.5x11in");
+}
+
 TEST(NamedSettings, TakeValuesAndGiveThemBack) {
     EXPECT_EQ(GetAfter("quality", "45"), "45");
     EXPECT_EQ(GetAfter("progressive", "on"), "yes");
@@ -68,6 +78,8 @@ TEST(NamedSettings, TakeValuesAndGiveThemBack) {
     EXPECT_EQ(GetAfter("max-bytes", "300kb"), "300000");
     EXPECT_EQ(GetAfter("max-bytes", "300KB"), "300000");
     EXPECT_EQ(GetAfter("max-bytes", "0.1M"), "100000");
+    EXPECT_EQ(GetAfter("max-bytes", "2.01M"), "2010000"); // 2.01 x 10^6 is less, in doubles
+    EXPECT_EQ(GetAfter("max-bytes", "1.001k"), "1001");
     EXPECT_EQ(GetAfter("max-bytes", "1234b"), "1234");
     NamedSettings limited;
     limited.Set("max-bytes", "1234");
@@ -77,31 +89,21 @@ TEST(NamedSettings, TakeValuesAndGiveThemBack) {
 }
 
 TEST(NamedSettings, RefuseWhatTheyCannotBe) {
-    const std::pair<const char *, const char *> kWrong[] = {{"quality", "0"},
-                                                            {"quality", "101"},
-                                                            {"quality", "85x"},
-                                                            {"quality", ""},
-                                                            {"progressive", "y"},
-                                                            {"colour", "red"},
-                                                            {"size", "0x4in"},
-                                                            {"size", "B4"},
-                                                            {"size", "70000x4px"},
-                                                            {"dpi", "0"},
-                                                            {"dpi", "65536"},
-                                                            {"dpi", "300x"},
-                                                            {"page", "10x5in@0"},
-                                                            {"page", "5"},
-                                                            {"background", "whitish"},
-                                                            {"exif", "yes"},
-                                                            {"background", "#12345"},
-                                                            {"max-bytes", "300q"},
-                                                            {"max-bytes", "-1"},
-                                                            {"max-bytes", "0.5"},
-                                                            {"max-bytes", "k"},
-                                                            {"max-bytes", "1e3"},
-                                                            {"background", "#1234"},
-                                                            {"background", "#12 456"},
-                                                            {"max-bytes", "99999999999999999999"}};
+    const std::pair<const char *, const char *> kWrong[] = {
+        {"quality", "0"},           {"quality", "101"},
+        {"quality", "85x"},         {"quality", ""},
+        {"progressive", "y"},       {"colour", "red"},
+        {"size", "0x4in"},          {"size", "B4"},
+        {"size", "70000x4px"},      {"dpi", "0"},
+        {"dpi", "65536"},           {"dpi", "300x"},
+        {"page", "10x5in@0"},       {"page", "5"},
+        {"background", "whitish"},  {"exif", "yes"},
+        {"background", "#12345"},   {"max-bytes", "300q"},
+        {"max-bytes", "0.5"},       {"max-bytes", "1.0005k"},
+        {"max-bytes", "300.0001k"}, {"max-bytes", "-1"},
+        {"max-bytes", "0.5"},       {"max-bytes", "k"},
+        {"max-bytes", "1e3"},       {"background", "#1234"},
+        {"background", "#12 456"},  {"max-bytes", "99999999999999999999"}};
     for (const auto &[name, value] : kWrong)
         EXPECT_NE(Refusal(name, value), "") << name << '=' << value;
 }

@@ -1,6 +1,7 @@
 #include "settings/profile_text.h"
 
 #include "base/failure.h"
+#include "support/comma_locale.h"
 
 #include <gtest/gtest.h>
 
@@ -127,6 +128,22 @@ TEST(WriteSettings, RoundTrips) {
     EXPECT_EQ(again.quality, 33);
     EXPECT_DOUBLE_EQ(again.widthInches, 4.724409449);
     EXPECT_EQ(text.Value("A", "Driver"), "KOWEN.1");
+}
+
+TEST(WriteSettings, HasADecimalPointWhateverTheLocale) {
+    const TempDirectory directory;
+    const CommaLocale locale(directory);
+    if (!locale.IsThere())
+        GTEST_SKIP() << "no locale with a decimal comma can be made here";
+    FilterSettings settings;
+    settings.widthInches = 8.5;
+    settings.heightInches = 11.25;
+    ProfileText profile;
+    WriteSettings(settings, "A", &profile);
+    EXPECT_EQ(profile.Value("A", "Width"), "8.5");
+    EXPECT_EQ(profile.Value("A", "Height"), "11.25");
+    EXPECT_EQ(ReadSettings(profile, "A").widthInches, 8.5);
+    EXPECT_EQ(ReadSettings(profile, "A").heightInches, 11.25);
 }
 
 TEST(CheckSectionName, RefusesWhatAHeaderCannotSay) {

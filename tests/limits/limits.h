@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <fcntl.h>
+#include <sched.h>
 #include <string>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -39,9 +40,21 @@ struct SlowPipe {
     int status = -1; ///< -1: a signal ended it
 };
 
+/// Waits until a process waits for something itself, or has ended.
+inline void AwaitAsleep(pid_t process) {
+    const std::string path = "/proc/" + std::to_string(process) + "/stat";
+    for (char state = 'R'; state == 'R'; sched_yield()) {
+        std::FILE *file = std::fopen(path.c_str(), "r");
+        if (file == nullptr || std::fscanf(file, "%*d (%*[^)]) %c", &state) != 1)
+            state = 'Z';
+        if (file != nullptr)
+            std::fclose(file);
+    }
+}
+
 /// Runs work(int) in a child with a pipe's end; it writes there or to its standard output, which is
 /// the same. Its other end takes few bytes at a time, each time after a signal to the writer, which
-/// nothing restarts.
+/// waits then and which nothing restarts.
 /// waits  whether the writer's end waits by itself.
 template <typename Work> SlowPipe ReadSlowly(bool waits, Work work) {
     struct sigaction action = {}, before = {};
@@ -67,6 +80,7 @@ template <typename Work> SlowPipe ReadSlowly(bool waits, Work work) {
     close(ends[1]);
     char piece[777];
     for (ssize_t n = 1; n > 0;) {
+        AwaitAsleep(child);
         kill(child, SIGUSR1);
         n = read(ends[0], piece, sizeof piece);
         if (n > 0)

@@ -191,6 +191,15 @@ TEST_F(Limits, SignalsDoNotCutAPictureInAPipe) {
     EXPECT_TRUE(read.bytes == LargeInMemory()) << read.bytes.size();
 }
 
+TEST_F(Limits, SignalsDoNotCutAPictureInTheStandardOutput) {
+    const SlowPipe read = ReadSlowly(true, [this](int) {
+        std::fputs("the host's own text", stdout);
+        return ExportLarge("stdout").result;
+    });
+    EXPECT_EQ(read.status, 0);
+    EXPECT_TRUE(read.bytes == "the host's own text" + LargeInMemory()) << read.bytes.size();
+}
+
 TEST_F(Limits, AStandardOutputThatDoesNotWaitIsWaitedFor) {
     const SlowPipe read = ReadSlowly(false, [this](int) { return ExportLarge("stdout").result; });
     EXPECT_EQ(read.status, 0);

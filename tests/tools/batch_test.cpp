@@ -159,6 +159,16 @@ TEST_F(Batch, JsonHasALineForEachFailuresToo) {
     EXPECT_EQ(objects[2]["error"], "no.ppm: No such file or directory");
 }
 
+TEST_F(Batch, QuietlyOnlyFailuresAreSaid) {
+    WritePicture("a.ppm");
+    WritePicture("b.ppm");
+    Export({"a.ppm", "b.ppm", "--json", "-q"});
+    EXPECT_EQ(result.errors, "");
+    EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 2);
+    Export({"a.ppm", "b.ppm", "--force", "-q"});
+    EXPECT_EQ(result.errors + result.output, "");
+}
+
 TEST_F(Batch, WhatIsNamedTwiceIsExportedOnce) {
     WritePicture("a.ppm");
     WritePicture("b.ppm");

@@ -5,15 +5,18 @@
 //     flip     has one bit of one byte changed
 //     refuse   fails
 //     crash    ends the process
+//     stop     asks the program that tries it to stop, and never ends
 #include "kowen/kowen.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
 #include <iterator>
 #include <string>
+#include <unistd.h>
 
 namespace {
 
@@ -52,6 +55,10 @@ int32_t FlawedExport(const char *name, BitmapRecord *bitmap, const CellRecord *c
     const std::string flaw = FlawOf(exports++);
     if (flaw == "crash")
         std::abort();
+    if (flaw == "stop")
+        kill(getppid(), SIGTERM);
+    while (flaw == "stop")
+        pause();
     if (flaw == "refuse")
         return KOWEN_ERR_OUTPUT;
     const int32_t result =

@@ -1,6 +1,7 @@
-#include "tools/program.h"
+#include "tools/export_fixture.h"
 
-#include <gtest/gtest.h>
+#include <algorithm>
+#include <cstdlib>
 #include <nlohmann/json.hpp>
 
 namespace kowen::test {
@@ -19,6 +20,42 @@ TEST(Info, ReportsAsJson) {
     EXPECT_EQ(report["version"], "2.0.5");
     EXPECT_EQ(report["formats"], nlohmann::json::parse(R"(["PNG","PNM","PAM","JPEG"])"));
     EXPECT_NE(report["magickFormats"].dump().find("\"BMP\""), std::string::npos);
+}
+
+// What the module passes over in silence.
+class KernelsNote : public ExportFixture {
+protected:
+    std::string ErrorsOf(const std::vector<std::string> &command, const char *kernels) {
+        ProgramSetting setting;
+        setting.beforeStart = [kernels] { setenv("KOWEN_KERNELS", kernels, 1); };
+        Kowen(command, setting);
+        EXPECT_EQ(result.exitCode, 0) << result.errors;
+        return result.errors;
+    }
+};
+
+TEST_F(KernelsNote, ComesWithANameThatThereIsNot) {
+    WritePicture("a.ppm");
+    WritePicture("b.ppm");
+    const std::vector<std::vector<std::string>> commands = {{"export", "a.ppm", "-o", "x.jpg"},
+                                                            {"export", "a.ppm", "b.ppm", "--force"},
+                                                            {"estimate", "a.ppm"},
+                                                            {"info"}};
+    for (const auto &command : commands) {
+        const std::string said = ErrorsOf(command, "sse9");
+        EXPECT_TRUE(said.starts_with("kowen: note: KOWEN_KERNELS is 'sse9', which is no variant "
+                                     "here; "))
+            << command[0] << ": " << said;
+        EXPECT_TRUE(Has(said, " is used, of scalar")) << said;
+        EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+    }
+}
+
+TEST_F(KernelsNote, DoesNotComeWithANameThatThereIs) {
+    WritePicture("a.ppm");
+    EXPECT_EQ(ErrorsOf({"export", "a.ppm", "-o", "x.jpg"}, "scalar"), "");
+    EXPECT_EQ(ErrorsOf({"export", "a.ppm", "-o", "x.jpg"}, ""), "");
+    EXPECT_EQ(ErrorsOf({"export", "a.ppm", "-o", "x.jpg", "-q"}, "sse9"), "");
 }
 
 } // namespace

@@ -101,6 +101,15 @@ TEST(Selftest, ACrashIsTold) {
     EXPECT_EQ(Variant(selftest, "scalar")["ended"], "ended by a signal: Aborted");
 }
 
+TEST(Selftest, ARequestToStopIsNoFault) {
+    ProgramSetting setting;
+    setting.beforeStart = [] { setenv("KOWEN_FLAW", "scalar stop 5", 1); };
+    const ProgramResult result = RunKowen({"selftest", "--module", KOWEN_FLAWED_MODULE}, setting);
+    EXPECT_EQ(result.exitCode, 128 + SIGTERM);
+    EXPECT_EQ(result.errors, "kowen: cancelled\n");
+    EXPECT_EQ(result.output, "");
+}
+
 TEST(Selftest, WithoutAFlawTheFlawedModuleIsRight) {
     const Selftest selftest = RunSelftest(KOWEN_FLAWED_MODULE, "- flip 0");
     EXPECT_EQ(selftest.exitCode, 0) << selftest.report;

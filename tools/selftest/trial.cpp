@@ -1,5 +1,6 @@
 #include "selftest/trial.h"
 
+#include "cancel.h"
 #include "failure.h"
 #include "golden/golden_host.h"
 #include "selftest/checksum.h"
@@ -37,12 +38,23 @@ void MakeExports(int pipe, const std::string &modulePath,
     }
 }
 
+// What it makes goes nowhere, so a request to stop ends it at once. What the caller has the program
+// ignore stays ignored.
+void EndAtSignals() {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction action = {};
+        if (sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_IGN)
+            std::signal(number, SIG_DFL);
+    }
+    std::signal(SIGALRM, SIG_DFL);
+    alarm(kMostSeconds);
+}
+
 // No profile and no display of the machine's own, and the variant.
 [[noreturn]] void Become(int pipe, const std::string &modulePath, const std::string &variant,
                          const std::vector<golden::Export> &exports) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    std::signal(SIGALRM, SIG_DFL);
-    alarm(kMostSeconds);
+    EndAtSignals();
     unsetenv("INIDIR");
     unsetenv("DISPLAYINFO");
     if (variant.empty())
@@ -57,10 +69,13 @@ void MakeExports(int pipe, const std::string &modulePath,
     _exit(0);
 }
 
-std::string ReadAll(int pipe) {
+// All that the process says; it is ended when the user has asked to stop.
+std::string ReadAll(int pipe, pid_t child) {
     std::string text;
     char piece[4096];
     for (;;) {
+        if (CancelSignal() != 0)
+            kill(child, SIGKILL);
         const ssize_t got = read(pipe, piece, sizeof piece);
         if (got > 0)
             text.append(piece, static_cast<size_t>(got));
@@ -90,13 +105,14 @@ Trial TryVariant(const std::string &modulePath, const std::string &variant,
     }
     const int reason = errno;
     close(ends[1]);
-    const std::string said = child > 0 ? ReadAll(ends[0]) : "";
+    const std::string said = child > 0 ? ReadAll(ends[0], child) : "";
     close(ends[0]);
     if (child < 0)
         FailWith("cannot start a process", reason);
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR)
         continue;
+    StopIfCancelled();
     Trial trial;
     trial.variant = variant;
     size_t tried = 0;

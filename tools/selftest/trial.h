@@ -18,7 +18,7 @@ struct Trial {
 };
 
 /// Makes every export with a module. What the module does, a crash too, ends up in the trial.
-/// Throws Failure when there is no process to be had.
+/// Throws Failure when there is no process to be had, Cancelled when the user has asked to stop.
 Trial TryVariant(const std::string &modulePath, const std::string &variant,
                  const std::vector<golden::Export> &exports);
 

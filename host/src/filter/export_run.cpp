@@ -3,6 +3,7 @@
 #include "base/failure.h"
 #include "filter/setup_profile.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -16,8 +17,8 @@ struct Run {
     EditedStream *stream;
     Progress *progress;
     const Bitmap &bitmap;
-    uint32_t mcuRows; ///< that the picture has; 0 = it is written in pieces of another kind
-    uint32_t written = 0;
+    uint32_t mcuRows;     ///< that are written one by one; 0 = not known
+    uint32_t written = 0; ///< pieces behind the head
     bool lost = false;
 
     // A write that is refused does not end the export: the filter codes the rest and sends that
@@ -29,10 +30,14 @@ struct Run {
         return -1;
     }
 
-    // A progressive picture is written when it is coded; in how many pieces is not known.
+    // Less than 1, which is told at the end of the call. A progressive picture is written when it
+    // is coded; in how many pieces is not known.
     double Fraction() {
+        if (stream->InHead())
+            return 0;
         ++written;
-        return mcuRows != 0 ? double(written) / mcuRows : written / (written + 8.0);
+        return mcuRows != 0 ? std::min(written, mcuRows) / (mcuRows + 1.0)
+                            : written / (written + 8.0);
     }
 };
 
@@ -120,7 +125,8 @@ void RunExport(const FilterModule &module, const Bitmap &bitmap, const CellPlan 
     setup.SetHostIo(OnIo);
     const bool sequential = plan.settings.operation == KOWEN_OPERATION_SEQUENTIAL;
     const auto height = static_cast<uint32_t>(plan.outputHeight);
-    Run run = {stream, progress, bitmap, sequential ? height / kMcuRowHeight + 1 : 0};
+    const uint32_t mcuRows = (height + kMcuRowHeight - 1) / kMcuRowHeight;
+    Run run = {stream, progress, bitmap, sequential ? mcuRows : 0};
     *moduleCode = CallModule(module, setup, bitmap, plan, page, &run);
     if (!progress->Cancelled())
         stream->Finish();

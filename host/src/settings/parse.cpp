@@ -4,7 +4,7 @@
 
 #include <charconv>
 #include <cmath>
-#include <cstdio>
+#include <limits>
 #include <strings.h>
 #include <vector>
 
@@ -271,9 +271,11 @@ uint64_t ParseByteCount(const std::string &text) {
         unit = kKilo * kKilo;
     if (unit != 1)
         digits.pop_back();
-    const std::optional<double> count = Number(digits);
-    const double bytes = count.value_or(-1) * unit;
-    if (!(bytes >= 0 && bytes <= kMostBytes && bytes == std::floor(bytes)))
+    // A fraction of thousands or millions is a whole number but for the last bit of the product.
+    const double product = Number(digits).value_or(-1) * unit;
+    const double bytes = std::round(product);
+    const double rounding = bytes * std::numeric_limits<double>::epsilon();
+    if (!(product >= 0 && product <= kMostBytes && std::abs(product - bytes) <= rounding))
         throw BadArgument(
             "a number of bytes is N, Nk (thousands) or NM (millions), such as 300k or "
             "1.5M, not '" +
@@ -365,8 +367,9 @@ void ParseResolution(const std::string &text, ExportSettings *settings) {
 
 std::string NumberText(double value) {
     char text[32];
-    std::snprintf(text, sizeof text, "%.10g", value);
-    return text;
+    const auto result =
+        std::to_chars(text, text + sizeof text, value, std::chars_format::general, 10);
+    return {text, result.ptr};
 }
 
 } // namespace kowen::host

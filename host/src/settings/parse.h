@@ -51,7 +51,7 @@ void ParseSize(const std::string &text, ExportSettings *settings);
 /// Puts a resolution into the settings: picture, page, N or NxM dots per inch.
 void ParseResolution(const std::string &text, ExportSettings *settings);
 
-/// A number without needless digits.
+/// A number without needless digits, with a decimal point whatever the program's locale.
 std::string NumberText(double value);
 
 } // namespace kowen::host

@@ -1,6 +1,7 @@
 #include "settings/profile_keeping.h"
 
 #include "base/failure.h"
+#include "settings/parse.h"
 
 namespace kowen::host {
 namespace {
@@ -79,8 +80,8 @@ void Write(SettingId id, const FilterSettings &filter, const std::string &sectio
     case SettingId::kSize:
         set(key::kSizeMode, filter.sizeMode);
         if (filter.UserSize()) {
-            profile->Set(section, key::kWidth, InchesText(filter.widthInches));
-            profile->Set(section, key::kHeight, InchesText(filter.heightInches));
+            profile->Set(section, key::kWidth, NumberText(filter.widthInches));
+            profile->Set(section, key::kHeight, NumberText(filter.heightInches));
         }
         break;
     case SettingId::kDpi:

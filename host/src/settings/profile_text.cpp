@@ -1,11 +1,12 @@
 #include "settings/profile_text.h"
 
 #include "base/failure.h"
+#include "settings/parse.h"
 
 #include <algorithm>
 #include <cctype>
-#include <cstdio>
 #include <cstdlib>
+#include <locale.h>
 #include <strings.h>
 
 namespace kowen::host {
@@ -83,10 +84,20 @@ int32_t InRange(int32_t value, int32_t low, int32_t high, int32_t otherwise) {
     return value >= low && value <= high ? value : otherwise;
 }
 
+// atof with a decimal point whatever the program's locale, as the module reads it.
+double LeadingNumber(const std::string &text) {
+    const locale_t plain = newlocale(LC_NUMERIC_MASK, "C", nullptr);
+    if (plain == nullptr)
+        return std::atof(text.c_str());
+    const double number = strtod_l(text.c_str(), nullptr, plain);
+    freelocale(plain);
+    return number;
+}
+
 double InchesOr(const ProfileText &profile, const std::string &section, const char *name,
                 double otherwise) {
     const std::optional<std::string> text = profile.Value(section, name);
-    const double inches = text ? std::atof(text->substr(0, kNumberBytes - 1).c_str()) : otherwise;
+    const double inches = text ? LeadingNumber(text->substr(0, kNumberBytes - 1)) : otherwise;
     return inches >= KOWEN_MIN_INCHES && inches <= KOWEN_MAX_INCHES ? inches : otherwise;
 }
 
@@ -258,14 +269,8 @@ void WriteSettings(const FilterSettings &settings, const std::string &section,
     set(key::kXResolution, settings.xDpi);
     set(key::kYResolution, settings.yDpi);
     set(key::kSizeMode, settings.sizeMode);
-    profile->Set(section, key::kWidth, InchesText(settings.widthInches));
-    profile->Set(section, key::kHeight, InchesText(settings.heightInches));
-}
-
-std::string InchesText(double inches) {
-    char text[kNumberBytes];
-    std::snprintf(text, sizeof text, "%.10g", inches);
-    return text;
+    profile->Set(section, key::kWidth, NumberText(settings.widthInches));
+    profile->Set(section, key::kHeight, NumberText(settings.heightInches));
 }
 
 void CheckSectionName(const std::string &section) {

@@ -76,9 +76,6 @@ FilterSettings ReadSettings(const ProfileText &profile, const std::string &secti
 void WriteSettings(const FilterSettings &settings, const std::string &section,
                    ProfileText *profile);
 
-/// A number of inches as a profile value.
-std::string InchesText(double inches);
-
 /// Throws BadArgument unless the text can be a section's name.
 void CheckSectionName(const std::string &section);
 

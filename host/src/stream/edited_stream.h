@@ -23,6 +23,9 @@ public:
 
     int Error() const { return error; }
 
+    /// Whether what was taken is kept back: the head is not whole yet.
+    bool InHead() const { return inHead; }
+
     /// Whether the error is that the head cannot be changed: it is not as the filter writes it.
     bool HeadUnknown() const { return headUnknown; }
     const JpegWatch &Watch() const { return watch; }

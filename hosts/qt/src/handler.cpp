@@ -1,10 +1,12 @@
 #include "handler.h"
 
-#include <QFileDevice>
+#include <QFile>
 #include <QSaveFile>
+#include <QTemporaryFile>
 #include <QVariant>
 
 #include <exception>
+#include <typeinfo>
 
 namespace {
 
@@ -21,30 +23,51 @@ QString WriteAll(QIODevice &device, const char *bytes, qint64 count) {
     return file == nullptr || file->flush() ? QString() : file->errorString();
 }
 
-// Takes away what was written behind a file's old end, unless it was all: nothing of it could be
-// taken for a picture. What stood in the file before is the program's own.
-class Growth {
-public:
-    explicit Growth(QIODevice &device)
-        : file(qobject_cast<QFileDevice *>(&device)), end(device.size()) {}
-    Growth(const Growth &) = delete;
-    Growth &operator=(const Growth &) = delete;
-    ~Growth() {
-        if (!whole && file != nullptr && !file->isSequential())
-            file->resize(end);
-    }
+// Whether its bytes go to its descriptor as they are: a class made from Qt's may change them.
+bool IsPlain(const QFileDevice &file) {
+    const bool isQts = typeid(file) == typeid(QFile) || typeid(file) == typeid(QTemporaryFile);
+    return isQts && file.handle() >= 0;
+}
 
-    void Keep() { whole = true; }
+// Writes the bytes to the file's descriptor, where the file stands. Its own buffer would keep what
+// a full disk does not take, write as much of that as fits when it is closed, and let nothing be
+// taken away before.
+QString WriteBesideTheBuffer(QFileDevice &file, const char *bytes, qint64 count) {
+    QFile direct;
+    if (!direct.open(file.handle(), QIODevice::WriteOnly | QIODevice::Unbuffered))
+        return direct.errorString();
+    if (file.isSequential())
+        return WriteAll(direct, bytes, count);
+    const qint64 start = file.pos();
+    if (!direct.seek(start))
+        return direct.errorString();
+    const QString unwritten = WriteAll(direct, bytes, count);
+    const bool stands = file.seek(unwritten.isEmpty() ? start + count : start);
+    return stands || !unwritten.isEmpty() ? unwritten : file.errorString();
+}
 
-private:
-    QFileDevice *file;
-    qint64 end;
-    bool whole = false;
-};
+// What did not become a whole picture is taken away behind the file's old end: nothing of it could
+// be taken for one. What stood in the file before is the program's own.
+QString WriteToFile(QFileDevice &file, const char *bytes, qint64 count) {
+    // A flush that writes a part fails without a reason, which the next one has.
+    if (!file.flush() && !file.flush())
+        return file.errorString();
+    const qint64 end = file.size();
+    QString unwritten =
+        IsPlain(file) ? WriteBesideTheBuffer(file, bytes, count) : WriteAll(file, bytes, count);
+    if (!unwritten.isEmpty() && !file.isSequential())
+        file.resize(end);
+    return unwritten;
+}
+
+QString Write(QIODevice &device, const char *bytes, qint64 count) {
+    auto *file = qobject_cast<QFileDevice *>(&device);
+    return file != nullptr ? WriteToFile(*file, bytes, count) : WriteAll(device, bytes, count);
+}
 
 QString NameOf(const QIODevice &device) {
     const auto *file = qobject_cast<const QFileDevice *>(&device);
-    return file == nullptr ? QString("the device") : file->fileName();
+    return file == nullptr || file->fileName().isEmpty() ? QString("the device") : file->fileName();
 }
 
 } // namespace
@@ -71,12 +94,8 @@ QString ImageHandler::Save(const QImage &image) {
     const QString problem = jpeg.Encode(image, options);
     if (!problem.isEmpty())
         return problem;
-    Growth growth(*device());
-    const QString unwritten = WriteAll(*device(), jpeg.Bytes(), jpeg.Size());
-    if (!unwritten.isEmpty())
-        return NameOf(*device()) + " cannot be written: " + unwritten;
-    growth.Keep();
-    return {};
+    const QString unwritten = Write(*device(), jpeg.Bytes(), jpeg.Size());
+    return unwritten.isEmpty() ? unwritten : NameOf(*device()) + " cannot be written: " + unwritten;
 }
 
 bool ImageHandler::supportsOption(ImageOption option) const {

@@ -12,8 +12,9 @@ public:
 
     /// Saves the picture to the device. False when that failed: a sentence that says why is printed
     /// by qWarning, since Qt takes none from a handler. Of a picture that cannot be encoded nothing
-    /// is written; what could not be written whole is taken away behind the file's old end, but for
-    /// what Qt still has in its buffer. A QSaveFile cannot be committed.
+    /// is written; what could not be written whole is taken away behind the file's old end. A
+    /// QSaveFile cannot be committed. In a file of a class that a program made of Qt's, up to
+    /// 16 kB of the picture can be left, since it may change what it is given.
     bool write(const QImage &image) override;
 
     /// Quality, ProgressiveScanWrite and Description.

@@ -143,6 +143,77 @@ TEST_F(Errors, AFullDiskLeavesAFileItsLength) {
     EXPECT_EQ(left.left(9), "xxxxxxx\xFF\xD8");
 }
 
+// So small that all of it would wait in the buffer of a file.
+TEST_F(Errors, AFullDiskLeavesNothingOfASmallPicture) {
+    const QTemporaryDir folder;
+    ASSERT_GT(ByQt(Gradient()).size(), 900);
+    ASSERT_LT(ByQt(Gradient()).size(), 16'384);
+    for (const int before : {0, 200, 899, 900}) {
+        const QString path = folder.filePath(QString::number(before));
+        const SmallDisk disk(900);
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(QByteArray(before, 'x'));
+        EXPECT_FALSE(QImageWriter(&file, "kjpg").write(Gradient()));
+        file.close();
+        EXPECT_EQ(BytesOf(path), QByteArray(before, 'x'));
+        EXPECT_EQ(warnings.takeLast(), "kowen: " + path + " cannot be written: File too large");
+    }
+}
+
+TEST_F(Errors, AFullDiskLeavesNothingOfASmallPictureThatIsSavedByName) {
+    const QTemporaryDir folder;
+    const SmallDisk disk(300);
+    EXPECT_FALSE(Gradient().save(folder.filePath("a.kjpg")));
+    EXPECT_EQ(BytesOf(folder.filePath("a.kjpg")), "");
+}
+
+TEST_F(Errors, NothingOfThePictureComesWhenTheDiskHasRoomAgain) {
+    const QTemporaryDir folder;
+    QFile file(folder.filePath("a.bin"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("before");
+    {
+        const SmallDisk disk(300);
+        EXPECT_FALSE(QImageWriter(&file, "kjpg").write(Gradient()));
+    }
+    file.write("after");
+    file.close();
+    EXPECT_EQ(BytesOf(file.fileName()), "beforeafter");
+}
+
+TEST_F(Errors, AFullDiskLeavesAFileWhereItStood) {
+    const QTemporaryDir folder;
+    QFile file(folder.filePath("a.bin"));
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    file.write(QByteArray(500, 'x'));
+    ASSERT_TRUE(file.seek(7));
+    {
+        const SmallDisk disk(300);
+        EXPECT_FALSE(QImageWriter(&file, "kjpg").write(Gradient()));
+    }
+    file.write("after");
+    file.close();
+    const QByteArray left = BytesOf(file.fileName());
+    EXPECT_EQ(left.size(), 500);
+    EXPECT_EQ(left.left(12), "xxxxxxxafter");
+}
+
+TEST_F(Errors, WhatTheProgramCouldNotWriteBeforeIsTold) {
+    const QTemporaryDir folder;
+    QFile file(folder.filePath("a.bin"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(QByteArray(400, 'x'));
+    {
+        const SmallDisk disk(300);
+        EXPECT_FALSE(QImageWriter(&file, "kjpg").write(Gradient()));
+    }
+    file.close();
+    EXPECT_EQ(BytesOf(file.fileName()), QByteArray(400, 'x'));
+    ASSERT_EQ(warnings.size(), 1);
+    EXPECT_EQ(warnings[0], "kowen: " + file.fileName() + " cannot be written: File too large");
+}
+
 TEST_F(Errors, KeepTheOldFileWhenItIsSavedInOneStep) {
     const QTemporaryDir folder;
     QFile old(folder.filePath("a.jpg"));

@@ -10,6 +10,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
+#include <unistd.h>
+
 using namespace saving;
 
 namespace {
@@ -114,6 +118,85 @@ TEST(Devices, AreWrittenFromWhereTheyStand) {
     buffer.seek(7);
     ASSERT_TRUE(QImageWriter(&buffer, "kjpg").write(Gradient()));
     EXPECT_EQ(buffer.data(), "before-" + ByQt(Gradient()));
+}
+
+class OpenFiles : public testing::Test {
+protected:
+    OpenFiles() {
+        file.setFileName(path);
+        file.open(QIODevice::WriteOnly);
+        file.write("before-and-after");
+        file.close();
+    }
+
+    // Saves the picture, writes a word behind it, and closes the file.
+    void Save() {
+        EXPECT_TRUE(QImageWriter(&file, "kjpg").write(Gradient()));
+        EXPECT_EQ(file.write("!"), 1);
+        file.close();
+    }
+
+    const QByteArray picture = ByQt(Gradient());
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("a.bin");
+    QFile file;
+};
+
+TEST_F(OpenFiles, AreWrittenFromWhereTheyStand) {
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    ASSERT_EQ(file.read(7), "before-"); // Qt has read the rest as well
+    Save();
+    EXPECT_EQ(ReadAll(path), "before-" + picture + "!");
+}
+
+TEST_F(OpenFiles, ThatAreAppendedToGetItAtTheirEnd) {
+    ASSERT_TRUE(file.open(QIODevice::Append));
+    file.write("-");
+    Save();
+    EXPECT_EQ(ReadAll(path), "before-and-after-" + picture + "!");
+}
+
+TEST_F(OpenFiles, OfTheLanguageCKeepTheOrder) {
+    std::FILE *stream = std::fopen(path.toLocal8Bit().constData(), "w");
+    ASSERT_NE(stream, nullptr);
+    std::fputs("before", stream);
+    ASSERT_TRUE(file.open(stream, QIODevice::WriteOnly));
+    file.write("-");
+    Save();
+    std::fclose(stream);
+    EXPECT_EQ(ReadAll(path), "before-" + picture + "!");
+}
+
+TEST_F(OpenFiles, ThatArePipesTakeIt) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    ASSERT_TRUE(file.open(ends[1], QIODevice::WriteOnly, QFileDevice::AutoCloseHandle));
+    file.write("before-");
+    Save();
+    QFile other;
+    ASSERT_TRUE(other.open(ends[0], QIODevice::ReadOnly, QFileDevice::AutoCloseHandle));
+    EXPECT_EQ(other.readAll(), "before-" + picture + "!");
+}
+
+TEST(Devices, OfAProgramsOwnClassGetEveryByte) {
+    class Turned final : public QFile {
+        qint64 writeData(const char *bytes, qint64 count) override {
+            QByteArray turned(bytes, static_cast<int>(count));
+            for (char &byte : turned)
+                byte = static_cast<char>(~byte);
+            return QFile::writeData(turned.constData(), count);
+        }
+    };
+    const QTemporaryDir folder;
+    Turned file;
+    file.setFileName(folder.filePath("a.bin"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    ASSERT_TRUE(QImageWriter(&file, "kjpg").write(Gradient()));
+    file.close();
+    QByteArray bytes = ReadAll(file.fileName());
+    for (char &byte : bytes)
+        byte = static_cast<char>(~byte);
+    EXPECT_EQ(bytes, ByQt(Gradient()));
 }
 
 } // namespace

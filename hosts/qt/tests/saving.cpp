@@ -5,6 +5,7 @@
 #include <QImageReader>
 #include <QImageWriter>
 #include <QProcess>
+#include <QProcessEnvironment>
 #include <QTemporaryDir>
 
 #include <algorithm>
@@ -46,7 +47,10 @@ QByteArray ByTheProgram(const QImage &image, const QStringList &options) {
     const QString from = folder.filePath("in.png"), to = folder.filePath("out.jpg");
     if (!image.save(from, "png"))
         return {};
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove("KOWEN_MODULE"); // it has the filter itself, whatever the plug-in has
     QProcess program;
+    program.setProcessEnvironment(environment);
     program.setWorkingDirectory(folder.path());
     program.setProcessChannelMode(QProcess::ForwardedChannels);
     program.start(KOWEN_PROGRAM, QStringList{"export", from, to, "-q"} + options);
