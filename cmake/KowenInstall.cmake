@@ -19,7 +19,7 @@ if(KOWEN_BUILD_HOST)
   file(RELATIVE_PATH libraries_from_programs
     ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
   set_target_properties(kowenhost PROPERTIES EXPORT_NAME host)
-  set_target_properties(kowen_host PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_programs}")
+  kowen_library_folders(kowen_host ${libraries_from_programs} .)
   install(TARGETS kowenhost EXPORT kowenTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library
       NAMELINK_COMPONENT development

@@ -61,6 +61,19 @@ set(KOWEN_TEST_OPTIONS $<$<CONFIG:Release>:-O0>
   # g++ 12 takes what a test pushes into a vector or appends to a string for an overflow.
   "$<$<CXX_COMPILER_ID:GNU>:-Wno-stringop-overflow;-Wno-array-bounds>")
 
+# kowen_library_folders(target installed built): where a program looks for the host library, from its own
+# folder, when it is installed and in the build tree. It has both paths in both places: where CMake
+# puts one for the other it leaves a colon behind in the build tree, and an empty name after that is
+# the current folder, where anybody may have put a library. Packages have neither.
+function(kowen_library_folders target installed built)
+  set(folders "$ORIGIN/${installed}" "$ORIGIN/${built}")
+  list(REMOVE_DUPLICATES folders)
+  set_target_properties(${target} PROPERTIES INSTALL_RPATH "${folders}")
+  if(NOT CMAKE_SKIP_INSTALL_RPATH)
+    set_target_properties(${target} PROPERTIES BUILD_WITH_INSTALL_RPATH ON)
+  endif()
+endfunction()
+
 # kowen_test(name source... [SHARDS count]): one test program of a folder. ctest runs it once, or a
 # part of its tests in each of several runs side by side, when they take seconds.
 function(kowen_test name)

@@ -57,6 +57,16 @@ TEST_F(ExportFailure, MissingModule) {
     EXPECT_EQ(Listing(), "in.ppm text.so");
 }
 
+// Pictures lie in folders of other people's as well.
+TEST_F(ExportFailure, LibrariesInTheFolderAreNotLoaded) {
+    for (const char *name : {"libc.so.6", "libjpeg.so.62", "libkowenhost.so.0", "liblcms2.so.2",
+                             "libpng16.so.16", "libstdc++.so.6", "libz.so.1", "libzimg.so.2"})
+        directory.Write(name, "no library");
+    Export({"in.ppm"});
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_TRUE(std::filesystem::exists(directory.File("in.jpg")));
+}
+
 TEST_F(ExportFailure, FullDiskKeepsTheOldFile) {
     Export({"in.ppm", "out.jpg", "-q"});
     const std::string before = directory.Read("out.jpg");
