@@ -94,4 +94,44 @@ template <typename Work> SlowPipe ReadSlowly(bool waits, Work work) {
     return result;
 }
 
+/// A pipe of 4096 bytes that is full. The writing end waits by itself or does not.
+class FullPipe {
+public:
+    explicit FullPipe(bool waits) {
+        if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0)
+            return;
+        fcntl(ends[1], F_SETPIPE_SZ, 4096);
+        while (write(ends[1], "f", 1) == 1)
+            ++filled;
+        fcntl(ends[0], F_SETFL, O_RDONLY);
+        if (waits)
+            fcntl(ends[1], F_SETFL, O_WRONLY);
+    }
+    ~FullPipe() {
+        close(ends[0]);
+        CloseWriter();
+    }
+    FullPipe(const FullPipe &) = delete;
+    FullPipe &operator=(const FullPipe &) = delete;
+
+    int Writer() const { return ends[1]; }
+    void CloseWriter() {
+        if (ends[1] >= 0)
+            close(ends[1]);
+        ends[1] = -1;
+    }
+    /// All that comes behind the bytes that filled it.
+    std::string Rest() const {
+        std::string bytes;
+        char piece[4096];
+        for (ssize_t n; (n = read(ends[0], piece, sizeof piece)) > 0;)
+            bytes.append(piece, static_cast<size_t>(n));
+        return bytes.substr(filled);
+    }
+
+private:
+    int ends[2] = {-1, -1};
+    size_t filled = 0;
+};
+
 } // namespace kowen::test
