@@ -59,6 +59,9 @@ TEST_F(ExportFailure, MissingModule) {
 
 // Pictures lie in folders of other people's as well.
 TEST_F(ExportFailure, LibrariesInTheFolderAreNotLoaded) {
+#ifdef KOWEN_BUILT_FOR_PACKAGES
+    GTEST_SKIP() << "the program has another search path than the one that is installed";
+#endif
     for (const char *name : {"libc.so.6", "libjpeg.so.62", "libkowenhost.so.0", "liblcms2.so.2",
                              "libpng16.so.16", "libstdc++.so.6", "libz.so.1", "libzimg.so.2"})
         directory.Write(name, "no library");
