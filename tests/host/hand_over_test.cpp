@@ -237,6 +237,18 @@ TEST(HandOver, ReadsRowsOnceInOrder) {
     }
 }
 
+TEST(HandOver, RefusesMoreThanFourGigabytesOnEveryMachine) {
+    // Rows of 120000 bytes: 2^32 + 72704 in all.
+    KowenPicture picture = PictureOf(KOWEN_PIXEL_RGB, 40000, 35792, nullptr);
+    picture.readRow = [](void *, uint32_t, void *) -> int32_t { return 1; };
+    try {
+        Take(picture, AsTheyAre());
+        FAIL() << "it was taken";
+    } catch (const Failure &failure) {
+        EXPECT_EQ(failure.Code(), KOWEN_HOST_ERR_MEMORY) << failure.what();
+    }
+}
+
 TEST(GivenPicture, RefusesSenselessRecords) {
     const Bytes pixels(64);
     const auto refused = [&](auto change) {

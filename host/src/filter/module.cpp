@@ -92,13 +92,14 @@ void FilterModule::TellModuleItsPath() const {
     std::memcpy(buffer, text.c_str(), text.size() + 1);
 }
 
-WrappedBlock::WrappedBlock(const FilterModule &owner, size_t size) : module(&owner), bytes(size) {
+WrappedBlock::WrappedBlock(const FilterModule &owner, uint64_t size)
+    : module(&owner), bytes(static_cast<size_t>(size)) {
     if (size > UINT32_MAX)
         throw Failure(KOWEN_HOST_ERR_MEMORY,
                       "the picture takes more than the 4 GB that the filter can be given");
-    memory = static_cast<uint8_t *>(std::malloc(std::max<size_t>(size, 1)));
+    memory = static_cast<uint8_t *>(std::malloc(std::max<size_t>(bytes, 1)));
     if (memory != nullptr)
-        PreferLargePages(memory, size);
+        PreferLargePages(memory, bytes);
     handle = memory != nullptr ? owner.wrap(memory, static_cast<uint32_t>(size)) : 0;
     if (handle == 0) {
         std::free(memory);

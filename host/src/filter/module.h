@@ -51,7 +51,7 @@ public:
     WrappedBlock() = default;
 
     /// Throws Failure when there is not enough memory, or more than 4 GB are asked for.
-    WrappedBlock(const FilterModule &owner, size_t size);
+    WrappedBlock(const FilterModule &owner, uint64_t size);
     ~WrappedBlock();
     WrappedBlock(WrappedBlock &&other) noexcept;
     WrappedBlock &operator=(WrappedBlock &&other) noexcept;

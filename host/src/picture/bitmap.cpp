@@ -17,7 +17,7 @@ size_t RowBytes(uint32_t width, int depth) {
 Bitmap::Bitmap(const FilterModule &owner, uint32_t columns, uint32_t rows, int bits,
                const std::vector<uint8_t> &colours)
     : module(owner), width(columns), height(rows), depth(bits), rowBytes(RowBytes(columns, bits)),
-      palette(colours), pixels(owner, rowBytes * rows) {
+      palette(colours), pixels(owner, uint64_t{rowBytes} * rows) {
     // The padding of a row is coded by nobody, but it is read.
     for (uint32_t y = 0; y < height; ++y)
         std::memset(Row(y) + rowBytes - kRowAlignment, 0, kRowAlignment);
