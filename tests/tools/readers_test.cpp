@@ -1,4 +1,5 @@
 // What the readers say about a picture, where it takes bytes that no program writes by itself.
+#include "byte_count.h"
 #include "readers/exif.h"
 #include "readers/pnm_source.h"
 #include "readers/tiff_exif.h"
@@ -14,6 +15,14 @@ namespace {
 using Bytes = std::vector<uint8_t>;
 using namespace kowen::test;
 using namespace std::string_view_literals;
+
+TEST(BytesOf, MultipliesAndRefusesWhatCannotBeAddressed) {
+    EXPECT_EQ(BytesOf({40000, 300, 3}), 36000000u);
+    EXPECT_EQ(BytesOf({PTRDIFF_MAX, 1}), static_cast<size_t>(PTRDIFF_MAX));
+    EXPECT_EQ(BytesOf({0, UINT64_MAX}), 0u);
+    EXPECT_THROW(BytesOf({PTRDIFF_MAX, 2}), std::bad_alloc);
+    EXPECT_THROW(BytesOf({uint64_t{1} << 32, uint64_t{1} << 32}), std::bad_alloc);
+}
 
 // One entry, the orientation, in four bytes.
 TEST(ExifOrientation, ReadsFourBytesAsWellAsTwo) {

@@ -1,6 +1,7 @@
 #include "compare/plain_picture.h"
 
 #include "batch/picture_rows.h"
+#include "byte_count.h"
 #include "readers/jpeg_source.h"
 #include "readers/plain_rows.h"
 
@@ -17,7 +18,7 @@ constexpr uint32_t kFirstTurned = 5;
 PlainPicture ReadRows(Source *source, const Rgb &background) {
     const PictureFacts &facts = source->Facts();
     PlainPicture picture = {facts.width, facts.height, {}, facts.xDpi, facts.yDpi, facts.icc};
-    picture.pixels.resize(size_t{facts.width} * facts.height * 3);
+    picture.pixels.resize(BytesOf({facts.width, facts.height, 3}));
     PlainRows rows(source, background);
     std::vector<uint8_t> grey(facts.width);
     for (uint32_t y = 0; y < facts.height; ++y) {

@@ -1,3 +1,4 @@
+#include "byte_count.h"
 #include "failure.h"
 #include "readers/jpeg_source.h"
 #include "readers/magick_library.h"
@@ -13,22 +14,21 @@ std::string NameOf(const std::string &path) {
 }
 
 size_t RowBytes(const PictureFacts &facts) {
-    const size_t width = facts.width;
     switch (facts.format) {
     case KOWEN_PIXEL_RGB:
-        return width * 3;
+        return BytesOf({facts.width, 3});
     case KOWEN_PIXEL_RGBA:
     case KOWEN_PIXEL_BGRA:
-        return width * 4;
+        return BytesOf({facts.width, 4});
     case KOWEN_PIXEL_GREY_ALPHA:
-        return width * 2;
+        return BytesOf({facts.width, 2});
     case KOWEN_PIXEL_BILEVEL:
-        return (width + 7) / 8;
+        return facts.width / 8 + (facts.width % 8 != 0 ? 1 : 0);
     case KOWEN_PIXEL_GREY:
     case KOWEN_PIXEL_INDEXED:
         break;
     }
-    return width;
+    return facts.width;
 }
 
 std::unique_ptr<Source> OpenPicture(const std::string &path, const ReadOptions &options) {

@@ -1,5 +1,6 @@
 #include "readers/png_source.h"
 
+#include "byte_count.h"
 #include "cancel.h"
 #include "failure.h"
 #include "readers/png_reader.h"
@@ -44,7 +45,7 @@ public:
 
 private:
     void ReadWhole() {
-        whole.resize(rowBytes * facts.height);
+        whole.resize(BytesOf({rowBytes, facts.height}));
         for (uint32_t y = 0; y < facts.height; ++y)
             Blank(whole.data() + rowBytes * y);
         for (int pass = 0; pass < reader.Passes() && !cut; ++pass) {

@@ -26,7 +26,7 @@ struct PictureFacts {
     std::string kind; ///< the file's format, such as PNG
 };
 
-/// Bytes of a row in a pixel format, without gaps.
+/// Bytes of a row in a pixel format, without gaps. Throws as BytesOf.
 size_t RowBytes(const PictureFacts &facts);
 
 class Source {

@@ -1,5 +1,6 @@
 #include "resize/band_scaler.h"
 
+#include "byte_count.h"
 #include "failure.h"
 
 #include <zimg.h>
@@ -77,8 +78,8 @@ struct FreeMemory {
 
 PlanarRows::PlanarRows(uint32_t pixels, uint32_t rowCount, size_t planeCount)
     : width(pixels), rows(rowCount), planes(planeCount),
-      stride((pixels + kAlignment - 1) / kAlignment * kAlignment),
-      bytes(stride * rowCount * planeCount + kAlignment) {
+      stride(BytesOf({(uint64_t{pixels} + kAlignment - 1) / kAlignment, kAlignment})),
+      bytes(BytesOf({stride, rowCount, planeCount}) + kAlignment) {
     const auto address = reinterpret_cast<uintptr_t>(bytes.data());
     offset = (kAlignment - address % kAlignment) % kAlignment;
 }

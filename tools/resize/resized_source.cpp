@@ -1,5 +1,6 @@
 #include "resize/resized_source.h"
 
+#include "byte_count.h"
 #include "resize/band_scaler.h"
 
 #include <algorithm>
@@ -18,7 +19,8 @@ public:
         : source(std::move(picture)),
           rows(source.get(), background), from{source->Facts().width, source->Facts().height},
           size(to), window(from.width, WindowRows(), rows.Channels()),
-          band(size.width, kBandRows, rows.Channels()), line(from.width * rows.Channels()) {
+          band(size.width, kBandRows, rows.Channels()),
+          line(BytesOf({from.width, rows.Channels()})) {
         facts = source->Facts();
         facts.width = size.width;
         facts.height = size.height;
