@@ -25,9 +25,9 @@ function __kowen_sections
             and set profile (string replace -- '--profile=' '' $word)
             set before $word
         end
-        if test -n "$INIDIR"; and not string match -q -- '/*' $profile; and test -f "$INIDIR/$profile"
-            set profile $INIDIR/$profile
-        end
+    end
+    if test -n "$INIDIR"; and not string match -q -- '/*' $profile; and test -f "$INIDIR/$profile"
+        set profile $INIDIR/$profile
     end
     set profile (string replace -r '^~/' "$HOME/" -- $profile)
     test -f "$profile"; and command kowen setup sections -- $profile 2>/dev/null

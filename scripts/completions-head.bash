@@ -18,8 +18,8 @@ _kowen_profile() {
             [ "$word" != = ] || word=${COMP_WORDS[i + 2]}
             profile=$word
         done
-        [[ -z ${INIDIR:-} || $profile == /* || ! -f $INIDIR/$profile ]] || profile=$INIDIR/$profile
     fi
+    [[ -z ${INIDIR:-} || $profile == /* || ! -f $INIDIR/$profile ]] || profile=$INIDIR/$profile
     profile=${profile/#\~\//$HOME/}
     printf '%s\n' "${profile//[\"\'\\]/}"
 }

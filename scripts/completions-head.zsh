@@ -18,8 +18,8 @@ _kowen_sections() {
             [[ $words[i] != --profile ]] || profile=$words[i+1]
             [[ $words[i] != --profile=* ]] || profile=${words[i]#*=}
         done
-        [[ -z $INIDIR || $profile == /* || ! -f $INIDIR/$profile ]] || profile=$INIDIR/$profile
     fi
+    [[ -z $INIDIR || $profile == /* || ! -f $INIDIR/$profile ]] || profile=$INIDIR/$profile
     profile=${(Q)${profile/#\~\//$HOME/}}
     [[ -f $profile ]] || return 1
     names=(${(f)"$(command kowen setup sections -- $profile 2>/dev/null)"})
