@@ -7,7 +7,7 @@
 
 namespace kowen::check {
 
-/// What the host's requests have made of a device. All zero after an initialisation but the state.
+/// What the host's requests have made of a device, from its initialisation on.
 struct DeviceState {
     int32_t state = 1;
     int64_t windowColumns = 1;
@@ -25,7 +25,7 @@ struct DeviceState {
 /// Reports what is wrong with a request before the device gets it.
 void CheckRequest(Call &call, const DeviceState &device, const void *request);
 
-/// What the request has made of the device; code is what the device answered.
+/// Takes in what a request that the device got has made of it.
 void FollowRequest(DeviceState *device, const void *request);
 
 } // namespace kowen::check

@@ -2,9 +2,10 @@
 // standard error.
 //
 // Environment, read when the module is loaded:
-//   KOWEN_CHECK_TRACE   the file that the trace is appended to, "-" for standard error; else no
-//   trace KOWEN_CHECK_FORMAT  "json" for one object a line; else text KOWEN_CHECK_ABORT   "1" ends
-//   the process at the first mistake, for a debugger
+//
+//     KOWEN_CHECK_TRACE   the file that the trace is appended to, "-" for standard error; else none
+//     KOWEN_CHECK_FORMAT  "json" for one object a line; else text
+//     KOWEN_CHECK_ABORT   "1" ends the process at the first mistake, for a debugger
 #pragma once
 
 #include "rules.h"
