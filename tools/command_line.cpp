@@ -103,7 +103,7 @@ std::string DashAdvice(const Words &words) {
     return "";
 }
 
-int Parse(CLI::App *app, const Words &words) {
+void Parse(CLI::App *app, const Words &words) {
     try {
         app->parse(Words(words.rbegin(), words.rend()));
     } catch (const CLI::Success &asked) {
@@ -118,7 +118,6 @@ int Parse(CLI::App *app, const Words &words) {
         Innermost(*app, &path);
         throw UsageFailure(error.what() + DashAdvice(words), SeeHelp(path));
     }
-    return kExitOk;
 }
 
 } // namespace

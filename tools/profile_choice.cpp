@@ -29,10 +29,6 @@ std::string Locate(const std::string &name) {
     return Exists(there) ? there : name;
 }
 
-} // namespace
-
-namespace {
-
 // The pixels are what --resize says; a profile's size is for exports without it.
 void PassOverSize(PictureOptions *options) {
     const std::string size = options->settings.Get("size");
