@@ -67,7 +67,7 @@ if(KOWEN_SCDOC)
   add_custom_target(kowen_manuals ALL DEPENDS ${manuals})
 endif()
 
-install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT manual)
+install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT manual)
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT manual
   FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.svg" PATTERN man EXCLUDE)
 install(FILES examples/delegates.mgk examples/delegates.xml examples/kowen.ini
