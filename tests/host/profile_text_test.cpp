@@ -24,10 +24,17 @@ TEST(ProfileTextValue, ReadsAsTheModuleDoes) {
     EXPECT_EQ(ValueIn("[A]\r\nX=1\r\n", "A", "X"), "1");
     EXPECT_EQ(ValueIn("[A]\rX=1", "A", "X"), "1");
     EXPECT_EQ(ValueIn("", "A", "X"), "(none)");
+    EXPECT_EQ(ValueIn("[A]\nX=1\n[B]\n[A]\nY=2\n", "A", "Y"), "2");
+    EXPECT_EQ(ValueIn("[A]\nX=1\n[A]\nY=2\n", "A", "Y"), "(none)"); // the second one ends it
+    EXPECT_EQ(ValueIn("A\nX=1\n", "A", "X"), "1");
+    EXPECT_EQ(ValueIn("[A]\nX=1\n", " [A] ", "X"), "1");
+    EXPECT_EQ(ValueIn("\nX=1\n", "", "X"), "(none)");
 }
 
 TEST(ProfileTextNumber, ReadsAsTheModuleDoes) {
-    const ProfileText text("[A]\nH=0xff\nT=12abc\nM=-5\nW=abc\nE=\n");
+    const ProfileText text("[A]\nH=0xff\nT=12abc\nM=-5\nW=abc\nE=\nL=99999999999\nB=0x100000055\n");
+    EXPECT_EQ(text.Number("A", "L", 7), 2147483647);
+    EXPECT_EQ(text.Number("A", "B", 7), 0x55);
     EXPECT_EQ(text.Number("A", "H", 7), 255);
     EXPECT_EQ(text.Number("A", "T", 7), 12);
     EXPECT_EQ(text.Number("A", "M", 7), 0);
@@ -105,6 +112,16 @@ TEST(ReadSettings, ChecksRangesAsTheModuleDoes) {
     EXPECT_DOUBLE_EQ(settings.widthInches, 6.67);
     EXPECT_DOUBLE_EQ(settings.heightInches, 0.03125);
     EXPECT_EQ(settings.resolutionMode, 307);
+}
+
+TEST(ReadSettings, KeepsQualityAndResolutionsIn16BitsAsTheModuleDoes) {
+    const FilterSettings settings =
+        ReadSettings(ProfileText("[A]\nQuality Mode=242\nQuality=65621\nX Resolution=65686\n"
+                                 "Y Resolution=131372\n"),
+                     "A");
+    EXPECT_EQ(settings.quality, 85);
+    EXPECT_EQ(settings.xDpi, 150);
+    EXPECT_EQ(settings.yDpi, 300);
 }
 
 TEST(ReadSettings, LeavesResolutionsUncheckedWithTheSizeFromThePage) {

@@ -40,7 +40,7 @@ void Progress::TellOrThrow(double fraction) {
 }
 
 void FailCancelled() {
-    throw Failure(KOWEN_HOST_ERR_CANCELLED, "cancelled; nothing was written");
+    throw Failure(KOWEN_HOST_ERR_CANCELLED, "cancelled; no file was made or changed");
 }
 
 } // namespace kowen::host

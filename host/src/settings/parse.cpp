@@ -165,7 +165,7 @@ void CheckPixels(const Extent &extent) {
 void CheckInches(const Extent &extent) {
     for (const double side : {extent.width, extent.height}) {
         if (side < KOWEN_MIN_INCHES || side > kLongestSide)
-            throw BadArgument("a size has at least 0.03125 inches (0.8 mm) each way");
+            throw BadArgument("a size is from 0.03125 to 65535 inches (from 0.8 mm) each way");
     }
 }
 

@@ -141,7 +141,7 @@ bool ProfileText::Has(const std::string &section) const {
 
 std::optional<size_t> ProfileText::FindHeader(const std::string &section) const {
     for (size_t i = 0; i < lines.size(); ++i) {
-        if (IsHeader(lines[i].text) && Same(HeaderName(lines[i].text), section))
+        if (IsHeader(lines[i].text) && Same(HeaderName(lines[i].text), HeaderName(section)))
             return i;
     }
     return std::nullopt;
@@ -156,13 +156,17 @@ size_t ProfileText::SectionEnd(size_t first) const {
 
 std::optional<std::string> ProfileText::Value(const std::string &section,
                                               const std::string &name) const {
-    const std::optional<size_t> header = FindHeader(section);
-    if (!header)
-        return std::nullopt;
-    for (size_t i = *header + 1; i < SectionEnd(*header + 1); ++i) {
-        const std::optional<Entry> entry = EntryOf(lines[i].text);
-        if (entry && Same(entry->key, name))
-            return entry->value;
+    const std::string wanted = HeaderName(section);
+    bool inSection = false;
+    for (const Line &line : lines) {
+        if (!inSection) {
+            inSection = !wanted.empty() && Same(HeaderName(line.text), wanted);
+        } else if (IsHeader(line.text)) {
+            inSection = false; // the module does not look at its name
+        } else if (const std::optional<Entry> entry = EntryOf(line.text)) {
+            if (Same(entry->key, name))
+                return entry->value;
+        }
     }
     return std::nullopt;
 }
@@ -173,10 +177,11 @@ int32_t ProfileText::Number(const std::string &section, const std::string &name,
     if (!value || value->empty())
         return otherwise;
     if (value->starts_with("0x") || value->starts_with("0X"))
-        return static_cast<int32_t>(std::strtoul(value->c_str() + 2, nullptr, 16));
+        return static_cast<int32_t>(std::strtoull(value->c_str() + 2, nullptr, 16));
     if (std::isdigit(static_cast<unsigned char>((*value)[0])) == 0)
         return 0;
-    return static_cast<int32_t>(std::strtol(value->c_str(), nullptr, 10));
+    return static_cast<int32_t>(
+        std::min<unsigned long long>(std::strtoull(value->c_str(), nullptr, 10), INT32_MAX));
 }
 
 std::string ProfileText::LineEnd() const {
@@ -224,6 +229,9 @@ FilterSettings ReadSettings(const ProfileText &profile, const std::string &secti
     const auto number = [&](const char *name, int32_t otherwise) {
         return profile.Number(section, name, otherwise);
     };
+    const auto word = [&](const char *name, int32_t otherwise) { // in 16 bits of the setup
+        return static_cast<int16_t>(number(name, otherwise));
+    };
     FilterSettings settings;
     const FilterSettings standard;
     settings.colourMode = number(key::kColourMode, standard.colourMode);
@@ -235,7 +243,7 @@ FilterSettings ReadSettings(const ProfileText &profile, const std::string &secti
     settings.qualityMode = number(key::kQualityMode, KOWEN_QUALITY_FIXED);
     settings.lineMode = number(key::kLineMode, standard.lineMode);
     if (settings.qualityMode == KOWEN_QUALITY_USER)
-        settings.quality = InRange(number(key::kQuality, standard.quality), KOWEN_MIN_QUALITY,
+        settings.quality = InRange(word(key::kQuality, standard.quality), KOWEN_MIN_QUALITY,
                                    KOWEN_MAX_QUALITY, standard.quality);
     // The module knows no printer and takes the display, which is the page, in its place.
     if (settings.resolutionMode == KOWEN_RESOLUTION_FROM_PRINTER)
@@ -246,8 +254,8 @@ FilterSettings ReadSettings(const ProfileText &profile, const std::string &secti
     const bool checked = settings.sizeMode != KOWEN_SIZE_FROM_DISPLAY;
     const int32_t low = checked ? KOWEN_MIN_RESOLUTION : 1;
     const int32_t high = checked ? KOWEN_MAX_RESOLUTION : INT16_MAX;
-    settings.xDpi = InRange(number(key::kXResolution, standard.xDpi), low, high, standard.xDpi);
-    settings.yDpi = InRange(number(key::kYResolution, standard.yDpi), low, high, standard.yDpi);
+    settings.xDpi = InRange(word(key::kXResolution, standard.xDpi), low, high, standard.xDpi);
+    settings.yDpi = InRange(word(key::kYResolution, standard.yDpi), low, high, standard.yDpi);
     settings.widthInches = InchesOr(profile, section, key::kWidth, standard.widthInches);
     settings.heightInches = InchesOr(profile, section, key::kHeight, standard.heightInches);
     return settings;

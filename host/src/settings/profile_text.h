@@ -22,12 +22,12 @@ public:
 
     bool Has(const std::string &section) const;
 
-    /// The value of a key; nothing when the section or the key is not there. Names match without
-    /// regard to case.
+    /// The value of a key, in any of the sections of that name; nothing when it is in none. Names
+    /// match without regard to case.
     std::optional<std::string> Value(const std::string &section, const std::string &key) const;
 
-    /// The value as a number, as the module takes it: hexadecimal after 0x, else the leading
-    /// digits, 0 without any.
+    /// The value as a number, as the module takes it: hexadecimal after 0x, of which the low 32
+    /// bits count, else the leading digits, at most 2147483647, 0 without any.
     int32_t Number(const std::string &section, const std::string &key, int32_t otherwise) const;
 
     /// Sets a key. A line that has it keeps its comment; a new one goes to the end of the section,
