@@ -109,6 +109,7 @@ contents_of() {
     libgexiv2-dev) echo gexiv2.pc ;;
     gimp) echo gimp-console-2.10 ;;
     xvfb) echo Xvfb ;;
+    procps) echo pgrep ;;
     libcli11-dev) echo CLI/CLI.hpp ;;
     nlohmann-json3-dev) echo nlohmann/json.hpp ;;
     libgtest-dev) echo gtest/gtest.h ;;
