@@ -53,4 +53,6 @@ def main(picture, sheet, corner="0,0"):
     sheet_of(columns, place).quantize(128, dither=Image.Dither.NONE).save(sheet, optimize=True)
 
 
+if not 3 <= len(sys.argv) <= 4:
+    sys.exit(__doc__)
 main(*sys.argv[1:])
