@@ -1,6 +1,8 @@
 #include "blocks.h"
 
+#include "callbacks.h"
 #include "lifetime.h"
+#include "names.h"
 #include "real_module.h"
 
 #include <map>
@@ -50,6 +52,15 @@ void CheckFlags(const Call &call, uint32_t flags) {
         call.Mistake(Rule::kBlockFlags, "flags are " + std::to_string(flags));
 }
 
+/// For a call that ends a block.
+void RequireBlockToEnd(Call &call, MemoryHandle handle) {
+    if (call.Passes() && IsBlock(handle) && IsBlockInUse(handle))
+        call.Danger(Rule::kBlockInUse,
+                    DescribeBlock(handle) + " belongs to the export that calls back");
+    else
+        RequireBlock(call, "the block", handle);
+}
+
 /// What a call that makes a block returns.
 MemoryHandle Made(Call &call, MemoryHandle handle, BlockKind kind = BlockKind::kOwn) {
     AddBlock(handle, kind);
@@ -93,7 +104,12 @@ uint32_t BlockBytes(MemoryHandle handle) {
 }
 
 void RequireBlock(Call &call, const char *what, MemoryHandle handle) {
-    if (handle != 0 && !IsBlock(handle))
+    if (handle == 0 || IsBlock(handle))
+        return;
+    if (call.Passes() && IsBlockInUse(handle))
+        call.Danger(Rule::kBlockInUse, std::string("the handle of ") + what +
+                                           " is that of memory output in the making");
+    else
         call.Danger(Rule::kBlockHandle, std::string("the handle of ") + what + " is that of an " +
                                             DescribeBlock(handle));
 }
@@ -104,7 +120,8 @@ void ReportBlocksLeft() {
 }
 
 MemoryHandle CheckedAlloc(uint32_t flags, uint32_t size) {
-    Call call("GlobalAlloc", CallKind::kMemory, {{"flags", flags}, {"size", size}});
+    Call call("GlobalAlloc", CallKind::kMemory,
+              {{"flags", AllocationFlagsName(flags)}, {"size", size}});
     CheckFlags(call, flags);
     return Made(call, call.Passes() ? Real()->globalAlloc(flags, size) : 0);
 }
@@ -112,7 +129,9 @@ MemoryHandle CheckedAlloc(uint32_t flags, uint32_t size) {
 void *CheckedLock(MemoryHandle handle) {
     Call call("GlobalLock", CallKind::kMemory, {{"handle", DescribeBlock(handle)}});
     RequireBlock(call, "the block", handle);
-    return call.Passes() ? Real()->globalLock(handle) : nullptr;
+    void *data = call.Passes() ? Real()->globalLock(handle) : nullptr;
+    call.Tell("data", data != nullptr);
+    return data;
 }
 
 int32_t CheckedUnlock(MemoryHandle handle) {
@@ -123,7 +142,7 @@ int32_t CheckedUnlock(MemoryHandle handle) {
 
 int32_t CheckedFree(MemoryHandle handle) {
     Call call("GlobalFree", CallKind::kMemory, {{"handle", DescribeBlock(handle)}});
-    RequireBlock(call, "the block", handle);
+    RequireBlockToEnd(call, handle);
     if (!call.Passes())
         return 0;
     EndBlock(handle);
@@ -131,10 +150,11 @@ int32_t CheckedFree(MemoryHandle handle) {
 }
 
 MemoryHandle CheckedReAlloc(MemoryHandle handle, uint32_t size, uint32_t flags) {
-    Call call("GlobalReAlloc", CallKind::kMemory,
-              {{"handle", DescribeBlock(handle)}, {"size", size}, {"flags", flags}});
+    Call call(
+        "GlobalReAlloc", CallKind::kMemory,
+        {{"handle", DescribeBlock(handle)}, {"size", size}, {"flags", AllocationFlagsName(flags)}});
     CheckFlags(call, flags);
-    RequireBlock(call, "the block", handle);
+    RequireBlockToEnd(call, handle);
     if (!call.Passes())
         return 0;
     EndBlock(handle);
@@ -167,8 +187,10 @@ MemoryHandle CheckedPointerToHandle(void *data, uint32_t size) {
 }
 
 uint32_t CheckedCompact(uint32_t request) {
-    const Call call("GlobalCompact", CallKind::kMemory, {{"request", request}});
-    return call.Passes() ? Real()->globalCompact(request) : 0;
+    Call call("GlobalCompact", CallKind::kMemory, {{"request", request}});
+    const uint32_t bytes = call.Passes() ? Real()->globalCompact(request) : 0;
+    call.Tell("bytes", bytes);
+    return bytes;
 }
 
 } // namespace kowen::check

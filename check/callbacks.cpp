@@ -1,5 +1,6 @@
 #include "callbacks.h"
 
+#include "decode.h"
 #include "device.h"
 #include "lifetime.h"
 #include "names.h"
@@ -11,46 +12,61 @@
 namespace kowen::check {
 namespace {
 
-/// Innermost last. The module calls back for the innermost one only.
-struct AtWork {
-    std::vector<Output *> outputs;
+/// An output and the call that works on it.
+struct Work {
+    Output *output;
+    size_t underway; ///< calls and callbacks, this one included
 };
 
-std::vector<Output *> &OutputsAtWork() {
-    return TheOne<AtWork>().outputs;
+/// Innermost last. The module calls back for the innermost one only.
+struct AtWork {
+    std::vector<Work> works;
+    std::vector<MemoryHandle> kept; ///< a setup, or 0, for each callback of the host's
+};
+
+AtWork &TheWork() {
+    return TheOne<AtWork>();
+}
+
+Output &Innermost() {
+    return *TheWork().works.back().output;
+}
+
+/// Those of a call that was left by a jump are gone. All others belong to calls around this one.
+const std::vector<Work> &WorksAroundThisCall() {
+    std::vector<Work> &works = TheWork().works;
+    while (!works.empty() && works.back().underway >= CountUnderway())
+        works.pop_back();
+    return works;
+}
+
+/// Calls the host as the module does, which keeps its current setup meanwhile. What leaves the
+/// callback in another way than by its return leaves the setup kept.
+template <typename Procedure> auto CallHost(const Callback &callback, const Procedure &procedure) {
+    std::vector<MemoryHandle> &kept = TheWork().kept;
+    kept.push_back(CurrentSetup());
+    const auto answer = callback.Run(procedure);
+    MakeCurrent(kept.back());
+    kept.pop_back();
+    return answer;
 }
 
 int32_t TraceStatus(uintptr_t context, int32_t command, int32_t code, int32_t value1,
                     int32_t value2, int32_t value3, void *reply) {
-    return OutputsAtWork().back()->CallStatus(context, command, code, value1, value2, value3,
-                                              reply);
+    return Innermost().CallStatus(context, command, code, value1, value2, value3, reply);
 }
 
 intptr_t TraceIo(uintptr_t handleOrContext, int32_t operation, void *argument, int32_t count) {
-    return OutputsAtWork().back()->CallProcedure(handleOrContext, operation, argument, count);
-}
-
-bool TakesName(int32_t operation) {
-    return operation == KOWEN_IO_OPEN || operation == KOWEN_IO_EXISTS ||
-           operation == KOWEN_IO_DELETE;
-}
-
-Json DescribeIo(uintptr_t handleOrContext, int32_t operation, void *argument, int32_t count) {
-    Json described = {{"operation", IoOperationName(operation)}};
-    if (TakesName(operation))
-        described["name"] = std::string(static_cast<const char *>(argument));
-    else
-        described["handle"] = handleOrContext != 0 ? "the host's" : "0";
-    described["count"] = count;
-    return described;
+    return Innermost().CallProcedure(handleOrContext, operation, argument, count);
 }
 
 } // namespace
 
-void Output::Begin(MemoryHandle setup, ExportRecord *record) {
+void Output::Begin(MemoryHandle setup, ExportRecord *record, const BlocksAtWork &blocks) {
     runs_ = true;
     setup_ = setup;
     host_ = record;
+    blocks_ = blocks;
     openedWith_ = nullptr;
     TakeFromHost();
 }
@@ -59,6 +75,12 @@ void Output::End() {
     runs_ = false;
     setup_ = 0;
     host_ = nullptr;
+    blocks_ = {};
+}
+
+bool Output::Uses(MemoryHandle block) const {
+    return block == blocks_.pixels || block == blocks_.palette ||
+           (blocks_.memoryOutput && block == copy_.memoryBlock);
 }
 
 ExportRecord *Output::ForTheModule() {
@@ -85,11 +107,11 @@ int32_t Output::CallStatus(uintptr_t context, int32_t command, int32_t code, int
         return 0;
     GiveToHost();
     const Callback callback("statusCallback", {{"command", StatusCommandName(command)},
-                                               {"code", code},
+                                               {"code", StatusCodeName(code)},
                                                {"value1", value1},
                                                {"percent", value2}});
-    const int32_t answer = callback.Run(
-        [&] { return procedure(context, command, code, value1, value2, value3, reply); });
+    const int32_t answer = CallHost(
+        callback, [&] { return procedure(context, command, code, value1, value2, value3, reply); });
     callback.Answers(answer);
     TakeFromHost();
     return answer;
@@ -105,7 +127,7 @@ intptr_t Output::CallProcedure(uintptr_t handleOrContext, int32_t operation, voi
     const Callback callback("I/O procedure",
                             DescribeIo(handleOrContext, operation, argument, count));
     const intptr_t answer =
-        callback.Run([&] { return procedure(handleOrContext, operation, argument, count); });
+        CallHost(callback, [&] { return procedure(handleOrContext, operation, argument, count); });
     callback.Answers(operation == KOWEN_IO_OPEN ? Json(answer != 0 ? "a handle" : "0")
                                                 : Json(answer));
     if (operation == KOWEN_IO_WRITE && answer > count)
@@ -117,18 +139,36 @@ intptr_t Output::CallProcedure(uintptr_t handleOrContext, int32_t operation, voi
 
 OutputAtWork::OutputAtWork(Output &output) {
     output.TakeFromHost();
-    OutputsAtWork().push_back(&output);
+    WorksAroundThisCall();
+    TheWork().works.push_back({&output, CountUnderway()});
 }
 
 OutputAtWork::~OutputAtWork() {
-    OutputsAtWork().back()->GiveToHost();
-    OutputsAtWork().pop_back();
+    Innermost().GiveToHost();
+    TheWork().works.pop_back();
 }
 
 bool IsInUse(MemoryHandle setup) {
-    const auto uses = [setup](const Output *output) { return output->Setup() == setup; };
-    return std::any_of(OutputsAtWork().begin(), OutputsAtWork().end(), uses) ||
+    const std::vector<Work> &works = WorksAroundThisCall();
+    return std::any_of(works.begin(), works.end(),
+                       [setup](const Work &work) { return work.output->Setup() == setup; }) ||
            IsUsedByDevice(setup);
+}
+
+bool IsBlockInUse(MemoryHandle block) {
+    const std::vector<Work> &works = WorksAroundThisCall();
+    return block != 0 && std::any_of(works.begin(), works.end(), [block](const Work &work) {
+               return work.output->Uses(block);
+           });
+}
+
+bool DoorsAreShut() {
+    return !TheWork().kept.empty();
+}
+
+bool IsKept(MemoryHandle setup) {
+    const std::vector<MemoryHandle> &kept = TheWork().kept;
+    return setup != 0 && std::find(kept.begin(), kept.end(), setup) != kept.end();
 }
 
 HostIoProcedure TracingProcedure() {

@@ -136,4 +136,10 @@ int CountCalls() {
     return TheUnderway().calls;
 }
 
+size_t CountUnderway() {
+    Underway &underway = TheUnderway();
+    const std::lock_guard lock(underway.mutex);
+    return underway.frames.size();
+}
+
 } // namespace kowen::check

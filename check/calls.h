@@ -3,6 +3,8 @@
 
 #include "trace.h"
 
+#include <cstddef>
+
 namespace kowen::check {
 
 /// What may be called from inside a callback.
@@ -69,5 +71,8 @@ private:
 void MistakeOutsideCalls(Rule rule, const std::string &how);
 
 int CountCalls();
+
+/// The calls and callbacks that have not returned: the one at work is the last of them.
+size_t CountUnderway();
 
 } // namespace kowen::check

@@ -7,13 +7,6 @@
 namespace kowen::check {
 namespace {
 
-Json Doubles(const void *bytes, size_t offset, int count) {
-    Json values = Json::array();
-    for (int i = 0; i < count; ++i)
-        values.push_back(ValueAt<double>(bytes, offset + sizeof(double) * static_cast<size_t>(i)));
-    return values;
-}
-
 Json DescribeQuery(const void *in) {
     const auto query = ValueAt<RasterQuery>(in);
     return {{"displayResolution", query.displayResolution},
@@ -24,33 +17,55 @@ Json DescribeQuery(const void *in) {
             {"displayHeight", query.displayHeight}};
 }
 
-Json DescribePrimitive(const void *request) {
-    const auto primitive = ValueAt<int32_t>(request, 16);
-    const auto points = ValueAt<uint32_t>(request, 20);
-    Json described = {{"primitive", PrimitiveName(primitive)}};
-    if (primitive == KOWEN_PRIMITIVE_OPEN_PICTURE && points == 0 &&
-        ValueAt<uint32_t>(request, 24) >= 12) {
-        described["width"] = ValueAt<uint32_t>(request, 28);
-        described["height"] = ValueAt<uint32_t>(request, 32);
-        described["bits"] = ValueAt<int32_t>(request, 36);
+bool TakesName(int32_t operation) {
+    return operation == KOWEN_IO_OPEN || operation == KOWEN_IO_EXISTS ||
+           operation == KOWEN_IO_DELETE;
+}
+
+/// The count of an I/O operation is a mode, an origin or a number of bytes.
+Json DescribeCount(int32_t operation, int32_t count) {
+    switch (operation) {
+    case KOWEN_IO_OPEN:
+    case KOWEN_IO_CLOSE:
+        return FileModeNames(count);
+    case KOWEN_IO_SEEK:
+        return SeekName(count);
+    default:
+        return count;
     }
-    return described;
 }
 
-Json DescribeCells(const void *request) {
-    return {{"columns", ValueAt<uint32_t>(request, 88)},
-            {"rows", ValueAt<uint32_t>(request, 92)},
-            {"bits", ValueAt<int32_t>(request, 96)}};
+/// A number, and the name of the setting that it means: "101 (KOWEN_COLOR_UNCHANGED)".
+Json Meaning(int32_t number, const std::string &name) {
+    const bool isNamed = name.compare(0, 6, "KOWEN_") == 0;
+    return isNamed ? Json(std::to_string(number) + " (" + name + ")") : Json(number);
 }
 
-Json DescribeColors(const void *request) {
-    return {{"arguments", ValueAt<uint32_t>(request, 4)},
-            {"first", ValueAt<uint32_t>(request, 16)}};
-}
+constexpr int32_t kMostMode = 3; ///< modes are counted from 0
+constexpr int32_t kHostColorOffset = 2;
+constexpr int32_t kMostHostColor = KOWEN_COLOR_GREY_SCALE_INVERTED - kHostColorOffset;
+constexpr size_t kColorModeWord = 47; ///< of the capabilities
 
-Json DescribeResolution(const void *request) {
-    return {{"mode", ValueAt<int16_t>(request, 16)},
-            {"millimetresPerUnit", ValueAt<double>(request, 24)}};
+/// Hosts count from another number than profiles do.
+Json DescribeSetting(int32_t code, int32_t value) {
+    const bool isMode = value >= 0 && value <= kMostMode;
+    switch (code) {
+    case KOWEN_ESCAPE_SET_COLOR_MODE:
+    case KOWEN_ESCAPE_GET_COLOR_MODE:
+        return value <= kMostHostColor ? Meaning(value, ColorModeName(value + kHostColorOffset))
+                                       : Json(value);
+    case KOWEN_ESCAPE_SET_COLOR_FORMAT:
+        return Meaning(value, EscapeFormatName(value));
+    case KOWEN_ESCAPE_SET_RESOLUTION_MODE:
+        return isMode ? Meaning(value, ResolutionModeName(value + KOWEN_RESOLUTION_FROM_DISPLAY))
+                      : Json(value);
+    case KOWEN_ESCAPE_SET_SIZE_MODE:
+        return isMode ? Meaning(value, SizeModeName(value + KOWEN_SIZE_FROM_DISPLAY)) : Json(value);
+    case KOWEN_ESCAPE_SET_QUALITY_MODE:
+        return isMode ? Meaning(value, QualityModeName(value + KOWEN_QUALITY_FIXED)) : Json(value);
+    default:
+        return value;
+    }
 }
 
 } // namespace
@@ -82,6 +97,9 @@ Json DescribeExportRecord(const ExportRecord *record) {
         return nullptr;
     return {{"context", record->context != 0},
             {"statusCallback", record->statusCallback != nullptr},
+            {"hostValue", record->hostValue != 0},
+            {"memoryBlock", DescribeBlock(record->memoryBlock)},
+            {"picture", record->picture},
             {"ioContext", record->ioContext != 0}};
 }
 
@@ -98,8 +116,34 @@ Json DescribeOpenRecord(const OpenRecord *record) {
     return {{"outputName", DescribeText(record->outputName)},
             {"setup", DescribeSetup(record->setup)},
             {"exportRecord", DescribeExportRecord(record->exportRecord)},
+            {"hostValue1", record->hostValue1 != 0},
+            {"hostValue2", record->hostValue2 != 0},
             {"returnAreaSize", record->returnAreaSize},
             {"capabilities", record->capabilities != nullptr}};
+}
+
+Json DescribeOpenRecordOutputs(const OpenRecord &record, bool ofRasterDoor) {
+    if (!ofRasterDoor)
+        return {{"outputName", DescribeText(record.outputName)},
+                {"setup", DescribeSetup(record.setup)}};
+    Json described = {{"returnArea", record.returnArea != nullptr}};
+    if (record.capabilities != nullptr) {
+        const int32_t mode = record.capabilities[kColorModeWord];
+        described["colorMode"] = Meaning(mode, ColorModeName(mode + KOWEN_COLOR_UNCHANGED));
+    }
+    return described;
+}
+
+Json DescribeIo(uintptr_t handleOrContext, int32_t operation, const void *argument, int32_t count) {
+    Json described = {{"operation", IoOperationName(operation)}};
+    if (TakesName(operation))
+        described["name"] = DescribeText(static_cast<const char *>(argument));
+    else
+        described["handle"] = handleOrContext != 0 ? "the host's" : "0";
+    if (operation == KOWEN_IO_SEEK && argument != nullptr)
+        described["offset"] = ValueAt<int32_t>(argument);
+    described["count"] = DescribeCount(operation, count);
+    return described;
 }
 
 Json DescribeEscapeInput(int32_t code, uint32_t size, const void *in) {
@@ -114,7 +158,8 @@ Json DescribeEscapeInput(int32_t code, uint32_t size, const void *in) {
             return nullptr;
         if (size == sizeof(double))
             return ValueAt<double>(in);
-        return size == sizeof(int32_t) ? Json(ValueAt<int32_t>(in)) : Json("not read");
+        return size == sizeof(int32_t) ? DescribeSetting(code, ValueAt<int32_t>(in))
+                                       : Json("not read");
     }
 }
 
@@ -125,46 +170,18 @@ Json DescribeEscapeOutput(int32_t code, const void *out) {
     case KOWEN_ESCAPE_GET_RESOLUTION:
         return {ValueAt<int32_t>(out), ValueAt<int32_t>(out, 4)};
     case KOWEN_ESCAPE_GET_SIZE:
-        return Doubles(out, 0, 2);
+        return {ValueAt<double>(out), ValueAt<double>(out, 8)};
     case KOWEN_ESCAPE_GET_HOST_VALUE:
     case KOWEN_ESCAPE_GET_QUALITY:
     case KOWEN_ESCAPE_GET_COLOR_MODE:
-        return ValueAt<int32_t>(out);
+        return DescribeSetting(code, ValueAt<int32_t>(out));
     case KOWEN_ESCAPE_RASTER_QUERY:
-        return {{"width", ValueAt<int32_t>(out)}, {"height", ValueAt<int32_t>(out, 4)}};
+        return {{"width", ValueAt<int32_t>(out)},
+                {"height", ValueAt<int32_t>(out, 4)},
+                {"bitsPerPixel", ValueAt<int32_t>(out, 8)}};
     default:
         return nullptr;
     }
-}
-
-Json DescribeRequest(const void *request) {
-    if (request == nullptr)
-        return nullptr;
-    const auto opcode = ValueAt<uint32_t>(request);
-    Json described = {{"opcode", OpcodeName(opcode)}};
-    Json more = Json::object();
-    switch (opcode) {
-    case KOWEN_REQUEST_SET_WINDOW:
-    case KOWEN_REQUEST_SET_VIEWPORT:
-        more = {{"corners", Doubles(request, 16, 6)}};
-        break;
-    case KOWEN_REQUEST_SET_VIEWPORT_MODE:
-        more = DescribeResolution(request);
-        break;
-    case KOWEN_REQUEST_SET_COLORS:
-        more = DescribeColors(request);
-        break;
-    case KOWEN_REQUEST_CELL_ARRAY:
-        more = DescribeCells(request);
-        break;
-    case KOWEN_REQUEST_PRIMITIVE:
-        more = DescribePrimitive(request);
-        break;
-    default:
-        break;
-    }
-    described.update(more);
-    return described;
 }
 
 } // namespace kowen::check

@@ -4,6 +4,8 @@
 #include "kowen/kowen.h"
 #include "trace.h"
 
+#include <optional>
+
 namespace kowen::check {
 
 /// A string, or null.
@@ -16,12 +18,32 @@ Json DescribeHost(const HostRecord *host);
 Json DescribeExportRecord(const ExportRecord *record);
 Json DescribeOpenRecord(const OpenRecord *record);
 
+/// What an initialisation has written to the record. Of the capabilities, which the raster door
+/// writes, the colour mode is the one that differs.
+Json DescribeOpenRecordOutputs(const OpenRecord &record, bool ofRasterDoor);
+
+/// What an I/O procedure is asked.
+Json DescribeIo(uintptr_t handleOrContext, int32_t operation, const void *argument, int32_t count);
+
 /// The value in front of an escape, or the one that it gave; null where it has none.
 Json DescribeEscapeInput(int32_t code, uint32_t size, const void *in);
 Json DescribeEscapeOutput(int32_t code, const void *out);
 
 /// A request with its opcode's arguments.
 Json DescribeRequest(const void *request);
+
+/// What a request has appended to the return area: corners, or a number.
+Json DescribeAnswer(const void *bytes, uint32_t count);
+
+/// The data of primitive -5.
+struct PictureData {
+    uint32_t width;
+    uint32_t height;
+    int32_t bits;
+};
+
+/// Nothing when they are not where hosts put them.
+std::optional<PictureData> ReadPicture(const void *request);
 
 /// Bytes of a record or request that need no alignment.
 template <typename T> T ValueAt(const void *bytes, size_t offset = 0) {

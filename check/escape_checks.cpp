@@ -92,7 +92,8 @@ int32_t CheckedEscapeSetup(MemoryHandle setup, int32_t code, uint32_t size, cons
     RequireSetup(call, setup);
     if (!call.Passes())
         return -1;
-    CheckEscape(call, setup, code, size, in, out);
+    if (setup != 0)
+        CheckEscape(call, setup, code, size, in, out);
     const void *passed = in;
     if (code == KOWEN_ESCAPE_SET_HOST_IO && size == 4 && setup != 0)
         passed = TakeProcedure(setup, in);

@@ -13,6 +13,7 @@ namespace kowen::check {
 namespace {
 
 constexpr size_t kNameBytes = 4095;
+constexpr uint32_t kColorBytes = 3;
 constexpr int32_t kMostColumns = 65535;
 constexpr int32_t kMostRows = 65534;
 
@@ -36,12 +37,17 @@ void CheckPixels(Call &call, const BitmapRecord &bitmap) {
 }
 
 void CheckPalette(Call &call, const BitmapRecord &bitmap) {
-    if (bitmap.depth > 8)
+    if (bitmap.depth > 8 || !IsDepth(bitmap.depth))
         return;
     RequireBlock(call, "the palette", bitmap.palette);
     if (bitmap.palette == 0)
         call.Mistake(Rule::kPalette,
                      "a picture of " + std::to_string(bitmap.depth) + " bits has none");
+    const uint32_t bytes = kColorBytes << bitmap.depth;
+    if (IsBlock(bitmap.palette) && BlockBytes(bitmap.palette) < bytes)
+        call.Mistake(Rule::kPalette, "the palette has " +
+                                         std::to_string(BlockBytes(bitmap.palette)) +
+                                         " bytes, its entries " + std::to_string(bytes));
 }
 
 void CheckCell(const Call &call, const CellRecord &cell) {
@@ -53,11 +59,15 @@ void CheckCell(const Call &call, const CellRecord &cell) {
         call.Mistake(Rule::kTooLarge, "the target is " + size);
 }
 
+bool IsMemoryOutput(const char *outputName, const HostRecord &host) {
+    return (outputName == nullptr || *outputName == 0) && ProcedureOf(host.setup) == nullptr;
+}
+
 void CheckOutput(const Call &call, const char *outputName, const HostRecord &host) {
     const size_t length = outputName != nullptr ? std::strlen(outputName) : 0;
     if (length > kNameBytes)
         call.Mistake(Rule::kOutputName, "the name has " + std::to_string(length));
-    if (length == 0 && host.exportRecord == nullptr && ProcedureOf(host.setup) == nullptr)
+    if (IsMemoryOutput(outputName, host) && host.exportRecord == nullptr)
         call.Mistake(Rule::kMemoryOutput, "the output is memory, and there is no export record");
 }
 
@@ -85,22 +95,22 @@ int32_t Export(const char *outputName, BitmapRecord *bitmap, const CellRecord *c
                const HostRecord *host, Call &call) {
     if (host == nullptr)
         return Real()->exportCellData(outputName, bitmap, cell, nullptr);
+    const bool toMemory = IsMemoryOutput(outputName, *host) && host->exportRecord != nullptr;
+    BlocksAtWork blocks = {0, 0, toMemory};
+    if (bitmap != nullptr)
+        blocks = {bitmap->pixels, bitmap->palette, toMemory};
     Output output;
-    output.Begin(host->setup, host->exportRecord);
+    output.Begin(host->setup, host->exportRecord, blocks);
     HostRecord copy = *host;
     copy.exportRecord = output.ForTheModule();
-    const MemoryHandle before = copy.exportRecord != nullptr ? copy.exportRecord->memoryBlock : 0;
-    int32_t result;
-    {
-        const OutputAtWork work(output);
-        result = Real()->exportCellData(outputName, bitmap, cell, &copy);
+    if (host->setup != 0 && !IsKept(host->setup))
+        MakeCurrent(host->setup);
+    const OutputAtWork work(output);
+    const int32_t result = Real()->exportCellData(outputName, bitmap, cell, &copy);
+    if (result == KOWEN_OK && toMemory) {
+        AddBlock(copy.exportRecord->memoryBlock);
+        call.Tell("memoryBlock", DescribeBlock(copy.exportRecord->memoryBlock));
     }
-    MakeCurrent(host->setup);
-    const MemoryHandle block = copy.exportRecord != nullptr ? copy.exportRecord->memoryBlock : 0;
-    if (block != 0 && (block != before || !IsBlock(block)))
-        AddBlock(block);
-    if (block != 0)
-        call.Tell("memoryBlock", DescribeBlock(block));
     return result;
 }
 

@@ -4,6 +4,7 @@
 #include "escape_checks.h"
 #include "export_checks.h"
 #include "lifetime.h"
+#include "names.h"
 #include "real_module.h"
 #include "setups.h"
 
@@ -50,6 +51,27 @@ int endCount;
         ends[--endCount]();
 }
 
+/// Handed on as it is: the real module has its own answer to it.
+void PassNullRecord(const Call &call) {
+    if (call.Passes())
+        Real()->loadPointers(nullptr);
+}
+
+template <typename Number> Json ValueOrNull(const Number *value) {
+    return value != nullptr ? Json(*value) : Json(nullptr);
+}
+
+/// Null for what the host did not ask.
+void TellInfo(Call &call, const double *width, const double *height, const int16_t *xResolution,
+              const int16_t *yResolution) {
+    if (!call.Passes())
+        return;
+    call.Tell("width", ValueOrNull(width));
+    call.Tell("height", ValueOrNull(height));
+    call.Tell("xResolution", ValueOrNull(xResolution));
+    call.Tell("yResolution", ValueOrNull(yResolution));
+}
+
 } // namespace
 
 void kowen::check::AtUnload(void (*end)()) {
@@ -60,8 +82,10 @@ extern "C" {
 
 void fltLoadPointers(EntryPointRecord *record) {
     Call call("fltLoadPointers", CallKind::kOther, {{"record", record != nullptr}});
-    if (record == nullptr)
-        return;
+    if (record == nullptr) {
+        call.Mistake(Rule::kTableRecord, "the record is null");
+        return PassNullRecord(call);
+    }
     record->entryCount = call.Passes() ? static_cast<uint16_t>(std::size(entryTable)) : 0;
     record->entries = entryTable;
     call.Tell("entries", record->entryCount);
@@ -106,7 +130,9 @@ int32_t RASTER_dd_entry(int16_t function, void *out, int16_t ignored) {
 }
 
 int32_t InquireSupport(int32_t opcode, int32_t primitive) {
-    Call call("InquireSupport", CallKind::kOther, {{"opcode", opcode}, {"primitive", primitive}});
+    Call call("InquireSupport", CallKind::kOther,
+              {{"opcode", OpcodeName(static_cast<uint32_t>(opcode))},
+               {"primitive", PrimitiveName(primitive)}});
     const int32_t answer = call.Passes() ? Real()->inquireSupport(opcode, primitive) : 0;
     call.Tell("answer", answer);
     return answer;
@@ -133,19 +159,31 @@ void SetPrinterInfo(double width, double height, int16_t xResolution, int16_t yR
 }
 
 int32_t GetDisplayInfo(double *width, double *height, int16_t *xResolution, int16_t *yResolution) {
-    const Call call("GetDisplayInfo", CallKind::kOther, Json::object());
-    return call.Passes() ? Real()->getDisplayInfo(width, height, xResolution, yResolution) : 0;
+    Call call("GetDisplayInfo", CallKind::kOther, Json::object());
+    const int32_t result =
+        call.Passes() ? Real()->getDisplayInfo(width, height, xResolution, yResolution) : 0;
+    TellInfo(call, width, height, xResolution, yResolution);
+    return result;
 }
 
 int32_t GetPrinterInfo(double *width, double *height, int16_t *xResolution, int16_t *yResolution) {
-    const Call call("GetPrinterInfo", CallKind::kOther, Json::object());
-    return call.Passes() ? Real()->getPrinterInfo(width, height, xResolution, yResolution) : 0;
+    Call call("GetPrinterInfo", CallKind::kOther, Json::object());
+    const int32_t result =
+        call.Passes() ? Real()->getPrinterInfo(width, height, xResolution, yResolution) : 0;
+    TellInfo(call, width, height, xResolution, yResolution);
+    return result;
 }
 
 int32_t ScaleImageSize(double *width, double *height) {
-    const Call call("ScaleImageSize", CallKind::kOther,
-                    {{"width", width != nullptr}, {"height", height != nullptr}});
-    return call.Passes() ? Real()->scaleImageSize(width, height) : 0;
+    Call call("ScaleImageSize", CallKind::kOther,
+              {{"width", ValueOrNull(width)}, {"height", ValueOrNull(height)}});
+    if (call.Passes() && (width == nullptr || height == nullptr))
+        call.Mistake(Rule::kSizePointers,
+                     width == nullptr ? "there is no width" : "there is no height");
+    const int32_t result = call.Passes() ? Real()->scaleImageSize(width, height) : 0;
+    call.Tell("width", ValueOrNull(width));
+    call.Tell("height", ValueOrNull(height));
+    return result;
 }
 
 MemoryHandle GlobalAlloc(uint32_t flags, uint32_t size) {

@@ -71,6 +71,58 @@ constexpr CodeName kStatusCommands[] = {
     KOWEN_NAMED(KOWEN_STATUS_CONFIRM_STOP),
 };
 
+constexpr CodeName kStatusCodes[] = {
+    KOWEN_NAMED(KOWEN_STATUS_CODE_CONFIRM),
+    KOWEN_NAMED(KOWEN_STATUS_CODE_RANGE),
+};
+
+constexpr CodeName kSeeks[] = {
+    KOWEN_NAMED(KOWEN_SEEK_START),
+    KOWEN_NAMED(KOWEN_SEEK_CURRENT),
+    KOWEN_NAMED(KOWEN_SEEK_END),
+};
+
+constexpr CodeName kFileModes[] = {
+    KOWEN_NAMED(KOWEN_MODE_CREATE),
+    KOWEN_NAMED(KOWEN_MODE_WRITE),
+    KOWEN_NAMED(KOWEN_MODE_DELETE),
+};
+
+constexpr CodeName kColorModes[] = {
+    KOWEN_NAMED(KOWEN_COLOR_UNCHANGED),           KOWEN_NAMED(KOWEN_COLOR_INVERTED),
+    KOWEN_NAMED(KOWEN_COLOR_GREYS_INVERTED),      KOWEN_NAMED(KOWEN_COLOR_GREY_SCALE),
+    KOWEN_NAMED(KOWEN_COLOR_GREY_SCALE_INVERTED),
+};
+
+constexpr CodeName kEscapeFormats[] = {
+    KOWEN_NAMED(KOWEN_ESCAPE_FORMAT_GREY),
+    KOWEN_NAMED(KOWEN_ESCAPE_FORMAT_RGB444),
+    KOWEN_NAMED(KOWEN_ESCAPE_FORMAT_YCC422),
+};
+
+constexpr CodeName kQualityModes[] = {
+    KOWEN_NAMED(KOWEN_QUALITY_FIXED),
+    KOWEN_NAMED(KOWEN_QUALITY_USER),
+};
+
+constexpr CodeName kResolutionModes[] = {
+    KOWEN_NAMED(KOWEN_RESOLUTION_FROM_DISPLAY),
+    KOWEN_NAMED(KOWEN_RESOLUTION_FROM_PRINTER),
+    KOWEN_NAMED(KOWEN_RESOLUTION_FROM_PICTURE),
+    KOWEN_NAMED(KOWEN_RESOLUTION_USER),
+};
+
+constexpr CodeName kSizeModes[] = {
+    KOWEN_NAMED(KOWEN_SIZE_FROM_DISPLAY),
+    KOWEN_NAMED(KOWEN_SIZE_FROM_PRINTER),
+    KOWEN_NAMED(KOWEN_SIZE_FROM_PICTURE),
+    KOWEN_NAMED(KOWEN_SIZE_USER),
+};
+
+constexpr CodeName kAllocationFlags[] = {
+    KOWEN_NAMED(KOWEN_GLOBAL_FLAGS),
+};
+
 constexpr CodeName kDoorFunctions[] = {
     KOWEN_NAMED(KOWEN_DD_INITIALISE), KOWEN_NAMED(KOWEN_DD_NOTHING),
     KOWEN_NAMED(KOWEN_DD_DISPATCH),   KOWEN_NAMED(KOWEN_DD_VERSION),
@@ -103,6 +155,41 @@ std::string IoOperationName(int32_t operation) {
 }
 std::string StatusCommandName(int32_t command) {
     return Find(kStatusCommands, command);
+}
+std::string StatusCodeName(int32_t code) {
+    return Find(kStatusCodes, code);
+}
+std::string SeekName(int32_t origin) {
+    return Find(kSeeks, origin);
+}
+std::string FileModeNames(int32_t mode) {
+    std::string names;
+    for (const CodeName &row : kFileModes)
+        if ((mode & row.code) != 0) {
+            names += (names.empty() ? "" : " | ") + std::string(row.name);
+            mode &= ~static_cast<int32_t>(row.code);
+        }
+    if (mode != 0 || names.empty())
+        names += (names.empty() ? "" : " | ") + std::to_string(mode);
+    return names;
+}
+std::string ColorModeName(int32_t mode) {
+    return Find(kColorModes, mode);
+}
+std::string EscapeFormatName(int32_t format) {
+    return Find(kEscapeFormats, format);
+}
+std::string QualityModeName(int32_t mode) {
+    return Find(kQualityModes, mode);
+}
+std::string ResolutionModeName(int32_t mode) {
+    return Find(kResolutionModes, mode);
+}
+std::string SizeModeName(int32_t mode) {
+    return Find(kSizeModes, mode);
+}
+std::string AllocationFlagsName(uint32_t flags) {
+    return Find(kAllocationFlags, flags);
 }
 std::string DoorFunctionName(uint16_t function) {
     return Find(kDoorFunctions, function);

@@ -52,14 +52,13 @@ template <typename Function> bool BindEntry(Function *function, int ordinal, con
 }
 
 bool BindTable(RealModule &m) {
-    LoadPointersFunction load = nullptr;
-    if (!BindSymbol(&load, "fltLoadPointers"))
+    if (!BindSymbol(&m.loadPointers, "fltLoadPointers"))
         return false;
-    if (load == &fltLoadPointers) {
+    if (m.loadPointers == &fltLoadPointers) {
         ReportTrouble(TheLoaded().path + " is the checking module itself");
         return false;
     }
-    load(&m.table);
+    m.loadPointers(&m.table);
     return BindEntry(&m.createSetup, KOWEN_ORDINAL_CREATE_SETUP, "CreateSetup") &&
            BindEntry(&m.destroySetup, KOWEN_ORDINAL_DESTROY_SETUP, "DestroySetup") &&
            BindEntry(&m.editSetup, KOWEN_ORDINAL_EDIT_SETUP, "EditSetup") &&

@@ -8,6 +8,7 @@ namespace kowen::check {
 /// The functions of the real module; all null when it could not be loaded.
 struct RealModule {
     EntryPointRecord table = {};
+    LoadPointersFunction loadPointers = nullptr;
     char *name = nullptr; ///< its szDLLName, 260 bytes
     CreateSetupFunction createSetup = nullptr;
     DestroySetupFunction destroySetup = nullptr;

@@ -4,8 +4,10 @@
 #include "kowen/codes.h"
 #include "names.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <optional>
 
 namespace kowen::check {
 namespace {
@@ -20,6 +22,7 @@ constexpr int32_t kOneBit = -32768;
 constexpr uint32_t kTableColors = 256;
 constexpr uint32_t kColorArguments = 2;
 constexpr uint32_t kCornersBytes = 48;
+constexpr uint32_t kNumberBytes = 4; // of errors; none follow
 
 /// Opcodes from first to last, and the states in which they run.
 struct States {
@@ -80,18 +83,6 @@ bool IsReversed(const DeviceState &device, const void *request) {
            (q > p && device.windowY2 < device.windowY1);
 }
 
-/// The data of primitive -5; false when they are not where hosts put them.
-bool ReadPicture(const void *request, uint32_t *width, uint32_t *height, uint32_t *depth) {
-    const auto points = ValueAt<uint32_t>(request, 20);
-    const size_t head = 24 + size_t{points} * 24;
-    if (points > 1000 || ValueAt<uint32_t>(request, head) < 12)
-        return false;
-    *width = ValueAt<uint32_t>(request, head + 4);
-    *height = ValueAt<uint32_t>(request, head + 8);
-    *depth = DepthOf(ValueAt<int32_t>(request, head + 12));
-    return true;
-}
-
 void CheckState(const Call &call, const DeviceState &device, uint32_t opcode) {
     const int32_t states = StatesOf(opcode);
     if (states == 0)
@@ -120,13 +111,11 @@ void CheckCells(const Call &call, const DeviceState &device, const void *request
 }
 
 void CheckOpenPicture(const Call &call, const DeviceState &device, const void *request) {
-    uint32_t width = 0;
-    uint32_t height = 0;
-    uint32_t depth = 0;
-    if (!ReadPicture(request, &width, &height, &depth))
+    const std::optional<PictureData> picture = ReadPicture(request);
+    if (!picture)
         call.Mistake(Rule::kPrimitives, "its data have no width, height and depth");
-    else if (width > device.windowColumns)
-        call.Mistake(Rule::kWindow, "a picture of " + std::to_string(width) +
+    else if (picture->width > device.windowColumns)
+        call.Mistake(Rule::kWindow, "a picture of " + std::to_string(picture->width) +
                                         " columns in a window of " +
                                         std::to_string(device.windowColumns));
 }
@@ -161,16 +150,24 @@ void CheckColors(const Call &call, const void *request) {
                                              " colours from " + std::to_string(first));
 }
 
-bool IsInquiry(uint32_t opcode) {
-    return opcode == KOWEN_REQUEST_QUERY_VIEWPORT || opcode == KOWEN_REQUEST_QUERY_WINDOW;
+/// Of requests that run.
+uint32_t BytesAnswered(uint32_t opcode) {
+    switch (opcode) {
+    case KOWEN_REQUEST_QUERY_VIEWPORT:
+    case KOWEN_REQUEST_QUERY_WINDOW:
+        return kCornersBytes;
+    case KOWEN_REQUEST_POP_ERRORS:
+        return kNumberBytes;
+    default:
+        return 0;
+    }
 }
 
-void CheckInquiry(const Call &call, const DeviceState &device) {
-    if (device.returnAreaUsed + kCornersBytes > device.returnAreaSize)
+void CheckAnswer(const Call &call, const DeviceState &device, uint32_t bytes) {
+    if (bytes > device.returnAreaSize - device.returnAreaUsed)
         call.Mistake(Rule::kReturnArea, "of " + std::to_string(device.returnAreaSize) + " bytes " +
                                             std::to_string(device.returnAreaUsed) +
-                                            " are used, the answer has " +
-                                            std::to_string(kCornersBytes));
+                                            " are used, the answer has " + std::to_string(bytes));
 }
 
 int64_t ColumnsOf(const void *request) {
@@ -184,10 +181,13 @@ void FollowPrimitive(DeviceState *device, const void *request) {
     const auto primitive = ValueAt<int32_t>(request, 16);
     if (primitive == KOWEN_PRIMITIVE_WRITE_PICTURE)
         device->pictureOpen = false;
-    uint32_t width = 0;
-    if (primitive != KOWEN_PRIMITIVE_OPEN_PICTURE ||
-        !ReadPicture(request, &width, &device->pictureRows, &device->pictureDepth))
+    if (primitive != KOWEN_PRIMITIVE_OPEN_PICTURE)
         return;
+    const std::optional<PictureData> picture = ReadPicture(request);
+    if (!picture)
+        return;
+    device->pictureRows = picture->height;
+    device->pictureDepth = DepthOf(picture->bits);
     device->pictureOpen = true;
     device->rowsDrawn = 0;
     device->rowsReversed = false;
@@ -212,8 +212,13 @@ void CheckRequest(Call &call, const DeviceState &device, const void *request) {
         CheckPrimitive(call, device, request);
     else if (opcode == KOWEN_REQUEST_SET_COLORS)
         CheckColors(call, request);
-    else if (IsInquiry(opcode))
-        CheckInquiry(call, device);
+    else
+        CheckAnswer(call, device, BytesAnswered(opcode));
+}
+
+uint32_t AnswerBytes(const DeviceState &device, const void *request) {
+    const auto opcode = ValueAt<uint32_t>(request);
+    return (StatesOf(opcode) & device.state) != 0 ? BytesAnswered(opcode) : 0;
 }
 
 void FollowRequest(DeviceState *device, const void *request) {
@@ -230,9 +235,9 @@ void FollowRequest(DeviceState *device, const void *request) {
         device->rowsDrawn += ValueAt<uint32_t>(request, 92);
     } else if (opcode == KOWEN_REQUEST_PRIMITIVE) {
         FollowPrimitive(device, request);
-    } else if (IsInquiry(opcode)) {
-        device->returnAreaUsed += kCornersBytes;
     }
+    device->returnAreaUsed +=
+        std::min(BytesAnswered(opcode), device->returnAreaSize - device->returnAreaUsed);
 }
 
 } // namespace kowen::check

@@ -25,7 +25,11 @@ struct DeviceState {
 /// Reports what is wrong with a request before the device gets it.
 void CheckRequest(Call &call, const DeviceState &device, const void *request);
 
-/// Takes in what a request that the device got has made of it.
+/// How many bytes a request appends to the return area: 0 for one that asks nothing or does not
+/// run.
+uint32_t AnswerBytes(const DeviceState &device, const void *request);
+
+/// What the request has made of the device that has run it.
 void FollowRequest(DeviceState *device, const void *request);
 
 } // namespace kowen::check

@@ -10,6 +10,8 @@ constexpr char kSettings[] = "settings.md";
 constexpr char kDevice[] = "device.md";
 
 constexpr RuleText kRules[] = {
+    {Rule::kTableRecord, "table-record", kHosts,
+     "`dlsym` the function `fltLoadPointers` and call it with an `EntryPointRecord`."},
     {Rule::kModuleName, "module-name", kHosts,
      "Write the module's own path into the 260 bytes that the entry `szDLLName` points at."},
     {Rule::kUnload, "unload", kHosts, "Before that, terminate devices and free setups and blocks."},
@@ -18,12 +20,19 @@ constexpr RuleText kRules[] = {
      "From inside one, use the memory functions and nothing else of the module."},
     {Rule::kCallbackReturns, "callback-returns", kHosts,
      "Return it must: one that is left by `longjmp` leaves the doors shut for good."},
+    {Rule::kSetupText, "setup-text", kSettings,
+     "Each of the three strings that `CreateSetup` takes has room for 143 bytes."},
+    {Rule::kSetupZero, "setup-zero", kHosts,
+     "0 is no setup: a host that gets it from `CreateSetup` makes no call with it."},
     {Rule::kSetupHandle, "setup-handle", kHosts,
      "A setup's handle comes from `CreateSetup` and is void after `DestroySetup`."},
     {Rule::kSetupOutlives, "setup-outlives", kHosts,
      "A setup outlives every export and device that uses it."},
     {Rule::kBlockHandle, "block-handle", kHosts,
      "A block's handle is void after `GlobalFree` and `GlobalReAlloc`."},
+    {Rule::kBlockInUse, "block-in-use", kHosts,
+     "A callback ends none of the blocks that the export works with, and its memory output is not "
+     "there before the call returns."},
     {Rule::kBlockFlags, "block-flags", kHosts, "Every allocation passes `KOWEN_GLOBAL_FLAGS`."},
     {Rule::kBlockAddress, "block-address", kHosts,
      "`GlobalHandle` takes an address that `GlobalLock` gave for a block that was not wrapped."},
@@ -40,6 +49,7 @@ constexpr RuleText kRules[] = {
     {Rule::kEmpty, "empty", kHosts, "Neither the picture nor its target is empty."},
     {Rule::kTooLarge, "too-large", kHosts, "A JPEG has up to 65,535 columns and 65,534 rows."},
     {Rule::kWriteAnswer, "write-answer", kHosts, "No write is answered with more than its count."},
+    {Rule::kSizePointers, "size-pointers", kHosts, "`ScaleImageSize` needs both of its pointers."},
     {Rule::kEscapeCode, "escape-code", kSettings, "A code that is not listed here does nothing."},
     {Rule::kEscapeSize, "escape-size", kSettings,
      "`size` must be that of the input value: 4 for an `int32_t`, 8 for a `double`."},
@@ -47,6 +57,10 @@ constexpr RuleText kRules[] = {
     {Rule::kRasterQuery, "raster-query", kHosts,
      "only its raster query answers for the current one, so a host with several setups calls "
      "`EditSetup` first."},
+    {Rule::kDoorFunction, "door-function", kDevice,
+     "Neither kind of door has other functions than these."},
+    {Rule::kDoorPlace, "door-place", kDevice,
+     "The address and the version need a place to be written to."},
     {Rule::kDeviceRecord, "device-record", kDevice, "Initialising and dispatching need a record."},
     {Rule::kDeviceRuns, "device-runs", kDevice,
      "Before initialisation and after termination requests do nothing and answer 0."},
@@ -55,6 +69,7 @@ constexpr RuleText kRules[] = {
     {Rule::kDeviceSetup, "device-setup", kDevice, "without a setup nothing is drawn."},
     {Rule::kDeviceName, "device-name", kDevice,
      "A name has room for 143 bytes; a longer one cannot be opened."},
+    {Rule::kExportDeviceName, "export-device-name", kDevice, "Names have room for 4,095 bytes."},
     {Rule::kRequestState, "request-state", kDevice,
      "A request runs only in the states that its opcode allows; in any other state, and with an "
      "unknown opcode, it does nothing and answers 0."},

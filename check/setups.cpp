@@ -16,6 +16,7 @@ namespace kowen::check {
 namespace {
 
 constexpr size_t kNameBytes = 260;
+constexpr size_t kTextBytes = 143;
 
 struct Setup {
     int number;
@@ -53,6 +54,13 @@ void HandNameOn(const Call &call, bool needed) {
     std::memcpy(Real()->name, name.data(), std::min(name.size(), kNameBytes - 1));
 }
 
+void CheckText(const Call &call, const char *what, const char *text) {
+    const size_t length = text != nullptr ? std::strlen(text) : 0;
+    if (length > kTextBytes)
+        call.Mistake(Rule::kSetupText,
+                     std::string("the ") + what + " has " + std::to_string(length) + " bytes");
+}
+
 void Add(MemoryHandle setup) {
     Setups &setups = TheSetups();
     const Lock lock(setups.mutex);
@@ -88,7 +96,9 @@ std::string DescribeSetup(MemoryHandle setup) {
 void RequireSetup(Call &call, MemoryHandle setup) {
     Setups &setups = TheSetups();
     const Lock lock(setups.mutex);
-    if (setup != 0 && !setups.live.contains(setup))
+    if (setup == 0)
+        call.Mistake(Rule::kSetupZero, "the setup's handle is 0");
+    else if (!setups.live.contains(setup))
         call.Danger(Rule::kSetupHandle, "the setup's handle is that of an " + DescribeSetup(setup));
 }
 
@@ -122,6 +132,9 @@ MemoryHandle CheckedCreateSetup(uint32_t reserved, const char *profilePath, cons
                {"filterName", DescribeText(filterName)}});
     if (!call.Passes())
         return 0;
+    CheckText(call, "profile's path", profilePath);
+    CheckText(call, "section", section);
+    CheckText(call, "filter's name", filterName);
     HandNameOn(call, profilePath == nullptr || *profilePath == 0);
     const MemoryHandle setup = Real()->createSetup(reserved, profilePath, section, filterName);
     if (setup != 0)
@@ -133,13 +146,13 @@ MemoryHandle CheckedCreateSetup(uint32_t reserved, const char *profilePath, cons
 int32_t CheckedDestroySetup(MemoryHandle setup) {
     Call call("DestroySetup", CallKind::kOther, {{"setup", DescribeSetup(setup)}});
     RequireSetup(call, setup);
-    if (setup != 0 && IsInUse(setup))
+    if (call.Passes() && setup != 0 && IsInUse(setup))
         call.Mistake(Rule::kSetupOutlives, DescribeSetup(setup) + " is in use");
     const int32_t result = call.Passes() ? Real()->destroySetup(setup) : 1;
-    if (call.Passes() && result == 0) {
+    if (call.Passes() && result == 0)
         End(setup);
-        MakeCurrent(0);
-    }
+    if (call.Passes())
+        MakeCurrent(result == 0 ? 0 : setup);
     call.Tell("result", result);
     return result;
 }

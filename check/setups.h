@@ -9,7 +9,7 @@ namespace kowen::check {
 /// "setup 1", "ended setup", "unknown handle", "0".
 std::string DescribeSetup(MemoryHandle setup);
 
-/// Reports a handle that is neither 0 nor a setup's; the call does not pass then.
+/// Reports a handle that is no setup's; the call does not pass then unless the handle is 0.
 void RequireSetup(Call &call, MemoryHandle setup);
 
 MemoryHandle CurrentSetup();

@@ -45,6 +45,11 @@ struct Sink {
         std::fputs((line + "\n").c_str(), file);
         std::fflush(file);
     }
+    /// Standard error, as the user reads it: in the trace that goes there it stands already.
+    void Say(const std::string &line) const {
+        if (file != stderr)
+            std::fprintf(stderr, "kowen-check: %s\n", line.c_str());
+    }
 };
 
 std::mutex mutex;
@@ -132,15 +137,15 @@ void ReportMistake(int number, const char *function, Rule rule, const std::strin
         {"rule", text.name},        {"how", how},     {"page", std::string("docs/") + text.page},
         {"sentence", text.sentence}};
     sink.Write(sink.json ? Dump(event) : line);
-    if (sink.file != stderr || sink.json)
-        std::fprintf(stderr, "kowen-check: %s\n", line.c_str());
+    sink.Say(line);
     if (sink.aborts)
         std::abort();
 }
 
 void ReportTrouble(const std::string &what) {
-    std::fprintf(stderr, "kowen-check: %s\n", what.c_str());
     Tell({{"event", "trouble"}, {"what", what}}, "trouble: " + what);
+    const std::lock_guard lock(mutex);
+    TheSink().Say(what);
 }
 
 void FinishTrace(int calls) {

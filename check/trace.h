@@ -24,10 +24,11 @@ void TraceReturn(int number, int depth, const char *function, const Json &result
 void TraceCallback(int number, int depth, const std::string &what, const Json &arguments);
 void TraceAnswer(int number, int depth, const std::string &what, const Json &answer);
 
-/// Reports that a rule was broken, and how. The number is 0 outside of every call.
+/// Reports that a rule was broken, and how: in the trace, and as a line of text on standard error
+/// unless the trace goes there. The number is 0 outside of every call.
 void ReportMistake(int number, const char *function, Rule rule, const std::string &how);
 
-/// A message of the checking module's own, on standard error and in the trace.
+/// A message of the checking module's own, told as mistakes are.
 void ReportTrouble(const std::string &what);
 
 /// The last line: how many calls and mistakes there were.

@@ -100,15 +100,49 @@ public:
         return result;
     }
 
-    /// Initialises the raster device, with room for one answer of 48 bytes.
+    /// Exports a bitmap to a block of memory.
+    int32_t ExportToMemory(MemoryHandle setup, BitmapRecord bitmap, ExportRecord *record) const {
+        HostRecord host = {};
+        host.setup = setup;
+        host.exportRecord = record;
+        const CellRecord cell = MakeCell();
+        return exportCellData(nullptr, &bitmap, &cell, &host);
+    }
+    /// Whether a block begins as a JPEG does and ends as memory output of one does.
+    bool HoldsJpeg(MemoryHandle block) const {
+        const auto *bytes = static_cast<const uint8_t *>(lock(block));
+        if (bytes == nullptr || bytes[0] != 0xFF || bytes[1] != 0xD8)
+            return false;
+        uint32_t end = size(block);
+        while (bytes[end - 1] == 0)
+            --end;
+        return bytes[end - 1] == 255 && bytes[end - 2] == 0xD9 && bytes[end - 3] == 0xFF;
+    }
+    /// A palette of so many bytes, all black.
+    MemoryHandle MakePalette(uint32_t bytes) const { return alloc(KOWEN_GLOBAL_FLAGS, bytes); }
+
+    /// The columns that the raster query answers for a picture of 8 x 4 pixels; 0 for no answer.
+    int32_t AskSize(MemoryHandle setup) const {
+        const RasterQuery query = {96, 0, 96, 8, 4, 640, 480};
+        RasterAnswer answer = {};
+        escape(setup, KOWEN_ESCAPE_RASTER_QUERY, 0, &query, &answer, 0);
+        return answer.width;
+    }
+
+    /// Initialises the raster device, with room for one answer of 48 bytes unless a test says
+    /// otherwise.
     int32_t Initialise(MemoryHandle setup, const std::string &name = "b.jpg",
                        ExportRecord *record = nullptr) {
-        path = directory.File(name);
+        return InitialiseWithPath(setup, directory.File(name), record);
+    }
+    int32_t InitialiseWithPath(MemoryHandle setup, const std::string &where,
+                               ExportRecord *record = nullptr) {
+        path = where;
         open = {};
         open.outputName = path.data();
         open.setup = setup;
         open.exportRecord = record;
-        open.returnAreaSize = 48;
+        open.returnAreaSize = returnAreaSize;
         return raster(0, KOWEN_DD_INITIALISE, &open);
     }
     int32_t Run(Request request) const { return raster(0, KOWEN_DD_DISPATCH, request.Data()); }
@@ -116,8 +150,8 @@ public:
     int32_t Terminate() const { return raster(0, KOWEN_DD_TERMINATE, nullptr); }
 
     /// Everything up to the picture's body, in a window of 8 columns.
-    void BeginBody(MemoryHandle setup) {
-        Initialise(setup);
+    void BeginBody(MemoryHandle setup, ExportRecord *record = nullptr) {
+        Initialise(setup, "b.jpg", record);
         Run(kOpenDevice);
         Run(kBeginPicture);
         Run(WindowRequest(0, 0, 7, 3));
@@ -128,6 +162,16 @@ public:
         Run(kEndPicture);
         Run(kCloseDevice);
         Terminate();
+    }
+
+    /// A picture of 8 x 4 pixels, from the initialisation to the termination. Returns its file.
+    std::string DrawPicture(MemoryHandle setup, ExportRecord *record) {
+        BeginBody(setup, record);
+        Run(OpenPictureRequest(8, 4, 24));
+        Run(CellsRequest(8, 4, 24, std::vector<uint8_t>(24 * 4, 77)));
+        Run(WritePictureRequest());
+        EndPicture();
+        return directory.Read("b.jpg");
     }
 
     TempDirectory directory;
@@ -158,6 +202,7 @@ public:
     DeviceDoorFunction raster = nullptr;
     DeviceDoorFunction exporter = nullptr;
     OpenRecord open = {};
+    uint32_t returnAreaSize = 48;
     std::string path;
 };
 

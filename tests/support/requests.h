@@ -120,6 +120,13 @@ inline Request PrimitiveRequest(int32_t primitive) {
     return request;
 }
 
+/// Asks for at most one entry.
+inline Request PopErrorsRequest() {
+    Request request(kPopErrors);
+    request.Put(16, int32_t{1});
+    return request;
+}
+
 inline Request WritePictureRequest() {
     return PrimitiveRequest(-6);
 }
