@@ -60,6 +60,7 @@ inline constexpr const char *kSelftestNotes =
     "Exports a hundred small pictures of every kind with each variant of the filter that this "
     "processor\n"
     "runs, and compares every byte with what it must be. No file is written. The last line is for\n"
-    "a report of a fault. The exit status is 1 when one of them is wrong.\n";
+    "a report of a fault. The exit status is 1 when one of them is wrong or not done in 60 "
+    "seconds.\n";
 
 } // namespace kowen::cli

@@ -85,6 +85,10 @@ Settings Settings::Copy() const {
     return {std::move(copy), words};
 }
 
+std::string FileNameOf(const std::string &modulePath) {
+    return modulePath.find('/') == std::string::npos ? "./" + modulePath : modulePath;
+}
+
 Module::Module(const std::string &path) {
     KowenResult result = NewResult();
     handle.reset(KowenOpenModule(OrNull(path), &result));

@@ -60,6 +60,9 @@ private:
     SettingWords words; ///< of failures
 };
 
+/// A module's path as the dynamic loader takes it: a name alone would be searched for elsewhere.
+std::string FileNameOf(const std::string &modulePath);
+
 /// The loaded filter.
 class Module {
 public:

@@ -44,10 +44,15 @@ std::string Listed(const std::vector<std::string> &names) {
     return text;
 }
 
-void PrintText(const Module &module, const Formats &formats) {
+void PrintText(const Module &module, const KernelChoice &kernels, const Formats &formats) {
     PrintLine("module  " + module.Path());
     PrintLine("version " + module.Version());
     PrintLine("host    " + std::string(KowenHostVersion()));
+    if (!kernels.used.empty())
+        PrintLine(
+            "kernels " + kernels.used +
+            (kernels.named ? ", named by KOWEN_KERNELS; of " : ", the processor's best; of ") +
+            ListOf(kernels));
     PrintLine("reads  " + Listed(formats.here));
     if (formats.problem.empty())
         PrintLine("       " + Listed(formats.magick) + " (by GraphicsMagick)");
@@ -55,11 +60,15 @@ void PrintText(const Module &module, const Formats &formats) {
         PrintLine("        nothing else: " + formats.problem);
 }
 
-void PrintJson(const Module &module, const Formats &formats) {
+void PrintJson(const Module &module, const KernelChoice &kernels, const Formats &formats) {
     Json object;
     object["module"] = module.Path();
     object["version"] = module.Version();
     object["host"] = KowenHostVersion();
+    object["kernels"] = kernels.used;
+    object["kernelsFrom"] =
+        kernels.used.empty() ? "" : (kernels.named ? "KOWEN_KERNELS" : "processor");
+    object["variants"] = kernels.variants;
     object["formats"] = formats.here;
     object["magickFormats"] = formats.magick;
     PrintLine(object.dump(-1, ' ', false, Json::error_handler_t::replace));
@@ -70,11 +79,12 @@ void PrintJson(const Module &module, const Formats &formats) {
 void RunInfo(const CommonOptions &options) {
     const Module module(options.module);
     NoteKernels(options, module);
+    const KernelChoice kernels = KernelsOf(module);
     const Formats formats = FindFormats();
     if (options.json)
-        PrintJson(module, formats);
+        PrintJson(module, kernels, formats);
     else
-        PrintText(module, formats);
+        PrintText(module, kernels, formats);
 }
 
 } // namespace kowen::cli

@@ -7,21 +7,41 @@
 #include <cstdlib>
 
 namespace kowen::cli {
+namespace {
+
+const char *WantedKernels() {
+    const char *wanted = std::getenv("KOWEN_KERNELS");
+    return wanted != nullptr ? wanted : "";
+}
+
+} // namespace
+
+KernelChoice KernelsOf(const Module &module) {
+    KernelChoice choice;
+    choice.variants = VariantsOf(module.Path());
+    if (choice.variants.empty())
+        return choice;
+    const auto found = std::find(choice.variants.begin(), choice.variants.end(), WantedKernels());
+    choice.named = found != choice.variants.end();
+    choice.used = choice.named ? *found : choice.variants.back();
+    return choice;
+}
+
+std::string ListOf(const KernelChoice &choice) {
+    std::string list;
+    for (const std::string &variant : choice.variants)
+        list += (list.empty() ? "" : ", ") + variant;
+    return list;
+}
 
 void NoteKernels(const CommonOptions &options, const Module &module) {
-    const char *wanted = std::getenv("KOWEN_KERNELS");
-    if (wanted == nullptr || *wanted == '\0')
+    if (*WantedKernels() == '\0')
         return;
-    const std::vector<std::string> variants = VariantsOf(module.Path());
-    // Without a list, as behind kowen-check.so, nothing is known.
-    if (variants.empty() || std::find(variants.begin(), variants.end(), wanted) != variants.end())
-        return;
-    std::string list;
-    for (const std::string &variant : variants)
-        list += (list.empty() ? "" : ", ") + variant;
-    PrintNote(options, std::string("KOWEN_KERNELS is '") + wanted +
-                           "', which is no variant here; " + variants.back() + " is used, of " +
-                           list);
+    const KernelChoice choice = KernelsOf(module);
+    if (!choice.used.empty() && !choice.named)
+        PrintNote(options, std::string("KOWEN_KERNELS is '") + WantedKernels() +
+                               "', which is no variant here; " + choice.used + " is used, of " +
+                               ListOf(choice));
 }
 
 } // namespace kowen::cli

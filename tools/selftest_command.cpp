@@ -4,13 +4,14 @@
 #include "host_library.h"
 #include "report.h"
 #include "selftest/checksum.h"
+#include "selftest/loading.h"
 #include "selftest/machine.h"
 #include "selftest/trial.h"
-#include "selftest/variants.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <sys/resource.h>
 
 namespace kowen::cli {
 namespace {
@@ -19,18 +20,42 @@ using Json = nlohmann::ordered_json;
 
 constexpr size_t kMostNames = 3; // in a line
 
+// What the settings of an export, a file in memory, may take.
+constexpr rlim_t kSettingsBytes = 512;
+
 struct Report {
-    std::string module;
-    std::string version;
+    LoadedModule module;
     std::string checksum;
     size_t exports = 0; ///< of each variant
     std::vector<Trial> trials;
 
     bool Passed() const {
-        return std::all_of(trials.begin(), trials.end(),
+        return module.missing.empty() &&
+               std::all_of(trials.begin(), trials.end(),
                            [](const Trial &trial) { return trial.Passed(); });
     }
 };
+
+// The limit would look like a fault of the module.
+void CheckFileSizeLimit() {
+    rlimit limit = {};
+    if (getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur < kSettingsBytes)
+        throw Failure("the limit of a file's size (ulimit -f, RLIMIT_FSIZE) is " +
+                      std::to_string(limit.rlim_cur) + " bytes; the self-test needs " +
+                      std::to_string(kSettingsBytes) + " for files in memory");
+}
+
+std::string Version(const Report &report) {
+    const std::string &version = report.module.version;
+    return version == KOWEN_VERSION ? version : version + " (the program is " KOWEN_VERSION ")";
+}
+
+std::string Missing(const Report &report) {
+    std::string text;
+    for (const std::string &name : report.module.missing)
+        text += (text.empty() ? "" : ", ") + name;
+    return text;
+}
 
 std::string NameOf(const Trial &trial) {
     return trial.variant.empty() ? "default" : trial.variant;
@@ -53,8 +78,10 @@ std::string Faults(const Trial &trial) {
 std::string PasteLine(const Report &report) {
     std::string text = "kowen selftest: ";
     text += report.Passed() ? "passed" : "FAILED";
-    text += ", version " + report.version + ", module " + report.module + ", sha256 " +
+    text += ", version " + Version(report) + ", module " + report.module.path + ", sha256 " +
             report.checksum + ", " + Architecture() + ", " + Processor() + ", " + System();
+    if (!report.module.missing.empty())
+        text += ", no entries " + Missing(report);
     for (const Trial &trial : report.trials)
         text += ", " + NameOf(trial) + " " + Score(report, trial) +
                 (trial.Passed() ? "" : " (" + Faults(trial).substr(2) + ")");
@@ -62,9 +89,11 @@ std::string PasteLine(const Report &report) {
 }
 
 void PrintText(const Report &report) {
-    PrintLine("module    " + report.module);
-    PrintLine("version   " + report.version);
+    PrintLine("module    " + report.module.path);
+    PrintLine("version   " + Version(report));
     PrintLine("processor " + Processor());
+    if (!report.module.missing.empty())
+        PrintLine("entries   its table has no " + Missing(report));
     for (const Trial &trial : report.trials) {
         const std::string name = NameOf(trial);
         PrintLine(name + std::string(10 - std::min<size_t>(name.size(), 9), ' ') +
@@ -89,12 +118,14 @@ Json ObjectOf(const Report &report, const Trial &trial) {
 void PrintJson(const Report &report) {
     Json object;
     object["passed"] = report.Passed();
-    object["version"] = report.version;
-    object["module"] = report.module;
+    object["version"] = report.module.version;
+    object["program"] = KOWEN_VERSION;
+    object["module"] = report.module.path;
     object["sha256"] = report.checksum;
     object["architecture"] = Architecture();
     object["processor"] = Processor();
     object["system"] = System();
+    object["missing"] = report.module.missing;
     object["variants"] = Json::array();
     for (const Trial &trial : report.trials)
         object["variants"].push_back(ObjectOf(report, trial));
@@ -105,20 +136,17 @@ void PrintJson(const Report &report) {
 } // namespace
 
 int RunSelftest(const CommonOptions &options) {
+    CheckFileSizeLimit();
     Report report;
-    {
-        const Module module(options.module);
-        report.module = module.Path();
-        report.version = module.Version();
-    }
-    report.checksum = Sha256OfFile(report.module);
+    report.module = TryLoading(options.module);
+    report.checksum = Sha256OfFile(report.module.path);
     const std::vector<golden::Export> exports = golden::Exports();
     report.exports = exports.size();
-    std::vector<std::string> variants = VariantsOf(report.module);
+    std::vector<std::string> variants = report.module.variants;
     if (variants.empty())
         variants.emplace_back();
     for (const std::string &variant : variants)
-        report.trials.push_back(TryVariant(report.module, variant, exports));
+        report.trials.push_back(TryVariant(report.module.path, variant, exports));
     if (options.json)
         PrintJson(report);
     else

@@ -6,6 +6,17 @@
 //     refuse   fails
 //     crash    ends the process
 //     stop     asks the program that tries it to stop, and never ends
+//     hangup   the same, as a terminal that goes away does
+//     keys     the same, as Ctrl-C does: asks every process of the group
+//     late     ends as one that took too long
+//     print    prints to the standard output
+//
+// As "loading KIND" the flaw is there when it is loaded:
+//
+//     abort    ends the process
+//     stop     asks the program that loads it to stop, and never ends
+//     version  says that it is 2.1.7
+//     entries  its table has no EditSetup, and its dd_entry has no address
 #include "kowen/kowen.h"
 
 #include <algorithm>
@@ -49,6 +60,28 @@ std::string FlawOf(int number) {
     return meant && number == wanted ? kind : "";
 }
 
+bool LoadsWith(const char *kind) {
+    const char *text = std::getenv("KOWEN_FLAW");
+    return text != nullptr && text == std::string("loading ") + kind;
+}
+
+[[noreturn]] void AskToStop(pid_t whom, int signal) {
+    kill(whom, signal);
+    for (;;)
+        pause();
+}
+
+[[gnu::constructor]] void FailToLoad() {
+    if (LoadsWith("abort"))
+        std::abort();
+    if (LoadsWith("stop"))
+        AskToStop(getppid(), SIGTERM);
+}
+
+uint32_t NewerVersion() {
+    return 0x02010007;
+}
+
 int32_t FlawedExport(const char *name, BitmapRecord *bitmap, const CellRecord *cell,
                      const HostRecord *host) {
     static int exports = 0;
@@ -56,9 +89,15 @@ int32_t FlawedExport(const char *name, BitmapRecord *bitmap, const CellRecord *c
     if (flaw == "crash")
         std::abort();
     if (flaw == "stop")
-        kill(getppid(), SIGTERM);
-    while (flaw == "stop")
-        pause();
+        AskToStop(getppid(), SIGTERM);
+    if (flaw == "hangup")
+        AskToStop(getppid(), SIGHUP);
+    if (flaw == "keys")
+        AskToStop(0, SIGINT);
+    if (flaw == "late")
+        raise(SIGALRM);
+    if (flaw == "print")
+        std::puts("a word of the module's own");
     if (flaw == "refuse")
         return KOWEN_ERR_OUTPUT;
     const int32_t result =
@@ -78,9 +117,16 @@ void fltLoadPointers(EntryPointRecord *record) {
     static TableEntry entries[16];
     RealFunction<LoadPointersFunction>("fltLoadPointers")(record);
     std::copy(record->entries, record->entries + record->entryCount, entries);
-    for (TableEntry &entry : entries)
+    for (TableEntry &entry : entries) {
         if (entry.ordinal == KOWEN_ORDINAL_EXPORT_CELL_DATA)
             entry.address = reinterpret_cast<const void *>(&FlawedExport);
+        if (entry.ordinal == KOWEN_ORDINAL_GET_FILTER_VERSION && LoadsWith("version"))
+            entry.address = reinterpret_cast<const void *>(&NewerVersion);
+        if (entry.ordinal == KOWEN_ORDINAL_EDIT_SETUP && LoadsWith("entries"))
+            entry.name = "EditSetups";
+        if (entry.ordinal == KOWEN_ORDINAL_DD_ENTRY && LoadsWith("entries"))
+            entry.address = nullptr;
+    }
     record->entries = entries;
 }
 

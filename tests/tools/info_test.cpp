@@ -22,6 +22,33 @@ TEST(Info, ReportsAsJson) {
     EXPECT_NE(report["magickFormats"].dump().find("\"BMP\""), std::string::npos);
 }
 
+nlohmann::json InfoWith(const char *kernels) {
+    ProgramSetting setting;
+    setting.beforeStart = [kernels] {
+        unsetenv("KOWEN_KERNELS");
+        if (kernels != nullptr)
+            setenv("KOWEN_KERNELS", kernels, 1);
+    };
+    return nlohmann::json::parse(RunKowen({"info", "--json"}, setting).output);
+}
+
+TEST(Info, TellsTheKernelsAndWhoChoseThem) {
+    const nlohmann::json best = InfoWith(nullptr);
+    EXPECT_EQ(best["kernelsFrom"], "processor");
+    EXPECT_EQ(best["variants"][0], "scalar");
+    EXPECT_EQ(best["kernels"], best["variants"].back());
+    const nlohmann::json named = InfoWith("scalar");
+    EXPECT_EQ(named["kernels"], "scalar");
+    EXPECT_EQ(named["kernelsFrom"], "KOWEN_KERNELS");
+    EXPECT_EQ(InfoWith("sse9")["kernels"], best["kernels"]);
+    EXPECT_EQ(InfoWith("sse9")["kernelsFrom"], "processor");
+    ProgramSetting setting;
+    setting.beforeStart = [] { setenv("KOWEN_KERNELS", "scalar", 1); };
+    const std::string text = RunKowen({"info"}, setting).output;
+    EXPECT_NE(text.find("\nkernels scalar, named by KOWEN_KERNELS; of scalar"), std::string::npos)
+        << text;
+}
+
 // What the module passes over in silence.
 class KernelsNote : public ExportFixture {
 protected:

@@ -1,6 +1,7 @@
 #include "selftest/variants.h"
 
 #include "failure.h"
+#include "host_library.h"
 #include "platform/instruction_sets.h"
 
 #include <cstdint>
@@ -81,7 +82,7 @@ bool ProcessorRuns(std::string_view variant) {
 std::vector<std::string> VariantsOf(const std::string &modulePath) {
     const auto unload = [](void *library) { dlclose(library); };
     const std::unique_ptr<void, decltype(unload)> library(
-        dlopen(modulePath.c_str(), RTLD_NOW | RTLD_LOCAL), unload);
+        dlopen(FileNameOf(modulePath).c_str(), RTLD_NOW | RTLD_LOCAL), unload);
     if (!library)
         throw Failure(dlerror());
     Search search = {reinterpret_cast<uintptr_t>(dlsym(library.get(), "fltLoadPointers")), ""};

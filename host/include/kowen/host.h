@@ -110,7 +110,8 @@ typedef struct KowenModule KowenModule;
  *
  * path  the module's file; null looks for it: at $KOWEN_MODULE alone when that is set; else the
  *       first that exists of kowen.so beside this library, kowen/kowen.so and ../kowen/kowen.so
- *       from there, and where it was to be installed. One that cannot be loaded is a failure.
+ *       from there, and where it was to be installed. One that cannot be loaded is a failure, a
+ *       file that is cut short included.
  *
  * Returns the module, owned by the caller until KowenCloseModule, or null: KOWEN_HOST_ERR_MODULE
  * with a message that lists what was looked for, or why the file is no filter. Opening the same

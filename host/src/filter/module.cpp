@@ -1,6 +1,7 @@
 #include "filter/module.h"
 
 #include "base/failure.h"
+#include "filter/module_file.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -46,8 +47,7 @@ void FilterModule::Unload::operator()(void *opened) const {
 }
 
 FilterModule::FilterModule(const std::string &modulePath) : path(modulePath) {
-    if (access(path.c_str(), R_OK) != 0)
-        FailWith(KOWEN_HOST_ERR_MODULE, "cannot load the module " + path, errno);
+    CheckModuleFile(path);
     library.reset(dlopen(AsFileName(path).c_str(), RTLD_NOW | RTLD_LOCAL));
     if (!library)
         FailLoading(std::string("cannot load the module: ") + dlerror());
