@@ -64,7 +64,8 @@ set(KOWEN_TEST_OPTIONS $<$<CONFIG:Release>:-O0>
 # kowen_library_folders(target installed built): where a program looks for the host library, from its own
 # folder, when it is installed and in the build tree. It has both paths in both places: where CMake
 # puts one for the other it leaves a colon behind in the build tree, and an empty name after that is
-# the current folder, where anybody may have put a library. Packages install neither, so only their builds have the colon.
+# the current folder, where anybody may have put a library. Packages install neither, so only their
+# builds have the colon.
 function(kowen_library_folders target installed built)
   set(folders "$ORIGIN/${installed}" "$ORIGIN/${built}")
   list(REMOVE_DUPLICATES folders)

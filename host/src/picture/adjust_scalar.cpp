@@ -2,6 +2,10 @@
 
 #include "picture/adjust.inl"
 
+#ifdef KOWEN_HOST_X86
+#include "platform/instruction_sets.h"
+#endif
+
 namespace kowen::host {
 namespace {
 
@@ -10,10 +14,6 @@ constexpr const AdjustVariant *kWithAvx512[] = {&kAdjustAvx512, &kAdjustAvx2, &k
                                                 nullptr};
 constexpr const AdjustVariant *const *kWithAvx2 = kWithAvx512 + 1;
 constexpr const AdjustVariant *const *kPlain = kWithAvx512 + 2;
-
-bool HasAvx512() {
-    return __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi");
-}
 #else
 constexpr const AdjustVariant *kPlain[] = {&kAdjustScalar, nullptr};
 #endif
@@ -25,8 +25,10 @@ const AdjustVariant kAdjustScalar = {"scalar", PairsRow<kBlock, InPlace<SolvePai
 
 const AdjustVariant *const *AdjustVariants() {
 #ifdef KOWEN_HOST_X86
-    if (__builtin_cpu_supports("avx2"))
-        return HasAvx512() ? kWithAvx512 : kWithAvx2;
+    if (MachineHas(InstructionSet::kAvx512))
+        return kWithAvx512;
+    if (MachineHas(InstructionSet::kAvx2))
+        return kWithAvx2;
 #endif
     return kPlain;
 }
