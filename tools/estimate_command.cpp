@@ -5,13 +5,12 @@
 #include "compare/comparison.h"
 #include "compare/like_encoder.h"
 #include "failure.h"
+#include "json_line.h"
 #include "kernel_note.h"
 #include "option_check.h"
 #include "profile_choice.h"
 #include "progress.h"
 #include "report.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <chrono>
@@ -204,7 +203,7 @@ private:
             entry["libjpeg"] = ObjectOf(row.libjpeg);
             object["qualities"].push_back(entry);
         }
-        PrintLine(object.dump(-1, ' ', false, Json::error_handler_t::replace));
+        PrintLine(JsonLine(object));
     }
 
     const EstimateOptions &options;

@@ -1,12 +1,11 @@
 #include "info_command.h"
 
 #include "failure.h"
+#include "json_line.h"
 #include "kernel_note.h"
 #include "readers/magick_library.h"
 #include "readers/picture_format.h"
 #include "report.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <optional>
@@ -71,7 +70,7 @@ void PrintJson(const Module &module, const KernelChoice &kernels, const Formats 
     object["variants"] = kernels.variants;
     object["formats"] = formats.here;
     object["magickFormats"] = formats.magick;
-    PrintLine(object.dump(-1, ' ', false, Json::error_handler_t::replace));
+    PrintLine(JsonLine(object));
 }
 
 } // namespace

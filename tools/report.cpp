@@ -1,10 +1,9 @@
 #include "report.h"
 
 #include "failure.h"
+#include "json_line.h"
 #include "readers/source.h"
 #include "terminal_text.h"
-
-#include <nlohmann/json.hpp>
 
 #include <cerrno>
 #include <cmath>
@@ -15,11 +14,6 @@ namespace kowen::cli {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-// File names may hold any bytes; those that are no UTF-8 are shown as such.
-std::string Line(const Json &object) {
-    return object.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
 
 Json ObjectOf(const JobReport &report) {
     Json object;
@@ -89,7 +83,7 @@ void PrintText(const std::string &text) {
 
 void PrintReport(const JobReport &report, const CommonOptions &options) {
     if (options.json)
-        PrintLine(Line(ObjectOf(report)));
+        PrintLine(JsonLine(ObjectOf(report)));
     else
         PrintForPeople(report, options.quiet);
 }

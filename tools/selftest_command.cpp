@@ -2,13 +2,12 @@
 
 #include "failure.h"
 #include "host_library.h"
+#include "json_line.h"
 #include "report.h"
 #include "selftest/checksum.h"
 #include "selftest/loading.h"
 #include "selftest/machine.h"
 #include "selftest/trial.h"
-
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <sys/resource.h>
@@ -130,7 +129,7 @@ void PrintJson(const Report &report) {
     for (const Trial &trial : report.trials)
         object["variants"].push_back(ObjectOf(report, trial));
     object["report"] = PasteLine(report);
-    PrintLine(object.dump(-1, ' ', false, Json::error_handler_t::replace));
+    PrintLine(JsonLine(object));
 }
 
 } // namespace

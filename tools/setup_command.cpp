@@ -1,6 +1,7 @@
 #include "setup_command.h"
 
 #include "failure.h"
+#include "json_line.h"
 #include "nearest_word.h"
 #include "report.h"
 #include "setting_values.h"
@@ -33,10 +34,6 @@ void CheckKept(const std::string &name) {
                        list);
 }
 
-std::string Line(const Json &object) {
-    return object.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
 // A profile keeps inches, which nobody recognises a paper in.
 std::string SizeForPeople(const std::string &size) {
     for (const char *paper :
@@ -60,7 +57,7 @@ void Show(const Settings &settings, const std::string &section, bool json) {
                         (name == std::string("size") ? SizeForPeople(value) : value));
     }
     if (json)
-        lines = {Line(object)};
+        lines = {JsonLine(object)};
     for (const std::string &line : lines)
         PrintLine(line);
 }
@@ -107,7 +104,7 @@ void RunSetupSet(const SetupOptions &options) {
 void RunSetupSections(const SetupOptions &options) {
     const std::vector<std::string> sections = Sections(options.file);
     if (options.common.json) {
-        PrintLine(Line(Json(sections)));
+        PrintLine(JsonLine(sections));
         return;
     }
     for (const std::string &section : sections)
