@@ -175,6 +175,26 @@ TEST(KowenSaveProfile, RefusesWhatAProfileCannotSay) {
               KOWEN_HOST_ERR_PROFILE);
 }
 
+TEST(KowenSaveProfile, RefusesASectionOfTheProfilesThatNoHeaderCanName) {
+    const ScopedEnvironment noFolder("INIDIR", nullptr);
+    const TempDirectory directory;
+    const SomeSettings settings(SettingList{{"quality", "70"}});
+    for (const char *mode : {"a]b", " S", "\"S"}) {
+        const std::string text =
+            "[KOWEN]\n~Mode=\"" + std::string(mode) + "\"\n[S]\nDriver=KOWEN.1\n";
+        const std::string path = directory.Write("my.ini", text);
+        ProfileCall call;
+        EXPECT_EQ(KowenSaveProfile(settings, path.c_str(), nullptr, &call.result),
+                  KOWEN_HOST_ERR_PROFILE);
+        EXPECT_EQ(std::string(call.result.message),
+                  path + ": it names the section '" + mode +
+                      "', but a section's name has 1 to 143 characters, no brackets, quotes or "
+                      "semicolons and no spaces at its ends");
+        EXPECT_EQ(directory.Read("my.ini"), text);
+        EXPECT_EQ(KowenSaveProfile(settings, path.c_str(), "S", &call.result), KOWEN_HOST_OK);
+    }
+}
+
 TEST(KowenSaveProfile, TurnsPixelsIntoInchesOfItsResolution) {
     const ScopedEnvironment noFolder("INIDIR", nullptr);
     const TempDirectory directory;

@@ -34,10 +34,22 @@ void WriteProfile(const ProfileFile &profile) {
     }
 }
 
+// The section that a profile's mode names can be any text, but not every one can be a header.
+std::string SectionToRewrite(const std::string &wanted, const ProfileFile &profile) {
+    const std::string section = ChooseSection(profile, wanted);
+    try {
+        CheckSectionName(section);
+    } catch (const BadArgument &refused) {
+        throw Failure(KOWEN_HOST_ERR_PROFILE, profile.path + ": it names the section '" + section +
+                                                  "', but " + refused.what());
+    }
+    return section;
+}
+
 // The section to write to. A new profile names it, so that nobody has to from then on.
 std::string SectionToKeep(const std::string &wanted, ProfileFile *profile) {
     if (profile->exists)
-        return ChooseSection(*profile, wanted);
+        return SectionToRewrite(wanted, *profile);
     const std::string section = wanted.empty() ? kDefaultSection : wanted;
     CheckSectionName(section);
     profile->text.Set(key::kModeSection, key::kMode, section);
