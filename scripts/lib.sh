@@ -15,6 +15,20 @@ die() {
     exit 1
 }
 
+# no_option WORD
+no_option() {
+    echo "${0##*/}: no option '$1'; scripts/${0##*/} --help tells what there is" >&2
+    exit 2
+}
+
+# What stands at the head of a script is its help. Sourced, this sees the script's arguments.
+case ${1:-} in
+-h | --help)
+    sed -n '2,${ /^#/!q; s/^# \{0,1\}//; p; }' "$KOWEN_ROOT/scripts/${0##*/}"
+    exit
+    ;;
+esac
+
 . "$KOWEN_ROOT/scripts/packages.sh"
 
 # build_preset NAME [TARGET...]: configures and builds a preset of CMakePresets.json.

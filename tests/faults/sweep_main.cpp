@@ -3,7 +3,7 @@
 //     fault_sweep [--small] [NAME...]     scenarios whose names contain one of the words
 //
 // Each row is swept in a process of its own, so that a crash is a number in the table and not its
-// end. The exit status is 0 when nothing was found.
+// end. The exit status is 0 when nothing was found, and 2 when no scenario is of that name.
 #include "faults/scenarios.h"
 #include "faults/sweep.h"
 
@@ -135,6 +135,10 @@ int main(int argc, char **argv) {
                 total += row;
                 ++rows;
             }
+    }
+    if (rows == 0) {
+        std::fprintf(stderr, "no scenario has such a name\n");
+        return 2;
     }
     Print("total: " + std::to_string(rows) + " rows", "", "", total);
     return IsBad(total) ? 1 : 0;
