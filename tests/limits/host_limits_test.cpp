@@ -9,6 +9,7 @@
 #include "support/temp_directory.h"
 
 #include <csignal>
+#include <cstdio>
 #include <ctime>
 #include <exception>
 #include <filesystem>
@@ -86,6 +87,9 @@ TEST_F(HostLimits, AFileSizeLimitLeavesTheOldFile) {
 }
 
 TEST_F(HostLimits, LessAndLessAddressSpaceLeavesOneFileOrTheOther) {
+#ifdef KOWEN_SANITIZED
+    GTEST_SKIP() << "the sanitizer needs terabytes of it";
+#endif
     const std::vector<uint8_t> pixels = Flat(1600, 1200, 100, 120, 140);
     const KowenPicture picture = RgbPicture(pixels, 1600, 1200);
     const std::string fresh = Fresh(picture), path = directory.File("a.jpg");
@@ -123,6 +127,9 @@ TEST_F(HostLimits, LessAndLessAddressSpaceLeavesOneFileOrTheOther) {
 
 // With every variant of the kernels, each in a process of its own.
 TEST_F(HostLimits, AStackOf64KilobytesIsEnough) {
+#ifdef KOWEN_SANITIZED
+    GTEST_SKIP() << "frames are several times as large";
+#endif
     const KowenPicture picture = RgbPicture(large, 640, 480);
     for (const char *variant : {"scalar", "sse41", "avx2", "avx512", "neon"}) {
         const ScopedEnvironment wanted("KOWEN_KERNELS", variant);
@@ -138,7 +145,7 @@ TEST_F(HostLimits, AStackOf64KilobytesIsEnough) {
         EXPECT_GT(code, 0) << variant;  // a signal ended it
         EXPECT_LE(code, 48) << variant; // room for what another compiler keeps there
         EXPECT_FALSE(directory.Read(std::string(variant) + ".jpg").empty()) << variant;
-        RecordProperty(variant, code);
+        std::printf("%s: %d KB of stack\n", variant, code);
     }
 }
 
