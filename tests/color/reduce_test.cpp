@@ -133,6 +133,23 @@ TEST(RlChangeColorResolution, GrowingClearsTheTableHandle) {
     EXPECT_FALSE(changed.hasTable);
 }
 
+TEST(RlChangeColorResolution, EqualDepthsKeepTheBytesAndClearTheTableHandle) {
+    for (const uint16_t depth : {4, 8}) {
+        const int last = (1 << depth) - 1;
+        Bytes greys;
+        for (int i = 0; i <= last; ++i)
+            greys.insert(greys.end(), 3, static_cast<uint8_t>(255 / last * i));
+        const Changed changed = Change({0x12, 0x34, 0x56, 0x78}, 4, 1, depth, depth, &greys);
+        EXPECT_EQ(changed.bitmap.at(0), 0x12) << depth;
+        EXPECT_EQ(changed.bitmap.at(1), 0x34) << depth;
+        EXPECT_FALSE(changed.hasTable) << depth;
+    }
+    const Bytes colours = {1, 2, 3, 4, 5, 6, 0, 0};
+    const Changed changed = Change(colours, 2, 1, 24, 24, nullptr);
+    EXPECT_EQ(changed.bitmap, colours);
+    EXPECT_FALSE(changed.hasTable);
+}
+
 TEST(RlChangeColorResolution, ReducesTrueColoursToATableOfTheirOwn) {
     // Keys: blue 31 first, then red 31.
     const Changed changed =

@@ -201,6 +201,22 @@ TEST(DrawExportCellData, WithoutAPaletteOnEitherSideNoneIsCopied) {
     EXPECT_EQ(blank.Palette(256), Bytes(768, 0));
 }
 
+TEST(DrawExportCellData, ThePaletteOfAnOffscreenStaysWithoutOneOfTheBitmap) {
+    TestBitmap source = MakeIndexed(8, 8, 6);
+    source.palette.clear();
+    HostBitmap bitmap(source);
+    uint32_t bandHeight = 6;
+    const uint8_t flag = 0;
+    auto *palette = static_cast<uint8_t *>(qivPtrGlobalAlloc(768));
+    std::fill(palette, palette + 768, uint8_t{7});
+    OffscreenRecord *record = InitPlatformOffscreen(8, &bandHeight, 8, 256, palette, &bitmap.record,
+                                                    DrawExportCellData, &flag);
+    EXPECT_EQ(record->palette, palette);
+    EXPECT_EQ(Bytes(palette, palette + 768), Bytes(768, 7));
+    TermPlatformOffscreen(record);
+    qivPtrGlobalFree(palette);
+}
+
 TEST(DrawExportCellData, TrueColorAtDepthEightGetsAnOptimisedPalette) {
     HostBitmap bitmap(MakeNoise(40, 30));
     uint16_t count = 256;

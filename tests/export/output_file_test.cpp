@@ -53,6 +53,17 @@ TEST_F(OpenOutputTest, OpensANamedFileEmptied) {
     EXPECT_EQ(directory.Read("out.jpg"), "new");
 }
 
+TEST_F(OpenOutputTest, ForgetsAnEarlierBlock) {
+    uint8_t earlier = 0;
+    block = &earlier;
+    EXPECT_EQ(Open(directory.File("out.jpg").c_str()), 0);
+    EXPECT_EQ(block, nullptr);
+    CloseOutput(output.file);
+    block = &earlier;
+    EXPECT_EQ(Open("out.jpg", HostFile::Procedure), 0);
+    EXPECT_EQ(block, nullptr);
+}
+
 TEST_F(OpenOutputTest, AFileThatCannotBeOpenedIsAnError) {
     EXPECT_EQ(Open(directory.File("no/such.jpg").c_str()), 303);
     EXPECT_EQ(output.file, 0u);

@@ -108,6 +108,8 @@ TEST(PlanExactCell, SaysWhenAResolutionCannotBeStated) {
     const CellPlan plan = PlanExactCell({}, {10, 10, 100000, 72});
     EXPECT_TRUE(plan.dpiMoved);
     EXPECT_EQ(plan.xDpi, 65535);
+    EXPECT_TRUE(PlanExactCell({}, {10, 10, 65535.5, 72}).dpiMoved);
+    EXPECT_FALSE(PlanExactCell({}, {10, 10, 65535.25, 72}).dpiMoved);
 }
 
 // 55 / 75 * 75 is 54.99...
@@ -129,6 +131,23 @@ TEST(PlanFilterCell, KeepsEverySizeAtEveryResolutionWithinTheLimits) {
             ASSERT_EQ(ThroughFilter(plan, stated, stated), (Pixels{side, side})) << dpi;
         }
     }
+}
+
+TEST(PlanFilterCell, KeepsEverySizeAtTwoResolutions) {
+    for (int side = 1; side <= 2000; ++side) {
+        const CellPlan plan = PlanFilterCell({}, {side, side, 300, 75});
+        ASSERT_EQ(ThroughFilter(plan, 300, 75), (Pixels{side, side}));
+        const CellPlan other = PlanFilterCell({}, {side, side, 75, 300});
+        ASSERT_EQ(ThroughFilter(other, 75, 300), (Pixels{side, side}));
+    }
+}
+
+// At 30 and at 31 dots per inch 505 pixels become 504, at 29 they do not.
+TEST(PlanFilterCell, TakesTheNearestResolutionBelowTheLimits) {
+    const CellPlan plan = PlanFilterCell({}, {505, 505, 30, 30});
+    EXPECT_EQ(plan.resolution, 29);
+    EXPECT_TRUE(plan.dpiMoved);
+    EXPECT_EQ(ThroughFilter(plan, 29, 29), (Pixels{505, 505}));
 }
 
 TEST(PlanFilterCell, LeavesFittingToTheFilter) {

@@ -67,6 +67,8 @@ TEST(NamedSettings, TakeValuesAndGiveThemBack) {
     EXPECT_EQ(GetAfter("dpi", "65535"), "65535");
     EXPECT_EQ(GetAfter("page", "10x5in@100"), "1000x500px@100");
     EXPECT_EQ(GetAfter("page", "10x5px"), "10x5px@96");
+    EXPECT_EQ(GetAfter("page", "10x5px@1"), "10x5px@1");
+    EXPECT_EQ(GetAfter("page", "10x5px@32767"), "10x5px@32767");
     EXPECT_EQ(GetAfter("background", "#0aBf00"), "#0abf00");
     EXPECT_EQ(GetAfter("background", "#0bF"), "#00bbff");
     EXPECT_EQ(GetAfter("background", "White"), "#ffffff");
@@ -89,21 +91,35 @@ TEST(NamedSettings, TakeValuesAndGiveThemBack) {
 }
 
 TEST(NamedSettings, RefuseWhatTheyCannotBe) {
-    const std::pair<const char *, const char *> kWrong[] = {
-        {"quality", "0"},           {"quality", "101"},
-        {"quality", "85x"},         {"quality", ""},
-        {"progressive", "y"},       {"colour", "red"},
-        {"size", "0x4in"},          {"size", "B4"},
-        {"size", "70000x4px"},      {"dpi", "0"},
-        {"dpi", "65536"},           {"dpi", "300x"},
-        {"page", "10x5in@0"},       {"page", "5"},
-        {"background", "whitish"},  {"exif", "yes"},
-        {"background", "#12345"},   {"max-bytes", "300q"},
-        {"max-bytes", "0.5"},       {"max-bytes", "1.0005k"},
-        {"max-bytes", "300.0001k"}, {"max-bytes", "-1"},
-        {"max-bytes", "0.5"},       {"max-bytes", "k"},
-        {"max-bytes", "1e3"},       {"background", "#1234"},
-        {"background", "#12 456"},  {"max-bytes", "99999999999999999999"}};
+    const std::pair<const char *, const char *> kWrong[] = {{"quality", "0"},
+                                                            {"quality", "101"},
+                                                            {"quality", "85x"},
+                                                            {"quality", ""},
+                                                            {"progressive", "y"},
+                                                            {"colour", "red"},
+                                                            {"size", "0x4in"},
+                                                            {"size", "B4"},
+                                                            {"size", "70000x4px"},
+                                                            {"dpi", "0"},
+                                                            {"dpi", "65536"},
+                                                            {"dpi", "300x"},
+                                                            {"page", "10x5in@0"},
+                                                            {"page", "5"},
+                                                            {"page", "10x5px@32768"},
+                                                            {"background", "whitish"},
+                                                            {"exif", "yes"},
+                                                            {"background", "#12345"},
+                                                            {"max-bytes", "300q"},
+                                                            {"max-bytes", "0.5"},
+                                                            {"max-bytes", "1.0005k"},
+                                                            {"max-bytes", "300.0001k"},
+                                                            {"max-bytes", "-1"},
+                                                            {"max-bytes", "0.5"},
+                                                            {"max-bytes", "k"},
+                                                            {"max-bytes", "1e3"},
+                                                            {"background", "#1234"},
+                                                            {"background", "#12 456"},
+                                                            {"max-bytes", "99999999999999999999"}};
     for (const auto &[name, value] : kWrong)
         EXPECT_NE(Refusal(name, value), "") << name << '=' << value;
 }

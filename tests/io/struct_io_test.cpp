@@ -241,6 +241,12 @@ TEST_F(QivReadStruct, BracketsNestedTooDeepEndTheTransfer) {
     EXPECT_EQ(ReadRecords((std::string(10, '}') + open64 + "{").c_str(), 0, 1), -1)
         << "closing brackets are no credit";
     EXPECT_EQ(ReadRecords((open64 + "C").c_str(), 5, 5), 5) << "each record starts afresh";
+    std::string following;
+    for (int i = 0; i < 65; ++i)
+        following += "{C}";
+    qivSeek(file, 0, 0);
+    EXPECT_EQ(ReadRecords(("[" + following + "]C").c_str(), 66, 1), 1)
+        << "structures that end make room";
     std::string mixed;
     for (int i = 0; i < 100000; ++i)
         mixed += "(}";

@@ -207,20 +207,23 @@ TEST_F(Limits, AStandardOutputThatDoesNotWaitIsWaitedFor) {
 }
 
 TEST_F(Limits, APipeThatNobodyReadsDoesNotEndTheHost) {
-    const auto code =
-        RunInChild([this] {
-            int ends[2];
-            std::signal(SIGPIPE, SIG_DFL);
-            if (pipe(ends) != 0 || close(ends[0]) != 0)
-                return 2;
-            dup2(ends[1], STDOUT_FILENO);
-            setvbuf(stdout, nullptr, _IONBF, 0);
-            const int32_t result = ExportLarge("stdout").result;
-            sigset_t pending;
-            sigpending(&pending);
-            return (result == 0 || result == 303) && sigismember(&pending, SIGPIPE) == 0 ? 0 : 1;
-        }).exitCode;
-    EXPECT_EQ(code, 0);
+    for (const int flags : {0, O_NONBLOCK}) {
+        const auto code =
+            RunInChild([this, flags] {
+                int ends[2];
+                std::signal(SIGPIPE, SIG_DFL);
+                if (pipe2(ends, flags) != 0 || close(ends[0]) != 0)
+                    return 2;
+                dup2(ends[1], STDOUT_FILENO);
+                setvbuf(stdout, nullptr, _IONBF, 0);
+                const int32_t result = ExportLarge("stdout").result;
+                sigset_t pending;
+                sigpending(&pending);
+                return (result == 0 || result == 303) && sigismember(&pending, SIGPIPE) == 0 ? 0
+                                                                                             : 1;
+            }).exitCode;
+        EXPECT_EQ(code, 0) << flags;
+    }
     EXPECT_TRUE(OrdinaryExportsAreWhole());
 }
 

@@ -205,6 +205,16 @@ TEST_F(ReplaceFileTest, LinksThatLeadInACircleLeadNowhere) {
     EXPECT_TRUE(fs::is_symlink(directory.File("a.ini")));
 }
 
+TEST_F(ReplaceFileTest, ChainsOfFortyLinksLeadNowhere) {
+    directory.Write("0", "old");
+    for (int i = 1; i <= 40; ++i)
+        fs::create_symlink(std::to_string(i - 1), directory.File(std::to_string(i)));
+    EXPECT_TRUE(Existing(directory.File("39"), "new"));
+    EXPECT_EQ(directory.Read("0"), "new");
+    EXPECT_FALSE(Existing(directory.File("40"), "newer"));
+    EXPECT_EQ(directory.Read("0"), "new");
+}
+
 TEST_F(ReplaceFileTest, WorksOnABareNameInTheWorkingDirectory) {
     directory.Write("a.ini", "old");
     const fs::path before = fs::current_path();

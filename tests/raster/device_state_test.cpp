@@ -71,6 +71,19 @@ TEST_F(InitDevice, TellsItsCapabilitiesAndTheColorMode) {
     EXPECT_EQ(capabilities[47], 3);
 }
 
+TEST_F(InitDevice, TakesColorModesThatAreNoneForUnchanged) {
+    for (const int mode :
+         {int{KOWEN_COLOR_UNCHANGED} - 1, int{KOWEN_COLOR_GREY_SCALE_INVERTED} + 1}) {
+        setup->colorMode = static_cast<int16_t>(mode);
+        ASSERT_EQ(Initialise(), 0);
+        EXPECT_EQ(lpEMData->colorMode, 0) << mode;
+        Terminate();
+    }
+    setup->colorMode = KOWEN_COLOR_GREY_SCALE_INVERTED;
+    ASSERT_EQ(Initialise(), 0);
+    EXPECT_EQ(lpEMData->colorMode, KOWEN_COLOR_GREY_SCALE_INVERTED - KOWEN_COLOR_UNCHANGED);
+}
+
 TEST_F(InitDevice, OpensForAHostWithoutRoomForItsCapabilities) {
     record.capabilities = nullptr;
     ASSERT_EQ(Initialise(), 0);
