@@ -339,7 +339,10 @@ void SetAnything(Input *input, KowenSettings *settings) {
         KowenSet(settings, name, "50x40px@72", nullptr);
 }
 
+// The default page has a million pixels, which few inputs need.
 void SetSome(Input *input, KowenSettings *settings) {
+    if (!input->Seldom(64))
+        KowenSet(settings, "page", "50x40px@72", nullptr);
     for (int i = input->Between(0, 4); i > 0; --i) {
         const Setting setting = input->Pick(kSettings);
         KowenSet(settings, setting.name, setting.value, nullptr);
