@@ -186,6 +186,8 @@ static void ExportThroughTheDevice(MemoryHandle setup, const unsigned char *pixe
     record.setup = setup;
     record.exportRecord = &exportRecord;
     rasterDoor(KOWEN_DOOR_ADDRESS, &device, 0);
+    if (device == NULL)
+        Fail("the module has no raster device");
     if (device(0, KOWEN_DD_INITIALISE, &record) != KOWEN_OK)
         Fail("the device could not be initialised");
     BeginPicture();

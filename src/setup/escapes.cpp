@@ -17,9 +17,9 @@ constexpr int32_t kUnknown = 0;
 constexpr int32_t kRejected = -1;
 
 // The host's colour modes 101..105 are stored as 103..107.
-constexpr int32_t kHostColorOffset = 2;
-constexpr int32_t kMinHostColor = KOWEN_COLOR_UNCHANGED - kHostColorOffset;
-constexpr int32_t kMaxHostColor = KOWEN_COLOR_GREY_SCALE_INVERTED - kHostColorOffset;
+constexpr int32_t kMinHostColor = KOWEN_ESCAPE_COLOR_UNCHANGED;
+constexpr int32_t kMaxHostColor = KOWEN_ESCAPE_COLOR_GREY_SCALE_INVERTED;
+constexpr int32_t kHostColorOffset = KOWEN_COLOR_UNCHANGED - kMinHostColor;
 
 // Host I/O procedures are handed over as a 4-byte value, whatever the size of a pointer.
 constexpr uint32_t kProcedureSize = 4;

@@ -2,6 +2,7 @@
 #include "module/guide_example.h"
 #include "support/full_disk.h"
 #include "support/module_path.h"
+#include "support/scoped_environment.h"
 #include "support/temp_directory.h"
 
 #include <gtest/gtest.h>
@@ -53,6 +54,21 @@ TEST(GuideExample, ReportsAModuleThatIsNone) {
     const std::string module = directory.Write("kowen.so", "not a module");
     EXPECT_NE(RunGuideExample(module, directory.File("a.jpg"), directory.File("words")), 0);
     EXPECT_EQ(directory.Read("words"), module + ": not a filter\n");
+}
+
+TEST(GuideExample, ReportsAFilterWithoutAnEntry) {
+    const TempDirectory directory;
+    for (const char *lacking :
+         {"CreateSetup", "DestroySetup", "EscapeSetup", "ExportCellData", "szDLLName"}) {
+        const ScopedEnvironment lack("KOWEN_LACKING", lacking);
+        EXPECT_NE(
+            RunGuideExample(KOWEN_LACKING_MODULE, directory.File("a.jpg"), directory.File("words")),
+            0);
+        EXPECT_EQ(directory.Read("words"), KOWEN_LACKING_MODULE ": not a filter\n") << lacking;
+    }
+    const ScopedEnvironment lack("KOWEN_LACKING", "dd_entry"); // which it does not use
+    EXPECT_EQ(
+        RunGuideExample(KOWEN_LACKING_MODULE, directory.File("a.jpg"), directory.File("words")), 0);
 }
 
 } // namespace

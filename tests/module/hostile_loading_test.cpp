@@ -4,7 +4,9 @@
 #include "support/emulator.h"
 
 #include <filesystem>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -235,6 +237,23 @@ TEST_F(HostileLoading, LoadedInOneThreadUsedInAnotherUnloadedInAThird) {
         std::thread([&] { module.reset(); }).join();
         EXPECT_EQ(MappingsOf("copy.so"), 0u);
     }
+}
+
+TEST_F(HostileLoading, AForkedChildGoesOnByItself) {
+    const pid_t child = fork();
+    if (child == 0) {
+        const int32_t quality = 5;
+        const bool changed =
+            host.escapeSetup(setup, KOWEN_ESCAPE_SET_QUALITY, 4, &quality, nullptr, 0) == 1;
+        const bool right = Export(steps, otherSetup).jpeg == steps.jpeg;
+        const bool ended = host.destroySetup(otherSetup) == 0;
+        _exit(changed && right && ended ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(Export(plain, setup).jpeg, plain.jpeg);
+    EXPECT_EQ(Export(steps, otherSetup).jpeg, steps.jpeg);
 }
 
 TEST_F(HostileLoading, EveryWayOfLoadingIsAsGood) {

@@ -23,14 +23,14 @@ protected:
         return host.createSetup(0, path.c_str(), "S", nullptr);
     }
     std::array<double, 2> SizeOf(MemoryHandle handle) const {
-        const int32_t user = 3;
+        const int32_t user = KOWEN_ESCAPE_SIZE_USER;
         std::array<double, 2> size = {};
         EXPECT_EQ(host.escapeSetup(handle, KOWEN_ESCAPE_SET_SIZE_MODE, 4, &user, nullptr, 0), 1);
         EXPECT_EQ(host.escapeSetup(handle, KOWEN_ESCAPE_GET_SIZE, 0, nullptr, &size, 0), 1);
         return size;
     }
     std::array<int32_t, 2> ResolutionOf(MemoryHandle handle) const {
-        const int32_t user = 3;
+        const int32_t user = KOWEN_ESCAPE_RESOLUTION_USER;
         std::array<int32_t, 2> answer = {};
         EXPECT_EQ(host.escapeSetup(handle, KOWEN_ESCAPE_SET_RESOLUTION_MODE, 4, &user, nullptr, 0),
                   1);

@@ -220,8 +220,12 @@ protected:
             [this] { Renew(setup, plain); },
             [this] { Renew(otherSetup, steps); },
             [this] { Escape(setup, KOWEN_ESCAPE_SET_QUALITY, 75); },
-            [this] { Escape(otherSetup, KOWEN_ESCAPE_SET_SIZE_MODE, 0); },
-            [this] { Escape(setup, KOWEN_ESCAPE_SET_RESOLUTION_MODE, 3); },
+            [this] {
+                Escape(otherSetup, KOWEN_ESCAPE_SET_SIZE_MODE, KOWEN_ESCAPE_SIZE_FROM_DISPLAY);
+            },
+            [this] {
+                Escape(setup, KOWEN_ESCAPE_SET_RESOLUTION_MODE, KOWEN_ESCAPE_RESOLUTION_USER);
+            },
             [this] { Query(setup); },
             [this] { Export(plain, setup); },
             [this] { Export(steps, otherSetup, "", &mischief.record); },

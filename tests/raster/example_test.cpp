@@ -1,6 +1,7 @@
 // The example host, as a newcomer runs it.
 #include "support/emulator.h"
 #include "support/full_disk.h"
+#include "support/scoped_environment.h"
 #include "support/temp_directory.h"
 
 #include <gtest/gtest.h>
@@ -58,6 +59,23 @@ TEST(ExportBothDoors, SaysWhatALibraryLacksThatIsNoFilter) {
                                 " libm.so.6 a.jpg b.jpg 2>" + Quoted(directory.File("log"));
     EXPECT_NE(std::system(command.c_str()), 0);
     EXPECT_EQ(directory.Read("log"), "export_both_doors: the module has no fltLoadPointers\n");
+}
+
+TEST(ExportBothDoors, SaysWhatAFilterLacks) {
+    TempDirectory directory;
+    const std::string command =
+        std::string(kEmulator) + Quoted(KOWEN_EXAMPLE) + " " + Quoted(KOWEN_LACKING_MODULE) + " " +
+        Quoted(directory.File("a.jpg")) + " " + Quoted(directory.File("b.jpg")) + " 2>" +
+        Quoted(directory.File("log"));
+    const std::pair<const char *, const char *> cases[] = {
+        {"szDLLName", "export_both_doors: the module has no szDLLName\n"},
+        {"RASTER_dd_entry", "export_both_doors: the module has no RASTER_dd_entry\n"},
+        {"device", "export_both_doors: the module has no raster device\n"}};
+    for (const auto &[lacking, said] : cases) {
+        const ScopedEnvironment lack("KOWEN_LACKING", lacking);
+        EXPECT_NE(std::system(command.c_str()), 0);
+        EXPECT_EQ(directory.Read("log"), said);
+    }
 }
 
 TEST(ExportBothDoors, FailsOnAFullDisk) {

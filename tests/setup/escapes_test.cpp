@@ -176,6 +176,42 @@ TEST_F(EscapeTest, ModesAreNeverPersisted) {
     EXPECT_EQ(setup->qualityMode, 242);
 }
 
+// What a host writes, and what a profile has for the same.
+TEST_F(EscapeTest, EachInputHasAName) {
+    const std::initializer_list<std::pair<int32_t, int32_t>> resolutions = {
+        {KOWEN_ESCAPE_RESOLUTION_FROM_DISPLAY, 307},
+        {KOWEN_ESCAPE_RESOLUTION_FROM_PRINTER, 308},
+        {KOWEN_ESCAPE_RESOLUTION_FROM_PICTURE, 309},
+        {KOWEN_ESCAPE_RESOLUTION_USER, 310}};
+    for (const auto &[input, stored] : resolutions) {
+        EXPECT_EQ(Set(KOWEN_ESCAPE_SET_RESOLUTION_MODE, input), kHandled);
+        EXPECT_EQ(setup->resolutionMode, stored);
+    }
+    const std::initializer_list<std::pair<int32_t, int32_t>> sizes = {
+        {KOWEN_ESCAPE_SIZE_FROM_DISPLAY, 600},
+        {KOWEN_ESCAPE_SIZE_FROM_PRINTER, 601},
+        {KOWEN_ESCAPE_SIZE_FROM_PICTURE, 602},
+        {KOWEN_ESCAPE_SIZE_USER, 603}};
+    for (const auto &[input, stored] : sizes) {
+        EXPECT_EQ(Set(KOWEN_ESCAPE_SET_SIZE_MODE, input), kHandled);
+        EXPECT_EQ(setup->sizeMode, stored);
+    }
+    const std::initializer_list<std::pair<int32_t, int32_t>> colors = {
+        {KOWEN_ESCAPE_COLOR_UNCHANGED, 103},
+        {KOWEN_ESCAPE_COLOR_INVERTED, 104},
+        {KOWEN_ESCAPE_COLOR_GREYS_INVERTED, 105},
+        {KOWEN_ESCAPE_COLOR_GREY_SCALE, 106},
+        {KOWEN_ESCAPE_COLOR_GREY_SCALE_INVERTED, 107}};
+    for (const auto &[input, stored] : colors) {
+        EXPECT_EQ(Set(KOWEN_ESCAPE_SET_COLOR_MODE, input), kHandled);
+        EXPECT_EQ(setup->colorMode, stored);
+    }
+    EXPECT_EQ(Set(KOWEN_ESCAPE_SET_QUALITY_MODE, KOWEN_ESCAPE_QUALITY_USER), kHandled);
+    EXPECT_EQ(setup->qualityMode, 242);
+    EXPECT_EQ(Set(KOWEN_ESCAPE_SET_QUALITY_MODE, KOWEN_ESCAPE_QUALITY_FIXED), kHandled);
+    EXPECT_EQ(setup->qualityMode, 241);
+}
+
 TEST_F(EscapeTest, WithoutProfileNothingIsPersisted) {
     setup = CreateWithoutProfile();
     EXPECT_EQ(Set(44, 50, true), kHandled);
