@@ -64,6 +64,7 @@ TEST(NamedSettings, TakeValuesAndGiveThemBack) {
     EXPECT_EQ(GetAfter("size", "6X4IN"), "6x4in");
     EXPECT_EQ(GetAfter("dpi", "300"), "300");
     EXPECT_EQ(GetAfter("dpi", "300x150"), "300x150");
+    EXPECT_EQ(GetAfter("dpi", "1"), "1");
     EXPECT_EQ(GetAfter("dpi", "65535"), "65535");
     EXPECT_EQ(GetAfter("page", "10x5in@100"), "1000x500px@100");
     EXPECT_EQ(GetAfter("page", "10x5px"), "10x5px@96");

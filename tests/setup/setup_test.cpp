@@ -184,6 +184,12 @@ TEST_F(ModuleProfileTest, APathThatFillsItsBufferIsReadToItsEnd) {
     Expect(std::string(kDllNameBytes - name.size(), 'x') + name, "kowen.ini");
 }
 
+TEST_F(ModuleProfileTest, IsNotTakenForAPathThatDoesNotFit) {
+    directory.Write("kowen.ini", "[S]\nDriver=d\n");
+    SetModulePath("/opt/kowen.so");
+    EXPECT_STREQ(Create(std::string(144, 'p'), "S")->profilePath, "");
+}
+
 TEST_F(ModuleProfileTest, ANameThatDoesNotFitIsNotFound) {
     ExpectNone(std::string(kDllNameBytes, 'x'));
     ExpectNone("/" + std::string(140, 'x') + ".so");
