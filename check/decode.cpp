@@ -46,6 +46,25 @@ constexpr int32_t kHostColorOffset = 2;
 constexpr int32_t kMostHostColor = KOWEN_COLOR_GREY_SCALE_INVERTED - kHostColorOffset;
 constexpr size_t kColorModeWord = 47; ///< of the capabilities
 
+/// Of all other escapes "in" is nobody's: it may be anything.
+bool TakesValue(int32_t code) {
+    switch (code) {
+    case KOWEN_ESCAPE_SET_COLOR_MODE:
+    case KOWEN_ESCAPE_SET_COLOR_FORMAT:
+    case KOWEN_ESCAPE_SET_X_RESOLUTION:
+    case KOWEN_ESCAPE_SET_Y_RESOLUTION:
+    case KOWEN_ESCAPE_SET_WIDTH:
+    case KOWEN_ESCAPE_SET_HEIGHT:
+    case KOWEN_ESCAPE_SET_RESOLUTION_MODE:
+    case KOWEN_ESCAPE_SET_SIZE_MODE:
+    case KOWEN_ESCAPE_SET_QUALITY:
+    case KOWEN_ESCAPE_SET_QUALITY_MODE:
+        return true;
+    default:
+        return false;
+    }
+}
+
 /// Hosts count from another number than profiles do.
 Json DescribeSetting(int32_t code, int32_t value) {
     const bool isMode = value >= 0 && value <= kMostMode;
@@ -156,6 +175,8 @@ Json DescribeEscapeInput(int32_t code, uint32_t size, const void *in) {
     default:
         if (in == nullptr)
             return nullptr;
+        if (!TakesValue(code))
+            return "not read";
         if (size == sizeof(double))
             return ValueAt<double>(in);
         return size == sizeof(int32_t) ? DescribeSetting(code, ValueAt<int32_t>(in))

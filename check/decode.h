@@ -29,8 +29,8 @@ Json DescribeIo(uintptr_t handleOrContext, int32_t operation, const void *argume
 Json DescribeEscapeInput(int32_t code, uint32_t size, const void *in);
 Json DescribeEscapeOutput(int32_t code, const void *out);
 
-/// A request with its opcode's arguments.
-Json DescribeRequest(const void *request);
+/// A request, with its opcode's arguments where the device reads them.
+Json DescribeRequest(const void *request, bool withArguments);
 
 /// What a request has appended to the return area: corners, or a number.
 Json DescribeAnswer(const void *bytes, uint32_t count);

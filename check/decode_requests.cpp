@@ -96,11 +96,12 @@ std::optional<PictureData> ReadPicture(const void *request) {
                        ValueAt<int32_t>(request, data + 12)};
 }
 
-Json DescribeRequest(const void *request) {
+Json DescribeRequest(const void *request, bool withArguments) {
     if (request == nullptr)
         return nullptr;
     Json described = {{"opcode", OpcodeName(ValueAt<uint32_t>(request))}};
-    described.update(DescribeArguments(request));
+    if (withArguments)
+        described.update(DescribeArguments(request));
     return described;
 }
 

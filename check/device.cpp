@@ -147,11 +147,17 @@ int32_t DoNothing(const Device &device, const Call &call, uint16_t function, voi
     return device.door(0, function, record);
 }
 
-Json DescribeDoorRecord(uint16_t function, void *record) {
+/// The export device reads none of its requests, the raster device those that run.
+bool ReadsRequest(const Device &device, const void *request) {
+    return request != nullptr && &device == &Raster() && device.output.Runs() && !DoorsAreShut() &&
+           RequestRuns(device.state, request);
+}
+
+Json DescribeDoorRecord(const Device &device, uint16_t function, void *record) {
     if (function == KOWEN_DD_INITIALISE)
         return DescribeOpenRecord(static_cast<const OpenRecord *>(record));
     if (function == KOWEN_DD_DISPATCH)
-        return DescribeRequest(record);
+        return DescribeRequest(record, ReadsRequest(device, record));
     return record != nullptr ? "not read" : "null";
 }
 
@@ -177,7 +183,7 @@ int32_t RunFunction(Device &device, Call &call, uint16_t function, void *record)
 int32_t RunDoor(Device &device, uint16_t function, void *record) {
     Call call(device.doorName, CallKind::kOther,
               {{"function", DoorFunctionName(function)},
-               {"record", DescribeDoorRecord(function, record)}});
+               {"record", DescribeDoorRecord(device, function, record)}});
     int32_t result = function == KOWEN_DD_INITIALISE ? KOWEN_ERR_MEMORY : KOWEN_OK;
     if (call.Passes())
         result = RunFunction(device, call, function, record);

@@ -201,10 +201,14 @@ void FollowState(DeviceState *device, uint32_t opcode) {
 
 } // namespace
 
+bool RequestRuns(const DeviceState &device, const void *request) {
+    return (StatesOf(ValueAt<uint32_t>(request)) & device.state) != 0;
+}
+
 void CheckRequest(Call &call, const DeviceState &device, const void *request) {
     const auto opcode = ValueAt<uint32_t>(request);
     CheckState(call, device, opcode);
-    if ((StatesOf(opcode) & device.state) == 0)
+    if (!RequestRuns(device, request))
         return;
     if (opcode == KOWEN_REQUEST_CELL_ARRAY)
         CheckCells(call, device, request);
@@ -217,13 +221,12 @@ void CheckRequest(Call &call, const DeviceState &device, const void *request) {
 }
 
 uint32_t AnswerBytes(const DeviceState &device, const void *request) {
-    const auto opcode = ValueAt<uint32_t>(request);
-    return (StatesOf(opcode) & device.state) != 0 ? BytesAnswered(opcode) : 0;
+    return RequestRuns(device, request) ? BytesAnswered(ValueAt<uint32_t>(request)) : 0;
 }
 
 void FollowRequest(DeviceState *device, const void *request) {
     const auto opcode = ValueAt<uint32_t>(request);
-    if ((StatesOf(opcode) & device->state) == 0)
+    if (!RequestRuns(*device, request))
         return;
     FollowState(device, opcode);
     if (opcode == KOWEN_REQUEST_SET_WINDOW) {

@@ -22,6 +22,9 @@ struct DeviceState {
     uint32_t returnAreaUsed = 0;
 };
 
+/// Whether the device runs a request in the state that it is in.
+bool RequestRuns(const DeviceState &device, const void *request);
+
 /// Reports what is wrong with a request before the device gets it.
 void CheckRequest(Call &call, const DeviceState &device, const void *request);
 

@@ -17,7 +17,7 @@ constexpr RuleText kRules[] = {
     {Rule::kUnload, "unload", kHosts, "Before that, terminate devices and free setups and blocks."},
     {Rule::kOneThread, "one-thread", kHosts, "Calls come from one thread at a time."},
     {Rule::kCallbackCalls, "callback-calls", kHosts,
-     "From inside one, use the memory functions and nothing else of the module."},
+     "From inside one, rely on the memory functions and on nothing else of the module."},
     {Rule::kCallbackReturns, "callback-returns", kHosts,
      "Return it must: one that is left by `longjmp` leaves the doors shut for good."},
     {Rule::kSetupText, "setup-text", kSettings,

@@ -120,6 +120,29 @@ const Allowed kExports[] = {
              host.Export(setup, bitmap, CheckedHost::MakeCell(), &record);
          });
      }},
+    {"FilesWithAMemoryBlockThatWasNeverSet",
+     [](CheckedHost &host) {
+         WithSetup(host, [&](MemoryHandle setup) {
+             ExportRecord record = {};
+             record.memoryBlock = 0x5A5A5A5A; // it is written for memory output alone
+             EXPECT_EQ(host.Export(setup, host.MakeBitmap(), CheckedHost::MakeCell(), &record), 0);
+             EXPECT_EQ(record.memoryBlock, 0x5A5A5A5Au);
+             host.DrawPicture(setup, &record);
+             EXPECT_EQ(record.memoryBlock, 0x5A5A5A5Au);
+         });
+     }},
+    {"GettersWithAnyInput",
+     [](CheckedHost &host) {
+         WithSetup(host, [&](MemoryHandle setup) {
+             const auto *nothing = reinterpret_cast<const void *>(uintptr_t{16});
+             int32_t value = 0;
+             for (const int32_t code : {KOWEN_ESCAPE_GET_QUALITY, KOWEN_ESCAPE_GET_COLOR_MODE,
+                                        KOWEN_ESCAPE_GET_HOST_VALUE})
+                 EXPECT_EQ(host.escape(setup, code, 4, nothing, &value, 0), 1);
+             double size[2] = {};
+             EXPECT_EQ(host.escape(setup, KOWEN_ESCAPE_GET_SIZE, 8, nothing, size, 0), 1);
+         });
+     }},
     {"OtherBlocksEndedInACallback",
      [](CheckedHost &host) {
          WithSetup(host, [&](MemoryHandle setup) {

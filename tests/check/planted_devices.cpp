@@ -126,6 +126,12 @@ std::vector<Planted> RequestMistakes() {
                      [](CheckedHost &host) { EXPECT_EQ(host.Run(600), 0); }),
         WrongDrawing("WindowInTheBody", {"request-state"},
                      [](CheckedHost &host) { host.Run(WindowRequest(0, 0, 1, 1)); }),
+        WrongDrawing("WindowWithoutItsArgumentsInTheBody", {"request-state"},
+                     [](CheckedHost &host) {
+                         host.Run(kSetWindow); // 16 bytes: none that does not run is read further
+                         EXPECT_NE(host.Trace().find("record {opcode KOWEN_REQUEST_SET_WINDOW})"),
+                                   std::string::npos);
+                     }),
         WrongDrawing("PictureWiderThanTheWindow", {"window"},
                      [](CheckedHost &host) {
                          host.Run(OpenPictureRequest(9, 4, 24));
