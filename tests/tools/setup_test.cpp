@@ -8,7 +8,7 @@ namespace {
 
 class SetupCommand : public ExportFixture {
 protected:
-    ProgramResult Setup(std::vector<std::string> arguments, int expected = 0) {
+    ProgramResult RunSetup(std::vector<std::string> arguments, int expected = 0) {
         arguments.insert(arguments.begin(), "setup");
         Kowen(arguments);
         EXPECT_EQ(result.exitCode, expected) << result.errors;
@@ -19,20 +19,20 @@ protected:
 TEST_F(SetupCommand, SetMakesAProfile) {
     const std::string expected = "[JPG Export]\nquality=75\nprogressive=yes\ncolour=ycc422\n"
                                  "colour-mode=unchanged\nsize=picture\ndpi=picture\n";
-    EXPECT_EQ(Setup({"set", "my.ini", "quality=75", "progressive=yes"}).output, expected);
-    EXPECT_EQ(Setup({"show", "my.ini"}).output, expected);
-    EXPECT_EQ(Setup({"sections", "my.ini"}).output, "JPG Export\n");
+    EXPECT_EQ(RunSetup({"set", "my.ini", "quality=75", "progressive=yes"}).output, expected);
+    EXPECT_EQ(RunSetup({"show", "my.ini"}).output, expected);
+    EXPECT_EQ(RunSetup({"sections", "my.ini"}).output, "JPG Export\n");
     EXPECT_EQ(Listing(), "my.ini");
 }
 
 TEST_F(SetupCommand, RefusedValuesChangeNothing) {
-    Setup({"set", "my.ini", "quality=75", "-q"});
+    RunSetup({"set", "my.ini", "quality=75", "-q"});
     const std::string before = directory.Read("my.ini");
     for (const char *assignment :
          {"quality=0", "quality=44", "quality", "colour=212", "bogus=1", "dpi=many", "icc=drop"})
-        Setup({"set", "my.ini", "colour-mode=grey", assignment}, 2);
-    Setup({"set", "my.ini"}, 2);
-    EXPECT_EQ(Setup({"set", "my.ini", "max-bytes=9k"}, 2).errors,
+        RunSetup({"set", "my.ini", "colour-mode=grey", assignment}, 2);
+    RunSetup({"set", "my.ini"}, 2);
+    EXPECT_EQ(RunSetup({"set", "my.ini", "max-bytes=9k"}, 2).errors,
               "kowen: a profile cannot keep 'max-bytes'; it keeps quality, progressive, colour, "
               "colour-mode, size, dpi\n");
     EXPECT_EQ(directory.Read("my.ini"), before);
@@ -45,27 +45,27 @@ TEST_F(SetupCommand, FilesThatAreNoProfilesAreRefused) {
         for (const std::vector<std::string> &words : {std::vector<std::string>{"show", "my.ini"},
                                                       {"sections", "my.ini"},
                                                       {"set", "my.ini", "quality=80"}}) {
-            EXPECT_TRUE(Has(Setup(words, 1).errors, "my.ini: this is no settings profile"));
+            EXPECT_TRUE(Has(RunSetup(words, 1).errors, "my.ini: this is no settings profile"));
             EXPECT_EQ(directory.Read("my.ini"), content);
         }
     }
-    EXPECT_TRUE(Has(Setup({"show", "no.ini"}, 1).errors, "no.ini: No such file"));
+    EXPECT_TRUE(Has(RunSetup({"show", "no.ini"}, 1).errors, "no.ini: No such file"));
 }
 
 TEST_F(SetupCommand, NamesTheSectionsThatThereAre) {
     directory.Write("my.ini", "[A]\nDriver=KOWEN.1\n[B]\nDriver=KOWEN.1\n");
-    EXPECT_TRUE(Has(Setup({"show", "my.ini"}, 1).errors, "A, B"));
-    EXPECT_TRUE(Has(Setup({"show", "my.ini", "--section", "C"}, 1).errors, "'C'"));
+    EXPECT_TRUE(Has(RunSetup({"show", "my.ini"}, 1).errors, "A, B"));
+    EXPECT_TRUE(Has(RunSetup({"show", "my.ini", "--section", "C"}, 1).errors, "'C'"));
 }
 
 TEST_F(SetupCommand, ReportsAsJsonWithNumbers) {
-    Setup({"set", "my.ini", "quality=75", "dpi=300"});
-    const auto report = nlohmann::json::parse(Setup({"show", "my.ini", "--json"}).output);
+    RunSetup({"set", "my.ini", "quality=75", "dpi=300"});
+    const auto report = nlohmann::json::parse(RunSetup({"show", "my.ini", "--json"}).output);
     EXPECT_EQ(report["section"], "JPG Export");
     EXPECT_EQ(report["quality"], 75);
     EXPECT_EQ(report["dpi"], 300);
     EXPECT_EQ(report["progressive"], false);
-    EXPECT_EQ(nlohmann::json::parse(Setup({"sections", "my.ini", "--json"}).output)[0],
+    EXPECT_EQ(nlohmann::json::parse(RunSetup({"sections", "my.ini", "--json"}).output)[0],
               "JPG Export");
 }
 
@@ -83,7 +83,7 @@ protected:
 };
 
 TEST_F(ProfileExport, StartsFromTheProfile) {
-    Setup({"set", "my.ini", "progressive=yes", "dpi=200", "colour-mode=inverted"});
+    RunSetup({"set", "my.ini", "progressive=yes", "dpi=200", "colour-mode=inverted"});
     DecodedJpeg jpeg = Made({"--profile", "my.ini"});
     EXPECT_TRUE(jpeg.Clean());
     EXPECT_TRUE(jpeg.progressive);
@@ -96,12 +96,12 @@ TEST_F(ProfileExport, StartsFromTheProfile) {
 }
 
 TEST_F(ProfileExport, LeavesTheProfileAloneWithoutSave) {
-    Setup({"set", "my.ini", "quality=75"});
+    RunSetup({"set", "my.ini", "quality=75"});
     const std::string before = directory.Read("my.ini");
     Made({"--profile", "my.ini", "--quality", "50", "--progressive"});
     EXPECT_EQ(directory.Read("my.ini"), before);
     Made({"--profile", "my.ini", "--quality", "50", "--save"});
-    EXPECT_TRUE(Has(Setup({"show", "my.ini"}).output, "quality=50\n"));
+    EXPECT_TRUE(Has(RunSetup({"show", "my.ini"}).output, "quality=50\n"));
 }
 
 TEST_F(ProfileExport, NothingIsSavedAfterAFailure) {
@@ -112,7 +112,7 @@ TEST_F(ProfileExport, NothingIsSavedAfterAFailure) {
 
 TEST_F(ProfileExport, FindsTheModulesOwnProfileAsTheModuleDoes) {
     std::filesystem::create_directory(directory.File("settings"));
-    Setup({"set", "settings/kowen.ini", "progressive=yes"});
+    RunSetup({"set", "settings/kowen.ini", "progressive=yes"});
     ProgramSetting here;
     here.directory = directory.File("settings");
     EXPECT_TRUE(Made({}, here).progressive);
