@@ -124,16 +124,15 @@ std::vector<Planted> CallbackMistakes() {
              host.destroySetup(drawn);
          }},
         {"OtherSetupMadeCurrentFromACallback",
-         {"callback-calls", "callback-calls", "callback-calls", "setup-outlives"},
+         {"callback-calls", "callback-calls", "setup-outlives", "callback-calls"},
          [](CheckedHost &host) {
              WithSetup(host, [&](MemoryHandle setup) {
                  const MemoryHandle other = host.MakeSetup();
                  Prank prank;
                  prank.onStatus = [&] {
                      host.editSetup(other, 1);
-                     EXPECT_EQ(host.AskSize(other), 8);
-                     BitmapRecord bitmap = host.MakeBitmap();
-                     EXPECT_EQ(host.Export(setup, bitmap), 303);
+                     EXPECT_EQ(host.Export(setup, host.MakeBitmap()), 303);
+                     EXPECT_EQ(host.AskSize(other), 8); // which is still current
                      return 0;
                  };
                  host.Export(setup, host.MakeBitmap(), CheckedHost::MakeCell(), &prank.record);

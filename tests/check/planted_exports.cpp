@@ -104,6 +104,15 @@ std::vector<Planted> ExportMistakes() {
                          EXPECT_EQ(host.exportCellData(name.c_str(), &bitmap, &cell, &records),
                                    303);
                      }),
+        WrongRecords("NoBitmapWithTheBlockOfAnEarlierExport", {"export-records"},
+                     [](CheckedHost &host, BitmapRecord &, HostRecord &records) {
+                         const CellRecord cell = CheckedHost::MakeCell();
+                         ExportRecord record = {};
+                         record.memoryBlock = host.alloc(KOWEN_GLOBAL_FLAGS, 8);
+                         host.free(record.memoryBlock);
+                         records.exportRecord = &record;
+                         EXPECT_EQ(host.exportCellData("", nullptr, &cell, &records), 300);
+                     }),
         {"SizeWithoutAWidth",
          {"size-pointers"},
          [](CheckedHost &host) {

@@ -49,6 +49,10 @@ TEST(PlantedJump, IsReportedWithTheNextCall) {
     if (setjmp(back) == 0)
         host.Export(setup, host.MakeBitmap(), CheckedHost::MakeCell(), &prank.record);
     host.version();
+    // The module keeps the setup and its doors shut, as if it were inside the callback for good.
+    EXPECT_EQ(host.destroySetup(setup), 1);
+    EXPECT_EQ(host.Initialise(setup), 0);
+    EXPECT_EQ(host.Run(kOpenDevice), 0);
     EXPECT_EQ(host.Mistakes(), Mistakes{"callback-returns"}) << host.Trace();
     host.Unload();
     testing::internal::GetCapturedStderr();
