@@ -35,15 +35,12 @@ Json DescribeCount(int32_t operation, int32_t count) {
     }
 }
 
-/// A number, and the name of the setting that it means: "101 (KOWEN_COLOR_UNCHANGED)".
+/// A number, and the name of what it means: "1 (KOWEN_COLOR_INVERTED)".
 Json Meaning(int32_t number, const std::string &name) {
     const bool isNamed = name.compare(0, 6, "KOWEN_") == 0;
     return isNamed ? Json(std::to_string(number) + " (" + name + ")") : Json(number);
 }
 
-constexpr int32_t kMostMode = 3; ///< modes are counted from 0
-constexpr int32_t kHostColorOffset = 2;
-constexpr int32_t kMostHostColor = KOWEN_COLOR_GREY_SCALE_INVERTED - kHostColorOffset;
 constexpr size_t kColorModeWord = 47; ///< of the capabilities
 
 /// Of all other escapes "in" is nobody's: it may be anything.
@@ -65,23 +62,23 @@ bool TakesValue(int32_t code) {
     }
 }
 
-/// Hosts count from another number than profiles do.
+/// A mode or format by its name, any other number as it is.
 Json DescribeSetting(int32_t code, int32_t value) {
-    const bool isMode = value >= 0 && value <= kMostMode;
+    const auto named = [value](const std::string &name) {
+        return name.compare(0, 6, "KOWEN_") == 0 ? Json(name) : Json(value);
+    };
     switch (code) {
     case KOWEN_ESCAPE_SET_COLOR_MODE:
     case KOWEN_ESCAPE_GET_COLOR_MODE:
-        return value <= kMostHostColor ? Meaning(value, ColorModeName(value + kHostColorOffset))
-                                       : Json(value);
+        return named(EscapeColorName(value));
     case KOWEN_ESCAPE_SET_COLOR_FORMAT:
-        return Meaning(value, EscapeFormatName(value));
+        return named(EscapeFormatName(value));
     case KOWEN_ESCAPE_SET_RESOLUTION_MODE:
-        return isMode ? Meaning(value, ResolutionModeName(value + KOWEN_RESOLUTION_FROM_DISPLAY))
-                      : Json(value);
+        return named(EscapeResolutionName(value));
     case KOWEN_ESCAPE_SET_SIZE_MODE:
-        return isMode ? Meaning(value, SizeModeName(value + KOWEN_SIZE_FROM_DISPLAY)) : Json(value);
+        return named(EscapeSizeName(value));
     case KOWEN_ESCAPE_SET_QUALITY_MODE:
-        return isMode ? Meaning(value, QualityModeName(value + KOWEN_QUALITY_FIXED)) : Json(value);
+        return named(EscapeQualityName(value));
     default:
         return value;
     }

@@ -100,23 +100,29 @@ constexpr CodeName kEscapeFormats[] = {
     KOWEN_NAMED(KOWEN_ESCAPE_FORMAT_YCC422),
 };
 
-constexpr CodeName kQualityModes[] = {
-    KOWEN_NAMED(KOWEN_QUALITY_FIXED),
-    KOWEN_NAMED(KOWEN_QUALITY_USER),
+constexpr CodeName kEscapeColors[] = {
+    KOWEN_NAMED(KOWEN_ESCAPE_COLOR_UNCHANGED),           KOWEN_NAMED(KOWEN_ESCAPE_COLOR_INVERTED),
+    KOWEN_NAMED(KOWEN_ESCAPE_COLOR_GREYS_INVERTED),      KOWEN_NAMED(KOWEN_ESCAPE_COLOR_GREY_SCALE),
+    KOWEN_NAMED(KOWEN_ESCAPE_COLOR_GREY_SCALE_INVERTED),
 };
 
-constexpr CodeName kResolutionModes[] = {
-    KOWEN_NAMED(KOWEN_RESOLUTION_FROM_DISPLAY),
-    KOWEN_NAMED(KOWEN_RESOLUTION_FROM_PRINTER),
-    KOWEN_NAMED(KOWEN_RESOLUTION_FROM_PICTURE),
-    KOWEN_NAMED(KOWEN_RESOLUTION_USER),
+constexpr CodeName kEscapeQualities[] = {
+    KOWEN_NAMED(KOWEN_ESCAPE_QUALITY_FIXED),
+    KOWEN_NAMED(KOWEN_ESCAPE_QUALITY_USER),
 };
 
-constexpr CodeName kSizeModes[] = {
-    KOWEN_NAMED(KOWEN_SIZE_FROM_DISPLAY),
-    KOWEN_NAMED(KOWEN_SIZE_FROM_PRINTER),
-    KOWEN_NAMED(KOWEN_SIZE_FROM_PICTURE),
-    KOWEN_NAMED(KOWEN_SIZE_USER),
+constexpr CodeName kEscapeResolutions[] = {
+    KOWEN_NAMED(KOWEN_ESCAPE_RESOLUTION_FROM_DISPLAY),
+    KOWEN_NAMED(KOWEN_ESCAPE_RESOLUTION_FROM_PRINTER),
+    KOWEN_NAMED(KOWEN_ESCAPE_RESOLUTION_FROM_PICTURE),
+    KOWEN_NAMED(KOWEN_ESCAPE_RESOLUTION_USER),
+};
+
+constexpr CodeName kEscapeSizes[] = {
+    KOWEN_NAMED(KOWEN_ESCAPE_SIZE_FROM_DISPLAY),
+    KOWEN_NAMED(KOWEN_ESCAPE_SIZE_FROM_PRINTER),
+    KOWEN_NAMED(KOWEN_ESCAPE_SIZE_FROM_PICTURE),
+    KOWEN_NAMED(KOWEN_ESCAPE_SIZE_USER),
 };
 
 constexpr CodeName kAllocationFlags[] = {
@@ -179,14 +185,17 @@ std::string ColorModeName(int32_t mode) {
 std::string EscapeFormatName(int32_t format) {
     return Find(kEscapeFormats, format);
 }
-std::string QualityModeName(int32_t mode) {
-    return Find(kQualityModes, mode);
+std::string EscapeColorName(int32_t mode) {
+    return Find(kEscapeColors, mode);
 }
-std::string ResolutionModeName(int32_t mode) {
-    return Find(kResolutionModes, mode);
+std::string EscapeQualityName(int32_t mode) {
+    return Find(kEscapeQualities, mode);
 }
-std::string SizeModeName(int32_t mode) {
-    return Find(kSizeModes, mode);
+std::string EscapeResolutionName(int32_t mode) {
+    return Find(kEscapeResolutions, mode);
+}
+std::string EscapeSizeName(int32_t mode) {
+    return Find(kEscapeSizes, mode);
 }
 std::string AllocationFlagsName(uint32_t flags) {
     return Find(kAllocationFlags, flags);

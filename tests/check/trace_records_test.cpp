@@ -39,15 +39,15 @@ TEST(CheckTraceOfEscapes, ModesStandByTheirNames) {
             host.escape(setup, KOWEN_ESCAPE_GET_COLOR_MODE, 4, nullptr, &mode, 0);
         });
     });
-    ExpectIn(trace, "SET_COLOR_MODE, size 4, in 104 (KOWEN_COLOR_GREY_SCALE),");
+    ExpectIn(trace, "SET_COLOR_MODE, size 4, in KOWEN_ESCAPE_COLOR_GREY_SCALE,");
     ExpectIn(trace, "SET_COLOR_MODE, size 4, in 106,");
-    ExpectIn(trace, "SET_COLOR_FORMAT, size 4, in 146 (KOWEN_ESCAPE_FORMAT_RGB444),");
-    ExpectIn(trace, "SET_RESOLUTION_MODE, size 4, in 1 (KOWEN_RESOLUTION_FROM_PRINTER),");
-    ExpectIn(trace, "SET_SIZE_MODE, size 4, in 3 (KOWEN_SIZE_USER),");
-    ExpectIn(trace, "SET_QUALITY_MODE, size 4, in 0 (KOWEN_QUALITY_FIXED),");
+    ExpectIn(trace, "SET_COLOR_FORMAT, size 4, in KOWEN_ESCAPE_FORMAT_RGB444,");
+    ExpectIn(trace, "SET_RESOLUTION_MODE, size 4, in KOWEN_ESCAPE_RESOLUTION_FROM_PRINTER,");
+    ExpectIn(trace, "SET_SIZE_MODE, size 4, in KOWEN_ESCAPE_SIZE_USER,");
+    ExpectIn(trace, "SET_QUALITY_MODE, size 4, in KOWEN_ESCAPE_QUALITY_FIXED,");
     ExpectIn(trace, "SET_QUALITY_MODE, size 4, in -1,");
     ExpectIn(trace, "SET_WIDTH, size 8, in 2.5,");
-    ExpectIn(trace, "returns result 1, out 104 (KOWEN_COLOR_GREY_SCALE)\n");
+    ExpectIn(trace, "returns result 1, out KOWEN_ESCAPE_COLOR_GREY_SCALE\n");
 }
 
 TEST(CheckTraceOfEscapes, TheRasterQueryIsAnswered) {
