@@ -4,6 +4,7 @@
 #include "lifetime.h"
 #include "names.h"
 #include "real_module.h"
+#include "setups.h"
 
 #include <map>
 #include <mutex>
@@ -38,13 +39,27 @@ void EndBlock(MemoryHandle handle) {
         TheBlocks().ended.insert(handle);
 }
 
-/// Whether a block has its data there.
-bool IsData(const void *data) {
+/// The block that has its data there; 0 for none.
+MemoryHandle BlockAt(const void *data) {
     const Lock lock(TheBlocks().mutex);
     for (const auto &[handle, block] : TheBlocks().live)
-        if (block.data == data)
-            return true;
-    return false;
+        if (data != nullptr && block.data == data)
+            return handle;
+    return 0;
+}
+
+/// What a handle is that is no block's.
+std::string DescribeStranger(MemoryHandle handle) {
+    if (IsSetup(handle))
+        return "that of " + DescribeSetup(handle) + ", which is no block";
+    if (const MemoryHandle block = BlockAt(reinterpret_cast<const void *>(handle)))
+        return "the address of the data of " + DescribeBlock(block) + ", whose handle is needed";
+    return "unknown";
+}
+
+bool HasEnded(MemoryHandle handle) {
+    const Lock lock(TheBlocks().mutex);
+    return TheBlocks().ended.contains(handle);
 }
 
 void CheckFlags(const Call &call, uint32_t flags) {
@@ -106,12 +121,13 @@ uint32_t BlockBytes(MemoryHandle handle) {
 void RequireBlock(Call &call, const char *what, MemoryHandle handle) {
     if (handle == 0 || IsBlock(handle))
         return;
+    const std::string handleIs = std::string("the handle of ") + what + " is ";
     if (call.Passes() && IsBlockInUse(handle))
-        call.Danger(Rule::kBlockInUse, std::string("the handle of ") + what +
-                                           " is that of memory output in the making");
+        call.Danger(Rule::kBlockInUse, handleIs + "that of memory output in the making");
+    else if (HasEnded(handle))
+        call.Danger(Rule::kBlockHandle, handleIs + "that of a block that has ended");
     else
-        call.Danger(Rule::kBlockHandle, std::string("the handle of ") + what + " is that of an " +
-                                            DescribeBlock(handle));
+        call.Danger(Rule::kBlockOrigin, handleIs + DescribeStranger(handle));
 }
 
 void ReportBlocksLeft() {
@@ -137,16 +153,21 @@ void *CheckedLock(MemoryHandle handle) {
 int32_t CheckedUnlock(MemoryHandle handle) {
     Call call("GlobalUnlock", CallKind::kMemory, {{"handle", DescribeBlock(handle)}});
     RequireBlock(call, "the block", handle);
-    return call.Passes() ? Real()->globalUnlock(handle) : 0;
+    const int32_t result = call.Passes() ? Real()->globalUnlock(handle) : 0;
+    call.Tell("result", result);
+    return result;
 }
 
 int32_t CheckedFree(MemoryHandle handle) {
     Call call("GlobalFree", CallKind::kMemory, {{"handle", DescribeBlock(handle)}});
     RequireBlockToEnd(call, handle);
-    if (!call.Passes())
-        return 0;
-    EndBlock(handle);
-    return Real()->globalFree(handle);
+    int32_t result = 0;
+    if (call.Passes()) {
+        EndBlock(handle);
+        result = Real()->globalFree(handle);
+    }
+    call.Tell("result", result);
+    return result;
 }
 
 MemoryHandle CheckedReAlloc(MemoryHandle handle, uint32_t size, uint32_t flags) {
@@ -170,7 +191,7 @@ uint32_t CheckedSize(MemoryHandle handle) {
 }
 
 MemoryHandle CheckedHandle(const void *data) {
-    const bool known = IsData(data);
+    const bool known = BlockAt(data) != 0;
     Call call("GlobalHandle", CallKind::kMemory, {{"data", data != nullptr}});
     if (data != nullptr && !known)
         call.Danger(Rule::kBlockAddress, "no block has its data there");

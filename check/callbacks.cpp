@@ -60,6 +60,34 @@ intptr_t TraceIo(uintptr_t handleOrContext, int32_t operation, void *argument, i
     return Innermost().CallProcedure(handleOrContext, operation, argument, count);
 }
 
+Json DescribeIoAnswer(int32_t operation, intptr_t answer) {
+    if (operation != KOWEN_IO_OPEN)
+        return answer;
+    return answer == 0 || answer == -1 ? std::to_string(answer) : "a handle";
+}
+
+/// There is no disk file for an empty name, so a host may refuse that one to end the export.
+void CheckIoOpen(const Callback &callback, const char *name, intptr_t answer) {
+    if (answer == 0 && name != nullptr && *name != 0)
+        callback.Mistake(Rule::kIoOpen,
+                         "it answered the open with 0: the module makes a disk file of that name, "
+                         "and the writes come with handle 0");
+    else if (answer == -1)
+        callback.Note(Rule::kIoAnswer, "it answered the open with -1");
+}
+
+void CheckIoAnswer(const Callback &callback, int32_t operation, intptr_t answer, int32_t count) {
+    const std::string number = std::to_string(answer);
+    if (operation == KOWEN_IO_WRITE && answer > count)
+        callback.Mistake(Rule::kWriteAnswer,
+                         "of " + std::to_string(count) + " bytes it has taken " + number);
+    else if (operation == KOWEN_IO_WRITE && answer < 0)
+        callback.Note(Rule::kIoAnswer,
+                      "it answered a write of " + std::to_string(count) + " bytes with " + number);
+    else if (operation == KOWEN_IO_CLOSE && answer != 0)
+        callback.Note(Rule::kIoAnswer, "it answered the close with " + number);
+}
+
 } // namespace
 
 void Output::Begin(MemoryHandle setup, ExportRecord *record, const BlocksAtWork &blocks) {
@@ -128,11 +156,11 @@ intptr_t Output::CallProcedure(uintptr_t handleOrContext, int32_t operation, voi
                             DescribeIo(handleOrContext, operation, argument, count));
     const intptr_t answer =
         CallHost(callback, [&] { return procedure(handleOrContext, operation, argument, count); });
-    callback.Answers(operation == KOWEN_IO_OPEN ? Json(answer != 0 ? "a handle" : "0")
-                                                : Json(answer));
-    if (operation == KOWEN_IO_WRITE && answer > count)
-        callback.Mistake(Rule::kWriteAnswer, "of " + std::to_string(count) +
-                                                 " bytes it has taken " + std::to_string(answer));
+    callback.Answers(DescribeIoAnswer(operation, answer));
+    if (operation == KOWEN_IO_OPEN)
+        CheckIoOpen(callback, static_cast<const char *>(argument), answer);
+    else
+        CheckIoAnswer(callback, operation, answer, count);
     TakeFromHost();
     return answer;
 }

@@ -128,6 +128,10 @@ void Callback::Mistake(Rule rule, const std::string &how) const {
     ReportMistake(number_, what_.c_str(), rule, how);
 }
 
+void Callback::Note(Rule rule, const std::string &how) const {
+    ReportNote(number_, what_.c_str(), rule, how);
+}
+
 void MistakeOutsideCalls(Rule rule, const std::string &how) {
     ReportMistake(0, "unloading", rule, how);
 }

@@ -60,6 +60,7 @@ public:
     }
     void Answers(const Json &answer) const;
     void Mistake(Rule rule, const std::string &how) const;
+    void Note(Rule rule, const std::string &how) const;
 
 private:
     std::string what_;

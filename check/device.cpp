@@ -26,6 +26,7 @@ struct Device {
     Output output{};
     DeviceState state{};
     const void *returnArea = nullptr;
+    bool hasName = false;
 };
 
 struct Devices {
@@ -50,6 +51,7 @@ void CheckOpenRecord(Call &call, const Device &device, const OpenRecord *record)
         call.Mistake(Rule::kDeviceSetup, "the record has none");
     else
         RequireSetup(call, record->setup);
+    RequireDriver(call, record->setup);
     const size_t length = record->outputName != nullptr ? std::strlen(record->outputName) : 0;
     if (length > device.nameBytes)
         call.Mistake(device.nameRule, "the name has " + std::to_string(length) + " bytes");
@@ -84,10 +86,12 @@ int32_t Initialise(Device &device, Call &call, OpenRecord *record) {
         return device.door(0, KOWEN_DD_INITIALISE, nullptr);
     device.output.Begin(record->setup, record->exportRecord);
     MakeCurrent(record->setup);
+    const bool hasName = record->outputName != nullptr && *record->outputName != 0;
     const int32_t result = PassOpenRecord(device, record);
     device.state = {};
     device.state.returnAreaSize = record->returnAreaSize;
     device.returnArea = record->returnArea;
+    device.hasName = hasName;
     if (result != KOWEN_OK)
         device.output.End();
     else
@@ -96,13 +100,21 @@ int32_t Initialise(Device &device, Call &call, OpenRecord *record) {
 }
 
 /// A request of the raster device that has run.
-void Follow(Device &device, Call &call, const void *request) {
+void Follow(Device &device, Call &call, const void *request, int32_t result) {
     const uint32_t place = device.state.returnAreaUsed;
     const uint32_t bytes = AnswerBytes(device.state, request);
-    FollowRequest(&device.state, request);
+    FollowRequest(&device.state, request, result);
     if (bytes != 0 && device.state.returnAreaUsed - place == bytes)
         call.Tell("answer",
                   DescribeAnswer(static_cast<const char *>(device.returnArea) + place, bytes));
+}
+
+void CheckOutput(const Call &call, const Device &device, const void *request) {
+    if (ValueAt<uint32_t>(request) == KOWEN_REQUEST_OPEN_DEVICE &&
+        RequestRuns(device.state, request) && !device.hasName &&
+        ProcedureOf(device.output.Setup()) == nullptr)
+        call.Mistake(Rule::kDeviceOutput,
+                     "there is neither a name nor an I/O procedure, so the picture is lost");
 }
 
 int32_t Dispatch(Device &device, Call &call, void *request) {
@@ -111,12 +123,14 @@ int32_t Dispatch(Device &device, Call &call, void *request) {
     if (!device.output.Runs())
         call.Mistake(Rule::kDeviceRuns, "the device is not initialised");
     const bool follows = request != nullptr && device.output.Runs() && &device == &Raster();
-    if (follows)
+    if (follows) {
+        CheckOutput(call, device, request);
         CheckRequest(call, device.state, request);
+    }
     const OutputAtWork work(device.output);
     const int32_t result = device.door(0, KOWEN_DD_DISPATCH, request);
     if (follows)
-        Follow(device, call, request);
+        Follow(device, call, request, result);
     return result;
 }
 

@@ -49,6 +49,49 @@ const Escape *Find(int32_t code) {
     return nullptr;
 }
 
+/// An escape whose inputs are codes, and the first and the last of them. Those of a format lie
+/// between others.
+struct Codes {
+    int32_t code;
+    int32_t first, last;
+    std::string (*inputName)(int32_t);
+    std::string (*profileName)(int32_t); ///< of what a profile has in their place
+};
+
+constexpr Codes kCodes[] = {
+    {KOWEN_ESCAPE_SET_COLOR_MODE, KOWEN_ESCAPE_COLOR_UNCHANGED,
+     KOWEN_ESCAPE_COLOR_GREY_SCALE_INVERTED, EscapeColorName, ColorModeName},
+    {KOWEN_ESCAPE_SET_COLOR_FORMAT, KOWEN_ESCAPE_FORMAT_GREY, KOWEN_ESCAPE_FORMAT_YCC422,
+     EscapeFormatName, FormatName},
+    {KOWEN_ESCAPE_SET_RESOLUTION_MODE, KOWEN_ESCAPE_RESOLUTION_FROM_DISPLAY,
+     KOWEN_ESCAPE_RESOLUTION_USER, EscapeResolutionName, ResolutionModeName},
+    {KOWEN_ESCAPE_SET_SIZE_MODE, KOWEN_ESCAPE_SIZE_FROM_DISPLAY, KOWEN_ESCAPE_SIZE_USER,
+     EscapeSizeName, SizeModeName},
+    {KOWEN_ESCAPE_SET_QUALITY_MODE, KOWEN_ESCAPE_QUALITY_FIXED, KOWEN_ESCAPE_QUALITY_USER,
+     EscapeQualityName, QualityModeName},
+};
+
+/// The number, and what it would be in a profile.
+std::string DescribeWrongCode(const Codes &codes, int32_t value) {
+    const std::string number = std::to_string(value);
+    const std::string name = codes.profileName(value);
+    return name == number ? number : number + ", which is the profile's " + name;
+}
+
+void CheckCode(const Call &call, int32_t code, const void *in) {
+    for (const Codes &codes : kCodes) {
+        if (codes.code != code)
+            continue;
+        const auto value = ValueAt<int32_t>(in);
+        if (codes.inputName(value) == std::to_string(value))
+            call.Mistake(Rule::kEscapeValue,
+                         EscapeName(code) + " takes " + codes.inputName(codes.first) + " (" +
+                             std::to_string(codes.first) + ") to " + codes.inputName(codes.last) +
+                             " (" + std::to_string(codes.last) + "), not " +
+                             DescribeWrongCode(codes, value));
+    }
+}
+
 void CheckEscape(const Call &call, MemoryHandle setup, int32_t code, uint32_t size, const void *in,
                  const void *out) {
     const Escape *escape = Find(code);
@@ -60,6 +103,8 @@ void CheckEscape(const Call &call, MemoryHandle setup, int32_t code, uint32_t si
                                             std::to_string(size));
     if (escape->needsIn && in == nullptr)
         call.Mistake(Rule::kEscapePointers, EscapeName(code) + " has no in");
+    if (escape->size == sizeof(int32_t) && size == escape->size && in != nullptr)
+        CheckCode(call, code, in);
     if (escape->needsOut && out == nullptr)
         call.Mistake(Rule::kEscapePointers, EscapeName(code) + " has no out");
     if (code == KOWEN_ESCAPE_RASTER_QUERY && setup != CurrentSetup())

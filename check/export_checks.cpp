@@ -14,6 +14,7 @@ namespace {
 
 constexpr size_t kNameBytes = 4095;
 constexpr uint32_t kColorBytes = 3;
+constexpr uint32_t kWideColorBytes = 4; // as many other programs have them
 constexpr int32_t kMostColumns = 65535;
 constexpr int32_t kMostRows = 65534;
 
@@ -43,11 +44,13 @@ void CheckPalette(Call &call, const BitmapRecord &bitmap) {
     if (bitmap.palette == 0)
         call.Mistake(Rule::kPalette,
                      "a picture of " + std::to_string(bitmap.depth) + " bits has none");
-    const uint32_t bytes = kColorBytes << bitmap.depth;
-    if (IsBlock(bitmap.palette) && BlockBytes(bitmap.palette) < bytes)
-        call.Mistake(Rule::kPalette, "the palette has " +
-                                         std::to_string(BlockBytes(bitmap.palette)) +
-                                         " bytes, its entries " + std::to_string(bytes));
+    const uint32_t needed = kColorBytes << bitmap.depth;
+    const uint32_t bytes = BlockBytes(bitmap.palette);
+    const bool hasWideEntries = bytes == kWideColorBytes << bitmap.depth;
+    if (IsBlock(bitmap.palette) && (bytes < needed || hasWideEntries))
+        call.Mistake(Rule::kPalette, "the palette has " + std::to_string(bytes) +
+                                         " bytes, its entries " + std::to_string(needed) +
+                                         (hasWideEntries ? ": they have 3 bytes, not 4" : ""));
 }
 
 void CheckCell(const Call &call, const CellRecord &cell) {
@@ -86,6 +89,7 @@ void CheckRecords(Call &call, const BitmapRecord *bitmap, const CellRecord *cell
     if (host == nullptr)
         return;
     RequireSetup(call, host->setup);
+    RequireDriver(call, host->setup);
     if (host->setup != 0 && IsInUse(host->setup))
         call.Mistake(Rule::kSetupOutlives,
                      DescribeSetup(host->setup) + " is in use; another one is needed");

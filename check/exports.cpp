@@ -14,6 +14,8 @@ namespace {
 
 using namespace kowen::check;
 
+// Nothing in it is computed, so the loader fills the table and closes it to writing, as it does
+// that of the module behind.
 const TableEntry entryTable[] = {
     {"CreateSetup", KOWEN_ORDINAL_CREATE_SETUP, 0, reinterpret_cast<const void *>(::CreateSetup)},
     {"DestroySetup", KOWEN_ORDINAL_DESTROY_SETUP, 0,
@@ -27,16 +29,19 @@ const TableEntry entryTable[] = {
      reinterpret_cast<const void *>(::RASTER_dd_entry)},
     {"ExportCellData", KOWEN_ORDINAL_EXPORT_CELL_DATA, 0,
      reinterpret_cast<const void *>(::ExportCellData)},
-    {"szDLLName", KOWEN_ORDINAL_DLL_NAME, 0, ModuleNameArea()},
+    {"szDLLName", KOWEN_ORDINAL_DLL_NAME, 0, moduleName},
 };
 
 constexpr int kMostEnds = 16;
 void (*ends[kMostEnds])();
 int endCount;
 
-/// When the module is loaded: the trace begins, before several threads can.
+/// When the module is loaded: the trace begins, before several threads can. What is wrong with the
+/// settings, or with the module behind, is told before the host goes on.
 [[gnu::constructor]] void Begin() {
+    BeginTrace();
     CountCalls();
+    Real();
 }
 
 /// When it is unloaded, or the process exits.
@@ -46,7 +51,7 @@ int endCount;
         ReportSetupsLeft();
         ReportBlocksLeft();
     }
-    FinishTrace(CountCalls());
+    FinishTrace(CountCalls(), Real() != nullptr);
     while (endCount > 0)
         ends[--endCount]();
 }

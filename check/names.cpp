@@ -140,6 +140,31 @@ constexpr CodeName kShortDoorFunctions[] = {
     KOWEN_NAMED(KOWEN_DOOR_ADDRESS),
 };
 
+constexpr CodeName kFormats[] = {
+    KOWEN_NAMED(KOWEN_FORMAT_YCC422),
+    KOWEN_NAMED(KOWEN_FORMAT_GREY),
+    KOWEN_NAMED(KOWEN_FORMAT_RGB444),
+};
+
+constexpr CodeName kQualityModes[] = {
+    KOWEN_NAMED(KOWEN_QUALITY_FIXED),
+    KOWEN_NAMED(KOWEN_QUALITY_USER),
+};
+
+constexpr CodeName kResolutionModes[] = {
+    KOWEN_NAMED(KOWEN_RESOLUTION_FROM_DISPLAY),
+    KOWEN_NAMED(KOWEN_RESOLUTION_FROM_PRINTER),
+    KOWEN_NAMED(KOWEN_RESOLUTION_FROM_PICTURE),
+    KOWEN_NAMED(KOWEN_RESOLUTION_USER),
+};
+
+constexpr CodeName kSizeModes[] = {
+    KOWEN_NAMED(KOWEN_SIZE_FROM_DISPLAY),
+    KOWEN_NAMED(KOWEN_SIZE_FROM_PRINTER),
+    KOWEN_NAMED(KOWEN_SIZE_FROM_PICTURE),
+    KOWEN_NAMED(KOWEN_SIZE_USER),
+};
+
 #undef KOWEN_NAMED
 
 } // namespace
@@ -181,6 +206,18 @@ std::string FileModeNames(int32_t mode) {
 }
 std::string ColorModeName(int32_t mode) {
     return Find(kColorModes, mode);
+}
+std::string FormatName(int32_t format) {
+    return Find(kFormats, format);
+}
+std::string QualityModeName(int32_t mode) {
+    return Find(kQualityModes, mode);
+}
+std::string ResolutionModeName(int32_t mode) {
+    return Find(kResolutionModes, mode);
+}
+std::string SizeModeName(int32_t mode) {
+    return Find(kSizeModes, mode);
 }
 std::string EscapeFormatName(int32_t format) {
     return Find(kEscapeFormats, format);

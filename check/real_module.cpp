@@ -98,8 +98,9 @@ void Load(Loaded &loaded) {
     loaded.path = ChoosePath();
     loaded.library = dlopen(loaded.path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (loaded.library == nullptr) {
-        ReportTrouble(std::string("cannot load the module to check: ") + dlerror() +
-                      "; set KOWEN_CHECKED_MODULE to its path");
+        ReportTrouble(
+            std::string("cannot load the module to check: ") + dlerror() +
+            "; set KOWEN_CHECKED_MODULE to its path. Until then the table has no entries");
         return;
     }
     if (!BindTable(loaded.module) || !BindSymbols(loaded.module))

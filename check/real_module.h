@@ -35,8 +35,8 @@ struct RealModule {
     ScaleImageSizeFunction scaleImageSize = nullptr;
 };
 
-/// Loads the module named by KOWEN_CHECKED_MODULE, else kowen.so beside this one, when it is first
-/// asked for, and unloads it with this one. Null when that fails, which is told once.
+/// Loads the module named by KOWEN_CHECKED_MODULE, else kowen.so beside this one, with this one,
+/// and unloads it with this one. Null when that fails, which is told once.
 const RealModule *Real();
 
 /// The path of the checking module itself, and of the real one.

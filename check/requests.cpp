@@ -128,6 +128,13 @@ void CheckWritePicture(const Call &call, const DeviceState &device) {
                                       std::to_string(device.pictureRows) + " rows were drawn");
 }
 
+/// A host that was told of an error, or that terminates the device, has given the picture up.
+void CheckPictureWritten(const Call &call, const DeviceState &device) {
+    if (device.lacksPicture)
+        call.Mistake(Rule::kPrimitives, std::string("no picture was written: there was no -6") +
+                                            (device.pictureOpen ? " after -5" : ""));
+}
+
 void CheckPrimitive(const Call &call, const DeviceState &device, const void *request) {
     switch (ValueAt<int32_t>(request, 16)) {
     case KOWEN_PRIMITIVE_OPEN_PICTURE:
@@ -177,10 +184,12 @@ int64_t ColumnsOf(const void *request) {
     return columns < 4e9 ? static_cast<int64_t>(columns) : int64_t{4000000000};
 }
 
-void FollowPrimitive(DeviceState *device, const void *request) {
+void FollowPrimitive(DeviceState *device, const void *request, int32_t result) {
     const auto primitive = ValueAt<int32_t>(request, 16);
-    if (primitive == KOWEN_PRIMITIVE_WRITE_PICTURE)
-        device->pictureOpen = false;
+    if (primitive == KOWEN_PRIMITIVE_WRITE_PICTURE) {
+        device->pictureOpen = device->pictureOpen && result == KOWEN_ERR_MEMORY; // kept for another
+        device->lacksPicture = false;
+    }
     if (primitive != KOWEN_PRIMITIVE_OPEN_PICTURE)
         return;
     const std::optional<PictureData> picture = ReadPicture(request);
@@ -197,6 +206,14 @@ void FollowState(DeviceState *device, uint32_t opcode) {
     constexpr int32_t kAfter[] = {0, kOpen, kInitialised, kPictureBegun, kBody, kPictureEnded};
     if (opcode >= 1 && opcode <= 5)
         device->state = kAfter[opcode];
+}
+
+void FollowLack(DeviceState *device, uint32_t opcode, int32_t result) {
+    if (opcode == KOWEN_REQUEST_OPEN_DEVICE)
+        device->lacksPicture = true;
+    if (opcode == KOWEN_REQUEST_END_PICTURE || opcode == KOWEN_REQUEST_CLOSE_DEVICE ||
+        result != KOWEN_OK)
+        device->lacksPicture = false;
 }
 
 } // namespace
@@ -216,6 +233,8 @@ void CheckRequest(Call &call, const DeviceState &device, const void *request) {
         CheckPrimitive(call, device, request);
     else if (opcode == KOWEN_REQUEST_SET_COLORS)
         CheckColors(call, request);
+    else if (opcode == KOWEN_REQUEST_END_PICTURE || opcode == KOWEN_REQUEST_CLOSE_DEVICE)
+        CheckPictureWritten(call, device);
     else
         CheckAnswer(call, device, BytesAnswered(opcode));
 }
@@ -224,20 +243,21 @@ uint32_t AnswerBytes(const DeviceState &device, const void *request) {
     return RequestRuns(device, request) ? BytesAnswered(ValueAt<uint32_t>(request)) : 0;
 }
 
-void FollowRequest(DeviceState *device, const void *request) {
+void FollowRequest(DeviceState *device, const void *request, int32_t result) {
     const auto opcode = ValueAt<uint32_t>(request);
     if (!RequestRuns(*device, request))
         return;
     FollowState(device, opcode);
+    FollowLack(device, opcode, result);
     if (opcode == KOWEN_REQUEST_SET_WINDOW) {
         device->windowColumns = ColumnsOf(request);
         device->windowY1 = ValueAt<double>(request, 24);
         device->windowY2 = ValueAt<double>(request, 48);
     } else if (opcode == KOWEN_REQUEST_CELL_ARRAY) {
         device->rowsReversed = device->rowsReversed || IsReversed(*device, request);
-        device->rowsDrawn += ValueAt<uint32_t>(request, 92);
+        device->rowsDrawn += result == KOWEN_OK ? ValueAt<uint32_t>(request, 92) : 0;
     } else if (opcode == KOWEN_REQUEST_PRIMITIVE) {
-        FollowPrimitive(device, request);
+        FollowPrimitive(device, request, result);
     }
     device->returnAreaUsed +=
         std::min(BytesAnswered(opcode), device->returnAreaSize - device->returnAreaUsed);

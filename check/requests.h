@@ -16,6 +16,7 @@ struct DeviceState {
     uint32_t pictureRows = 0;
     uint64_t rowsDrawn = 0;
     bool rowsReversed = false;
+    bool lacksPicture = false; ///< open, with none written yet, and that is not told
     double windowY1 = 0;
     double windowY2 = 0;
     uint32_t returnAreaSize = 0;
@@ -32,7 +33,7 @@ void CheckRequest(Call &call, const DeviceState &device, const void *request);
 /// run.
 uint32_t AnswerBytes(const DeviceState &device, const void *request);
 
-/// What the request has made of the device that has run it.
-void FollowRequest(DeviceState *device, const void *request);
+/// What the request, and its result, have made of the device that has run it.
+void FollowRequest(DeviceState *device, const void *request, int32_t result);
 
 } // namespace kowen::check

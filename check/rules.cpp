@@ -28,8 +28,16 @@ constexpr RuleText kRules[] = {
      "A setup's handle comes from `CreateSetup` and is void after `DestroySetup`."},
     {Rule::kSetupOutlives, "setup-outlives", kHosts,
      "A setup outlives every export and device that uses it."},
+    {Rule::kSetupDriver, "setup-driver", kHosts,
+     "A setup that was made from a profile whose section is missing, or lacks the key `Driver`, "
+     "has "
+     "zero for every setting; `CreateSetup` answers a handle all the same, and `ExportCellData` "
+     "then answers 0 and leaves a file of 0 bytes."},
     {Rule::kBlockHandle, "block-handle", kHosts,
      "A block's handle is void after `GlobalFree` and `GlobalReAlloc`."},
+    {Rule::kBlockOrigin, "block-origin", kHosts,
+     "`GlobalAlloc` makes a block and returns its handle, `GlobalLock` the address of its data, "
+     "`GlobalFree` ends it."},
     {Rule::kBlockInUse, "block-in-use", kHosts,
      "A callback ends none of the blocks that the export works with, and its memory output is not "
      "there before the call returns."},
@@ -48,12 +56,20 @@ constexpr RuleText kRules[] = {
      "blue."},
     {Rule::kEmpty, "empty", kHosts, "Neither the picture nor its target is empty."},
     {Rule::kTooLarge, "too-large", kHosts, "A JPEG has up to 65,535 columns and 65,534 rows."},
+    {Rule::kIoOpen, "io-open", kHosts,
+     "A host that cannot serve an output had better not start the export."},
+    {Rule::kIoAnswer, "io-answer", kHosts,
+     "An answer of -1 does not end the export either: to the open it is a handle as any other, a "
+     "write has taken nothing then, and a close has failed, which a raster device tells with 303 "
+     "and `ExportCellData` not at all."},
     {Rule::kWriteAnswer, "write-answer", kHosts, "No write is answered with more than its count."},
     {Rule::kSizePointers, "size-pointers", kHosts, "`ScaleImageSize` needs both of its pointers."},
     {Rule::kEscapeCode, "escape-code", kSettings, "A code that is not listed here does nothing."},
     {Rule::kEscapeSize, "escape-size", kSettings,
      "`size` must be that of the input value: 4 for an `int32_t`, 8 for a `double`."},
     {Rule::kEscapePointers, "escape-pointers", kSettings, "A setter needs `in`, a getter `out`."},
+    {Rule::kEscapeValue, "escape-value", kSettings,
+     "An escape whose inputs have names takes no others."},
     {Rule::kRasterQuery, "raster-query", kHosts,
      "only its raster query answers for the current one, so a host with several setups calls "
      "`EditSetup` first."},
@@ -70,6 +86,8 @@ constexpr RuleText kRules[] = {
     {Rule::kDeviceName, "device-name", kDevice,
      "A name has room for 143 bytes; a longer one cannot be opened."},
     {Rule::kExportDeviceName, "export-device-name", kDevice, "Names have room for 4,095 bytes."},
+    {Rule::kDeviceOutput, "device-output", kDevice,
+     "Frees everything, the block of memory output included; that block is not handed out."},
     {Rule::kRequestState, "request-state", kDevice,
      "A request runs only in the states that its opcode allows; in any other state, and with an "
      "unknown opcode, it does nothing and answers 0."},

@@ -1,5 +1,6 @@
 #include "setups.h"
 
+#include "blocks.h"
 #include "callbacks.h"
 #include "decode.h"
 #include "lifetime.h"
@@ -13,14 +14,17 @@
 #include <string_view>
 
 namespace kowen::check {
+
+char moduleName[kModuleNameBytes];
+
 namespace {
 
-constexpr size_t kNameBytes = 260;
 constexpr size_t kTextBytes = 143;
 
 struct Setup {
     int number;
     HostIoProcedure procedure;
+    bool isEmpty; ///< of a section that is missing or has no driver
 };
 
 /// Calls that come at the wrong time, from another thread, look here too.
@@ -32,8 +36,6 @@ struct Setups {
     int made = 0;
 };
 
-char moduleName[kNameBytes];
-
 Setups &TheSetups() {
     return TheOne<Setups>();
 }
@@ -43,15 +45,15 @@ using Lock = std::lock_guard<std::recursive_mutex>;
 /// Hands the module's name on. A host that names the checking module means the one behind it: the
 /// default profile is that one's.
 void HandNameOn(const Call &call, bool needed) {
-    if (std::memchr(moduleName, 0, kNameBytes) == nullptr) {
+    if (std::memchr(moduleName, 0, kModuleNameBytes) == nullptr) {
         call.Mistake(Rule::kModuleName, "the name has no terminating zero");
         return;
     }
     if (needed && *moduleName == 0)
         call.Mistake(Rule::kModuleName, "it is empty, and no profile was named");
     const std::string_view name = std::strcmp(moduleName, OwnPath()) == 0 ? RealPath() : moduleName;
-    std::memset(Real()->name, 0, kNameBytes);
-    std::memcpy(Real()->name, name.data(), std::min(name.size(), kNameBytes - 1));
+    std::memset(Real()->name, 0, kModuleNameBytes);
+    std::memcpy(Real()->name, name.data(), std::min(name.size(), kModuleNameBytes - 1));
 }
 
 void CheckText(const Call &call, const char *what, const char *text) {
@@ -61,11 +63,25 @@ void CheckText(const Call &call, const char *what, const char *text) {
                      std::string("the ") + what + " has " + std::to_string(length) + " bytes");
 }
 
+/// Whether a setup has zero for every setting, which its getters tell: no other one does.
+bool HasNothing(MemoryHandle setup) {
+    int32_t quality = 0;
+    int32_t mode = 0;
+    int32_t resolution[2] = {};
+    double size[2] = {};
+    const auto get = Real()->escapeSetup;
+    get(setup, KOWEN_ESCAPE_GET_QUALITY, 0, nullptr, &quality, 0);
+    get(setup, KOWEN_ESCAPE_GET_COLOR_MODE, sizeof mode, nullptr, &mode, 0);
+    get(setup, KOWEN_ESCAPE_GET_RESOLUTION, 0, nullptr, resolution, 0);
+    get(setup, KOWEN_ESCAPE_GET_SIZE, 0, nullptr, size, 0);
+    return quality == 0 && mode == 0 && resolution[0] == 0 && size[0] == 0;
+}
+
 void Add(MemoryHandle setup) {
     Setups &setups = TheSetups();
     const Lock lock(setups.mutex);
     setups.ended.erase(setup);
-    setups.live[setup] = {++setups.made, nullptr};
+    setups.live[setup] = {++setups.made, nullptr, HasNothing(setup)};
     setups.current = setup;
 }
 
@@ -78,10 +94,6 @@ void End(MemoryHandle setup) {
 
 } // namespace
 
-char *ModuleNameArea() {
-    return moduleName;
-}
-
 std::string DescribeSetup(MemoryHandle setup) {
     Setups &setups = TheSetups();
     const Lock lock(setups.mutex);
@@ -93,13 +105,33 @@ std::string DescribeSetup(MemoryHandle setup) {
     return setups.ended.contains(setup) ? "ended setup" : "unknown handle";
 }
 
+bool IsSetup(MemoryHandle setup) {
+    const Lock lock(TheSetups().mutex);
+    return TheSetups().live.contains(setup);
+}
+
 void RequireSetup(Call &call, MemoryHandle setup) {
     Setups &setups = TheSetups();
     const Lock lock(setups.mutex);
     if (setup == 0)
         call.Mistake(Rule::kSetupZero, "the setup's handle is 0");
+    else if (IsBlock(setup))
+        call.Danger(Rule::kSetupHandle, "the setup's handle is that of " + DescribeBlock(setup) +
+                                            ", which is no setup");
+    else if (setups.ended.contains(setup))
+        call.Danger(Rule::kSetupHandle, "the setup's handle is that of a setup that has ended");
     else if (!setups.live.contains(setup))
-        call.Danger(Rule::kSetupHandle, "the setup's handle is that of an " + DescribeSetup(setup));
+        call.Danger(Rule::kSetupHandle, "the setup's handle is unknown");
+}
+
+void RequireDriver(const Call &call, MemoryHandle setup) {
+    Setups &setups = TheSetups();
+    const Lock lock(setups.mutex);
+    const auto found = setups.live.find(setup);
+    if (found != setups.live.end() && found->second.isEmpty)
+        call.Mistake(Rule::kSetupDriver,
+                     DescribeSetup(setup) +
+                         " was made from a profile without its section, or without Driver there");
 }
 
 MemoryHandle CurrentSetup() {

@@ -12,6 +12,11 @@ std::string DescribeSetup(MemoryHandle setup);
 /// Reports a handle that is no setup's; the call does not pass then unless the handle is 0.
 void RequireSetup(Call &call, MemoryHandle setup);
 
+bool IsSetup(MemoryHandle setup);
+
+/// Reports a setup that draws nothing, for the profile that it was made from.
+void RequireDriver(const Call &call, MemoryHandle setup);
+
 MemoryHandle CurrentSetup();
 void MakeCurrent(MemoryHandle setup);
 
@@ -28,7 +33,9 @@ MemoryHandle CheckedCreateSetup(uint32_t reserved, const char *profilePath, cons
 int32_t CheckedDestroySetup(MemoryHandle setup);
 int32_t CheckedEditSetup(MemoryHandle setup, uint32_t value);
 
-/// The 260 bytes that the host writes the module's path to.
-char *ModuleNameArea();
+constexpr size_t kModuleNameBytes = 260;
+
+/// What the host writes the module's path to.
+extern char moduleName[kModuleNameBytes];
 
 } // namespace kowen::check

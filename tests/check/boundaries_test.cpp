@@ -1,6 +1,8 @@
 // Hosts that go as far as the rules let them: one step more is among the planted mistakes.
 #include "check/planted.h"
 
+#include <utility>
+
 namespace kowen::test {
 namespace {
 
@@ -74,7 +76,48 @@ void ExportAs(CheckedHost &host, const std::string &name) {
     });
 }
 
+/// Of other values than a user may choose.
+void SetAllCodes(CheckedHost &host, MemoryHandle setup) {
+    const std::pair<int32_t, std::vector<int32_t>> kInputs[] = {
+        {KOWEN_ESCAPE_SET_COLOR_MODE, {101, 102, 103, 104, 105}},
+        {KOWEN_ESCAPE_SET_COLOR_FORMAT, {140, 146, 147}},
+        {KOWEN_ESCAPE_SET_RESOLUTION_MODE, {0, 1, 2, 3}},
+        {KOWEN_ESCAPE_SET_SIZE_MODE, {0, 1, 2, 3}},
+        {KOWEN_ESCAPE_SET_QUALITY_MODE, {0, 1}}};
+    for (const auto &[code, inputs] : kInputs)
+        for (const int32_t input : inputs)
+            EXPECT_EQ(host.escape(setup, code, 4, &input, nullptr, 0), 1);
+    const int32_t quality = 101; // a user's choice
+    EXPECT_EQ(host.escape(setup, KOWEN_ESCAPE_SET_QUALITY, 4, &quality, nullptr, 0), -1);
+}
+
 const Allowed kExports[] = {
+    {"OpenRefusedWithoutAName",
+     [](CheckedHost &host) {
+         WithSetup(host, [&](MemoryHandle setup) {
+             const HostIoProcedure refuse = [](uintptr_t, int32_t, void *, int32_t) -> intptr_t {
+                 return 0;
+             };
+             host.escape(setup, KOWEN_ESCAPE_SET_HOST_IO, 4,
+                         reinterpret_cast<const void *>(refuse), nullptr, 0);
+             BitmapRecord bitmap = host.MakeBitmap();
+             EXPECT_EQ(host.ExportToMemory(setup, bitmap, nullptr), 303);
+             host.free(bitmap.pixels);
+         });
+     }},
+    {"EveryCodeOfASetting",
+     [](CheckedHost &host) {
+         WithSetup(host, [&](MemoryHandle setup) { SetAllCodes(host, setup); });
+     }},
+    {"SetupOfNothingThatIsAskedAndDestroyed",
+     [](CheckedHost &host) {
+         const std::string profile = host.directory.Write("a.ini", "[B]\n");
+         const MemoryHandle setup = host.createSetup(0, profile.c_str(), nullptr, nullptr);
+         int32_t quality = 1;
+         host.escape(setup, KOWEN_ESCAPE_GET_QUALITY, 0, nullptr, &quality, 0);
+         EXPECT_EQ(quality, 0);
+         host.destroySetup(setup);
+     }},
     Exporting("RowsThatFillTheirBlock",
               [](CheckedHost &, BitmapRecord &bitmap, CellRecord &) {
                   bitmap.width = 10; // 30 bytes, 32 with their padding; 4 rows in 128
@@ -201,6 +244,28 @@ const Allowed kDevices[] = {
                 host.Run(CellsRequest(8, 4, 24, kFourRows));
                 host.Run(WritePictureRequest());
             }),
+    {"PictureGivenUp",
+     [](CheckedHost &host) {
+         WithSetup(host, [&](MemoryHandle setup) {
+             host.BeginBody(setup);
+             host.Run(OpenPictureRequest(8, 4, 24));
+             host.Terminate();
+             host.Initialise(setup, "no/such/directory.jpg");
+             EXPECT_EQ(host.Run(kOpenDevice), 303);
+             host.Run(kCloseDevice);
+             host.Terminate();
+         });
+     }},
+    {"DeviceWithAProcedureAndNoName",
+     [](CheckedHost &host) {
+         WithSetup(host, [&](MemoryHandle setup) {
+             host.escape(setup, KOWEN_ESCAPE_SET_HOST_IO, 4,
+                         reinterpret_cast<const void *>(&TakesAll), nullptr, 0);
+             host.InitialiseWithPath(setup, "");
+             host.Run(kOpenDevice);
+             host.Terminate();
+         });
+     }},
     Drawing("PictureBehindPoints",
             [](CheckedHost &host) {
                 host.Run(OpenPictureRequest(8, 4, 24, 0, 2));
@@ -238,7 +303,8 @@ TEST_P(Boundary, IsNoMistake) {
     CheckedHost host;
     GetParam().host(host);
     host.Unload();
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "kowen-check: " + host.TraceLines().back() + "\n");
     EXPECT_EQ(host.Mistakes(), Mistakes{}) << host.Trace();
 }
 

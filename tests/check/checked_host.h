@@ -56,12 +56,13 @@ public:
         return lines;
     }
 
-    /// The rules that were broken, in the order of the reports.
+    /// The rules that were broken, in the order of the reports, those of notes among them.
     std::vector<std::string> Mistakes() const {
         std::vector<std::string> rules;
         for (const std::string &line : TraceLines()) {
             const size_t begin = line.find('[');
-            if (line.compare(0, 8, "mistake ") == 0 && begin != std::string::npos)
+            if ((line.compare(0, 8, "mistake ") == 0 || line.compare(0, 5, "note ") == 0) &&
+                begin != std::string::npos)
                 rules.push_back(line.substr(begin + 1, line.find(']') - begin - 1));
         }
         return rules;
@@ -145,12 +146,16 @@ public:
         open.returnAreaSize = returnAreaSize;
         return raster(0, KOWEN_DD_INITIALISE, &open);
     }
-    int32_t Run(Request request) const { return raster(0, KOWEN_DD_DISPATCH, request.Data()); }
-    int32_t Run(uint32_t opcode) const { return Run(Request(opcode)); }
+    int32_t Run(Request request) {
+        hasPicture = hasPicture || request.IsPrimitive(KOWEN_PRIMITIVE_WRITE_PICTURE);
+        return raster(0, KOWEN_DD_DISPATCH, request.Data());
+    }
+    int32_t Run(uint32_t opcode) { return Run(Request(opcode)); }
     int32_t Terminate() const { return raster(0, KOWEN_DD_TERMINATE, nullptr); }
 
     /// Everything up to the picture's body, in a window of 8 columns.
     void BeginBody(MemoryHandle setup, ExportRecord *record = nullptr) {
+        hasPicture = false;
         Initialise(setup, "b.jpg", record);
         Run(kOpenDevice);
         Run(kBeginPicture);
@@ -158,7 +163,13 @@ public:
         Run(ResolutionRequest(96));
         Run(kBeginBody);
     }
-    void EndPicture() const {
+    /// Draws a picture of 8 x 4 pixels when there is none yet.
+    void EndPicture() {
+        if (!hasPicture) {
+            Run(OpenPictureRequest(8, 4, 24));
+            Run(CellsRequest(8, 4, 24, std::vector<uint8_t>(24 * 4, 77)));
+            Run(WritePictureRequest());
+        }
         Run(kEndPicture);
         Run(kCloseDevice);
         Terminate();
@@ -167,9 +178,6 @@ public:
     /// A picture of 8 x 4 pixels, from the initialisation to the termination. Returns its file.
     std::string DrawPicture(MemoryHandle setup, ExportRecord *record) {
         BeginBody(setup, record);
-        Run(OpenPictureRequest(8, 4, 24));
-        Run(CellsRequest(8, 4, 24, std::vector<uint8_t>(24 * 4, 77)));
-        Run(WritePictureRequest());
         EndPicture();
         return directory.Read("b.jpg");
     }
@@ -203,6 +211,7 @@ public:
     DeviceDoorFunction exporter = nullptr;
     OpenRecord open = {};
     uint32_t returnAreaSize = 48;
+    bool hasPicture = false; ///< since BeginBody
     std::string path;
 };
 

@@ -54,6 +54,11 @@ inline intptr_t TakesTooMuch(uintptr_t, int32_t operation, void *, int32_t count
     return answer;
 }
 
+/// The trace says how a rule was broken.
+inline void ExpectTold(const CheckedHost &host, const std::string &how) {
+    EXPECT_NE(host.Trace().find(": " + how), std::string::npos) << host.Trace();
+}
+
 inline void WithSetup(CheckedHost &host, const std::function<void(MemoryHandle)> &use) {
     const MemoryHandle setup = host.MakeSetup();
     use(setup);

@@ -58,6 +58,7 @@ std::vector<Planted> BlockMistakes() {
              const MemoryHandle block = host.alloc(KOWEN_GLOBAL_FLAGS, 9);
              host.free(block);
              host.free(block);
+             ExpectTold(host, "the handle of the block is that of a block that has ended;");
          }},
         {"BlockUsedAfterItsReallocation",
          {"block-handle", "block-handle"},
@@ -70,11 +71,26 @@ std::vector<Planted> BlockMistakes() {
              host.free(other);
          }},
         {"SetupFreedAsABlock",
-         {"block-handle"},
-         [](CheckedHost &host) { WithSetup(host, [&](MemoryHandle setup) { host.free(setup); }); }},
+         {"block-origin"},
+         [](CheckedHost &host) {
+             WithSetup(host, [&](MemoryHandle setup) { host.free(setup); });
+             ExpectTold(host, "the handle of the block is that of setup 1, which is no block");
+         }},
+        {"AddressFreedInPlaceOfItsBlock",
+         {"block-origin"},
+         [](CheckedHost &host) {
+             const MemoryHandle block = host.alloc(KOWEN_GLOBAL_FLAGS, 9);
+             host.free(reinterpret_cast<MemoryHandle>(host.lock(block)));
+             ExpectTold(host, "the handle of the block is the address of the data of block 1 of 9 "
+                              "bytes, whose handle is needed");
+             host.free(block);
+         }},
         {"UnlockOfNothing",
-         {"block-handle"},
-         [](CheckedHost &host) { EXPECT_EQ(host.unlock(0x1234), 0); }},
+         {"block-origin"},
+         [](CheckedHost &host) {
+             EXPECT_EQ(host.unlock(0x1234), 0);
+             ExpectTold(host, "the handle of the block is unknown;");
+         }},
         {"OtherFlags", {"block-flags"}, [](CheckedHost &host) { host.free(host.alloc(0, 9)); }},
         {"HandleOfAnAddressInside",
          {"block-address"},

@@ -24,6 +24,34 @@ Planted WrongFromStatus(const char *name, Mistakes reported,
             }};
 }
 
+/// What a procedure answers: an open, so many writes, and a close.
+struct Answers {
+    intptr_t open;
+    int wrongWrites;
+    int32_t write;
+    int32_t close;
+};
+Answers answers;
+
+intptr_t Answer(uintptr_t, int32_t operation, void *, int32_t count) {
+    if (operation == KOWEN_IO_OPEN)
+        return answers.open;
+    if (operation == KOWEN_IO_CLOSE)
+        return answers.close;
+    return answers.wrongWrites-- > 0 ? answers.write : count;
+}
+
+Planted WrongAnswers(const char *name, Mistakes reported, const Answers &given) {
+    return {name, std::move(reported), [given](CheckedHost &host) {
+                WithSetup(host, [&](MemoryHandle setup) {
+                    answers = given;
+                    host.escape(setup, KOWEN_ESCAPE_SET_HOST_IO, 4,
+                                reinterpret_cast<const void *>(&Answer), nullptr, 0);
+                    EXPECT_EQ(host.Export(setup, host.MakeBitmap()), 0);
+                });
+            }};
+}
+
 /// Draws a picture on the raster device. The callback that says 100 percent calls the same door.
 /// Nothing becomes of that: the file is the same as without it, and the next callback comes.
 Planted WrongFromDevice(const char *name,
@@ -93,6 +121,10 @@ std::vector<Planted> CallbackMistakes() {
                  host.Export(setup, host.MakeBitmap());
              });
          }},
+        WrongAnswers("OpenRefused", {"io-open"}, {0, 0, 0, 0}),
+        WrongAnswers("OpenFailedAsTheSystemSaysIt", {"io-answer"}, {-1, 0, 0, 0}),
+        WrongAnswers("WritesFailedAsTheSystemSaysIt", {"io-answer", "io-answer"}, {1, 2, -1, 0}),
+        WrongAnswers("CloseFailed", {"io-answer"}, {1, 0, 0, -1}),
         WrongFromDevice("DeviceTerminatedFromItsCallback",
                         [](CheckedHost &host) { return host.Terminate(); }),
         WrongFromDevice("DeviceInitialisedFromItsCallback",

@@ -174,12 +174,51 @@ std::vector<Planted> RequestMistakes() {
                          host.Run(CellsRequest(8, 4, 8, kFourRows));
                          host.Run(WritePictureRequest());
                      }),
-        WrongDrawing("CellsAtNoAddress", {"cell-address"},
+        WrongDrawing("CellsAtNoAddress", {"cell-address", "rows"},
                      [](CheckedHost &host) {
                          host.Run(OpenPictureRequest(8, 4, 24));
                          EXPECT_EQ(host.Run(FarCellsRequest(8, 4, -24, nullptr)), 300);
                          host.Run(WritePictureRequest());
                      }),
+        {"PictureOpenedAndNotWritten",
+         {"primitives"},
+         [](CheckedHost &host) {
+             WithSetup(host, [&](MemoryHandle setup) {
+                 host.BeginBody(setup);
+                 host.Run(OpenPictureRequest(8, 4, 24));
+                 host.Run(CellsRequest(8, 4, 24, kFourRows));
+                 host.Run(kEndPicture);
+                 host.Run(kCloseDevice);
+                 host.Terminate();
+                 EXPECT_EQ(host.directory.Read("b.jpg"), "");
+                 ExpectTold(host, "no picture was written: there was no -6 after -5");
+             });
+         }},
+        {"DeviceClosedWithoutAPicture",
+         {"primitives"},
+         [](CheckedHost &host) {
+             WithSetup(host, [&](MemoryHandle setup) {
+                 host.BeginBody(setup);
+                 host.Run(kCloseDevice);
+                 host.Terminate();
+             });
+         }},
+        {"PictureThatNobodyGets",
+         {"device-output"},
+         [](CheckedHost &host) {
+             WithSetup(host, [&](MemoryHandle setup) {
+                 host.InitialiseWithPath(setup, "");
+                 host.Run(kOpenDevice);
+                 host.Run(kBeginPicture);
+                 host.Run(kBeginBody);
+                 host.Run(OpenPictureRequest(1, 2, 24));
+                 host.Run(CellsRequest(1, 2, 24, std::vector<uint8_t>(8)));
+                 host.Run(WritePictureRequest());
+                 host.Run(kEndPicture);
+                 host.Run(kCloseDevice);
+                 host.Terminate();
+             });
+         }},
         WrongDrawing("ColoursCountedWithoutTheirPlace", {"colour-count"},
                      [](CheckedHost &host) {
                          Request colours = ColorsRequest(0, {1, 2, 3});

@@ -19,6 +19,15 @@ Planted WrongRecords(const char *name, Mistakes reported,
             }};
 }
 
+/// An escape with an input that it does not know.
+Planted WrongCode(const char *name, int32_t code, int32_t input, int32_t result, const char *how) {
+    return WrongEscape(name, "escape-value",
+                       [code, input, result, how](CheckedHost &host, MemoryHandle setup) {
+                           EXPECT_EQ(host.escape(setup, code, 4, &input, nullptr, 0), result);
+                           ExpectTold(host, how);
+                       });
+}
+
 } // namespace
 
 std::vector<Planted> BitmapMistakes() {
@@ -54,6 +63,21 @@ std::vector<Planted> BitmapMistakes() {
                     [](CheckedHost &host, Bitmap &bitmap, Cell &) {
                         bitmap.depth = 8;
                         bitmap.palette = host.MakePalette(767);
+                    }),
+        WrongExport("PaletteOf16EntriesOf4Bytes", {"palette"},
+                    [](CheckedHost &host, Bitmap &bitmap, Cell &) {
+                        bitmap.depth = 4;
+                        bitmap.palette = host.MakePalette(64);
+                    }),
+        WrongExport("PaletteOf256EntriesOf4Bytes", {"palette"},
+                    [](CheckedHost &host, Bitmap &bitmap, Cell &) {
+                        bitmap.depth = 8;
+                        bitmap.palette = host.MakePalette(1024);
+                    }),
+        WrongExport("PixelsByTheirAddress", {"block-origin", "block-origin", "unload"},
+                    [](CheckedHost &host, Bitmap &bitmap, Cell &) {
+                        forgotten.push_back(bitmap.pixels);
+                        bitmap.pixels = reinterpret_cast<MemoryHandle>(host.lock(bitmap.pixels));
                     }),
         WrongExport("NoWidth", {"empty"},
                     [](CheckedHost &, Bitmap &bitmap, Cell &) { bitmap.width = 0; }),
@@ -150,6 +174,24 @@ std::vector<Planted> EscapeMistakes() {
                                               nullptr, 0),
                                   1);
                     }),
+        WrongCode("ResolutionModeOfAProfile", KOWEN_ESCAPE_SET_RESOLUTION_MODE, 310, 1,
+                  "KOWEN_ESCAPE_SET_RESOLUTION_MODE takes KOWEN_ESCAPE_RESOLUTION_FROM_DISPLAY (0) "
+                  "to KOWEN_ESCAPE_RESOLUTION_USER (3), not 310, which is the profile's "
+                  "KOWEN_RESOLUTION_USER"),
+        WrongCode("SizeModeOfAProfile", KOWEN_ESCAPE_SET_SIZE_MODE, 600, 1,
+                  "KOWEN_ESCAPE_SET_SIZE_MODE takes KOWEN_ESCAPE_SIZE_FROM_DISPLAY (0) to "
+                  "KOWEN_ESCAPE_SIZE_USER (3), not 600, which is the profile's "
+                  "KOWEN_SIZE_FROM_DISPLAY"),
+        WrongCode("QualityModeThatThereIsNot", KOWEN_ESCAPE_SET_QUALITY_MODE, 2, 1,
+                  "KOWEN_ESCAPE_SET_QUALITY_MODE takes KOWEN_ESCAPE_QUALITY_FIXED (0) to "
+                  "KOWEN_ESCAPE_QUALITY_USER (1), not 2."),
+        WrongCode("ColourModeOfAProfile", KOWEN_ESCAPE_SET_COLOR_MODE, 106, -1,
+                  "KOWEN_ESCAPE_SET_COLOR_MODE takes KOWEN_ESCAPE_COLOR_UNCHANGED (101) to "
+                  "KOWEN_ESCAPE_COLOR_GREY_SCALE_INVERTED (105), not 106, which is the profile's "
+                  "KOWEN_COLOR_GREY_SCALE"),
+        WrongCode("ColourFormatBetweenTwo", KOWEN_ESCAPE_SET_COLOR_FORMAT, 141, -1,
+                  "KOWEN_ESCAPE_SET_COLOR_FORMAT takes KOWEN_ESCAPE_FORMAT_GREY (140) to "
+                  "KOWEN_ESCAPE_FORMAT_YCC422 (147), not 141."),
         WrongEscape(
             "SetterWithoutAValue", "escape-pointers",
             [](CheckedHost &host, MemoryHandle setup) {

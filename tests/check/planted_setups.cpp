@@ -3,6 +3,15 @@
 
 namespace kowen::test {
 
+namespace {
+
+MemoryHandle MakeSetupFrom(CheckedHost &host, const std::string &profile) {
+    const std::string path = host.directory.Write("a.ini", profile);
+    return host.createSetup(0, path.c_str(), nullptr, nullptr);
+}
+
+} // namespace
+
 std::vector<Planted> LoadingMistakes() {
     return {
         {"TableIntoNothing",
@@ -60,6 +69,29 @@ std::vector<Planted> SetupMistakes() {
              const MemoryHandle setup = host.MakeSetup();
              EXPECT_EQ(host.destroySetup(setup), 0);
              EXPECT_EQ(host.destroySetup(setup), 1);
+             ExpectTold(host, "the setup's handle is that of a setup that has ended;");
+         }},
+        {"SetupThatNeverWas",
+         {"setup-handle"},
+         [](CheckedHost &host) {
+             EXPECT_EQ(host.editSetup(0x1234, 1), -1);
+             ExpectTold(host, "the setup's handle is unknown;");
+         }},
+        {"ExportWithoutADriver",
+         {"setup-driver"},
+         [](CheckedHost &host) {
+             const MemoryHandle setup = MakeSetupFrom(host, "[KOWEN]\n~Mode=A\n[A]\nQuality=90\n");
+             EXPECT_EQ(host.Export(setup, host.MakeBitmap()), 0);
+             EXPECT_EQ(host.directory.Read("a.jpg"), "");
+             host.destroySetup(setup);
+         }},
+        {"DeviceWithoutADriver",
+         {"setup-driver"},
+         [](CheckedHost &host) {
+             const MemoryHandle setup = MakeSetupFrom(host, "[B]\nDriver=KOWEN.1\n");
+             host.Initialise(setup);
+             host.Terminate();
+             host.destroySetup(setup);
          }},
         {"EndedSetupExported",
          {"setup-handle"},
@@ -80,6 +112,8 @@ std::vector<Planted> SetupMistakes() {
          [](CheckedHost &host) {
              const MemoryHandle block = host.alloc(KOWEN_GLOBAL_FLAGS, 4096);
              EXPECT_EQ(host.editSetup(block, 1), -1);
+             ExpectTold(host, "the setup's handle is that of block 1 of 4096 bytes, which is no "
+                              "setup;");
              host.free(block);
          }},
         {"SetupDestroyedUnderItsDevice",

@@ -28,24 +28,20 @@ TEST(CheckTraceOfEscapes, ModesStandByTheirNames) {
     const std::string trace = TraceOf([](CheckedHost &host) {
         WithSetup(host, [&](MemoryHandle setup) {
             Set(host, setup, KOWEN_ESCAPE_SET_COLOR_MODE, int32_t{104});
-            Set(host, setup, KOWEN_ESCAPE_SET_COLOR_MODE, int32_t{106});
             Set(host, setup, KOWEN_ESCAPE_SET_COLOR_FORMAT, int32_t{146});
             Set(host, setup, KOWEN_ESCAPE_SET_RESOLUTION_MODE, int32_t{1});
             Set(host, setup, KOWEN_ESCAPE_SET_SIZE_MODE, int32_t{3});
             Set(host, setup, KOWEN_ESCAPE_SET_QUALITY_MODE, int32_t{0});
-            Set(host, setup, KOWEN_ESCAPE_SET_QUALITY_MODE, int32_t{-1});
             Set(host, setup, KOWEN_ESCAPE_SET_WIDTH, 2.5);
             int32_t mode = 0;
             host.escape(setup, KOWEN_ESCAPE_GET_COLOR_MODE, 4, nullptr, &mode, 0);
         });
     });
     ExpectIn(trace, "SET_COLOR_MODE, size 4, in KOWEN_ESCAPE_COLOR_GREY_SCALE,");
-    ExpectIn(trace, "SET_COLOR_MODE, size 4, in 106,");
     ExpectIn(trace, "SET_COLOR_FORMAT, size 4, in KOWEN_ESCAPE_FORMAT_RGB444,");
     ExpectIn(trace, "SET_RESOLUTION_MODE, size 4, in KOWEN_ESCAPE_RESOLUTION_FROM_PRINTER,");
     ExpectIn(trace, "SET_SIZE_MODE, size 4, in KOWEN_ESCAPE_SIZE_USER,");
     ExpectIn(trace, "SET_QUALITY_MODE, size 4, in KOWEN_ESCAPE_QUALITY_FIXED,");
-    ExpectIn(trace, "SET_QUALITY_MODE, size 4, in -1,");
     ExpectIn(trace, "SET_WIDTH, size 8, in 2.5,");
     ExpectIn(trace, "returns result 1, out KOWEN_ESCAPE_COLOR_GREY_SCALE\n");
 }
@@ -74,6 +70,7 @@ TEST(CheckTraceOfCalls, SizesAndInfosAreAnswered) {
                                                                       nullptr);
         host.module->Symbol<InquireSupportFunction>("InquireSupport")(1034, -5);
         host.module->Symbol<GlobalCompactFunction>("GlobalCompact")(0);
+        host.unlock(0);
     });
     ExpectIn(trace, "ScaleImageSize(width 44.0, height 11.0)\n4 returns width 22.0, height 5.5\n");
     ExpectIn(trace, "GetPrinterInfo()\n6 returns width null, height 12.0, xResolution 300, "
@@ -83,6 +80,8 @@ TEST(CheckTraceOfCalls, SizesAndInfosAreAnswered) {
     ExpectIn(trace, "InquireSupport(opcode KOWEN_REQUEST_PRIMITIVE, primitive "
                     "KOWEN_PRIMITIVE_OPEN_PICTURE)\n9 returns answer 0\n");
     ExpectIn(trace, "GlobalCompact(request 0)\n10 returns bytes 65536\n");
+    ExpectIn(trace, "GlobalUnlock(handle 0)\n11 returns result 0\n");
+    ExpectIn(trace, "xResolution 300, yResolution 150)\n5 returns nothing\n");
 }
 
 TEST(CheckTraceOfCalls, LocksAndFlags) {

@@ -53,7 +53,7 @@ TEST(CheckTrace, TextHasALineForEachCallAndCallback) {
             "    answered 0",
             "7 returns result 0, code KOWEN_OK",
             "8 GlobalFree(handle block 1 of 128 bytes)",
-            "8 returns",
+            "8 returns result 0",
             "9 DestroySetup(setup 1)",
             "9 returns result 0",
             "9 calls, 0 mistakes",
@@ -75,7 +75,8 @@ TEST(CheckTrace, JsonHasAnObjectForEachCallAndCallback) {
         "code": "0", "value1": 0, "percent": 100}})"));
     EXPECT_EQ(events[15], Json::parse(R"({"event": "return", "call": 7,
         "function": "ExportCellData", "results": {"result": 0, "code": "KOWEN_OK"}})"));
-    EXPECT_EQ(events[20], Json::parse(R"({"event": "end", "calls": 9, "mistakes": 0})"));
+    EXPECT_EQ(events[20],
+              Json::parse(R"({"event": "end", "calls": 9, "mistakes": 0, "notes": 0})"));
 }
 
 TEST(CheckTrace, JsonHasTheSentenceOfAMistake) {

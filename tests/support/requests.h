@@ -56,6 +56,15 @@ public:
         bytes.shrink_to_fit();
         return reinterpret_cast<DdRequest *>(bytes.data() + 1);
     }
+    bool IsPrimitive(int32_t primitive) const {
+        uint32_t opcode;
+        int32_t found;
+        if (bytes.size() < 1 + 20)
+            return false;
+        std::memcpy(&opcode, bytes.data() + 1, sizeof opcode);
+        std::memcpy(&found, bytes.data() + 1 + 16, sizeof found);
+        return opcode == kPrimitive && found == primitive;
+    }
     uint8_t *At(size_t offset) { return bytes.data() + 1 + offset; }
 
 private:
