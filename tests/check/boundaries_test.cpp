@@ -98,8 +98,8 @@ const Allowed kExports[] = {
              const HostIoProcedure refuse = [](uintptr_t, int32_t, void *, int32_t) -> intptr_t {
                  return 0;
              };
-             host.escape(setup, KOWEN_ESCAPE_SET_HOST_IO, 4,
-                         reinterpret_cast<const void *>(refuse), nullptr, 0);
+             host.escape(setup, KOWEN_ESCAPE_SET_HOST_IO, 4, reinterpret_cast<const void *>(refuse),
+                         nullptr, 0);
              BitmapRecord bitmap = host.MakeBitmap();
              EXPECT_EQ(host.ExportToMemory(setup, bitmap, nullptr), 303);
              host.free(bitmap.pixels);

@@ -27,7 +27,7 @@ struct Run {
         if (!lost)
             bitmap.Discard();
         lost = true;
-        return -1;
+        return 0;
     }
 
     // Less than 1, which is told at the end of the call. A progressive picture is written when it
