@@ -60,7 +60,7 @@ def run_checked(folder, *words):
              "KOWEN_CHECKED_MODULE": str(BUILD / "kowen.so"), "KOWEN_CHECK_TRACE": str(trace),
              "PYTHONPATH": str(Path(kowen.__file__).parents[1])})
     assert done.returncode == 0
-    assert re.fullmatch(r"kowen-check: \d+ calls, 0 mistakes\n", done.stderr), done.stderr
+    assert re.fullmatch(r"kowen-check: \d+ calls?, 0 mistakes\n", done.stderr), done.stderr
     assert trace.read_text().endswith(" calls, 0 mistakes\n")
     return done.stdout, trace.read_text()
 
