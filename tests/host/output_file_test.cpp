@@ -145,6 +145,9 @@ TEST(OutputFile, ReplacesWhatThePolicyAllows) {
     EXPECT_EQ(CodeOf(text, KOWEN_REPLACE_JPEG), KOWEN_HOST_ERR_EXISTS);
     EXPECT_EQ(CodeOf(empty, KOWEN_REPLACE_JPEG), KOWEN_HOST_OK);
     EXPECT_EQ(CodeOf(directory.File("new"), KOWEN_REPLACE_NEVER), KOWEN_HOST_OK);
+    for (const char *start : {"?\xD8\xFF", "\xFF?\xFF", "\xFF\xD8?"})
+        EXPECT_EQ(CodeOf(directory.Write("other", start), KOWEN_REPLACE_JPEG),
+                  KOWEN_HOST_ERR_EXISTS);
 }
 
 TEST(OutputFile, DoesNotReplaceWhatCameMeanwhile) {

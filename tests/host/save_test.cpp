@@ -354,6 +354,16 @@ TEST(KowenExportPrepared, KeepsWhatDecidedAboutThePixels) {
     KowenFreePrepared(prepared);
 }
 
+TEST(KowenSave, FitsTheFiltersOwnFileIntoThePage) {
+    const OpenedModule module;
+    const std::vector<uint8_t> pixels = Gradient(20, 20);
+    const Saved saved =
+        Save(module, RgbPicture(pixels, 20, 20),
+             {{"as-filter", "yes"}, {"size", "page"}, {"dpi", "page"}, {"page", "30x60px@72"}});
+    EXPECT_EQ(Look(saved).first.width, 30);
+    EXPECT_EQ(Look(saved).first.height, 30);
+}
+
 // Neighbours that differ share their colour in a file of 4:2:2, so each gives way to the other,
 // unless the filter makes two columns of each.
 TEST(KowenSave, AdjustsEachPixelByItselfWhenItIsResized) {
