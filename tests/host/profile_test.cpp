@@ -195,6 +195,30 @@ TEST(KowenSaveProfile, RefusesASectionOfTheProfilesThatNoHeaderCanName) {
     }
 }
 
+// The filter begins to read at the first line that has the section's name.
+TEST(KowenSaveProfile, RefusesASectionThatALineWithoutBracketsHides) {
+    const ScopedEnvironment noFolder("INIDIR", nullptr);
+    const TempDirectory directory;
+    const SomeSettings settings(SettingList{{"quality", "70"}});
+    for (const char *text :
+         {"S\nQuality=1\n[S]\nDriver=KOWEN.1\n", "[Other]\n s ; a note\nDriver=KOWEN.1\n"}) {
+        const std::string path = directory.Write("my.ini", text);
+        ProfileCall call;
+        EXPECT_EQ(KowenSaveProfile(settings, path.c_str(), "S", &call.result),
+                  KOWEN_HOST_ERR_PROFILE);
+        EXPECT_EQ(std::string(call.result.message),
+                  path + ": a line 'S' without brackets stands in front of the section, and the "
+                         "filter would read there instead; remove that line, or put brackets "
+                         "around it");
+        EXPECT_EQ(directory.Read("my.ini"), text);
+    }
+    const std::string harmless = directory.Write("my.ini", "[S]\nDriver=KOWEN.1\nS\n");
+    EXPECT_EQ(KowenSaveProfile(settings, harmless.c_str(), "S", nullptr), KOWEN_HOST_OK);
+    const SomeSettings loaded;
+    EXPECT_EQ(KowenLoadProfile(loaded, harmless.c_str(), "S", nullptr), KOWEN_HOST_OK);
+    EXPECT_EQ(Value(loaded, "quality"), "70");
+}
+
 TEST(KowenSaveProfile, TurnsPixelsIntoInchesOfItsResolution) {
     const ScopedEnvironment noFolder("INIDIR", nullptr);
     const TempDirectory directory;

@@ -64,6 +64,11 @@ ProfileFile Kept(const KowenSettings *settings, const char *path, const char *se
     ProfileFile profile = LoadProfileFile(path);
     outcome->profilePath = profile.path;
     outcome->profileSection = SectionToKeep(section != nullptr ? section : "", &profile);
+    if (profile.text.IsHidden(outcome->profileSection))
+        throw Failure(KOWEN_HOST_ERR_PROFILE,
+                      profile.path + ": a line '" + outcome->profileSection +
+                          "' without brackets stands in front of the section, and the filter would "
+                          "read there instead; remove that line, or put brackets around it");
     KeepSettings(settings->named, outcome->profileSection, &profile.text);
     return profile;
 }

@@ -147,6 +147,14 @@ std::optional<size_t> ProfileText::FindHeader(const std::string &section) const 
     return std::nullopt;
 }
 
+bool ProfileText::IsHidden(const std::string &section) const {
+    const std::string wanted = HeaderName(section);
+    const auto first = std::find_if(lines.begin(), lines.end(), [&](const Line &line) {
+        return !wanted.empty() && Same(HeaderName(line.text), wanted);
+    });
+    return first != lines.end() && !IsHeader(first->text);
+}
+
 size_t ProfileText::SectionEnd(size_t first) const {
     size_t end = first;
     while (end < lines.size() && !IsHeader(lines[end].text))

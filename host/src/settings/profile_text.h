@@ -22,6 +22,10 @@ public:
 
     bool Has(const std::string &section) const;
 
+    /// Whether the filter begins to read the section at a line that is no header, as it does at any
+    /// line that has its name: what stands in the section then does not count.
+    bool IsHidden(const std::string &section) const;
+
     /// The value of a key, in any of the sections of that name; nothing when it is in none. Names
     /// match without regard to case.
     std::optional<std::string> Value(const std::string &section, const std::string &key) const;
