@@ -74,7 +74,7 @@ for argument in --dry-run ''; do
     refuses 'CHANGELOG.md says nothing about 9.8.7' 'sed -i /flies/d CHANGELOG.md' $argument
     refuses 'CHANGELOG.md has no section' 'echo >CHANGELOG.md' $argument
 done
-refuses "unknown option '--force'" : --force
+refuses "no option '--force'" : --force
 
 make_repository
 echo >>CHANGELOG.md
