@@ -168,7 +168,7 @@ TEST_F(Errors, AFullDiskLeavesNothingOfASmallPictureThatIsSavedByName) {
     EXPECT_EQ(BytesOf(folder.filePath("a.kjpg")), "");
 }
 
-TEST_F(Errors, NothingOfThePictureComesWhenTheDiskHasRoomAgain) {
+TEST_F(Errors, AFullDiskThatHasRoomAgainGetsNothingOfThePicture) {
     const QTemporaryDir folder;
     QFile file(folder.filePath("a.bin"));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
@@ -199,7 +199,7 @@ TEST_F(Errors, AFullDiskLeavesAFileWhereItStood) {
     EXPECT_EQ(left.left(12), "xxxxxxxafter");
 }
 
-TEST_F(Errors, WhatTheProgramCouldNotWriteBeforeIsTold) {
+TEST_F(Errors, AFullDiskForWhatTheProgramWroteBeforeIsTold) {
     const QTemporaryDir folder;
     QFile file(folder.filePath("a.bin"));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
