@@ -34,19 +34,20 @@ TEST(AvailableKernels, BeginWithTheScalarVariantAndHoldTheActiveOne) {
 }
 
 TEST(AvailableKernels, AreAllThatTheMachineCanRun) {
-    std::vector<const Kernels *> expected = {&kScalarKernels};
-#ifdef KOWEN_X86_KERNELS
-    if (MachineHas(InstructionSet::kSse41))
-        expected.push_back(&kSse41Kernels);
-    if (MachineHas(InstructionSet::kAvx2))
-        expected.push_back(&kAvx2Kernels);
-    if (MachineHas(InstructionSet::kAvx512))
-        expected.push_back(&kAvx512Kernels);
-#endif
-#ifdef KOWEN_NEON_KERNELS
-    expected.push_back(&kNeonKernels);
-#endif
-    EXPECT_EQ(Available(), expected);
+    const struct {
+        InstructionSet set;
+        const char *name;
+    } kVariants[] = {{InstructionSet::kSse41, "sse41"},
+                     {InstructionSet::kAvx2, "avx2"},
+                     {InstructionSet::kAvx512, "avx512"},
+                     {InstructionSet::kNeon, "neon"}};
+    std::vector<std::string> expected = {"scalar"}, names;
+    for (const auto &variant : kVariants)
+        if (MachineHas(variant.set))
+            expected.emplace_back(variant.name);
+    for (const Kernels *kernels : Available())
+        names.emplace_back(kernels->name);
+    EXPECT_EQ(names, expected);
 }
 
 TEST(ActiveKernels, AreThoseThatTheEnvironmentNames) {
